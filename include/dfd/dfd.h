@@ -1,0 +1,14 @@
+/* SPDX-License-Identifier: MIT */
+/* libdfd: everything. Begin with the conventions in types.h and dev_drv_init in framework.h. */
+#ifndef DFD_DFD_H
+#define DFD_DFD_H
+
+#include <dfd/access.h>
+#include <dfd/chassis.h>
+#include <dfd/framework.h>
+#include <dfd/inventory.h>
+#include <dfd/keys.h>
+#include <dfd/records.h>
+#include <dfd/types.h>
+
+#endif

@@ -1,0 +1,280 @@
+/* SPDX-License-Identifier: MIT */
+/* Inventory EEPROMs: raw access, TLV images, IPMI FRU, legacy layouts, queries by type, the
+ * backplane record. An EEPROM is named by its bus device ("/dev/i2c-N"), its 7-bit address and, in
+ * raw access, a byte offset. All transfers retry (up to 50 ms of sleeps for a silent device). */
+#ifndef DFD_INVENTORY_H
+#define DFD_INVENTORY_H
+
+#include <dfd/types.h>
+
+DFD_BEGIN_DECLS
+
+/* Information types, which are also the entry types of a TLV image. */
+typedef enum e2prom_info_type {
+    E2PROM_INFO_NAME = 2,    /* product name */
+    E2PROM_INFO_SN = 3,      /* serial number */
+    E2PROM_INFO_HW_VER = 5,  /* hardware version */
+    E2PROM_INFO_DEV_TYPE = 6 /* device type, an integer; the product name in a FRU EEPROM */
+} e2prom_info_type;
+
+enum {
+    DFD_TLV_HEADER_SIZE = 10, /* bytes of the header buffer of a TLV image */
+    DFD_FRU_HEADER_SIZE = 8,  /* bytes of the common header of a FRU image */
+    DFD_FRU_FIELD_SIZE = 512, /* bytes of a parsed FRU field */
+    DFD_BACKPLANE_INFO_SIZE = 44
+};
+
+/* ---- Queries by information type ---------------------------------------------------------- */
+
+/*
+ * One item of inventory. *len is the capacity of buf in and the bytes delivered out; a device type
+ * arrives as a 32-bit integer in host order (*len 4), texts without terminator. The layout that an
+ * item's .mode names decides which of them to call.
+ *
+ * ..._by_type: a TLV image. Device type from header byte 3, or entry 6 when that byte is 0xF1; a
+ * hardware version without entry 5 from header byte 2 ("1.20" for 0x12).
+ * ..._fru: the product info area of a FRU image; name and device type both give the product name.
+ * After any failure the EEPROM is read as a TLV image.
+ * ..._fru_compatible: the same, and a hardware version of three characters is spread to "x.yz".
+ *
+ * Return 0; -22: null buf or len or no capacity, an empty data area, an empty FRU field
+ * (..._fru_compatible, also when buf is too small for the spread version); -1: invalid image, no
+ * such entry, or a capacity below 4 for a device type; -12: no memory; the negative result of the
+ * I2C transfer.
+ */
+DFD_API int sdd_get_e2prom_info_by_type(const char *dev, uint32_t type, uint16_t addr, void *buf,
+                                        int *len);
+DFD_API int sdd_get_e2prom_info_by_type_fru(const char *dev, uint32_t type, uint16_t addr,
+                                            void *buf, int *len);
+DFD_API int sdd_get_e2prom_info_by_type_fru_compatible(const char *dev, uint32_t type,
+                                                       uint16_t addr, void *buf, int *len);
+
+/*
+ * Fan legacy layout. The capacity is not looked at: buf holds at least 13 bytes. Serial number: 13
+ * characters. Hardware version: "V1.23", terminated, *len without the terminator. Device type: a
+ * 32-bit integer. Returns 0; -22: null buf or len; -1: another type; the negative result of the
+ * I2C transfer.
+ */
+DFD_API int sdd_get_e2prom_legacy_info_by_type(const char *dev, uint32_t type, uint16_t addr,
+                                               void *buf, int *len);
+
+/*
+ * Power legacy layout: the field at byte `offset`. The capacity is not looked at: buf holds at
+ * least 12 bytes. Name: 12 characters. Hardware version: "2.05", terminated, *len 4. Results as
+ * for the fan.
+ */
+DFD_API int sdd_get_e2prom_legacy_power_info_by_type(const char *dev, uint32_t type, uint16_t addr,
+                                                     int offset, void *buf, int *len);
+
+/* ---- Updates ------------------------------------------------------------------------------ */
+
+/*
+ * Serial number and hardware version of a TLV image: written over the values of entries 3 and 5,
+ * with a terminator, where they are shorter than the entry; the others stay. Data area and checksum
+ * are written back, 4 bytes at a time, 10 ms apart. sn and hw may be null or empty: that one stays.
+ * Both names are the same operation.
+ * Return 0; -1: invalid image, an image that does not fit its EEPROM, or a failed write of the data
+ * area; -12: no memory; the negative result of a transfer. Write protection is the caller's.
+ */
+DFD_API int dfd_set_fan_info_tlv(const char *dev, uint16_t addr, const char *sn, const char *hw);
+DFD_API int dfd_set_card_info_tlv(const char *dev, uint16_t addr, const char *sn, const char *hw);
+
+/*
+ * Serial number and product version of a FRU image's product info area. The area is written back
+ * to the end of the EEPROM, also when a string did not fit and nothing changed. A null string
+ * leaves its field. Both names are the same operation.
+ * Return 0; -1: invalid header or area, or a failed write; -22: the area length cannot be read;
+ * -12: no memory; the negative result of a transfer.
+ */
+DFD_API int dfd_set_fan_info_fru(const char *dev, uint16_t addr, const char *sn, const char *hw);
+DFD_API int dfd_set_card_info_fru(const char *dev, uint16_t addr, const char *sn, const char *hw);
+
+/*
+ * Fan legacy layout: type (low 8 bits; may be null), serial number of exactly 13 characters and
+ * hardware version "x.yz" in hexadecimal digits; a null or empty text leaves its field. With both
+ * texts empty nothing at all is done. Returns 0; -1: a text of the wrong form, or a failed write;
+ * the negative result of the read. Nothing is written when a text is refused.
+ */
+DFD_API int dfd_set_fan_info_legacy(const char *dev, uint16_t addr, const uint32_t *type,
+                                    const char *sn, const char *hw);
+
+/* Power legacy layout: the three version characters at byte `offset` from a text "x.yz". Results as
+ * for the fan. */
+DFD_API int dfd_set_power_info_legacy(const char *dev, uint16_t addr, int offset, const char *hw);
+
+/* Groups of write-protect signals (items e2_write_protect). */
+enum dfd_write_protect_target {
+    DFD_WP_BOARD = 0,     /* index 0 */
+    DFD_WP_FANS = 1,      /* indexes 1 to 4 */
+    DFD_WP_SUBCARDS = 6,  /* indexes 6 to 8 */
+    DFD_WP_BACKPLANE = 10 /* index 10 */
+};
+
+/*
+ * Protects (enable non-zero: writes 255) or unprotects (writes 0) a group of EEPROMs. Returns 0,
+ * for fans and sub-cards also when only some signals could be written; -6: another target, or no
+ * signal of the group could be written; for the board the code of the failed write.
+ */
+DFD_API int dfd_ctl_e2_write_pro(int target, int enable);
+
+/* ---- Backplane ---------------------------------------------------------------------------- */
+
+/* The backplane record, as in its EEPROM at offset 0. */
+typedef struct backplane_info {
+    uint8_t chassis_type;
+    uint8_t hw_ver[8];
+    uint8_t sn[19];
+    uint8_t mac[6]; /* most significant byte first */
+    uint8_t serial[4];
+    uint8_t reserved[6];
+} backplane_info_t;
+
+/*
+ * Record of backplane 1 or 2: from the EEPROM that item bp_e2prom_dev names, else field by field
+ * from backplane_hw_ver, _sn, _mac, _serial0 to 3. Cached for the life of the process at the first
+ * call, failed reads too: those are not reported, rec then keeps what it held (zero it first).
+ * Returns 0; -5: another id or null rec.
+ */
+DFD_API int sdd_get_backplane_info(uint32_t id, backplane_info_t *rec);
+
+/* Writes the record to the EEPROM of item bp_e2prom_dev, write protection lifted, 4 bytes at a
+ * time, 10 ms apart. The write's result is not reported and the cache not renewed. Returns 0; -5:
+ * another id or null rec; -17: no such item. */
+DFD_API int sdd_set_backplane_info(uint32_t id, const backplane_info_t *rec);
+
+/* Hardware version and serial number of the items backplane_hw_ver and backplane_sn, terminated
+ * text; buf holds len bytes. Return the number of characters, or the code of dfd_info_get_buf. */
+DFD_API int sdd_get_bp_hw_ver(uint32_t id, char *buf, int len);
+DFD_API int sdd_get_bp_sn(uint32_t id, char *buf, int len);
+
+/* MAC address, 6 bytes: the text of item backplane_mac ("00:11:22:33:44:55") plus
+ * backplane_scale_mac where configured. Returns 0, or the code of dfd_info_get_buf. */
+DFD_API int sdd_get_bp_mac(uint32_t id, uint8_t *mac);
+
+/* serial0 to serial3 (which 0 to 3) of the items backplane_serial0 to 3: low 8 bits. Returns 0; -6:
+ * another which or not configured; otherwise what dfd_info_get_int returned. */
+DFD_API int sdd_get_bp_serial(uint32_t id, uint32_t which, uint8_t *out);
+
+/* Amount that is added to the MAC: item backplane_scale_mac. Returns 0; -6: not configured. */
+DFD_API int sdd_get_bp_scale_mac(int *value);
+
+/* The processor for texts: copies the graphic characters up to the first other one and terminates
+ * them; *dst_len is the capacity in and the number of characters out. Returns 0; -8: null pointer
+ * or negative src_len; -5: src_len not below the capacity. */
+DFD_API int sdd_get_string_by_buf(const uint8_t *src, int src_len, void *dst, int *dst_len);
+
+/* The record of source 1 or 2 that chassis type detection reads: the bytes of item e2_setmac, the
+ * first 38 of which go to rec. Returns 0; -6: not configured; otherwise the code of
+ * dfd_info_get_buf. */
+DFD_API int get_backplane_info_from_e2(uint32_t source, backplane_info_t *rec);
+
+/* MAC address of the backplane record, 6 bytes. Returns 0; -5: null buf, len below 6, or an id
+ * other than 1 and 2; -7: the record cannot be read. */
+DFD_API int drv_get_bp_mac(uint32_t id, uint8_t *buf, int len);
+
+/* ---- EEPROM access and TLV images --------------------------------------------------------- */
+
+/* Reads len bytes at offset in one transfer. Returns 0, or the negative result of sdd_read_i2c. */
+DFD_API int dfd_read_e2prom(const char *dev, uint16_t addr, int offset, uint8_t *buf, int len);
+
+/* Writes len bytes at offset in chunks that cross no 4-byte boundary, sleeping 10 ms after each.
+ * Returns 0, or the negative result of the first chunk that fails; earlier ones stay written. */
+DFD_API int dfd_write_e2prom(const char *dev, uint16_t addr, int offset, const uint8_t *buf,
+                             int len);
+
+/* Whether the TLV image whose header is hdr (of dfd_get_e2prom_info) is valid: flag, length of the
+ * data area, checksum. Returns 1 or 0. */
+DFD_API int dfd_check_e2prom_info(const char *dev, uint16_t addr, const uint8_t *hdr);
+
+/* Reads and validates the header of a TLV image into hdr, DFD_TLV_HEADER_SIZE bytes, and turns its
+ * data length to host order; version 2 images are taken without checks. Returns 0; -1: invalid;
+ * -22: null dev or hdr; the negative result of the read. */
+DFD_API int dfd_get_e2prom_info(const char *dev, uint16_t addr, uint8_t *hdr);
+
+/* Value of the first entry of a type that fits buf; type 6 as a 32-bit integer in host order. hdr
+ * is of dfd_get_e2prom_info; *len capacity in, length out. Returns 0; -1: no such entry; -22: null
+ * pointer, no capacity or empty data area; -12: no memory; the negative result of the read. */
+DFD_API int dfd_get_tlv_data(const char *dev, uint16_t addr, uint32_t type, const uint8_t *hdr,
+                             void *buf, int *len);
+
+/* ---- IPMI FRU ----------------------------------------------------------------------------- */
+
+/* One parsed field: len valid bytes; the rest is zero. */
+typedef struct fru_field {
+    uint8_t data[DFD_FRU_FIELD_SIZE];
+    uint32_t len;
+} fru_field_t;
+
+/* Where the parser puts what it finds; every member may be null. */
+typedef struct fru_product_info {
+    uint8_t *language;
+    fru_field_t *manufacturer;
+    fru_field_t *product_name;
+    fru_field_t *part_number;
+    fru_field_t *product_version;
+    fru_field_t *serial_number;
+    fru_field_t *asset_tag;
+    fru_field_t *fru_file_id;
+    fru_field_t *custom; /* array of custom_count fields */
+    uint32_t custom_count;
+} fru_product_info_t;
+
+/* Offset of the type/length byte and data length of the seven fixed fields, in pairs. */
+enum {
+    FRU_OFFSET_VERSION = 6, /* index of the product version's pair */
+    FRU_OFFSET_SN = 8,      /* index of the serial number's pair */
+    FRU_OFFSET_COUNT = 14
+};
+typedef uint8_t fru_field_offsets[FRU_OFFSET_COUNT];
+
+/* Zero checksum: what makes the 8-bit sum of all bytes 0. */
+DFD_API uint8_t calculate_crc(const uint8_t *data, int len);
+
+/* Whether a header or area of len bytes has version 1 and a right checksum. Returns 0 or -1 (also
+ * for null data or len below 1). While errors are logged, the byte behind the area, data[len], is
+ * printed on a mismatch and must be readable. */
+DFD_API int verify_fru_data(const uint8_t *data, int len);
+
+/* Whether buf of `size` bytes begins with a valid common header. Returns 0 or -1. */
+DFD_API int ipmi_validate_common_hdr(const uint8_t *buf, int size);
+
+/*
+ * Parses a product info area: fields into info, their places into offsets (zero it first: pairs of
+ * fields that are not there stay). Parsing ends at the end mark, at the last custom field wanted,
+ * or at a field that does not fit the area; that is a success too. Returns 0; -1: null argument,
+ * empty area, wrong version or checksum.
+ */
+DFD_API int ipmi_fru_product_info_area(const uint8_t *area, int area_len, fru_product_info_t *info,
+                                       uint8_t *offsets);
+
+/*
+ * Replaces the field whose type/length byte is at field_offset by str; growth is the length of str
+ * less the field's present length. capacity: bytes of area; *area_len: used bytes, renewed. Renews
+ * the checksum. Returns 0; -1: null argument, a field that is not 8-bit text, a str over 63
+ * characters or not of the length that growth says, or no room. Nothing is changed on failure.
+ */
+DFD_API int insert_fru_str(uint8_t *area, int capacity, int *area_len, const char *str,
+                           int field_offset, int growth);
+
+/* Replaces serial number, then product version, where given, at the places in offsets. Returns 0;
+ * -1: null argument, invalid area before or after, no room, or a field that cannot be replaced (a
+ * serial number replaced before a version failed stays). */
+DFD_API int ipmi_fru_sn_hw_updata(uint8_t *area, int capacity, int *area_len, const char *sn,
+                                  const char *hw, const uint8_t *offsets);
+
+/* Reads the common header into hdr, DFD_FRU_HEADER_SIZE bytes, and validates it. Returns 0; -1:
+ * invalid; -22: null dev or hdr; the negative result of the read. */
+DFD_API int dfd_get_frue2prom_info(const char *dev, uint16_t addr, uint8_t *hdr);
+
+/* Clears info and points the field that an information type names at dest. Returns 0; -1: another
+ * type; -22: null argument. */
+DFD_API int dfd_set_fru_product_info(fru_product_info_t *info, fru_field_t *dest, uint32_t type);
+
+/* One field of the product info area of a FRU EEPROM; a capacity below the field's length cuts it.
+ * Returns 0; -1: invalid header or area, or another type; -22: null pointer, no capacity, or the
+ * area's length cannot be read; -12: no memory; the negative result of another read. */
+DFD_API int dfd_get_fru_data(const char *dev, uint16_t addr, uint32_t type, void *buf, int *len);
+
+DFD_END_DECLS
+
+#endif
