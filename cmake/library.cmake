@@ -1,0 +1,55 @@
+# SPDX-License-Identifier: MIT
+# libdfd.so: C++20 inside, C interface outside, libc the only library it needs.
+add_library(dfd_objects OBJECT
+  framework/btree.cpp
+  framework/dfd_debug.cpp
+  framework/dfd_info/engine.cpp
+  framework/dfd_info/led_table.cpp
+  framework/dfd_info/transfer.cpp
+  framework/dfd_lib_cfg/conversion.cpp
+  framework/dfd_lib_cfg/dump.cpp
+  framework/dfd_lib_cfg/items.cpp
+  framework/dfd_lib_cfg/parser.cpp
+  framework/dfd_lib_cfg/startup.cpp
+  framework/dfd_lib_cfg/words.cpp
+  framework/platform.cpp
+  hal/core/backplane.cpp
+  hal/core/board_type.cpp
+  hal/core/card_version.cpp
+  hal/core/slots.cpp
+  hal/device_file.cpp
+  hal/dfd_frueeprom.cpp
+  hal/e2prom/access.cpp
+  hal/e2prom/fru.cpp
+  hal/e2prom/legacy.cpp
+  hal/e2prom/query.cpp
+  hal/e2prom/tlv.cpp
+  hal/e2prom/write_protect.cpp
+  hal/i2c.cpp
+  hal/irq_distrib.cpp
+  service/intf/bus.cpp
+  service/intf/driver.cpp
+)
+target_include_directories(dfd_objects PRIVATE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
+target_compile_options(dfd_objects PRIVATE -fno-exceptions -fno-rtti -fno-threadsafe-statics
+  -fno-asynchronous-unwind-tables $<$<BOOL:${DFD_SANITIZE}>:-fno-sanitize=vptr>)
+target_link_libraries(dfd_objects PRIVATE dfd_warnings dfd_sanitizers)
+set_target_properties(dfd_objects PROPERTIES
+  CXX_VISIBILITY_PRESET hidden
+  VISIBILITY_INLINES_HIDDEN ON)
+
+# Linked as C, so that anything of the C++ library that slips in is an undefined symbol.
+add_library(dfd SHARED $<TARGET_OBJECTS:dfd_objects>)
+add_library(dfd::dfd ALIAS dfd)
+target_include_directories(dfd INTERFACE
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+target_link_options(dfd PRIVATE -static-libgcc -Wl,--as-needed
+  $<$<NOT:$<BOOL:${DFD_SANITIZE}>>:-Wl,--no-undefined>
+  -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/libdfd.map)
+target_link_libraries(dfd PRIVATE dfd_sanitizers)
+set_target_properties(dfd PROPERTIES
+  LINKER_LANGUAGE C
+  VERSION ${PROJECT_VERSION}
+  SOVERSION 0
+  LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/libdfd.map)

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+// The item store's tree: a thin layer over the system's search tree.
+#include <dfd/framework.h>
+#include <search.h>
+
+#include <cstdlib>
+
+int compare_node(const void *a, const void *b) {
+    const auto key_a = static_cast<int32_t>(static_cast<const btree_entry *>(a)->key);
+    const auto key_b = static_cast<int32_t>(static_cast<const btree_entry *>(b)->key);
+    return (key_a > key_b) - (key_a < key_b);
+}
+
+int btree_init_root(btree_root *root) {
+    if (root == nullptr) {
+        return DFD_ERR;
+    }
+    root->tree = nullptr;
+    return pthread_rwlock_init(&root->lock, nullptr) == 0 ? DFD_OK : DFD_ERR;
+}
+
+int btree_insert_node(btree_root *root, uint32_t key, void *record) {
+    if (root == nullptr || record == nullptr) {
+        return DFD_ERR;
+    }
+    auto *entry = static_cast<btree_entry *>(std::malloc(sizeof(btree_entry)));
+    if (entry == nullptr) {
+        return DFD_ERR;
+    }
+    *entry = {key, record};
+    int rv = DFD_OK;
+    if (tfind(entry, &root->tree, compare_node) != nullptr) {
+        rv = DFD_EXISTS;
+    } else if (tsearch(entry, &root->tree, compare_node) == nullptr) {
+        rv = DFD_ERR;
+    }
+    if (rv != DFD_OK) {
+        std::free(entry);
+    }
+    return rv;
+}
+
+void *btree_find_node(const btree_root *root, uint32_t key) {
+    if (root == nullptr) {
+        return nullptr;
+    }
+    const btree_entry wanted = {key, nullptr};
+    auto *const node = static_cast<btree_entry *const *>(tfind(&wanted, &root->tree, compare_node));
+    return node != nullptr ? (*node)->record : nullptr;
+}
+
+int btree_delete_node(btree_root *root, uint32_t key) {
+    if (root == nullptr) {
+        return DFD_ERR;
+    }
+    // The entry is left to its finder: records and entries live as long as the process.
+    const btree_entry wanted = {key, nullptr};
+    tdelete(&wanted, &root->tree, compare_node);
+    return DFD_OK;
+}

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+// LED states and the register values that a led_info item gives them.
+#include <array>
+
+#include "framework/dfd_info/module.h"
+
+namespace {
+
+constexpr uint32_t kFirstLedInfo = DFD_KEY_END_IRQ_INFO + 1;
+
+// In the order of enum led_state.
+constexpr std::array<uint32_t led_info_t::*, 7> kStates = {
+    &led_info_t::dark,  &led_info_t::green,       &led_info_t::red,         &led_info_t::yellow,
+    &led_info_t::spark, &led_info_t::fspark_open, &led_info_t::fspark_close};
+
+bool is_led_info_key(uint32_t key) {
+    const uint32_t type = DFD_KEY_TYPE(key);
+    return type >= kFirstLedInfo && type < DFD_KEY_END_LED_INFO;
+}
+
+const led_info_t *find_led_info(const char *func, uint32_t key) {
+    const auto *const info = static_cast<const led_info_t *>(dfd_lib_cfg_get_item(key));
+    if (info == nullptr) {
+        LOG_WARN_IN(func, "get info ctrl fail, key=0x%08x\r\n", key);
+    }
+    return info;
+}
+
+}  // namespace
+
+int dfd_get_led_info_regval(uint32_t key, int state, uint32_t *regval) {
+    if (!is_led_info_key(key) || regval == nullptr) {
+        return DFD_ERR_ARG;
+    }
+    const led_info_t *const info = find_led_info(__func__, key);
+    if (info == nullptr || state < 0 || static_cast<std::size_t>(state) >= kStates.size()) {
+        return DFD_ERR_NOT_SUPPORTED;
+    }
+    const uint32_t value = info->*kStates[static_cast<std::size_t>(state)];
+    if (value == LED_REGVAL_UNSET) {
+        return DFD_ERR_NOT_SUPPORTED;
+    }
+    *regval = value;
+    return DFD_OK;
+}
+
+int dfd_get_led_info_state(uint32_t key, uint32_t regval, uint32_t *state) {
+    if (!is_led_info_key(key) || state == nullptr) {
+        return DFD_ERR_ARG;
+    }
+    const led_info_t *const info = find_led_info(__func__, key);
+    if (info == nullptr) {
+        return DFD_ERR_NOT_SUPPORTED;
+    }
+    for (std::size_t i = 0; i < kStates.size(); ++i) {
+        if (info->*kStates[i] == regval) {
+            *state = static_cast<uint32_t>(i);
+            break;
+        }
+    }
+    return DFD_OK;
+}

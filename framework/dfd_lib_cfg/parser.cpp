@@ -1,0 +1,262 @@
+// SPDX-License-Identifier: MIT
+// Lines of name=value to items of the store.
+#include <dfd/access.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "framework/dfd_lib_cfg/items.h"
+#include "framework/dfd_lib_cfg/key_table.h"
+#include "framework/dfd_lib_cfg/lookup.h"
+#include "framework/dfd_lib_cfg/module.h"
+#include "framework/platform.h"
+
+btree_root g_item_root;
+
+void *dfd_lib_cfg_get_item(uint32_t key) {
+    return btree_find_node(&g_item_root, key);
+}
+
+int dfd_lib_cfg_get_value_from_char(const char *text, uint32_t *result, int line) {
+    if (*text == '\0') {
+        LOG_WARN("line%d: value str is empty\r\n", line);
+        *result = UINT32_MAX;
+    } else {
+        *result = dfd::number_from_text(text);
+    }
+    return DFD_OK;
+}
+
+namespace {
+
+// Longest line that is taken whole, terminator included; name and value buffers hold one.
+constexpr int kLineSize = 256;
+
+using dfd::Kind;
+
+int dfd_lib_cfg_check_array_index(const dfd::KeyRow &row, uint32_t index1, const uint32_t *index2,
+                                  int line) {
+    const auto signed1 = static_cast<int>(index1);
+    if (signed1 < 0 || signed1 > row.max_index1) {
+        LOG_ERR("line%d: index1[%d] invalid, max=%d\r\n", line, signed1, row.max_index1);
+        return DFD_ERR;
+    }
+    if (index2 == nullptr) {
+        return DFD_OK;
+    }
+    const auto signed2 = static_cast<int>(*index2);
+    if (signed2 < 0 || signed2 > row.max_index2) {
+        LOG_ERR("line%d: index2[%d] invalid, max=%d\r\n", line, signed2, row.max_index2);
+        return DFD_ERR;
+    }
+    return DFD_OK;
+}
+
+// Both messages say '-' where the separator is '_': their text is part of the interface.
+int dfd_lib_cfg_analyse_index(const char *text, uint32_t *index1, uint32_t *index2, int line) {
+    if (*text != '_') {
+        LOG_ERR("line%d: no '-' between name and index1\r\n", line);
+        return DFD_ERR;
+    }
+    dfd_lib_cfg_get_value_from_char(text + 1, index1, line);
+    if (index2 == nullptr) {
+        return DFD_OK;
+    }
+    const char *const second = std::strchr(text + 1, '_');
+    if (second == nullptr) {
+        LOG_ERR("line%d: no '-' between index1 and index2\r\n", line);
+        return DFD_ERR;
+    }
+    dfd_lib_cfg_get_value_from_char(second + 1, index2, line);
+    return DFD_OK;
+}
+
+struct Indexes {
+    uint32_t first = 0;
+    uint32_t second = 0;
+};
+
+int read_indexes(const dfd::KeyRow &row, const char *text, Indexes *indexes, int line) {
+    if (row.max_index1 == dfd::kNoIndex) {
+        return DFD_OK;
+    }
+    uint32_t *const second = row.max_index2 == dfd::kNoIndex ? nullptr : &indexes->second;
+    if (dfd_lib_cfg_analyse_index(text, &indexes->first, second, line) != DFD_OK) {
+        return DFD_ERR;
+    }
+    return dfd_lib_cfg_check_array_index(row, indexes->first, second, line);
+}
+
+// The list that items of a type also feed, or null.
+dfd_list_head_t *conversion_list(uint32_t type) {
+    switch (type) {
+        case DFD_KEY_FAN_SPEEDLVL_CONVERT:
+            return &dfd_lib_cfg_fan_splvl_conv_lst;
+        case DFD_KEY_CARD_PID_STR:
+            return &dfd_lib_cfg_pid_str_conv_lst;
+        case DFD_KEY_POWER_NAME:
+            return &dfd_lib_cfg_power_name_conv_lst;
+        case DFD_KEY_FAN_NAME:
+            return &dfd_lib_cfg_fan_name_conv_lst;
+        default:
+            return nullptr;
+    }
+}
+
+// After an item was stored, new or replaced: a replaced line's earlier entry stays in its list, and
+// look-ups go on finding it first. The lists get the indexes that the key cuts.
+void feed_conversion_list(uint32_t key, const Indexes &indexes) {
+    dfd_list_head_t *const list = conversion_list(DFD_KEY_TYPE(key));
+    if (list == nullptr) {
+        return;
+    }
+    const void *const record = dfd_lib_cfg_get_item(key);
+    if (dfd::kind_of_key(key) == Kind::string) {
+        dfd_lib_cfg_regval_conv_lst_add(list, 0, static_cast<const char *>(record), indexes.first,
+                                        indexes.second);
+    } else {
+        dfd_lib_cfg_regval_conv_lst_add(list, *static_cast<const uint32_t *>(record), nullptr,
+                                        indexes.first, indexes.second);
+    }
+}
+
+// int and string: the text behind the key name is the index part.
+int store_plain(const dfd::KeyRow &row, const char *rest, const char *value, int line) {
+    Indexes indexes;
+    if (read_indexes(row, rest, &indexes, line) != DFD_OK) {
+        return DFD_ERR;
+    }
+    const uint32_t key = DFD_MAKE_KEY(row.type, indexes.first, indexes.second);
+    const int rv = dfd::kind_of_type(row.type) == Kind::integer
+                       ? dfd_lib_cfg_add_int_item(key, value, line)
+                       : dfd_lib_cfg_add_str_item(key, value, line);
+    if (rv == DFD_OK) {
+        feed_conversion_list(key, indexes);
+    }
+    return rv;
+}
+
+// Kinds whose lines name a member.
+struct MemberKindRow {
+    Kind kind;
+    dfd::Words names;
+    int (*get_member)(const char *text, int *member, int line);
+    int (*add)(uint32_t key, int member, const char *value, int line);
+};
+
+constexpr MemberKindRow kMemberKinds[] = {
+    {Kind::i2c_dev, dfd_i2c_dev_mem_str, dfd_lib_cfg_get_i2c_dev_member,
+     dfd_lib_cfg_add_i2c_dev_item},
+    {Kind::info_ctrl, info_ctrl_mem_str, dfd_lib_cfg_get_info_ctrl_member,
+     dfd_lib_cfg_add_info_ctrl_item},
+    {Kind::irq_ctrl, irq_ctrl_mem_str, dfd_lib_cfg_get_irq_ctrl_member,
+     dfd_lib_cfg_add_irq_ctrl_item},
+    {Kind::irq_info, irq_info_mem_str, dfd_lib_cfg_get_irq_info_member,
+     dfd_lib_cfg_add_irq_info_item},
+    {Kind::led_info, led_info_mem_str, dfd_lib_cfg_get_led_info_member,
+     dfd_lib_cfg_add_led_info_item},
+    {Kind::temp_info, temp_info_mem_str, dfd_lib_cfg_get_temp_info_member,
+     dfd_lib_cfg_add_temp_info_item},
+};
+
+constexpr int kIrqInfoType = 0;  // position of irq_info .type
+
+// The text behind the key name is the member, then the index part.
+int store_member(const dfd::KeyRow &row, const MemberKindRow &kind, const char *rest,
+                 const char *value, int line) {
+    int member = 0;
+    if (kind.get_member(rest, &member, line) != DFD_OK) {
+        return DFD_ERR;
+    }
+    rest += std::strlen(kind.names[static_cast<std::size_t>(member)]);
+    Indexes indexes;
+    if (read_indexes(row, rest, &indexes, line) != DFD_OK) {
+        return DFD_ERR;
+    }
+    const uint32_t key = DFD_MAKE_KEY(row.type, indexes.first, indexes.second);
+    const int rv = kind.add(key, member, value, line);
+    if (rv == DFD_OK && kind.kind == Kind::irq_info && member == kIrqInfoType) {
+        dfd_irq_set_type_distrib(dfd::find_irq_type(value), static_cast<int>(indexes.first),
+                                 static_cast<int>(indexes.second));
+    }
+    return rv;
+}
+
+// Stores the item of a line; -1, already logged where there is something to say, when it is
+// skipped.
+int dispatch_item(const char *name, const char *value, int line) {
+    const dfd::KeyRow *const row = dfd::find_key_row(name);
+    if (row == nullptr) {
+        return DFD_OK;
+    }
+    const char *const rest = name + row->name.size();
+    const Kind kind = dfd::kind_of_type(row->type);
+    if (kind == Kind::integer || kind == Kind::string) {
+        return store_plain(*row, rest, value, line);
+    }
+    for (const MemberKindRow &member_kind : kMemberKinds) {
+        if (member_kind.kind == kind) {
+            return store_member(*row, member_kind, rest, value, line);
+        }
+    }
+    return DFD_ERR;
+}
+
+int dfd_lib_cfg_analyse_config_line(char *text, int line) {
+    dfd_lib_cfg_trim(text);
+    if (*text == '\0') {
+        LOG_VBOSE("line%d: space line\r\n", line);
+        return DFD_OK;
+    }
+    if (*text == '#') {
+        LOG_VBOSE("line%d: comment line\r\n", line);
+        return DFD_OK;
+    }
+    const char *const equals = std::strchr(text, '=');
+    if (equals == nullptr) {
+        LOG_ERR("line%d: [%s]no '=' between name and value\r\n", line, text);
+        return DFD_ERR;
+    }
+    char name[kLineSize] = "";
+    char value[kLineSize] = "";
+    if (std::sscanf(text, "%255[^ =]", name) != 1) {
+        LOG_ERR("line%d: [%s]sscanf arg to memory error\r\n", line, text);
+        return DFD_ERR;
+    }
+    // Nothing behind the "=" leaves the empty value.
+    std::sscanf(equals + 1, "%255s", value);
+    LOG_VBOSE("line%d: config_line[%s] name[%s] value[%s]\r\n", line, text, name, value);
+    // An item that cannot be stored is skipped, not a failure of the file.
+    dispatch_item(name, value, line);
+    return DFD_OK;
+}
+
+}  // namespace
+
+void dfd_lib_cfg_trim(char *line) {
+    char *out = line;
+    for (const char *in = line; *in != '\0'; ++in) {
+        if (*in != '\r' && *in != '\n' && *in != ' ') {
+            *out++ = *in;
+        }
+    }
+    *out = '\0';
+}
+
+int dfd_lib_cfg_analyse_config_file(const char *path) {
+    dfd::LineReader file(path);
+    if (!file.is_open()) {
+        LOG_ERR("open config file[%s] fail, error=%s\n", path, std::strerror(errno));
+        return DFD_ERR;
+    }
+    char text[kLineSize] = "";
+    for (int line = 1; file.next(text, sizeof text); ++line) {
+        const int rv = dfd_lib_cfg_analyse_config_line(text, line);
+        if (rv < 0) {
+            std::printf("!!!!file[%s] config line[%d %s] analyse fail\r\n", path, line, text);
+            return rv;
+        }
+    }
+    return DFD_OK;
+}

@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: MIT
+// What board this is, and what chassis it sits in.
+#include "framework/platform.h"
+#include "hal/core/module.h"
+
+namespace {
+
+constexpr char kProductIdFile[] = "/tmp/bspinfo/ProductID";
+constexpr int kProductIdMax = 9;
+constexpr int kProductIdBuffer = 32;
+
+constexpr char kBoardBus[] = "/dev/i2c-0";
+constexpr uint16_t kBoardE2promAddr = 0x57;
+constexpr uint32_t kBoardE2promBytes = 128;
+
+constexpr uint8_t kLayout1 = 1;
+constexpr uint8_t kLayout2 = 2;
+constexpr uint8_t kTlvFlag = 0x7E;
+
+int g_board_type;    // 0: not yet known
+int g_chassis_type;  // 0: not yet known
+
+// The parts of the board EEPROM that tell the board type.
+struct BoardE2prom {
+    uint8_t bytes[kBoardE2promBytes];
+
+    uint8_t layout() const { return bytes[0]; }
+    bool is_tlv() const { return bytes[1] == kTlvFlag; }
+    int raw_type() const { return bytes[3]; }
+    int extra_type() const { return bytes[7]; }
+    int sub_type() const { return bytes[64]; }
+};
+
+int read_board_e2prom(BoardE2prom *image) {
+    return sdd_read_i2c(kBoardBus, kBoardE2promAddr, 0, image->bytes, kBoardE2promBytes);
+}
+
+// Two raw types have fixed meanings; the others count from a base that the sub type chooses.
+int layout1_type(const BoardE2prom &image) {
+    const int raw = image.raw_type();
+    const int sub = image.sub_type();
+    if (raw == 0x9C) {
+        return sub == 0x11 ? 14 : sub == 1 ? 15 : 41;
+    }
+    if (raw == 0x9E) {
+        return 42;
+    }
+    return sub == 1 ? raw - 100 : raw - 80;
+}
+
+int layout2_type(const char *func, const BoardE2prom &image) {
+    constexpr int kLayout2Base = 47;
+    const int type = image.raw_type() + image.extra_type() + kLayout2Base;
+    LOG_VBOSE_IN(func, "CA type is%d\r\n", type);
+    return type;
+}
+
+int legacy_type(const char *func, const BoardE2prom &image) {
+    switch (image.layout()) {
+        case kLayout1:
+            return layout1_type(image);
+        case kLayout2:
+            return layout2_type(func, image);
+        default:
+            return DFD_ERR;
+    }
+}
+
+int tlv_type(uint8_t layout) {
+    int type = 0;
+    int len = sizeof type;
+    const int rv =
+        sdd_get_e2prom_info_by_type(kBoardBus, E2PROM_INFO_DEV_TYPE, kBoardE2promAddr, &type, &len);
+    // Layout 2 does not report a failed query: the type stays 0 then. Boards start on that.
+    return rv != DFD_OK && layout == kLayout1 ? rv : type;
+}
+
+}  // namespace
+
+int dfd_dev_type_from_product_id(void) {
+    char product_id[kProductIdBuffer] = "";
+    if (dfd::read_file(kProductIdFile, product_id, kProductIdMax) < 0) {
+        return DFD_ERR;
+    }
+    uint32_t card_type = 0;
+    if (dfd_lib_cfg_get_card_type_by_pid_str(product_id, &card_type) != DFD_OK) {
+        return DFD_ERR;
+    }
+    return static_cast<int>(card_type);
+}
+
+int dfd_get_dev_type(void) {
+    const int by_product_id = dfd_dev_type_from_product_id();
+    if (by_product_id > 0) {
+        return by_product_id;
+    }
+    BoardE2prom image{};
+    if (read_board_e2prom(&image) < 0) {
+        return dfd_dev_type_from_product_id();
+    }
+    const bool known_layout = image.layout() == kLayout1 || image.layout() == kLayout2;
+    if (known_layout && image.is_tlv()) {
+        return tlv_type(image.layout());
+    }
+    return legacy_type(__func__, image);
+}
+
+int dfd_my_type_from_e2(void) {
+    BoardE2prom image{};
+    const int rv = read_board_e2prom(&image);
+    return rv < 0 ? rv : legacy_type(__func__, image);
+}
+
+int sdd_get_my_card_type(void) {
+    if (g_board_type == 0) {
+        const int type = dfd_get_dev_type();
+        if (type == DFD_ERR) {
+            return DFD_ERR;
+        }
+        // Other negative codes are kept as well: every later call gives the same answer.
+        g_board_type = type;
+    }
+    return g_board_type;
+}
+
+int sdd_get_my_chassis_type(void) {
+    if (g_chassis_type != 0) {
+        return g_chassis_type;
+    }
+    for (uint32_t source = dfd::kFirstBackplane; source <= dfd::kLastBackplane; ++source) {
+        backplane_info_t record{};
+        const int rv = get_backplane_info_from_e2(source, &record);
+        if (rv == DFD_ERR_NOT_SUPPORTED) {
+            g_chassis_type = sdd_get_my_card_type();
+            return g_chassis_type;
+        }
+        if (rv >= 0) {
+            g_chassis_type = record.chassis_type;
+            return g_chassis_type;
+        }
+    }
+    return DFD_ERR;
+}

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+// Device files: the only place that opens, positions and transfers on them.
+#include <dfd/access.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr mode_t kFileMode = 0600;
+
+}  // namespace
+
+int sdd_device_read(const char *path, int offset, uint8_t *buf, int len) {
+    if (buf == nullptr || path == nullptr) {
+        return DFD_ERR;
+    }
+    const int fd = open(path, O_RDWR, kFileMode);
+    if (fd < 0) {
+        return DFD_ERR;
+    }
+    auto rv = static_cast<int>(lseek(fd, offset, SEEK_SET));
+    if (rv >= 0) {
+        rv = static_cast<int>(read(fd, buf, static_cast<size_t>(len)));
+    }
+    close(fd);
+    return rv;
+}
+
+int sdd_device_write(const char *path, int offset, const uint8_t *buf, int len) {
+    if (buf == nullptr || path == nullptr) {
+        return DFD_ERR;
+    }
+    const int fd = open(path, O_RDWR, kFileMode);
+    if (fd < 0) {
+        // A device that is not there swallows writes: boards share configuration for parts that
+        // only some of them carry.
+        return DFD_OK;
+    }
+    auto rv = static_cast<int>(lseek(fd, offset, SEEK_SET));
+    if (rv >= 0) {
+        rv = static_cast<int>(write(fd, buf, static_cast<size_t>(len)));
+    }
+    close(fd);
+    return rv < 0 ? rv : DFD_OK;
+}

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: MIT
+// The bounded reader that all EEPROM contents are decoded through.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace dfd {
+
+// Takes bytes from the front of an area. A take beyond its end makes the cursor invalid for good,
+// and from then on it delivers zeros and empty spans: one verdict at the end is enough.
+class ByteCursor {
+  public:
+    explicit constexpr ByteCursor(std::span<const uint8_t> area) : rest_(area) {}
+
+    constexpr bool is_valid() const { return is_valid_; }
+    constexpr bool at_end() const { return rest_.empty(); }
+    constexpr const uint8_t *position() const { return rest_.data(); }
+
+    constexpr std::span<const uint8_t> take(std::size_t count) {
+        if (!is_valid_ || count > rest_.size()) {
+            is_valid_ = false;
+            rest_ = {};
+            return {};
+        }
+        const auto taken = rest_.first(count);
+        rest_ = rest_.subspan(count);
+        return taken;
+    }
+
+    constexpr uint8_t take_u8() {
+        const auto byte = take(1);
+        return byte.empty() ? uint8_t{0} : byte[0];
+    }
+
+  private:
+    std::span<const uint8_t> rest_;
+    bool is_valid_ = true;
+};
+
+// Big-endian number of at most four bytes.
+constexpr uint32_t big_endian(std::span<const uint8_t> bytes) {
+    uint32_t value = 0;
+    for (const uint8_t byte : bytes) {
+        value = value << 8 | byte;
+    }
+    return value;
+}
+
+}  // namespace dfd

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: MIT
+// I2C transfers: the only place that talks to a bus device.
+#include <dfd/access.h>
+#include <fcntl.h>
+#include <linux/i2c-dev.h>
+#include <linux/i2c.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cstring>
+
+#include "framework/platform.h"
+
+namespace {
+
+constexpr int kMaxAttempts = 5;
+constexpr unsigned kRetryPause_us = 10000;
+constexpr uint32_t kMaxWriteBytes = 256;
+constexpr uint32_t kMaxReadBytes = UINT16_MAX;
+
+// The register offset as it goes over the bus.
+struct OffsetBytes {
+    uint8_t bytes[2];
+    uint16_t count;
+    uint16_t flags;
+};
+
+OffsetBytes offset_bytes(uint16_t offset, int wide_offset) {
+    const auto low = static_cast<uint8_t>(offset);
+    if (wide_offset == 0) {
+        return {{low, 0}, 1, 0};
+    }
+    return {{static_cast<uint8_t>(offset >> 8), low}, 2, I2C_M_TEN};
+}
+
+// Offset, then data, as one request.
+int transfer(const char *path, uint16_t addr, OffsetBytes &offset, uint16_t data_flags,
+             uint8_t *data, uint32_t len) {
+    const int fd = open(path, O_RDWR | O_SYNC);
+    if (fd < 0) {
+        return fd;
+    }
+    i2c_msg messages[] = {{addr, offset.flags, offset.count, offset.bytes},
+                          {addr, data_flags, static_cast<uint16_t>(len), data}};
+    i2c_rdwr_ioctl_data request = {messages, sizeof messages / sizeof messages[0]};
+    const int rv = ioctl(fd, I2C_RDWR, &request);
+    close(fd);
+    return rv;
+}
+
+template <typename Attempt>
+int with_retries(Attempt attempt) {
+    int rv = DFD_ERR;
+    for (int i = 0; i < kMaxAttempts; ++i) {
+        rv = attempt();
+        if (rv >= 0) {
+            break;
+        }
+        dfd::pause_us(kRetryPause_us);
+    }
+    return rv;
+}
+
+}  // namespace
+
+int sdd_read_i2c_one_time(const char *path, uint16_t addr, uint16_t offset, uint8_t *buf,
+                          uint32_t len, int wide_offset) {
+    if (path == nullptr || buf == nullptr || len > kMaxReadBytes) {
+        return DFD_ERR;
+    }
+    OffsetBytes sent = offset_bytes(offset, wide_offset);
+    return transfer(path, addr, sent, I2C_M_RD, buf, len);
+}
+
+int sdd_write_i2c_one_time(const char *path, uint16_t addr, uint16_t offset, const uint8_t *data,
+                           uint32_t len, int wide_offset) {
+    if (path == nullptr || data == nullptr || len > kMaxWriteBytes) {
+        return DFD_ERR;
+    }
+    if (len == 0) {
+        return 0;
+    }
+    uint8_t copy[kMaxWriteBytes];
+    std::memcpy(copy, data, len);
+    OffsetBytes sent = offset_bytes(offset, wide_offset);
+    return transfer(path, addr, sent, I2C_M_NOSTART, copy, len);
+}
+
+int sdd_read_i2c(const char *path, uint16_t addr, uint16_t offset, uint8_t *buf, uint32_t len) {
+    return with_retries([=] { return sdd_read_i2c_one_time(path, addr, offset, buf, len, 0); });
+}
+
+int sdd_write_i2c(const char *path, uint16_t addr, uint16_t offset, const uint8_t *data,
+                  uint32_t len) {
+    return with_retries([=] { return sdd_write_i2c_one_time(path, addr, offset, data, len, 0); });
+}
