@@ -15,8 +15,17 @@ namespace {
 constexpr int kExitBadInput = 1;
 constexpr int kExitUsage = 2;
 
+eeprom::Bytes content(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
 int build(const std::string &description, const std::string &output) {
     const eeprom::Bytes bytes = eeprom::build_image(description);
+    // A file that stays as it is keeps its date: what was made from it need not be made again.
+    if (content(output) == bytes) {
+        return 0;
+    }
     std::ofstream file(output, std::ios::binary | std::ios::trunc);
     file.write(reinterpret_cast<const char *>(bytes.data()),
                static_cast<std::streamsize>(bytes.size()));
@@ -28,9 +37,8 @@ int build(const std::string &description, const std::string &output) {
 }
 
 int dump(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    const eeprom::Bytes bytes{std::istreambuf_iterator<char>(file), {}};
-    if (!file || bytes.empty()) {
+    const eeprom::Bytes bytes = content(path);
+    if (bytes.empty()) {
         throw eeprom::Error(fmt::format("{}: cannot be read or is empty", path));
     }
     fmt::print("{}", eeprom::describe_image(bytes));
