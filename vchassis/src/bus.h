@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+// One I2C bus and its slaves: messages in, acknowledges and bytes out.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <span>
+
+#include "model.h"
+#include "vchassis/chassis.h"
+
+namespace vchassis {
+
+// A system call's return value, with errno when it is negative.
+struct Outcome {
+    std::int64_t result = 0;
+    int error = 0;
+
+    static Outcome failure(int error) { return {-1, error}; }
+};
+
+class Bus {
+  public:
+    explicit Bus(int number) : number_(number) {}
+
+    int number() const { return number_; }
+    void set_absent_error(int error) { absent_error_ = error; }
+
+    // Null when the address is taken.
+    Slave *add(int addr, std::unique_ptr<Slave> slave);
+    Slave *at(int addr) const;
+    template <class Predicate>
+    void remove_if(Predicate predicate) {
+        std::erase_if(slaves_, predicate);
+    }
+    const std::map<int, std::unique_ptr<Slave>> &slaves() const { return slaves_; }
+
+    // Carries out the messages as one transfer with a stop at the end. Read messages come in with
+    // as many bytes as are wanted and leave with those that arrived.
+    Outcome transfer(std::span<Message> messages);
+
+  private:
+    Slave *address(const Message &message) const;
+    static bool receive(Slave &slave, Message &message);
+    static bool send(Slave &slave, const Message &message);
+
+    int number_;
+    int absent_error_ = ENXIO;
+    std::map<int, std::unique_ptr<Slave>> slaves_;
+};
+
+}  // namespace vchassis

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: MIT
+// What the launcher tells the preload library.
+#pragma once
+
+namespace vchassis {
+
+inline constexpr const char *kDirVariable = "VCHASSIS_DIR";
+inline constexpr const char *kStateVariable = "VCHASSIS_STATE";
+inline constexpr const char *kTraceVariable = "VCHASSIS_TRACE";
+inline constexpr const char *kRealTimeVariable = "VCHASSIS_REAL_TIME";
+// As the value of kTraceVariable, instead of a file name.
+inline constexpr const char *kTraceToStderr = "-";
+
+}  // namespace vchassis

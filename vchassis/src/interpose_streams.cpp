@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: MIT
+// Streams. Inside libc fopen() does not come past open(), so streams are made here from descriptors
+// that did: of a plain file by fdopen(), of a device by functions that read and write through them.
+#include <fcntl.h>
+#include <stdio.h>
+#include <string.h>
+#include <unistd.h>
+
+#include "real.h"
+#include "scope.h"
+
+#define INTERPOSED extern "C" __attribute__((visibility("default")))
+
+using vchassis::Entry;
+using vchassis::real;
+
+namespace {
+
+constexpr mode_t kCreateMode = 0666;
+
+int open_flags(const char *mode) {
+    const bool both = strchr(mode, '+') != nullptr;
+    int flags = both ? O_RDWR : *mode == 'r' ? O_RDONLY : O_WRONLY;
+    flags |= *mode == 'w' ? O_CREAT | O_TRUNC : *mode == 'a' ? O_CREAT | O_APPEND : 0;
+    flags |= strchr(mode, 'x') != nullptr ? O_EXCL : 0;
+    return flags | (strchr(mode, 'e') != nullptr ? O_CLOEXEC : 0);
+}
+
+int descriptor(void *cookie) {
+    return *static_cast<int *>(cookie);
+}
+
+ssize_t read_cookie(void *cookie, char *buffer, size_t size) {
+    return read(descriptor(cookie), buffer, size);
+}
+
+// A stream takes 0, not -1, for a failure.
+ssize_t write_cookie(void *cookie, const char *data, size_t size) {
+    const ssize_t done = write(descriptor(cookie), data, size);
+    return done < 0 ? 0 : done;
+}
+
+int seek_cookie(void *cookie, off64_t *offset, int whence) {
+    const off64_t at = lseek64(descriptor(cookie), *offset, whence);
+    *offset = at;
+    return at < 0 ? -1 : 0;
+}
+
+int close_cookie(void *cookie) {
+    const int result = close(descriptor(cookie));
+    delete static_cast<int *>(cookie);
+    return result;
+}
+
+FILE *device_stream(int fd, const char *mode) {
+    auto *cookie = new int(fd);
+    FILE *stream =
+        fopencookie(cookie, mode, {read_cookie, write_cookie, seek_cookie, close_cookie});
+    if (stream == nullptr) {
+        delete cookie;
+        return nullptr;
+    }
+    // So that fileno() works, by which C++ streams read.
+    stream->_fileno = fd;
+    return stream;
+}
+
+bool is_device(int fd) {
+    Entry in(fd);
+    return in && in->is_device(fd);
+}
+
+bool is_ours(const char *path) {
+    return static_cast<bool>(Entry(AT_FDCWD, path));
+}
+
+FILE *open_stream(const char *path, const char *mode) {
+    const int fd = open(path, open_flags(mode), kCreateMode);
+    if (fd < 0) {
+        return nullptr;
+    }
+    FILE *stream = fdopen(fd, mode);
+    if (stream == nullptr) {
+        const int error = errno;
+        close(fd);
+        errno = error;
+    }
+    return stream;
+}
+
+}  // namespace
+
+INTERPOSED FILE *fdopen(int fd, const char *mode) noexcept {
+    return is_device(fd) ? device_stream(fd, mode) : real().fdopen(fd, mode);
+}
+
+INTERPOSED FILE *fopen(const char *path, const char *mode) {
+    return is_ours(path) ? open_stream(path, mode) : real().fopen(path, mode);
+}
+
+INTERPOSED FILE *fopen64(const char *path, const char *mode) {
+    return fopen(path, mode);
+}
+
+// Closing a plain stream closes the descriptor inside libc; a device stream comes past close().
+INTERPOSED int fclose(FILE *stream) {
+    const int fd = fileno(stream);
+    const bool plain = !is_device(fd);
+    const int result = real().fclose(stream);
+    if (plain) {
+        if (Entry in(fd); in) {
+            in->closed(fd, result);
+        }
+    }
+    return result;
+}

@@ -1,0 +1,298 @@
+// SPDX-License-Identifier: MIT
+#include "machine.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+
+#include "text.h"
+
+namespace vchassis {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr Range kBusNumbers{0, 255};
+// Addresses below 0x03 and from 0x78 on are reserved, but nothing stops a chip from using them.
+constexpr Range kSlaveAddresses{0x00, 0x7f};
+constexpr std::size_t kMaxSlaves = 1024;
+constexpr const char *kScratchArea = "clock-and-pointers";
+constexpr const char *kDefaultOwned[] = {"/etc/cfg/dfd", "/tmp/bspinfo",
+                                         "/tmp/.factory_disabale_cli_tty"};
+
+// Answers of real adapters to an absent address.
+constexpr struct {
+    const char *name;
+    int error;
+} kAbsentErrors[] = {
+    {"ENXIO", ENXIO},   {"ETIMEDOUT", ETIMEDOUT}, {"EREMOTEIO", EREMOTEIO},  {"EIO", EIO},
+    {"EAGAIN", EAGAIN}, {"EBUSY", EBUSY},         {"EOPNOTSUPP", EOPNOTSUPP}};
+
+std::string read_text(const fs::path &path) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in) {
+        throw DescriptionError(fmt::format("cannot read {}: {}; a chassis directory contains {}",
+                                           path.string(), std::strerror(errno),
+                                           Machine::kDescription));
+    }
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+// FNV-1a over the description and the initial contents of all devices.
+class Fingerprint {
+  public:
+    void add(const void *data, std::size_t size) {
+        const auto *bytes = static_cast<const unsigned char *>(data);
+        for (std::size_t i = 0; i < size; ++i) {
+            hash_ = (hash_ ^ bytes[i]) * kPrime;
+        }
+    }
+    std::string text() const { return fmt::format("{:016x}\n", hash_); }
+
+  private:
+    static constexpr std::uint64_t kPrime = 0x100000001b3;
+    std::uint64_t hash_ = 0xcbf29ce484222325;
+};
+
+// "/dev/cpld0" is stored as "dev-cpld0.bin", "/dev/i2c-0:0x57" as "dev-i2c-0-0x57.bin".
+std::string area_name(const std::string &path) {
+    std::string name = path.substr(path.find_first_not_of('/'));
+    std::replace_if(
+        name.begin(), name.end(), [](char c) { return c == '/' || c == ':'; }, '-');
+    return name;
+}
+
+std::string bus_path(int number) {
+    return fmt::format("/dev/i2c-{}", number);
+}
+
+}  // namespace
+
+Machine::Machine(fs::path dir, const fs::path &state)
+    : dir_(std::move(dir)),
+      store_(state),
+      owned_(std::begin(kDefaultOwned), std::end(kDefaultOwned)) {}
+
+void Machine::load_directory() {
+    const fs::path file = dir_ / kDescription;
+    const std::string text = read_text(file);
+    const Built built = build(*parse_description(text, file.string()));
+    Fingerprint fingerprint;
+    fingerprint.add(text.data(), text.size());
+    for (Device *device : built) {
+        fingerprint.add(device->initial().data(), device->initial().size());
+    }
+    const Store::Lock lock(store_);
+    store_.prepare(fingerprint.text());
+    attach(built);
+    store_.commit(fingerprint.text());
+}
+
+void Machine::load_text(std::string_view toml, const std::string &file) {
+    const Built built = build(*parse_description(toml, file));
+    const Store::Lock lock(store_);
+    attach(built);
+    for (Device *device : built) {
+        device->reset();
+    }
+}
+
+Machine::Built Machine::build(const Section &root) {
+    try {
+        return build_all(root);
+    } catch (...) {
+        discard_unattached();
+        throw;
+    }
+}
+
+// What a refused description had already added.
+void Machine::discard_unattached() {
+    const auto unattached = [](const auto &entry) { return entry.second->contents().empty(); };
+    std::erase_if(spaces_, unattached);
+    for (auto &[path, bus] : buses_) {
+        bus->remove_if(unattached);
+    }
+}
+
+Machine::Built Machine::build_all(const Section &root) {
+    Built built;
+    name_ = root.text_or("name", name_);
+    build_files(root);
+    build_buses(root);
+    for (const Section *section : root.tables("registers")) {
+        build_registers(*section, built);
+    }
+    for (const Section *section : root.tables("i2c")) {
+        build_slave(*section, built);
+    }
+    root.refuse_unknown();
+    resolve(built);
+    return built;
+}
+
+void Machine::build_files(const Section &root) {
+    const Section *files = root.table("files");
+    if (files == nullptr) {
+        return;
+    }
+    if (files->has("owned")) {
+        owned_ = files->texts("owned");
+    }
+    for (std::string &path : files->texts("also_owned")) {
+        owned_.push_back(std::move(path));
+    }
+    for (const std::string &path : owned_) {
+        if (!path.starts_with('/') || path.ends_with('/')) {
+            files->fail_at("owned", fmt::format("'{}' must be an absolute path without a slash "
+                                                "at its end",
+                                                path));
+        }
+    }
+    files->refuse_unknown();
+}
+
+void Machine::build_buses(const Section &root) {
+    for (const Section *section : root.tables("bus")) {
+        Bus &bus = bus_numbered(static_cast<int>(section->integer("number", kBusNumbers)));
+        const std::string wanted = section->text_or("absent_error", "ENXIO");
+        const auto *row = std::find_if(std::begin(kAbsentErrors), std::end(kAbsentErrors),
+                                       [&wanted](const auto &each) { return wanted == each.name; });
+        if (row == std::end(kAbsentErrors)) {
+            section->fail_at("absent_error", fmt::format("'{}' is no error of an I2C adapter; "
+                                                         "the usual ones are ENXIO, ETIMEDOUT and "
+                                                         "EREMOTEIO",
+                                                         wanted));
+        }
+        bus.set_absent_error(row->error);
+        section->refuse_unknown();
+    }
+}
+
+void Machine::build_registers(const Section &section, Built &built) {
+    auto space = std::make_unique<RegisterSpace>(section);
+    const std::string path = space->path();
+    if (!path.starts_with("/dev/") || path.starts_with("/dev/i2c")) {
+        section.fail_at("path", fmt::format("'{}' must be a device file such as /dev/cpld0", path));
+    }
+    section.refuse_unknown();
+    const auto [place, added] = spaces_.emplace(path, std::move(space));
+    if (!added) {
+        section.fail_at("path", fmt::format("{} is already described", path));
+    }
+    built.push_back(place->second.get());
+}
+
+void Machine::build_slave(const Section &section, Built &built) {
+    Bus &bus = bus_numbered(static_cast<int>(section.integer("bus", kBusNumbers)));
+    const int addr = static_cast<int>(section.integer("addr", kSlaveAddresses));
+    std::string path = fmt::format("{}:0x{:02x}", bus_path(bus.number()), addr);
+    auto made = make_slave(path, section);
+    section.refuse_unknown();
+    Slave *slave = bus.add(addr, std::move(made));
+    if (slave == nullptr) {
+        section.fail_at("addr", fmt::format("{} is already described", path));
+    }
+    built.push_back(slave);
+}
+
+Bus &Machine::bus_numbered(int number) {
+    std::unique_ptr<Bus> &bus = buses_[bus_path(number)];
+    if (!bus) {
+        bus = std::make_unique<Bus>(number);
+    }
+    return *bus;
+}
+
+void Machine::resolve(const Built &built) {
+    for (Device *device : built) {
+        for (Condition *link : device->links()) {
+            Device *target = find(link->device);
+            if (target == nullptr) {
+                throw DescriptionError(
+                    fmt::format("{}: there is no device '{}' (devices are named "
+                                "like /dev/cpld0 or /dev/i2c-0:0x57)",
+                                link->where, link->device));
+            }
+            if (link->reg >= target->initial().size()) {
+                throw DescriptionError(fmt::format("{}: {} has no register 0x{:x}", link->where,
+                                                   link->device, link->reg));
+            }
+            link->target = target;
+        }
+    }
+}
+
+void Machine::attach(const Built &built) {
+    if (scratch_.empty()) {
+        const std::vector<std::uint8_t> zero(Clock::kSize + kMaxSlaves * Scratch::kSize);
+        scratch_ = store_.area(kScratchArea, zero);
+        clock_.attach(scratch_.first(Clock::kSize));
+    }
+    for (Device *device : built) {
+        device->attach(store_.area(area_name(device->path()), device->initial()));
+        if (auto *slave = dynamic_cast<Slave *>(device)) {
+            attach_scratch(*slave);
+        }
+    }
+}
+
+void Machine::attach_scratch(Slave &slave) {
+    if (scratch_used_ == kMaxSlaves) {
+        throw DescriptionError(fmt::format("more than {} devices on buses", kMaxSlaves));
+    }
+    const std::size_t at = Clock::kSize + scratch_used_++ * Scratch::kSize;
+    slave.attach_scratch(scratch_.subspan(at, Scratch::kSize), clock_);
+}
+
+RegisterSpace *Machine::registers(const std::string &path) const {
+    const auto found = spaces_.find(path);
+    return found == spaces_.end() ? nullptr : found->second.get();
+}
+
+Bus *Machine::bus(const std::string &path) const {
+    const auto found = buses_.find(path);
+    return found == buses_.end() ? nullptr : found->second.get();
+}
+
+Slave *Machine::slave(int number, int addr) const {
+    const Bus *found = bus(bus_path(number));
+    return found == nullptr ? nullptr : found->at(addr);
+}
+
+Device *Machine::find(const std::string &name) const {
+    const std::size_t colon = name.find(':');
+    if (colon == std::string::npos) {
+        return registers(name);
+    }
+    const Bus *found = bus(name.substr(0, colon));
+    const auto addr = parse_number(std::string_view(name).substr(colon + 1));
+    return found == nullptr || !addr ? nullptr : found->at(static_cast<int>(*addr));
+}
+
+std::vector<Device *> Machine::devices() const {
+    std::vector<Device *> all;
+    for (const auto &[path, space] : spaces_) {
+        all.push_back(space.get());
+    }
+    for (const auto &[path, bus] : buses_) {
+        for (const auto &[addr, slave] : bus->slaves()) {
+            all.push_back(slave.get());
+        }
+    }
+    return all;
+}
+
+void Machine::reset() {
+    const Store::Lock lock(store_);
+    for (Device *device : devices()) {
+        device->reset();
+    }
+    std::fill(scratch_.begin(), scratch_.end(), std::uint8_t{0});
+}
+
+}  // namespace vchassis

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+// The devices of one chassis, made from its description and backed by its state directory.
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "bus.h"
+#include "models/registers.h"
+#include "section.h"
+#include "store.h"
+
+namespace vchassis {
+
+class Machine {
+  public:
+    // `dir` is the chassis directory, `state` usually its subdirectory kStateDir.
+    Machine(std::filesystem::path dir, const std::filesystem::path &state);
+
+    static constexpr const char *kStateDir = "state";
+    static constexpr const char *kDescription = "chassis.toml";
+
+    // Reads DIR/chassis.toml; the state of earlier processes is kept when neither the text nor an
+    // image has changed.
+    void load_directory();
+    // Adds the devices of a further description, with their initial contents.
+    void load_text(std::string_view toml, const std::string &file);
+
+    RegisterSpace *registers(const std::string &path) const;
+    Bus *bus(const std::string &path) const;
+    // "/dev/cpld0" or "/dev/i2c-0:0x57"; null when there is none.
+    Device *find(const std::string &name) const;
+    Slave *slave(int bus, int addr) const;
+    std::vector<Device *> devices() const;
+    const std::map<std::string, std::unique_ptr<Bus>> &buses() const { return buses_; }
+
+    const std::string &name() const { return name_; }
+    const std::filesystem::path &dir() const { return dir_; }
+    // Absolute paths whose files always come from the chassis directory.
+    const std::vector<std::string> &owned() const { return owned_; }
+    const Store &store() const { return store_; }
+    Clock &clock() { return clock_; }
+
+    // Initial contents everywhere, nothing busy, time zero.
+    void reset();
+
+  private:
+    using Built = std::vector<Device *>;
+
+    Built build(const Section &root);
+    Built build_all(const Section &root);
+    void discard_unattached();
+    void build_files(const Section &root);
+    void build_buses(const Section &root);
+    void build_registers(const Section &section, Built &built);
+    void build_slave(const Section &section, Built &built);
+    Bus &bus_numbered(int number);
+    void attach(const Built &built);
+    void attach_scratch(Slave &slave);
+    void resolve(const Built &built);
+
+    std::filesystem::path dir_;
+    Store store_;
+    std::string name_;
+    std::vector<std::string> owned_;
+    std::map<std::string, std::unique_ptr<RegisterSpace>> spaces_;
+    std::map<std::string, std::unique_ptr<Bus>> buses_;
+    std::span<std::uint8_t> scratch_;
+    std::size_t scratch_used_ = 0;
+    Clock clock_;
+};
+
+}  // namespace vchassis

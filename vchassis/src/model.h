@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: MIT
+// What every device model is made of. A new model derives from Slave, says in its constructor which
+// keys of the description it takes, and gets one row in models.cpp.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "section.h"
+
+namespace vchassis {
+
+// Virtual time in microseconds, shared by all processes on the chassis; sleeping advances it.
+class Clock {
+  public:
+    static constexpr std::size_t kSize = 8;
+
+    void attach(std::span<std::uint8_t> bytes) { bytes_ = bytes; }
+    std::uint64_t now_us() const;
+    void advance(std::uint64_t us);
+
+  private:
+    std::span<std::uint8_t> bytes_;
+};
+
+// What a model remembers between two transfers besides its contents: the register pointer and one
+// point in time. Kept outside the process, for the next command goes on where this one stopped.
+class Scratch {
+  public:
+    static constexpr std::size_t kSize = 16;
+
+    void attach(std::span<std::uint8_t> bytes) { bytes_ = bytes; }
+    std::uint32_t pointer() const;
+    void set_pointer(std::uint32_t value);
+    std::uint64_t until_us() const;
+    void set_until_us(std::uint64_t value);
+
+  private:
+    std::span<std::uint8_t> bytes_;
+};
+
+class Device {
+  public:
+    Device(std::string path, const Section &section);
+    virtual ~Device() = default;
+    Device(const Device &) = delete;
+    Device &operator=(const Device &) = delete;
+
+    struct Named {
+        std::uint32_t address;
+        std::string name;
+        std::string value;  // empty: the byte at the address
+    };
+
+    // What `show` prints behind the name: the parameters of the model.
+    virtual std::string summary() const { return {}; }
+    // Readings and registers with a name.
+    virtual std::vector<Named> named() const { return {}; }
+    // What this device depends on; the machine fills in the targets.
+    virtual std::vector<struct Condition *> links() { return {}; }
+
+    const std::string &path() const { return path_; }
+    const std::string &label() const { return label_; }
+    std::vector<std::uint8_t> &initial() { return initial_; }
+    std::span<std::uint8_t> contents() const { return contents_; }
+    void attach(std::span<std::uint8_t> contents) { contents_ = contents; }
+    void reset();
+
+  protected:
+    std::vector<std::uint8_t> initial_;
+
+  private:
+    std::string path_;
+    std::string label_;
+    std::span<std::uint8_t> contents_;
+};
+
+// "Bit b of register r of device d has value v": how one device hangs on another.
+struct Condition {
+    explicit Condition(const Section &section);
+
+    bool holds() const;
+
+    std::string device;
+    std::uint32_t reg = 0;
+    unsigned bit = 0;
+    bool value = true;
+    const Device *target = nullptr;
+    std::string where;  // file:line:column, for messages
+};
+
+// A device on an I2C bus, byte by byte as the wires see it. `true` is an acknowledge.
+class Slave : public Device {
+  public:
+    Slave(std::string path, const Section &section);
+
+    // A start or repeated start with this device's address.
+    virtual bool start(bool read) = 0;
+    virtual bool write(std::uint8_t byte) = 0;
+    virtual std::uint8_t read() = 0;
+    virtual void stop() {}
+
+    std::vector<Condition *> links() override;
+    bool present() const { return !present_when_ || present_when_->holds(); }
+    // A kernel driver owns the address: I2C_SLAVE answers EBUSY.
+    bool driver_bound() const { return driver_bound_; }
+
+    void attach_scratch(std::span<std::uint8_t> bytes, Clock &clock);
+    void reset_scratch();
+
+  protected:
+    Scratch scratch;
+    const Clock &clock() const { return *clock_; }
+
+  private:
+    std::optional<Condition> present_when_;
+    bool driver_bound_ = false;
+    Clock *clock_ = nullptr;
+};
+
+// Reads the keys `fill`, `image` and `init`, which several models share.
+std::vector<std::uint8_t> initial_bytes(const Section &section, std::size_t size,
+                                        std::uint8_t default_fill);
+
+// An unknown `model` throws with the nearest name.
+std::unique_ptr<Slave> make_slave(std::string path, const Section &section);
+
+}  // namespace vchassis

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+// The models a description can name: one row each.
+#include <fmt/format.h>
+
+#include <array>
+
+#include "model.h"
+#include "models/eeprom.h"
+#include "models/registers.h"
+#include "text.h"
+
+namespace vchassis {
+
+namespace {
+
+struct Row {
+    const char *name;
+    std::unique_ptr<Slave> (*make)(std::string path, const Section &section);
+};
+
+template <class Model>
+std::unique_ptr<Slave> make(std::string path, const Section &section) {
+    return std::make_unique<Model>(std::move(path), section);
+}
+
+constexpr std::array kModels{
+    Row{"registers", make<RegisterSlave>},
+    Row{"eeprom", make<Eeprom>},
+};
+
+}  // namespace
+
+std::unique_ptr<Slave> make_slave(std::string path, const Section &section) {
+    const std::string wanted = section.text("model");
+    std::set<std::string> names;
+    for (const Row &row : kModels) {
+        if (wanted == row.name) {
+            return row.make(std::move(path), section);
+        }
+        names.insert(row.name);
+    }
+    const std::string guess = nearest(wanted, names);
+    section.fail_at("model",
+                    fmt::format("there is no model '{}'; {}", wanted,
+                                guess.empty() ? fmt::format("known are {}", fmt::join(names, ", "))
+                                              : fmt::format("did you mean '{}'?", guess)));
+}
+
+}  // namespace vchassis

@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: MIT
+#include "registers.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace vchassis {
+
+namespace {
+
+constexpr std::int64_t kDefaultSize = 256;
+constexpr Range kSpaceSizes{1, 0x100000};
+constexpr Range kSlaveSizes{1, 256};
+constexpr Range kByte{0, 0xff};
+constexpr std::uint8_t kAllBits = 0xff;
+
+// A mask, or `true` for all bits.
+std::uint8_t mask(const Section &reg, const std::string &key) {
+    for (const Section::Entry &entry : reg.entries()) {
+        if (entry.key == key && std::holds_alternative<bool>(entry.value->data)) {
+            return reg.flag_or(key, false) ? kAllBits : 0;
+        }
+    }
+    return static_cast<std::uint8_t>(reg.integer_or(key, kByte, 0));
+}
+
+}  // namespace
+
+void WriteRules::set(std::size_t reg, std::uint8_t read_only, std::uint8_t write_1_clear) {
+    rules_[reg] = {read_only, write_1_clear};
+}
+
+std::uint8_t WriteRules::apply(std::size_t reg, std::uint8_t old_value,
+                               std::uint8_t written) const {
+    const Rule rule = rules_[reg];
+    const unsigned plain = written & ~(rule.read_only | rule.write_1_clear);
+    const unsigned cleared = old_value & rule.write_1_clear & ~written;
+    return static_cast<std::uint8_t>((old_value & rule.read_only) | plain | cleared);
+}
+
+RegisterTable::RegisterTable(const Section &section, Range sizes)
+    : initial(initial_bytes(
+          section, static_cast<std::size_t>(section.integer_or("size", sizes, kDefaultSize)), 0)),
+      rules(initial.size()) {
+    const Range addresses{0, static_cast<std::int64_t>(initial.size()) - 1};
+    for (const Section *reg : section.tables("reg")) {
+        const auto address = static_cast<std::uint32_t>(reg->integer("address", addresses));
+        initial[address] =
+            static_cast<std::uint8_t>(reg->integer_or("value", kByte, initial[address]));
+        const std::uint8_t read_only = mask(*reg, "read_only");
+        const std::uint8_t write_1_clear = mask(*reg, "write_1_clear");
+        if ((read_only & write_1_clear) != 0) {
+            reg->fail_at("write_1_clear", "a bit is either read-only or cleared by writing 1");
+        }
+        rules.set(address, read_only, write_1_clear);
+        names.push_back({address, reg->text_or("name", ""), {}});
+        reg->refuse_unknown();
+    }
+}
+
+RegisterSpace::RegisterSpace(const Section &section)
+    : Device(section.text("path"), section), rules_(0) {
+    RegisterTable table(section, kSpaceSizes);
+    initial_ = std::move(table.initial);
+    rules_ = std::move(table.rules);
+    names_ = std::move(table.names);
+}
+
+std::size_t RegisterSpace::read(std::uint64_t offset, std::span<std::uint8_t> out) const {
+    if (offset >= contents().size()) {
+        return 0;
+    }
+    const auto from = contents().subspan(offset);
+    const std::size_t count = std::min(from.size(), out.size());
+    std::copy_n(from.begin(), count, out.begin());
+    return count;
+}
+
+std::size_t RegisterSpace::write(std::uint64_t offset, std::span<const std::uint8_t> bytes) {
+    std::size_t count = 0;
+    for (std::uint64_t reg = offset; reg < contents().size() && count < bytes.size(); ++reg) {
+        contents()[reg] = rules_.apply(reg, contents()[reg], bytes[count++]);
+    }
+    return count;
+}
+
+std::string RegisterSpace::summary() const {
+    return fmt::format("{} registers", contents().size());
+}
+
+RegisterSlave::RegisterSlave(std::string path, const Section &section)
+    : Slave(std::move(path), section), table_(section, kSlaveSizes) {
+    initial_ = table_.initial;
+}
+
+bool RegisterSlave::start(bool read) {
+    expect_pointer_ = !read;
+    return true;
+}
+
+std::uint32_t RegisterSlave::next() {
+    const auto size = static_cast<std::uint32_t>(contents().size());
+    const std::uint32_t reg = scratch.pointer() % size;
+    scratch.set_pointer((reg + 1) % size);
+    return reg;
+}
+
+bool RegisterSlave::write(std::uint8_t byte) {
+    if (expect_pointer_) {
+        expect_pointer_ = false;
+        if (byte >= contents().size()) {
+            return false;
+        }
+        scratch.set_pointer(byte);
+        return true;
+    }
+    const std::uint32_t reg = next();
+    contents()[reg] = table_.rules.apply(reg, contents()[reg], byte);
+    return true;
+}
+
+std::uint8_t RegisterSlave::read() {
+    return contents()[next()];
+}
+
+std::string RegisterSlave::summary() const {
+    return fmt::format("{} registers", contents().size());
+}
+
+}  // namespace vchassis

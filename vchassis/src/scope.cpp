@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: MIT
+#include "scope.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <utility>
+
+#include "environment.h"
+#include "real.h"
+
+namespace vchassis {
+
+namespace {
+
+enum class State { unknown, idle, active };
+
+// All constant-initialised: the first call may come before any constructor has run.
+constinit std::mutex g_lock;
+constinit std::atomic<State> g_state{State::unknown};
+constinit Session *g_session = nullptr;
+thread_local bool t_inside = false;
+
+// Own descriptors stand where programs that count theirs from 3 on do not meet them.
+constexpr int kFirstOwnFd = 512;
+constexpr int kExitUnusable = 2;
+constexpr mode_t kTraceMode = 0666;
+// A program takes this long to start, so the next one finds an EEPROM ready again.
+constexpr std::uint64_t kProcessStartUs = 20000;
+
+[[noreturn]] void give_up(const char *message) {
+    const std::string line = fmt::format("vchassis: {}\n", message);
+    [[maybe_unused]] const ssize_t n = real().write(STDERR_FILENO, line.data(), line.size());
+    _exit(kExitUnusable);
+}
+
+int open_trace(const char *target) {
+    if (std::strcmp(target, kTraceToStderr) == 0) {
+        return fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, kFirstOwnFd);
+    }
+    const int fd = real().open(target, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, kTraceMode);
+    if (fd < 0) {
+        give_up(
+            fmt::format("cannot open the trace file {}: {}", target, std::strerror(errno)).c_str());
+    }
+    const int high = fcntl(fd, F_DUPFD_CLOEXEC, kFirstOwnFd);
+    real().close(fd);
+    return high;
+}
+
+// Lives until the process ends: files are still closed after the last destructor.
+Session *from_environment(const char *dir) {
+    try {
+        const char *state = std::getenv(kStateVariable);
+        auto machine = std::make_unique<Machine>(
+            dir, state != nullptr ? std::filesystem::path(state)
+                                  : std::filesystem::path(dir) / Machine::kStateDir);
+        machine->load_directory();
+        {
+            const Store::Lock lock(machine->store());
+            machine->clock().advance(kProcessStartUs);
+        }
+        auto *session = new Session(std::move(machine));
+        session->set_real_time(std::getenv(kRealTimeVariable) != nullptr);
+        if (const char *trace = std::getenv(kTraceVariable)) {
+            session->journal().trace_to(open_trace(trace));
+        }
+        return session;
+    } catch (const std::exception &error) {
+        give_up(error.what());
+    }
+}
+
+// With the lock held. Before libc has set up the environment the question stays open.
+void look_at_environment() {
+    if (environ == nullptr) {
+        return;
+    }
+    const char *dir = std::getenv(kDirVariable);
+    g_session = dir == nullptr ? nullptr : from_environment(dir);
+    g_state = g_session == nullptr ? State::idle : State::active;
+}
+
+void before_fork() {
+    if (!t_inside) {
+        g_lock.lock();
+    }
+}
+
+void after_fork() {
+    if (!t_inside) {
+        g_lock.unlock();
+    }
+}
+
+// Without this a child forked while another thread holds the lock would never get it.
+__attribute__((constructor)) void handle_forks() {
+    pthread_atfork(before_fork, after_fork, after_fork);
+}
+
+}  // namespace
+
+Session *exchange_session(Session *session) {
+    if (g_state == State::unknown) {
+        look_at_environment();
+    }
+    g_state = session == nullptr ? State::idle : State::active;
+    return std::exchange(g_session, session);
+}
+
+Inside::Inside() {
+    g_lock.lock();
+    t_inside = true;
+}
+
+Inside::~Inside() {
+    t_inside = false;
+    g_lock.unlock();
+}
+
+Entry::Entry() : errno_(errno) {
+    if (!t_inside && g_state != State::idle) {
+        enter();
+    }
+}
+
+Entry::Entry(int fd) : errno_(errno) {
+    // A tracked descriptor exists only while a chassis is active.
+    if (!t_inside && Session::may_track(fd)) {
+        enter();
+        if (session_ != nullptr && !session_->tracks(fd)) {
+            leave();
+        }
+    }
+}
+
+Entry::Entry(int dirfd, const char *path) : Entry() {
+    if (session_ == nullptr) {
+        return;
+    }
+    if (path != nullptr) {
+        place_ = locate(session_->machine(), dirfd, path);
+    }
+    if (place_.kind == Place::Kind::host) {
+        leave();
+    }
+}
+
+Entry::~Entry() {
+    if (session_ != nullptr) {
+        leave();
+    }
+    errno = errno_;
+}
+
+void Entry::enter() {
+    g_lock.lock();
+    t_inside = true;
+    if (g_state == State::unknown) {
+        look_at_environment();
+    }
+    session_ = g_session;
+    if (session_ == nullptr) {
+        leave();
+    }
+}
+
+void Entry::leave() {
+    session_ = nullptr;
+    t_inside = false;
+    g_lock.unlock();
+}
+
+}  // namespace vchassis

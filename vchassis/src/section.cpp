@@ -1,0 +1,205 @@
+// SPDX-License-Identifier: MIT
+#include "section.h"
+
+#include <fmt/format.h>
+
+#include <filesystem>
+#include <utility>
+
+#include "text.h"
+
+namespace vchassis {
+
+namespace {
+
+constexpr Range kByte{0, 0xff};
+
+}  // namespace
+
+Section::Section(std::string file, std::string title, Mark mark)
+    : file_(std::move(file)), title_(std::move(title)), mark_(mark) {}
+
+void Section::add(const std::string &key, Value value) {
+    values_[key] = std::move(value);
+}
+
+const Value *Section::find(const std::string &key) const {
+    asked_.insert(key);
+    const auto found = values_.find(key);
+    return found == values_.end() ? nullptr : &found->second;
+}
+
+const Value &Section::need(const std::string &key) const {
+    const Value *value = find(key);
+    if (value == nullptr) {
+        fail(mark_, fmt::format("{} lacks the key '{}'", title_, key));
+    }
+    return *value;
+}
+
+std::int64_t Section::integer_of(const std::string &what, const Value &value, Range range) const {
+    const auto *number = std::get_if<std::int64_t>(&value.data);
+    if (number == nullptr || *number < range.low || *number > range.high) {
+        fail(value.mark,
+             fmt::format("'{}' must be an integer from {} to {}", what, range.low, range.high));
+    }
+    return *number;
+}
+
+double Section::number_of(const std::string &what, const Value &value) const {
+    if (const auto *whole = std::get_if<std::int64_t>(&value.data)) {
+        return static_cast<double>(*whole);
+    }
+    const auto *number = std::get_if<double>(&value.data);
+    if (number == nullptr) {
+        fail(value.mark, fmt::format("'{}' must be a number", what));
+    }
+    return *number;
+}
+
+std::string Section::text_of(const std::string &what, const Value &value) const {
+    const auto *text = std::get_if<std::string>(&value.data);
+    if (text == nullptr) {
+        fail(value.mark, fmt::format("'{}' must be a text in quotes", what));
+    }
+    return *text;
+}
+
+std::int64_t Section::integer(const std::string &key, Range range) const {
+    return integer_of(key, need(key), range);
+}
+
+std::int64_t Section::integer_or(const std::string &key, Range range,
+                                 std::int64_t otherwise) const {
+    const Value *value = find(key);
+    return value == nullptr ? otherwise : integer_of(key, *value, range);
+}
+
+std::optional<double> Section::number(const std::string &key) const {
+    const Value *value = find(key);
+    return value == nullptr ? std::nullopt : std::optional(number_of(key, *value));
+}
+
+std::string Section::text(const std::string &key) const {
+    return text_of(key, need(key));
+}
+
+std::string Section::text_or(const std::string &key, const std::string &otherwise) const {
+    const Value *value = find(key);
+    return value == nullptr ? otherwise : text_of(key, *value);
+}
+
+bool Section::flag_or(const std::string &key, bool otherwise) const {
+    const Value *value = find(key);
+    if (value == nullptr) {
+        return otherwise;
+    }
+    const bool *flag = std::get_if<bool>(&value->data);
+    if (flag == nullptr) {
+        fail(value->mark, fmt::format("'{}' must be true or false", key));
+    }
+    return *flag;
+}
+
+std::vector<std::string> Section::texts(const std::string &key) const {
+    std::vector<std::string> out;
+    const Value *value = find(key);
+    if (value == nullptr) {
+        return out;
+    }
+    const auto *list = std::get_if<std::vector<Value>>(&value->data);
+    if (list == nullptr) {
+        fail(value->mark, fmt::format("'{}' must be a list of texts in quotes", key));
+    }
+    for (const Value &item : *list) {
+        out.push_back(text_of(key, item));
+    }
+    return out;
+}
+
+const Section *Section::table(const std::string &key) const {
+    const Value *value = find(key);
+    if (value == nullptr) {
+        return nullptr;
+    }
+    const auto *section = std::get_if<std::shared_ptr<Section>>(&value->data);
+    if (section == nullptr) {
+        fail(value->mark, fmt::format("'{}' must be a table: {} = {{ ... }}", key, key));
+    }
+    return section->get();
+}
+
+std::vector<const Section *> Section::tables(const std::string &key) const {
+    std::vector<const Section *> out;
+    const Value *value = find(key);
+    if (value == nullptr) {
+        return out;
+    }
+    const auto *list = std::get_if<std::vector<Value>>(&value->data);
+    for (std::size_t i = 0; list != nullptr && i < list->size(); ++i) {
+        if (const auto *section = std::get_if<std::shared_ptr<Section>>(&(*list)[i].data)) {
+            out.push_back(section->get());
+        }
+    }
+    if (list == nullptr || out.size() != list->size()) {
+        fail(value->mark, fmt::format("'{}' must be a list of tables: [[{}]]", key, key));
+    }
+    return out;
+}
+
+std::vector<Section::Entry> Section::entries() const {
+    std::vector<Entry> out;
+    for (const auto &[key, value] : values_) {
+        out.push_back({key, &value});
+    }
+    return out;
+}
+
+std::vector<std::uint8_t> Section::byte_list(const Value &value) const {
+    std::vector<std::uint8_t> out;
+    const auto *list = std::get_if<std::vector<Value>>(&value.data);
+    if (list == nullptr) {
+        out.push_back(static_cast<std::uint8_t>(integer_of("byte", value, kByte)));
+        return out;
+    }
+    for (const Value &item : *list) {
+        out.push_back(static_cast<std::uint8_t>(integer_of("byte", item, kByte)));
+    }
+    return out;
+}
+
+void Section::refuse_unknown() const {
+    for (const auto &[key, value] : values_) {
+        if (asked_.contains(key)) {
+            continue;
+        }
+        const std::string guess = nearest(key, asked_);
+        fail(value.mark,
+             fmt::format("{} knows no key '{}'; {}", title_, key,
+                         guess.empty() ? fmt::format("valid are {}", fmt::join(asked_, ", "))
+                                       : fmt::format("did you mean '{}'?", guess)));
+    }
+}
+
+const Mark &Section::mark_of(const std::string &key) const {
+    const Value *value = find(key);
+    return value == nullptr ? mark_ : value->mark;
+}
+
+std::string Section::where() const {
+    return fmt::format("{}:{}:{}", file_, mark_.line, mark_.column);
+}
+
+std::string Section::beside(const std::string &path) const {
+    return (std::filesystem::path(file_).parent_path() / path).string();
+}
+
+void Section::fail(const Mark &mark, const std::string &message) const {
+    throw DescriptionError(fmt::format("{}:{}:{}: {}", file_, mark.line, mark.column, message));
+}
+
+void Section::fail_at(const std::string &key, const std::string &message) const {
+    fail(mark_of(key), message);
+}
+
+}  // namespace vchassis

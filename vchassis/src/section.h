@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: MIT
+// A description as a tree of sections. Whoever reads a section asks for the keys it understands;
+// keys nobody asked for are then refused with the nearest name that was asked for. So the list of
+// valid keys is said once, by the code that uses them.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace vchassis {
+
+struct DescriptionError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+struct Mark {
+    unsigned line = 0;
+    unsigned column = 0;
+};
+
+class Section;
+
+struct Value {
+    std::variant<bool, std::int64_t, double, std::string, std::vector<Value>,
+                 std::shared_ptr<Section>>
+        data;
+    Mark mark;
+};
+
+struct Range {
+    std::int64_t low = 0;
+    std::int64_t high = 0;
+};
+
+class Section {
+  public:
+    // `title` is what messages call this section, for example "[[i2c]]".
+    Section(std::string file, std::string title, Mark mark);
+
+    void add(const std::string &key, Value value);
+
+    bool has(const std::string &key) const { return find(key) != nullptr; }
+    std::int64_t integer(const std::string &key, Range range) const;
+    std::int64_t integer_or(const std::string &key, Range range, std::int64_t otherwise) const;
+    std::optional<double> number(const std::string &key) const;
+    std::string text(const std::string &key) const;
+    std::string text_or(const std::string &key, const std::string &otherwise) const;
+    bool flag_or(const std::string &key, bool otherwise) const;
+    std::vector<std::string> texts(const std::string &key) const;
+    const Section *table(const std::string &key) const;
+    std::vector<const Section *> tables(const std::string &key) const;
+
+    // The keys of a table whose names are data, such as register addresses.
+    struct Entry {
+        std::string key;
+        const Value *value;
+    };
+    std::vector<Entry> entries() const;
+    // One integer or an array of them, each a byte.
+    std::vector<std::uint8_t> byte_list(const Value &value) const;
+    std::int64_t integer_of(const std::string &what, const Value &value, Range range) const;
+    double number_of(const std::string &what, const Value &value) const;
+    std::string text_of(const std::string &what, const Value &value) const;
+
+    void refuse_unknown() const;
+    // "file:line:column" of the section.
+    std::string where() const;
+    // A path of the description, relative to the directory the description stands in.
+    std::string beside(const std::string &path) const;
+    const Mark &mark_of(const std::string &key) const;
+    [[noreturn]] void fail(const Mark &mark, const std::string &message) const;
+    [[noreturn]] void fail_at(const std::string &key, const std::string &message) const;
+
+  private:
+    const Value *find(const std::string &key) const;
+    const Value &need(const std::string &key) const;
+
+    std::string file_;
+    std::string title_;
+    Mark mark_;
+    std::map<std::string, Value> values_;
+    mutable std::set<std::string> asked_;
+};
+
+// Throws DescriptionError with "file:line:column: ..." when the text is not TOML.
+std::shared_ptr<Section> parse_description(std::string_view text, const std::string &file);
+
+}  // namespace vchassis

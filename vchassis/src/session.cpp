@@ -1,0 +1,350 @@
+// SPDX-License-Identifier: MIT
+#include "session.h"
+
+#include <fcntl.h>
+#include <linux/i2c.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "real.h"
+
+namespace vchassis {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Descriptors from this number on are always looked up.
+constexpr int kFlaggedFds = 65536;
+constinit std::array<std::atomic<bool>, kFlaggedFds> g_flagged{};
+
+void flag(int fd, bool on) {
+    if (fd >= 0 && fd < kFlaggedFds) {
+        g_flagged[static_cast<std::size_t>(fd)] = on;
+    }
+}
+
+// What libc just returned.
+Outcome from_libc(std::int64_t result) {
+    return {result, result < 0 ? errno : 0};
+}
+
+Outcome from_fault(const Fault &fault) {
+    return fault.error != 0 ? Outcome::failure(fault.error) : Outcome{fault.result, 0};
+}
+
+bool readable(int flags) {
+    return (flags & O_ACCMODE) != O_WRONLY;
+}
+bool writable(int flags) {
+    return (flags & O_ACCMODE) != O_RDONLY;
+}
+
+// How much a fault lets through: all without one, nothing with an errno.
+std::size_t allowed(const std::optional<Fault> &fault, std::size_t wanted) {
+    if (!fault) {
+        return wanted;
+    }
+    const bool partial = fault->error == 0 && fault->result > 0;
+    return partial ? std::min(wanted, static_cast<std::size_t>(fault->result)) : 0;
+}
+
+std::int64_t first_byte(const std::vector<Message> &messages) {
+    const bool writes = !messages.empty() && (messages[0].flags & I2C_M_RD) == 0;
+    return writes && !messages[0].bytes.empty() ? messages[0].bytes[0] : -1;
+}
+
+}  // namespace
+
+Session::~Session() {
+    for (const auto &[fd, file] : files_) {
+        flag(fd, false);
+    }
+}
+
+bool Session::may_track(int fd) {
+    return fd >= kFlaggedFds || (fd >= 0 && g_flagged[static_cast<std::size_t>(fd)]);
+}
+
+bool Session::is_device(int fd) const {
+    const auto found = files_.find(fd);
+    return found != files_.end() && found->second->place.kind != Place::Kind::file;
+}
+
+void Session::track(int fd, std::shared_ptr<OpenFile> file) {
+    files_[fd] = std::move(file);
+    flag(fd, true);
+}
+
+std::shared_ptr<Session::OpenFile> Session::forget(int fd) {
+    flag(fd, false);
+    return files_.extract(fd).mapped();
+}
+
+// A descriptor of the null device stands in: a character device that select(), fstat() and
+// close-on-exec treat as they should.
+Outcome Session::open_device(const Place &place, int flags) {
+    if (place.kind == Place::Kind::missing_device) {
+        return Outcome::failure(ENOENT);
+    }
+    if ((flags & O_CREAT) != 0 && (flags & O_EXCL) != 0) {
+        return Outcome::failure(EEXIST);
+    }
+    if ((flags & O_DIRECTORY) != 0) {
+        return Outcome::failure(ENOTDIR);
+    }
+    return from_libc(real().open("/dev/null", O_RDWR | (flags & O_CLOEXEC)));
+}
+
+Outcome Session::open_file(const Place &place, int flags, unsigned mode) {
+    if ((flags & O_CREAT) != 0) {
+        std::error_code ignored;
+        fs::create_directories(fs::path(place.real).parent_path(), ignored);
+    }
+    return from_libc(real().open(place.real.c_str(), flags, mode));
+}
+
+Outcome Session::open(const Place &place, int flags, unsigned mode) {
+    Outcome outcome;
+    if (const auto fault = faults_.take(Op::open, place.path)) {
+        outcome = from_fault(*fault);
+    } else {
+        outcome = place.kind == Place::Kind::file ? open_file(place, flags, mode)
+                                                  : open_device(place, flags);
+        if (outcome.result >= 0) {
+            track(static_cast<int>(outcome.result),
+                  std::make_shared<OpenFile>(OpenFile{place,
+                                                      flags,
+                                                      machine_->registers(place.path),
+                                                      machine_->bus(place.path),
+                                                      0,
+                                                      {}}));
+        }
+    }
+    journal_.record({.op = Op::open,
+                     .path = place.path,
+                     .flags = flags,
+                     .result = outcome.result,
+                     .error = outcome.error});
+    return outcome;
+}
+
+Outcome Session::access(const Place &place, int mode) {
+    Outcome outcome;
+    if (const auto fault = faults_.take(Op::access, place.path)) {
+        outcome = from_fault(*fault);
+    } else if (place.kind == Place::Kind::file) {
+        outcome = from_libc(real().access(place.real.c_str(), mode));
+    } else if (place.kind == Place::Kind::missing_device) {
+        outcome = Outcome::failure(ENOENT);
+    } else if ((mode & X_OK) != 0) {
+        outcome = Outcome::failure(EACCES);
+    }
+    journal_.record({.op = Op::access,
+                     .path = place.path,
+                     .flags = mode,
+                     .result = outcome.result,
+                     .error = outcome.error});
+    return outcome;
+}
+
+Outcome Session::close(int fd) {
+    const std::shared_ptr<OpenFile> file = forget(fd);
+    Outcome outcome = from_libc(real().close(fd));
+    // As with real devices, the descriptor is gone also when close() reports a failure.
+    if (const auto fault = faults_.take(Op::close, file->place.path)) {
+        outcome = from_fault(*fault);
+    }
+    record_close(file, outcome);
+    return outcome;
+}
+
+void Session::closed(int fd, int result) {
+    record_close(forget(fd), from_libc(result));
+}
+
+// The device is closed with the last of its descriptors.
+void Session::record_close(const std::shared_ptr<OpenFile> &file, Outcome outcome) {
+    if (file.use_count() == 1) {
+        journal_.record({.op = Op::close,
+                         .path = file->place.path,
+                         .result = outcome.result,
+                         .error = outcome.error});
+    }
+}
+
+Outcome Session::seek(int fd, std::int64_t offset, int whence) {
+    OpenFile &file = *files_.at(fd);
+    Outcome outcome;
+    if (const auto fault = faults_.take(Op::seek, file.place.path, -1, offset)) {
+        outcome = from_fault(*fault);
+    } else if (file.bus != nullptr) {
+        outcome = Outcome::failure(ESPIPE);
+    } else if (file.registers == nullptr) {
+        outcome = from_libc(real().lseek(fd, offset, whence));
+    } else {
+        const auto size = static_cast<std::int64_t>(file.registers->contents().size());
+        const std::int64_t base = whence == SEEK_CUR   ? static_cast<std::int64_t>(file.position)
+                                  : whence == SEEK_END ? size
+                                                       : 0;
+        const bool valid = whence >= SEEK_SET && whence <= SEEK_END && base + offset >= 0;
+        outcome = valid ? Outcome{base + offset, 0} : Outcome::failure(EINVAL);
+        file.position = valid ? static_cast<std::uint64_t>(base + offset) : file.position;
+    }
+    journal_.record({.op = Op::seek,
+                     .path = file.place.path,
+                     .offset = offset,
+                     .result = outcome.result,
+                     .error = outcome.error});
+    return outcome;
+}
+
+std::int64_t Session::position(int fd, const OpenFile &file) const {
+    return file.registers != nullptr ? static_cast<std::int64_t>(file.position)
+                                     : real().lseek(fd, 0, SEEK_CUR);
+}
+
+Outcome Session::move(int fd, const OpenFile &file, std::span<std::uint8_t> out, At at) {
+    if (file.registers == nullptr) {
+        return from_libc(at ? real().pread(fd, out.data(), out.size(), *at)
+                            : real().read(fd, out.data(), out.size()));
+    }
+    if (!readable(file.flags)) {
+        return Outcome::failure(EBADF);
+    }
+    const Store::Lock lock(machine_->store());
+    const std::uint64_t from = at ? static_cast<std::uint64_t>(*at) : file.position;
+    return {static_cast<std::int64_t>(file.registers->read(from, out)), 0};
+}
+
+Outcome Session::move(int fd, const OpenFile &file, std::span<const std::uint8_t> in, At at) {
+    if (file.registers == nullptr) {
+        return from_libc(at ? real().pwrite(fd, in.data(), in.size(), *at)
+                            : real().write(fd, in.data(), in.size()));
+    }
+    if (!writable(file.flags)) {
+        return Outcome::failure(EBADF);
+    }
+    const Store::Lock lock(machine_->store());
+    const std::uint64_t from = at ? static_cast<std::uint64_t>(*at) : file.position;
+    const std::size_t done = file.registers->write(from, in);
+    return done == 0 && !in.empty() ? Outcome::failure(ENXIO)
+                                    : Outcome{static_cast<std::int64_t>(done), 0};
+}
+
+template <class Byte>
+Outcome Session::move_with_faults(Op op, int fd, OpenFile &file, std::span<Byte> bytes, At at) {
+    if (at && *at < 0) {
+        return Outcome::failure(EINVAL);
+    }
+    const std::int64_t offset = at ? *at : position(fd, file);
+    const auto fault = faults_.take(op, file.place.path, -1, offset);
+    const std::size_t count = allowed(fault, bytes.size());
+    const Outcome outcome =
+        fault && count == 0 ? from_fault(*fault) : move(fd, file, bytes.first(count), at);
+    const auto done = static_cast<std::size_t>(std::max<std::int64_t>(outcome.result, 0));
+    if (!at && file.registers != nullptr) {
+        file.position += done;
+    }
+    const auto moved = bytes.first(std::min(done, bytes.size()));
+    journal_.record({.op = op,
+                     .path = file.place.path,
+                     .offset = offset,
+                     .bytes = {moved.begin(), moved.end()},
+                     .result = outcome.result,
+                     .error = outcome.error});
+    return outcome;
+}
+
+Outcome Session::read_at(int fd, std::span<std::uint8_t> out, At at) {
+    const std::shared_ptr<OpenFile> file = files_.at(fd);
+    return file->bus != nullptr ? i2c_read(file->port, out, transact_on(*file))
+                                : move_with_faults(Op::read, fd, *file, out, at);
+}
+
+Outcome Session::write_at(int fd, std::span<const std::uint8_t> bytes, At at) {
+    const std::shared_ptr<OpenFile> file = files_.at(fd);
+    return file->bus != nullptr ? i2c_write(file->port, bytes, transact_on(*file))
+                                : move_with_faults(Op::write, fd, *file, bytes, at);
+}
+
+Outcome Session::read(int fd, void *out, std::size_t size) {
+    return read_at(fd, {static_cast<std::uint8_t *>(out), size}, std::nullopt);
+}
+Outcome Session::write(int fd, const void *data, std::size_t size) {
+    return write_at(fd, {static_cast<const std::uint8_t *>(data), size}, std::nullopt);
+}
+Outcome Session::pread(int fd, void *out, std::size_t size, std::int64_t offset) {
+    return read_at(fd, {static_cast<std::uint8_t *>(out), size}, offset);
+}
+Outcome Session::pwrite(int fd, const void *data, std::size_t size, std::int64_t offset) {
+    return write_at(fd, {static_cast<const std::uint8_t *>(data), size}, offset);
+}
+
+Outcome Session::ioctl(int fd, unsigned long request, void *argument) {
+    const std::shared_ptr<OpenFile> file = files_.at(fd);
+    if (file->bus != nullptr) {
+        return i2c_ioctl(file->port, *file->bus, request, argument, transact_on(*file));
+    }
+    return file->registers != nullptr ? Outcome::failure(ENOTTY)
+                                      : from_libc(real().ioctl(fd, request, argument));
+}
+
+Transact Session::transact_on(const OpenFile &file) {
+    return [this, &file](std::vector<Message> &messages, std::int64_t success) {
+        return transfer(file, messages, success);
+    };
+}
+
+Outcome Session::transfer(const OpenFile &file, std::vector<Message> &messages,
+                          std::int64_t success) {
+    const auto fault = faults_.take(Op::transfer, file.place.path,
+                                    messages.empty() ? -1 : messages[0].addr, first_byte(messages));
+    const std::size_t count = allowed(fault, messages.size());
+    for (std::size_t i = count; i < messages.size(); ++i) {
+        if ((messages[i].flags & I2C_M_RD) != 0) {
+            messages[i].bytes.clear();
+        }
+    }
+    Outcome outcome = fault ? from_fault(*fault) : Outcome{};
+    if (count > 0) {
+        const Store::Lock lock(machine_->store());
+        outcome = file.bus->transfer(std::span(messages).first(count));
+    }
+    if (!fault && outcome.result >= 0 && success >= 0) {
+        outcome.result = success;
+    }
+    journal_.record({.op = Op::transfer,
+                     .path = file.place.path,
+                     .messages = messages,
+                     .result = outcome.result,
+                     .error = outcome.error});
+    return outcome;
+}
+
+void Session::duplicated(int fd, int copy) {
+    const auto found = files_.find(fd);
+    const std::shared_ptr<OpenFile> file = found == files_.end() ? nullptr : found->second;
+    if (tracks(copy)) {
+        record_close(forget(copy), {});
+    }
+    if (file) {
+        track(copy, file);
+    }
+}
+
+void Session::slept(std::uint64_t us) {
+    const Store::Lock lock(machine_->store());
+    machine_->clock().advance(us);
+    slept_us_ += us;
+    journal_.record({.op = Op::sleep, .sleep_us = us});
+}
+
+void Session::clear_log() {
+    journal_.clear();
+    slept_us_ = 0;
+}
+
+}  // namespace vchassis

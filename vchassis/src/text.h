@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+// Small text helpers of the chassis.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace vchassis {
+
+// Decimal, or hexadecimal after "0x"; nothing else around it.
+std::optional<std::uint32_t> parse_number(std::string_view text);
+
+// The candidate with the fewest edits away from `word`; empty when none is similar.
+std::string nearest(std::string_view word, const std::set<std::string> &candidates);
+
+// "12 34 ab"
+std::string hex_bytes(std::span<const std::uint8_t> bytes);
+
+}  // namespace vchassis
