@@ -11,4 +11,7 @@ inline constexpr const char *kRealTimeVariable = "VCHASSIS_REAL_TIME";
 // As the value of kTraceVariable, instead of a file name.
 inline constexpr const char *kTraceToStderr = "-";
 
+// Exit status of a command that could not be put on the chassis; far from what commands return.
+inline constexpr int kExitUnusable = 125;
+
 }  // namespace vchassis

@@ -66,6 +66,8 @@ class Device {
 
     const std::string &path() const { return path_; }
     const std::string &label() const { return label_; }
+    const std::string &model() const { return model_; }
+    void set_model(std::string name) { model_ = std::move(name); }
     std::vector<std::uint8_t> &initial() { return initial_; }
     std::span<std::uint8_t> contents() const { return contents_; }
     void attach(std::span<std::uint8_t> contents) { contents_ = contents; }
@@ -77,6 +79,7 @@ class Device {
   private:
     std::string path_;
     std::string label_;
+    std::string model_;
     std::span<std::uint8_t> contents_;
 };
 

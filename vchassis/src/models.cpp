@@ -35,7 +35,9 @@ std::unique_ptr<Slave> make_slave(std::string path, const Section &section) {
     std::set<std::string> names;
     for (const Row &row : kModels) {
         if (wanted == row.name) {
-            return row.make(std::move(path), section);
+            std::unique_ptr<Slave> slave = row.make(std::move(path), section);
+            slave->set_model(row.name);
+            return slave;
         }
         names.insert(row.name);
     }

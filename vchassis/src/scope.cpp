@@ -29,7 +29,6 @@ thread_local bool t_inside = false;
 
 // Own descriptors stand where programs that count theirs from 3 on do not meet them.
 constexpr int kFirstOwnFd = 512;
-constexpr int kExitUnusable = 2;
 constexpr mode_t kTraceMode = 0666;
 // A program takes this long to start, so the next one finds an EEPROM ready again.
 constexpr std::uint64_t kProcessStartUs = 20000;

@@ -62,6 +62,7 @@ RegisterTable::RegisterTable(const Section &section, Range sizes)
 RegisterSpace::RegisterSpace(const Section &section)
     : Device(section.text("path"), section), rules_(0) {
     RegisterTable table(section, kSpaceSizes);
+    set_model("registers");
     initial_ = std::move(table.initial);
     rules_ = std::move(table.rules);
     names_ = std::move(table.names);

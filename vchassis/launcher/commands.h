@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+// What the commands of `vchassis` do; each returns the exit status.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vchassis {
+
+struct Place {
+    std::string dir;
+    std::string state;  // empty: inside dir
+};
+
+struct RunOptions {
+    Place place;
+    std::string trace;  // empty: none; "-": standard error; else a file
+    bool real_time = false;
+    std::vector<std::string> command;
+};
+
+struct Access {
+    Place place;
+    std::string device;
+    std::string reg;
+    std::uint32_t count = 1;
+    std::vector<std::string> values;
+};
+
+int run_command(const RunOptions &options);
+int show_devices(const Place &place);
+int peek_bytes(const Access &access);
+int poke_bytes(const Access &access);
+int reset_devices(const Place &place);
+
+}  // namespace vchassis

@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: MIT
+// The commands that look at the devices of a chassis and change them.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <set>
+#include <stdexcept>
+
+#include "commands.h"
+#include "open_machine.h"
+#include "text.h"
+
+namespace vchassis {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int kExitFailure = 1;
+constexpr std::uint32_t kBytesPerLine = 16;
+constexpr double kUsPerSecond = 1e6;
+constexpr std::uint32_t kByteMax = 0xff;
+
+int report_failures(const std::function<void()> &action) {
+    try {
+        action();
+        return 0;
+    } catch (const std::exception &error) {
+        fmt::print(stderr, "vchassis: {}\n", error.what());
+        return kExitFailure;
+    }
+}
+
+template <class... Arguments>
+[[noreturn]] void fail(fmt::format_string<Arguments...> format, Arguments &&...arguments) {
+    throw std::runtime_error(fmt::format(format, std::forward<Arguments>(arguments)...));
+}
+
+Device &find_device(const Machine &machine, const std::string &name) {
+    if (Device *device = machine.find(name)) {
+        return *device;
+    }
+    std::set<std::string> paths;
+    for (const Device *device : machine.devices()) {
+        paths.insert(device->path());
+    }
+    const std::string guess = nearest(name, paths);
+    fail("the chassis has no device {}{}; `vchassis show` lists them", name,
+         guess.empty() ? "" : fmt::format(", did you mean {}?", guess));
+}
+
+// The address of `count` bytes from a number or a register's name.
+std::uint32_t find_bytes(const Device &device, const std::string &reg, std::size_t count) {
+    std::optional<std::uint32_t> address = parse_number(reg);
+    std::set<std::string> names;
+    for (const Device::Named &named : device.named()) {
+        address = named.name == reg ? named.address : address;
+        names.insert(named.name);
+    }
+    if (!address) {
+        const std::string guess = nearest(reg, names);
+        fail("{} has no register {}{}", device.path(), reg,
+             guess.empty() ? "" : fmt::format(", did you mean {}?", guess));
+    }
+    if (*address >= device.contents().size() || count > device.contents().size() - *address) {
+        fail("{} has {} bytes, 0x00 to 0x{:02x}", device.path(), device.contents().size(),
+             device.contents().size() - 1);
+    }
+    return *address;
+}
+
+std::string status(const Device &device) {
+    const auto *slave = dynamic_cast<const Slave *>(&device);
+    return slave != nullptr && !slave->present() ? "absent now, " + device.summary()
+                                                 : device.summary();
+}
+
+void show_device(const Device &device) {
+    fmt::print("{:<20} {:<10} {:<24} {}\n", device.path(), device.model(), device.label(),
+               status(device));
+    for (const Device::Named &named : device.named()) {
+        const std::string value = named.value.empty()
+                                      ? fmt::format("0x{:02x}", device.contents()[named.address])
+                                      : named.value;
+        fmt::print("  0x{:02x}  {:<24} {}\n", named.address, named.name, value);
+    }
+}
+
+void print_bytes(std::span<const std::uint8_t> bytes, std::uint32_t address) {
+    for (std::size_t at = 0; at < bytes.size(); at += kBytesPerLine) {
+        const std::size_t count = std::min<std::size_t>(kBytesPerLine, bytes.size() - at);
+        fmt::print("0x{:04x}: {}\n", address + at, hex_bytes(bytes.subspan(at, count)));
+    }
+}
+
+std::vector<std::uint8_t> parse_bytes(const std::vector<std::string> &texts) {
+    std::vector<std::uint8_t> bytes;
+    for (const std::string &text : texts) {
+        const auto value = parse_number(text);
+        if (!value || *value > kByteMax) {
+            fail("'{}' is no byte; give 0 to 255, or 0x00 to 0xff", text);
+        }
+        bytes.push_back(static_cast<std::uint8_t>(*value));
+    }
+    return bytes;
+}
+
+}  // namespace
+
+fs::path state_directory(const Place &place) {
+    return place.state.empty() ? fs::path(place.dir) / Machine::kStateDir : fs::path(place.state);
+}
+
+std::unique_ptr<Machine> open_machine(const Place &place) {
+    if (!fs::is_directory(place.dir)) {
+        fail("{} is no directory", place.dir);
+    }
+    auto machine = std::make_unique<Machine>(place.dir, state_directory(place));
+    machine->load_directory();
+    return machine;
+}
+
+int show_devices(const Place &place) {
+    return report_failures([&place] {
+        const auto machine = open_machine(place);
+        fmt::print("{}: {} devices, virtual time {:.3f} s\n\n", machine->name(),
+                   machine->devices().size(),
+                   static_cast<double>(machine->clock().now_us()) / kUsPerSecond);
+        for (const Device *device : machine->devices()) {
+            show_device(*device);
+        }
+    });
+}
+
+int peek_bytes(const Access &access) {
+    return report_failures([&access] {
+        const auto machine = open_machine(access.place);
+        const Device &device = find_device(*machine, access.device);
+        const std::uint32_t at = find_bytes(device, access.reg, access.count);
+        print_bytes(device.contents().subspan(at, access.count), at);
+    });
+}
+
+int poke_bytes(const Access &access) {
+    return report_failures([&access] {
+        const auto machine = open_machine(access.place);
+        const Device &device = find_device(*machine, access.device);
+        const std::vector<std::uint8_t> bytes = parse_bytes(access.values);
+        const std::uint32_t at = find_bytes(device, access.reg, bytes.size());
+        const Store::Lock lock(machine->store());
+        std::copy(bytes.begin(), bytes.end(), device.contents().subspan(at).begin());
+    });
+}
+
+int reset_devices(const Place &place) {
+    return report_failures([&place] { open_machine(place)->reset(); });
+}
+
+}  // namespace vchassis
