@@ -6,7 +6,10 @@
 
 #include "model.h"
 #include "models/eeprom.h"
+#include "models/lm75.h"
+#include "models/pmbus.h"
 #include "models/registers.h"
+#include "models/tmp411.h"
 #include "text.h"
 
 namespace vchassis {
@@ -24,8 +27,8 @@ std::unique_ptr<Slave> make(std::string path, const Section &section) {
 }
 
 constexpr std::array kModels{
-    Row{"registers", make<RegisterSlave>},
-    Row{"eeprom", make<Eeprom>},
+    Row{"registers", make<RegisterSlave>}, Row{"eeprom", make<Eeprom>}, Row{"lm75", make<Lm75>},
+    Row{"tmp411", make<Tmp411>},           Row{"pmbus", make<Pmbus>},
 };
 
 }  // namespace
