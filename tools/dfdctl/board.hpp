@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+// The facts of `show board`, one structure a section.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "dfdctl/inventory.hpp"
+#include "dfdctl/reading.hpp"
+
+namespace dfdctl {
+
+/// A type number and what it was concluded from.
+struct TypeFound {
+    int type;            ///< negative: not found
+    std::string source;  ///< product_id, eeprom_tlv, eeprom_legacy, backplane, board_type, none
+    std::string how;
+};
+
+TypeFound find_board_type();
+TypeFound find_chassis_type();
+
+/// A unit with an inventory EEPROM.
+struct Unit {
+    std::string name;  ///< board, fan, power, sub-card
+    std::optional<std::uint32_t> index;
+    std::string layout;  ///< tlv, fru, legacy; empty when none is described
+    std::string device;
+    std::uint16_t address = 0;
+    Reading product;
+    Reading serial;
+    Reading version;
+    Reading type;
+
+    bool absent() const { return type.status == Status::absent; }
+};
+
+/// The board's own EEPROM, then all fans, supplies and sub-cards that the configuration describes.
+std::vector<Unit> find_units();
+
+struct Backplane {
+    std::uint32_t id;
+    std::string source;  ///< record or items
+    std::string place;
+    Reading type;
+    Reading version;
+    Reading serial;
+    Reading mac;
+    std::vector<Reading> serials;
+};
+
+std::vector<Backplane> find_backplanes();
+
+}  // namespace dfdctl

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: MIT
+// dfdctl get: one item's value.
+#include "dfdctl/command.hpp"
+#include "dfdctl/describe.hpp"
+#include "dfdctl/output.hpp"
+#include "dfdctl/reading.hpp"
+#include "dfdctl/startup.hpp"
+
+#include <fmt/format.h>
+
+namespace dfdctl {
+
+namespace {
+
+struct Arguments {
+    std::string name;
+    std::vector<std::string> indexes;
+};
+
+nlohmann::ordered_json get_json(const Item &item, const Reading &reading, const StartupLog &log) {
+    return {{"command", "get"},
+            {"item", item_json(item)},
+            {"reading", to_json(reading)},
+            {"record", record_json(item)},
+            {"set_by", origin_json(item, log)}};
+}
+
+int get(const Options &options, const Arguments &arguments) {
+    const Item item = parse_item(arguments.name, arguments.indexes);
+    const Library library = require_library(options);
+    const Reading reading = read_item(item);
+    if (options.json) {
+        print_json(options.out, get_json(item, reading, library.log));
+    } else if (reading.ok()) {
+        fmt::print(options.out, "{}\n", full_text(reading));
+    }
+    if (!reading.ok()) {
+        fmt::print(stderr, "dfdctl: {}: {}{}\n", item.name(),
+                   reading.status == Status::absent ? "the unit is not plugged: " : "",
+                   reading.error);
+    }
+    return exit_of(reading);
+}
+
+}  // namespace
+
+void add_get(CLI::App &app, const Options &options, Action &action) {
+    auto arguments = std::make_shared<Arguments>();
+    CLI::App *command = app.add_subcommand("get", "Read one configured item");
+    command->add_option("NAME", arguments->name, "Name of the item ('dfdctl items' lists them)")
+        ->required();
+    command->add_option("INDEX", arguments->indexes, "Its indexes, where it takes any")
+        ->expected(0, 2);
+    command->callback([&options, &action, arguments] {
+        action = [&options, arguments] { return get(options, *arguments); };
+    });
+}
+
+}  // namespace dfdctl

@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: MIT
+// dfdctl items: everything that is configured.
+#include "common/nearest.hpp"
+#include "dfdctl/command.hpp"
+#include "dfdctl/describe.hpp"
+#include "dfdctl/output.hpp"
+#include "dfdctl/reading.hpp"
+#include "dfdctl/startup.hpp"
+
+#include <fmt/format.h>
+
+namespace dfdctl {
+
+namespace {
+
+struct Arguments {
+    std::string type;
+    bool values = false;
+};
+
+bool is_wanted(const Item &item, const Arguments &arguments) {
+    return arguments.type.empty() || item.type->name == arguments.type ||
+           kind_name(item.type->kind) == arguments.type;
+}
+
+bool is_kind(const std::string &name) {
+    for (const KeyType &type : key_types()) {
+        if (type.kind != Kind::none && kind_name(type.kind) == name) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void check_type(const std::string &name) {
+    if (!name.empty() && find_key_type(name) == nullptr && !is_kind(name)) {
+        throw UsageError(fmt::format("no item or kind of item is called '{}'{}", name,
+                                     dfd_tools::did_you_mean(name, key_names())));
+    }
+}
+
+/// The library has no list of its items; the log of the start-up names the key of each.
+std::vector<Item> configured_items(const StartupLog &log, const Arguments &arguments) {
+    std::vector<Item> items;
+    for (const auto &[key, origins] : log.origins) {
+        const Item item = item_of_key(key);
+        if (is_wanted(item, arguments)) {
+            items.push_back(item);
+        }
+    }
+    return items;
+}
+
+int exit_of_items(const std::vector<Reading> &readings) {
+    for (const Reading &reading : readings) {
+        if (reading.failed()) {
+            return kExitReadingFailed;
+        }
+    }
+    return kExitOk;
+}
+
+void print_text(const Options &options, const Library &library, const std::vector<Item> &items,
+                const std::vector<Reading> &readings) {
+    Table table({"ITEM", readings.empty() ? "DESCRIPTION" : "VALUE", "SET BY"});
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        table.add({items[i].name(), readings.empty() ? describe(items[i]) : full_text(readings[i]),
+                   library.log.origin_of(items[i].key())});
+    }
+    table.print(options.out);
+}
+
+nlohmann::ordered_json items_json(const Library &library, const std::vector<Item> &items,
+                                  const std::vector<Reading> &readings) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        list.push_back(
+            {{"item", item_json(items[i])},
+             {"reading", readings.empty() ? nlohmann::ordered_json() : to_json(readings[i])},
+             {"record", record_json(items[i])},
+             {"set_by", origin_json(items[i], library.log)}});
+    }
+    return {{"command", "items"}, {"items", list}};
+}
+
+int items(const Options &options, const Arguments &arguments) {
+    check_type(arguments.type);
+    const Library library = require_library(options);
+    const std::vector<Item> found = configured_items(library.log, arguments);
+    std::vector<Reading> readings;
+    for (const Item &item : found) {
+        if (arguments.values) {
+            readings.push_back(read_item(item));
+        }
+    }
+    if (options.json) {
+        print_json(options.out, items_json(library, found, readings));
+    } else {
+        print_text(options, library, found, readings);
+    }
+    if (found.empty() && !arguments.type.empty()) {
+        fmt::print(stderr, "dfdctl: no '{}' is configured on this board\n", arguments.type);
+        return kExitNotSupported;
+    }
+    return exit_of_items(readings);
+}
+
+}  // namespace
+
+void add_items(CLI::App &app, const Options &options, Action &action) {
+    auto arguments = std::make_shared<Arguments>();
+    CLI::App *command = app.add_subcommand("items", "List the configured items");
+    command
+        ->add_option("--type", arguments->type,
+                     "Only items of this name, or of this kind: int, string, i2c_dev, "
+                     "info_ctrl, irq_ctrl, irq_info, led_info, temp_info")
+        ->type_name("NAME");
+    command->add_flag("--values", arguments->values,
+                      "Read each item and show its value instead of its description");
+    command->callback([&options, &action, arguments] {
+        action = [&options, arguments] { return items(options, *arguments); };
+    });
+}
+
+}  // namespace dfdctl
