@@ -35,9 +35,7 @@ int get(const Options &options, const Arguments &arguments) {
         fmt::print(options.out, "{}\n", full_text(reading));
     }
     if (!reading.ok()) {
-        fmt::print(stderr, "dfdctl: {}: {}{}\n", item.name(),
-                   reading.status == Status::absent ? "the unit is not plugged: " : "",
-                   reading.error);
+        report_failure(item, reading);
     }
     return exit_of(reading);
 }
@@ -50,6 +48,7 @@ void add_get(CLI::App &app, const Options &options, Action &action) {
     command->add_option("NAME", arguments->name, "Name of the item ('dfdctl items' lists them)")
         ->required();
     command->add_option("INDEX", arguments->indexes, "Its indexes, where it takes any")
+        ->type_name("[INDEX [INDEX]]")
         ->expected(0, 2);
     command->callback([&options, &action, arguments] {
         action = [&options, arguments] { return get(options, *arguments); };

@@ -62,10 +62,11 @@ int exit_of_items(const std::vector<Reading> &readings) {
 
 void print_text(const Options &options, const Library &library, const std::vector<Item> &items,
                 const std::vector<Reading> &readings) {
-    Table table({"ITEM", readings.empty() ? "DESCRIPTION" : "VALUE", "SET BY"});
+    // The widest column stands last.
+    Table table({"ITEM", "SET BY", readings.empty() ? "DESCRIPTION" : "VALUE"});
     for (std::size_t i = 0; i < items.size(); ++i) {
-        table.add({items[i].name(), readings.empty() ? describe(items[i]) : full_text(readings[i]),
-                   library.log.origin_of(items[i].key())});
+        table.add({items[i].name(), library.log.origin_of(items[i].key()),
+                   readings.empty() ? describe(items[i]) : full_text(readings[i])});
     }
     table.print(options.out);
 }

@@ -21,9 +21,8 @@ constexpr int kEighthsShift = 3;
 constexpr int kEighthsMask = 127;
 constexpr std::size_t kBufferSize = 256;
 
-Reading not_configured(const Item &item) {
-    return failure(Status::not_configured, DFD_ERR_NOT_SUPPORTED,
-                   fmt::format("{} is not configured on this board", item.name()));
+Reading not_configured() {
+    return failure(Status::not_configured, DFD_ERR_NOT_SUPPORTED, "not configured on this board");
 }
 
 Reading engine_failure(int code) {
@@ -140,7 +139,7 @@ Reading text_reading(std::string text) {
 Reading read_item(const Item &item) {
     const void *record = dfd_lib_cfg_get_item(item.key());
     if (record == nullptr) {
-        return not_configured(item);
+        return not_configured();
     }
     switch (item.type->kind) {
         case Kind::integer:
@@ -162,7 +161,7 @@ Reading read_item(const Item &item) {
 Reading read_register(const Item &item) {
     const auto *record = record_of<info_ctrl_t>(item);
     if (record == nullptr) {
-        return not_configured(item);
+        return not_configured();
     }
     int value = 0;
     const int result = dfd_info_get_int(item.key(), &value,

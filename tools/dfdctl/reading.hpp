@@ -52,6 +52,8 @@ std::string value_text(const Reading &reading);
 /// The value with its unit and meaning, or the error in brackets.
 std::string full_text(const Reading &reading);
 nlohmann::ordered_json to_json(const Reading &reading);
+/// Says on standard error why an item has no value.
+void report_failure(const Item &item, const Reading &reading);
 
 /// The value of an item, whatever its kind and however it is obtained.
 Reading read_item(const Item &item);

@@ -173,6 +173,9 @@ Outcome write_item(const Item &item, const std::string &text, const Library &lib
 }
 
 std::string error_of(const Outcome &outcome) {
+    if (outcome.before.status == Status::absent) {
+        return "the unit is not plugged";
+    }
     if (outcome.result != DFD_OK) {
         return fmt::format("the write failed (result {})", outcome.result);
     }
@@ -216,8 +219,9 @@ int set(const Options &options, const Arguments &arguments) {
     const Item item = parse_item(arguments.name, indexes);
     const Library library = require_library(options);
     if (record_of<char>(item) == nullptr) {
-        fmt::print(stderr, "dfdctl: {} is not configured on this board\n", item.name());
-        return kExitNotSupported;
+        const Reading missing = read_item(item);
+        report_failure(item, missing);
+        return exit_of(missing);
     }
     const Outcome outcome = write_item(item, value, library);
     print_outcome(options, item, value, outcome);
@@ -235,7 +239,7 @@ void add_set(CLI::App &app, const Options &options, Action &action) {
         ->add_option("VALUE", arguments->rest,
                      "Its indexes, where it takes any, then the value: a number, the state of an "
                      "LED (green), or a text for an inventory EEPROM")
-        ->type_name("[INDEX...] VALUE")
+        ->type_name("[INDEX [INDEX]] VALUE")
         ->expected(1, 3)
         ->required();
     command->callback([&options, &action, arguments] {
