@@ -1,0 +1,223 @@
+// SPDX-License-Identifier: MIT
+// `vchassis` on a chassis directory, with the programs of i2c-tools as they are installed.
+#include <gtest/gtest.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace vchassis_test {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Output {
+    int status = -1;
+    std::string out = {};
+    std::string err = {};
+};
+
+std::string read_all(const fs::path &path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+class Commands : public ::testing::Test {
+  protected:
+    Commands() {
+        std::string name = (fs::temp_directory_path() / "vchassis-test-XXXXXX").string();
+        dir = mkdtemp(name.data());
+        fs::create_directories(dir / "etc/cfg/dfd");
+        std::ofstream(dir / "etc/cfg/dfd/a.cfg") << "from the chassis\n";
+        std::string image(256, '\xff');
+        image.replace(0, 16, "\x01~BCDEFGHIJKLMNO");
+        std::ofstream(dir / "board.bin", std::ios::binary) << image;
+        describe("");
+    }
+    ~Commands() override { fs::remove_all(dir); }
+
+    void describe(const std::string &more) {
+        std::ofstream(dir / "chassis.toml") << R"(
+            name = "test"
+            [[registers]]
+            path = "/dev/cpld0"
+            reg = [{ address = 1, name = "presence", value = 0xfe, read_only = true }]
+            [[i2c]]
+            bus = 0
+            addr = 0x57
+            model = "eeprom"
+            image = "board.bin"
+            page = 8
+            [[i2c]]
+            bus = 0
+            addr = 0x48
+            model = "lm75"
+            temp_c = 42.5
+            present_when = { device = "/dev/cpld0", register = 1, bit = 0, value = 0 }
+            )" << more;
+    }
+
+    // Runs a shell command with V for the launcher and D for the directory.
+    Output shell(const std::string &command) const {
+        const fs::path err = dir / "stderr";
+        const std::string line = "PATH=$PATH:/usr/sbin; V=" VCHASSIS "; D=" + dir.string() +
+                                 "; { " + command + "; } 2>" + err.string();
+        FILE *pipe = popen(line.c_str(), "r");
+        Output output;
+        std::array<char, 4096> buffer;
+        for (std::size_t n; (n = fread(buffer.data(), 1, buffer.size(), pipe)) > 0;) {
+            output.out.append(buffer.data(), n);
+        }
+        output.status = WEXITSTATUS(pclose(pipe));
+        output.err = read_all(err);
+        return output;
+    }
+
+    fs::path dir;
+};
+
+}  // namespace
+
+TEST_F(Commands, ToolsOfI2cToolsRunUnmodified) {
+    struct Row {
+        const char *command, *out;
+    };
+    constexpr Row kRows[] = {
+        {"i2ctransfer -y 0 w1@0x57 0 r8", "0x01 0x7e 0x42 0x43 0x44 0x45 0x46 0x47\n"},
+        {"i2cget -y 0 0x57 0", "0x01\n"},
+        {"i2cget -y 0 0x57 2 w", "0x4342\n"},
+        {"i2cget -y 0 0x57 8 i 4", "0x48 0x49 0x4a 0x4b\n"},
+        {"i2cget -y 0 0x57 0 s", "0x7e\n"},
+        {"i2cget -y 0 0x48 0 w", "0x802a\n"},
+        {"i2cdump -y -r 0x08-0x0f 0 0x57 b | tail -1",
+         "00:                         48 49 4a 4b 4c 4d 4e 4f            HIJKLMNO\n"},
+        {"i2cdump -y 0 0x57 i | sed -n 2p",
+         "00: 01 7e 42 43 44 45 46 47 48 49 4a 4b 4c 4d 4e 4f    ?~BCDEFGHIJKLMNO\n"},
+        {"i2cdetect -y 0 | sed -n 6,7p",
+         "40: -- -- -- -- -- -- -- -- 48 -- -- -- -- -- -- -- \n"
+         "50: -- -- -- -- -- -- -- 57 -- -- -- -- -- -- -- -- \n"},
+    };
+    for (const Row &row : kRows) {
+        SCOPED_TRACE(row.command);
+        const Output output = shell("$V run $D -- " + std::string(row.command));
+        EXPECT_EQ(output.out.substr(0, std::string(row.out).size()), row.out) << output.err;
+    }
+    EXPECT_NE(shell("$V run $D -- i2cget -y 0 0x56 0").status, 0);
+    EXPECT_NE(shell("$V run $D -- i2cget -y 1 0x57 0").status, 0);
+}
+
+TEST_F(Commands, WhatOneCommandWritesTheNextOneSees) {
+    EXPECT_EQ(shell("$V run $D -- i2cset -y 0 0x57 0x10 0x12 0x34 i").status, 0);
+    EXPECT_EQ(shell("$V run $D -- i2cget -y 0 0x57 0x11").out, "0x34\n");
+    EXPECT_EQ(shell("$V run $D -- i2ctransfer -y 0 w3@0x57 0x0f 0xaa 0xbb").status, 0);
+    EXPECT_EQ(shell("$V peek $D /dev/i2c-0:0x57 8 9").out, "0x0008: bb 49 4a 4b 4c 4d 4e aa 12\n");
+    EXPECT_EQ(read_all(dir / "state/dev-i2c-0-0x57.bin").substr(15, 3), "\xaa\x12\x34");
+    EXPECT_EQ(shell("printf '\\007' | $V run $D -- dd of=/dev/cpld0 bs=1 seek=2 conv=notrunc")
+                  .err.find("failed"),
+              std::string::npos);
+    EXPECT_EQ(shell("$V run $D -- od -An -tx1 -N3 /dev/cpld0").out, " 00 fe 07\n");
+    EXPECT_EQ(shell("$V reset $D && $V peek $D /dev/cpld0 2").out, "0x0002: 00\n");
+    EXPECT_EQ(shell("$V peek $D /dev/i2c-0:0x57 0x0f 2").out, "0x000f: 4f ff\n");
+}
+
+TEST_F(Commands, TheStateIsMadeAnewWhenTheDescriptionOrAnImageChanges) {
+    const std::string poke = "$V poke $D /dev/cpld0 9 0x55; ";
+    const std::string peek = "$V peek $D /dev/cpld0 9";
+    EXPECT_EQ(shell(poke + peek).out, "0x0009: 55\n");
+    EXPECT_EQ(shell(peek).out, "0x0009: 55\n");
+    describe("# a comment");
+    EXPECT_EQ(shell(peek).out, "0x0009: 00\n");
+    EXPECT_EQ(shell(poke + peek).out, "0x0009: 55\n");
+    std::ofstream(dir / "board.bin") << "new";
+    EXPECT_EQ(shell(peek).out, "0x0009: 00\n");
+    EXPECT_EQ(shell("$V peek $D /dev/i2c-0:0x57 0 4").out, "0x0000: 6e 65 77 ff\n");
+}
+
+TEST_F(Commands, PokePassesReadOnlyBitsAndMovesHardware) {
+    EXPECT_EQ(shell("$V run $D -- i2cget -y 0 0x48 0").out, "0x2a\n");
+    EXPECT_EQ(shell("$V poke $D /dev/cpld0 presence 0xff; $V peek $D /dev/cpld0 presence").out,
+              "0x0001: ff\n");
+    EXPECT_NE(shell("$V run $D -- i2cget -y 0 0x48 0").status, 0);
+    const std::string page = shell("$V show $D").out;
+    for (const char *part : {"test: 3 devices", "/dev/i2c-0:0x48", "absent now, 11 bits",
+                             "42.5000 degrees C", "presence", "0xff"}) {
+        EXPECT_NE(page.find(part), std::string::npos) << part << " in\n" << page;
+    }
+}
+
+TEST_F(Commands, TheTraceGoesWhereItIsSent) {
+    const std::string transfer = "transfer /dev/i2c-0 {w 0x57 [00]} {r 0x57 [01 7e]} = 2\n";
+    const Output output = shell("$V run --trace $D -- i2ctransfer -y 0 w1@0x57 0 r2");
+    EXPECT_EQ(output.out, "0x01 0x7e\n");
+    EXPECT_NE(output.err.find(transfer), std::string::npos) << output.err;
+    EXPECT_EQ(output.err.substr(0, 9), "vchassis[");
+
+    const std::string file = (dir / "trace").string();
+    for (int round = 0; round < 2; ++round) {
+        const Output quiet =
+            shell("$V run --trace=" + file + " $D -- sh -c 'cat /etc/cfg/dfd/a.cfg; sleep 2'");
+        EXPECT_EQ(quiet.out, "from the chassis\n");
+        EXPECT_EQ(quiet.err, "");
+    }
+    const std::string trace = read_all(file);
+    for (const char *part : {"] open /etc/cfg/dfd/a.cfg O_RDONLY", "] close /etc/cfg/dfd/a.cfg = 0",
+                             "] sleep 2000000 us = 0"}) {
+        const std::size_t at = trace.find(part);
+        ASSERT_NE(at, std::string::npos) << part << " in\n" << trace;
+        EXPECT_EQ(trace.find(part, at + 1), std::string::npos) << "an old trace stays";
+    }
+}
+
+TEST_F(Commands, ExitStatusesTellWhoFailed) {
+    struct Row {
+        const char *command;
+        int status;
+        const char *err;
+    };
+    constexpr Row kRows[] = {
+        {"$V run $D -- sh -c 'exit 7'", 7, ""},
+        {"cd $D && $V run . -- true", 0, ""},
+        {"$V run $D -- no-such-program", 127, "cannot run no-such-program: No such file"},
+        {"$V run $D -- /etc/passwd", 126, "cannot run /etc/passwd: Permission denied"},
+        {"$V run $D/none -- true", 125, "is no directory"},
+        {"$V run $D/etc -- true", 125, "etc/chassis.toml: No such file or directory"},
+        {"$V run --trace=/no/where $D -- true", 125, "cannot write the trace file /no/where"},
+        {"VCHASSIS_DIR=$D/etc LD_PRELOAD=$(dirname $V)/libvchassis.so sleep 0", 125,
+         "vchassis: cannot read"},
+        {"$V run $D", 2, "no command"},
+        {"$V frobnicate", 2, ""},
+        {"$V --help >&2", 0, "peek"},
+        {"$V peek $D /dev/cpld1 0", 1, "did you mean /dev/cpld0?"},
+        {"$V peek $D /dev/cpld0 256", 1, "has 256 bytes, 0x00 to 0xff"},
+        {"$V peek $D /dev/cpld0 0xff 2", 1, "has 256 bytes"},
+        {"$V peek $D /dev/cpld0 presense", 1, "did you mean presence?"},
+        {"$V poke $D /dev/cpld0 0 1 256", 1, "'256' is no byte"},
+        {"$V --version >/dev/null", 0, ""},
+    };
+    for (const Row &row : kRows) {
+        SCOPED_TRACE(row.command);
+        const Output output = shell(row.command);
+        EXPECT_EQ(output.status, row.status) << output.err;
+        EXPECT_NE(output.err.find(row.err), std::string::npos) << output.err;
+    }
+}
+
+// Many processes at once: no byte and no second of one is lost to another.
+TEST_F(Commands, ProcessesShareTheStateWithoutLosingWrites) {
+    EXPECT_EQ(shell("for i in 0 1 2 3 4 5 6; do $V run $D -- sh -c "
+                    "\"sleep 1; printf '\\\\$((i+101))' | "
+                    "dd of=/dev/cpld0 bs=1 seek=$((i+32))\" & done; wait")
+                  .status,
+              0);
+    EXPECT_EQ(shell("$V peek $D /dev/cpld0 32 8").out, "0x0020: 41 42 43 44 45 46 47 00\n");
+    const std::string page = shell("$V show $D").out;
+    EXPECT_NE(page.find("virtual time 7."), std::string::npos) << page;
+}
+
+}  // namespace vchassis_test
