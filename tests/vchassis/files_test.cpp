@@ -2,6 +2,7 @@
 // Which paths lead into the chassis directory and which to the host.
 #include <gtest/gtest.h>
 #include <stdio.h>
+#include <sys/stat.h>
 
 #include <fstream>
 #include <string>
@@ -36,7 +37,8 @@ std::string read_descriptor(const char *path) {
 class HostFile {
   public:
     explicit HostFile(const char *path) : path_(path) { std::ofstream(path) << "host"; }
-    ~HostFile() { fs::remove(path_); }
+    // It has survived the test.
+    ~HostFile() { EXPECT_TRUE(fs::remove(path_)); }
 
   private:
     fs::path path_;
@@ -102,6 +104,29 @@ TEST(Files, EverythingElseIsTheHosts) {
     File("/dev/null", O_RDONLY);
     EXPECT_EQ(errno, ERANGE);
     EXPECT_TRUE(chassis.log().empty());
+}
+
+// What is looked at, deleted or renamed in an owned place is the chassis's, never the host's.
+TEST(Files, PathsWithoutADescriptorLeadThere) {
+    const char *marker = "/tmp/.factory_disabale_cli_tty";
+    const HostFile host(marker);
+    Chassis chassis;
+    chassis.describe("[[registers]]\npath = '/dev/cpld0'");
+    EXPECT_FALSE(fs::exists(marker));
+    EXPECT_EQ(error_of(unlink(marker)), ENOENT);
+    EXPECT_EQ(mkdir("/tmp/bspinfo", 0700), 0);
+    chassis.write_file("/tmp/bspinfo/old", "text");
+    EXPECT_EQ(fs::file_size("/tmp/bspinfo/old"), 4U);
+    EXPECT_EQ(rename("/tmp/bspinfo/old", marker), 0);
+    EXPECT_TRUE(fs::is_empty("/tmp/bspinfo"));
+    EXPECT_EQ(read_all(marker), "text");
+    EXPECT_EQ(remove(marker), 0);
+    EXPECT_EQ(remove("/tmp/bspinfo"), 0);
+    EXPECT_FALSE(fs::exists(chassis.dir() / "tmp/bspinfo"));
+    EXPECT_TRUE(fs::is_character_file("/dev/cpld0"));
+    EXPECT_EQ(error_of(unlink("/dev/cpld0")), EACCES);
+    EXPECT_FALSE(fs::exists("/dev/cpld1"));
+    EXPECT_TRUE(fs::is_character_file("/dev/null"));
 }
 
 TEST(Files, OwnedPlacesAreConfigurable) {

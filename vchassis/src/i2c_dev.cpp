@@ -292,8 +292,8 @@ Outcome i2c_read(const I2cPort &port, std::span<std::uint8_t> out, const Transac
 Outcome i2c_write(const I2cPort &port, std::span<const std::uint8_t> bytes,
                   const Transact &transact) {
     const std::size_t count = std::min(bytes.size(), kMaxLength);
-    std::vector<Message> messages{
-        {port.addr, flags_of(port, false), {bytes.begin(), bytes.begin() + count}}};
+    const auto sent = bytes.first(count);
+    std::vector<Message> messages{{port.addr, flags_of(port, false), {sent.begin(), sent.end()}}};
     return transact(messages, static_cast<std::int64_t>(count));
 }
 

@@ -34,6 +34,18 @@ void look_up_files() {
     look_up(g_real.faccessat, "faccessat");
 }
 
+void look_up_paths() {
+    look_up(g_real.fstatat, "fstatat");
+    look_up(g_real.fstatat64, "fstatat64");
+    look_up(g_real.statx, "statx");
+    look_up(g_real.getxattr, "getxattr");
+    look_up(g_real.lgetxattr, "lgetxattr");
+    look_up(g_real.opendir, "opendir");
+    look_up(g_real.unlinkat, "unlinkat");
+    look_up(g_real.mkdirat, "mkdirat");
+    look_up(g_real.renameat, "renameat");
+}
+
 void look_up_streams_and_sleeps() {
     look_up(g_real.fopen, "fopen64");
     look_up(g_real.fdopen, "fdopen");
@@ -50,6 +62,7 @@ void look_up_streams_and_sleeps() {
 const Real &real() {
     if (!g_ready.load(std::memory_order_acquire)) {
         look_up_files();
+        look_up_paths();
         look_up_streams_and_sleeps();
         g_ready.store(true, std::memory_order_release);
     }

@@ -2,8 +2,10 @@
 // The functions of libc behind the interposed ones.
 #pragma once
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <stdio.h>
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <time.h>
 #include <unistd.h>
@@ -28,6 +30,15 @@ struct Real {
     int (*fclose)(FILE *);
     int (*access)(const char *, int);
     int (*faccessat)(int, const char *, int, int);
+    int (*fstatat)(int, const char *, struct stat *, int);
+    int (*fstatat64)(int, const char *, struct stat64 *, int);
+    int (*statx)(int, const char *, int, unsigned, struct statx *);
+    ssize_t (*getxattr)(const char *, const char *, void *, size_t);
+    ssize_t (*lgetxattr)(const char *, const char *, void *, size_t);
+    DIR *(*opendir)(const char *);
+    int (*unlinkat)(int, const char *, int);
+    int (*mkdirat)(int, const char *, mode_t);
+    int (*renameat)(int, const char *, int, const char *);
     unsigned (*sleep)(unsigned);
     int (*usleep)(useconds_t);
     int (*nanosleep)(const struct timespec *, struct timespec *);

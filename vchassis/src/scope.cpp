@@ -143,7 +143,8 @@ Entry::Entry(int dirfd, const char *path) : Entry() {
     if (session_ == nullptr) {
         return;
     }
-    if (path != nullptr) {
+    // Without a path the *at() functions mean the descriptor itself.
+    if (path != nullptr && *path != '\0') {
         place_ = locate(session_->machine(), dirfd, path);
     }
     if (place_.kind == Place::Kind::host) {
