@@ -190,6 +190,8 @@ TEST_F(Commands, ExitStatusesTellWhoFailed) {
         {"$V run --trace=/no/where $D -- true", 125, "cannot write the trace file /no/where"},
         {"VCHASSIS_DIR=$D/etc LD_PRELOAD=$(dirname $V)/libvchassis.so sleep 0", 125,
          "vchassis: cannot read"},
+        // 124 is what timeout says of a program that still sleeps.
+        {"timeout 0.2 $V run --real-time $D -- sleep 1000", 124, ""},
         {"$V run $D", 2, "no command"},
         {"$V frobnicate", 2, ""},
         {"$V --help >&2", 0, "peek"},

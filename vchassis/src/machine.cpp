@@ -210,7 +210,7 @@ Bus &Machine::bus_numbered(int number) {
 
 void Machine::resolve(const Built &built) {
     for (Device *device : built) {
-        for (Condition *link : device->links()) {
+        for (Link *link : device->links()) {
             Device *target = find(link->device);
             if (target == nullptr) {
                 throw DescriptionError(

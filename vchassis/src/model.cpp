@@ -94,17 +94,24 @@ void Device::reset() {
     std::copy(initial_.begin(), initial_.end(), contents_.begin());
 }
 
-Condition::Condition(const Section &section)
+Link::Link(const Section &section)
     : device(section.text("device")),
       reg(static_cast<std::uint32_t>(section.integer("register", kAddress))),
+      where(section.where()) {}
+
+std::uint8_t Link::value() const {
+    return target->contents()[reg];
+}
+
+Condition::Condition(const Section &section)
+    : Link(section),
       bit(static_cast<unsigned>(section.integer("bit", kBit))),
-      value(section.integer_or("value", kBitValue, 1) == 1),
-      where(section.where()) {
+      wanted(section.integer_or("value", kBitValue, 1) == 1) {
     section.refuse_unknown();
 }
 
 bool Condition::holds() const {
-    return ((target->contents()[reg] >> bit & 1) == 1) == value;
+    return ((value() >> bit & 1) == 1) == wanted;
 }
 
 Slave::Slave(std::string path, const Section &section)
@@ -114,8 +121,8 @@ Slave::Slave(std::string path, const Section &section)
     }
 }
 
-std::vector<Condition *> Slave::links() {
-    return present_when_ ? std::vector<Condition *>{&*present_when_} : std::vector<Condition *>{};
+std::vector<Link *> Slave::links() {
+    return present_when_ ? std::vector<Link *>{&*present_when_} : std::vector<Link *>{};
 }
 
 void Slave::attach_scratch(std::span<std::uint8_t> bytes, Clock &clock) {

@@ -44,6 +44,31 @@ class Scratch {
     std::span<std::uint8_t> bytes_;
 };
 
+class Device;
+
+// A register of another device, which a model reads whenever it needs it; so what it shows follows,
+// whoever writes there. The machine finds the target once all devices are known.
+struct Link {
+    explicit Link(const Section &section);
+
+    std::uint8_t value() const;
+
+    std::string device;
+    std::uint32_t reg = 0;
+    const Device *target = nullptr;
+    std::string where;  // file:line:column, for messages
+};
+
+// "Bit b of register r of device d has value v."
+struct Condition : Link {
+    explicit Condition(const Section &section);
+
+    bool holds() const;
+
+    unsigned bit = 0;
+    bool wanted = true;
+};
+
 class Device {
   public:
     Device(std::string path, const Section &section);
@@ -61,8 +86,8 @@ class Device {
     virtual std::string summary() const { return {}; }
     // Readings and registers with a name.
     virtual std::vector<Named> named() const { return {}; }
-    // What this device depends on; the machine fills in the targets.
-    virtual std::vector<struct Condition *> links() { return {}; }
+    // What this device depends on.
+    virtual std::vector<Link *> links() { return {}; }
 
     const std::string &path() const { return path_; }
     const std::string &label() const { return label_; }
@@ -83,20 +108,6 @@ class Device {
     std::span<std::uint8_t> contents_;
 };
 
-// "Bit b of register r of device d has value v": how one device hangs on another.
-struct Condition {
-    explicit Condition(const Section &section);
-
-    bool holds() const;
-
-    std::string device;
-    std::uint32_t reg = 0;
-    unsigned bit = 0;
-    bool value = true;
-    const Device *target = nullptr;
-    std::string where;  // file:line:column, for messages
-};
-
 // A device on an I2C bus, byte by byte as the wires see it. `true` is an acknowledge.
 class Slave : public Device {
   public:
@@ -108,7 +119,7 @@ class Slave : public Device {
     virtual std::uint8_t read() = 0;
     virtual void stop() {}
 
-    std::vector<Condition *> links() override;
+    std::vector<Link *> links() override;
     bool present() const { return !present_when_ || present_when_->holds(); }
     // A kernel driver owns the address: I2C_SLAVE answers EBUSY.
     bool driver_bound() const { return driver_bound_; }

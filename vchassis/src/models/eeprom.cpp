@@ -37,8 +37,8 @@ Eeprom::Eeprom(std::string path, const Section &section) : Slave(std::move(path)
     initial_ = initial_bytes(section, static_cast<std::size_t>(size), kErased);
 }
 
-std::vector<Condition *> Eeprom::links() {
-    std::vector<Condition *> all = Slave::links();
+std::vector<Link *> Eeprom::links() {
+    std::vector<Link *> all = Slave::links();
     if (write_protect_) {
         all.push_back(&*write_protect_);
     }

@@ -20,7 +20,7 @@ class Eeprom : public Slave {
     void stop() override;
 
     std::string summary() const override;
-    std::vector<Condition *> links() override;
+    std::vector<Link *> links() override;
 
   private:
     std::uint32_t offset() const;
