@@ -6,32 +6,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "../text.h"
+#include "pmbus_words.h"
 
 namespace vchassis {
 
 namespace {
-
-struct CommandName {
-    std::uint8_t code;
-    const char *name;
-};
-constexpr CommandName kNames[] = {
-    {0x01, "operation"},          {0x03, "clear_faults"},       {0x10, "write_protect"},
-    {0x19, "capability"},         {0x20, "vout_mode"},          {0x21, "vout_command"},
-    {0x3a, "fan_config_1_2"},     {0x3b, "fan_command_1"},      {0x3c, "fan_command_2"},
-    {0x78, "status_byte"},        {0x79, "status_word"},        {0x7a, "status_vout"},
-    {0x7b, "status_iout"},        {0x7c, "status_input"},       {0x7d, "status_temperature"},
-    {0x7e, "status_cml"},         {0x81, "status_fans_1_2"},    {0x88, "read_vin"},
-    {0x89, "read_iin"},           {0x8b, "read_vout"},          {0x8c, "read_iout"},
-    {0x8d, "read_temperature_1"}, {0x8e, "read_temperature_2"}, {0x8f, "read_temperature_3"},
-    {0x90, "read_fan_speed_1"},   {0x91, "read_fan_speed_2"},   {0x96, "read_pout"},
-    {0x97, "read_pin"},           {0x98, "pmbus_revision"},     {0x99, "mfr_id"},
-    {0x9a, "mfr_model"},          {0x9b, "mfr_revision"},       {0x9d, "mfr_date"},
-    {0x9e, "mfr_serial"},
-};
 
 constexpr std::uint8_t kClearFaults = 0x03;
 constexpr std::uint8_t kVoutMode = 0x20;
@@ -43,83 +24,32 @@ constexpr std::size_t kWordBytes = 2;
 constexpr unsigned kByteBits = 8;
 constexpr std::uint8_t kIdleBus = 0xff;
 
-constexpr int kMantissaBits = 11;
-constexpr int kMantissaMin = -1024;
-constexpr int kMantissaMax = 1023;
-constexpr unsigned kMantissaMask = 0x7ff;
-constexpr int kExponentMin = -16;
-constexpr int kExponentMax = 15;
-constexpr unsigned kExponentMask = 0x1f;
+constexpr Range kExponents{-16, 15};
 constexpr std::int64_t kDefaultVoutExponent = -9;
 constexpr Range kByte{0, 0xff};
 constexpr Range kWord{0, 0xffff};
-
-std::string name_of(std::uint8_t code) {
-    const auto *row = std::find_if(std::begin(kNames), std::end(kNames),
-                                   [code](const CommandName &each) { return each.code == code; });
-    return row == std::end(kNames) ? "" : row->name;
-}
 
 // A command code or its name.
 std::uint8_t code_of(const Section &table, const Section::Entry &entry) {
     if (const auto number = parse_number(entry.key); number && *number < kCommands) {
         return static_cast<std::uint8_t>(*number);
     }
-    std::set<std::string> names;
-    for (const CommandName &each : kNames) {
-        if (entry.key == each.name) {
-            return each.code;
-        }
-        names.insert(each.name);
+    if (const auto code = pmbus_code(entry.key)) {
+        return *code;
     }
-    const std::string guess = nearest(entry.key, names);
+    const std::string guess = nearest(entry.key, pmbus_names());
     table.fail(entry.value->mark,
                fmt::format("'{}' is no PMBus command; {}", entry.key,
                            guess.empty() ? "give its code, 0x00 to 0xff"
                                          : fmt::format("did you mean '{}'?", guess)));
 }
 
-int sign_extend(unsigned value, unsigned bits) {
-    const unsigned sign = 1U << (bits - 1);
-    return static_cast<int>(value ^ sign) - static_cast<int>(sign);
-}
-
 }  // namespace
-
-// The smallest exponent that takes the number keeps most of its digits.
-std::optional<std::uint16_t> to_linear11(double value) {
-    if (value == 0) {
-        return std::uint16_t{0};
-    }
-    for (int exponent = kExponentMin; exponent <= kExponentMax; ++exponent) {
-        const double mantissa = std::round(std::ldexp(value, -exponent));
-        if (mantissa >= kMantissaMin && mantissa <= kMantissaMax) {
-            const unsigned low = static_cast<unsigned>(static_cast<int>(mantissa)) & kMantissaMask;
-            const unsigned high = static_cast<unsigned>(exponent) & kExponentMask;
-            return static_cast<std::uint16_t>(high << kMantissaBits | low);
-        }
-    }
-    return std::nullopt;
-}
-
-double from_linear11(std::uint16_t word) {
-    const int mantissa = sign_extend(word & kMantissaMask, kMantissaBits);
-    const int exponent = sign_extend(word >> kMantissaBits, 5);
-    return std::ldexp(mantissa, exponent);
-}
-
-std::optional<std::uint16_t> to_linear16(double value, int exponent) {
-    const double mantissa = std::round(std::ldexp(value, -exponent));
-    if (!(mantissa >= 0 && mantissa <= std::numeric_limits<std::uint16_t>::max())) {
-        return std::nullopt;
-    }
-    return static_cast<std::uint16_t>(mantissa);
-}
 
 Pmbus::Pmbus(std::string path, const Section &section)
     : Slave(std::move(path), section),
-      vout_exponent_(static_cast<int>(section.integer_or(
-          "vout_exponent", {kExponentMin, kExponentMax}, kDefaultVoutExponent))) {
+      vout_exponent_(
+          static_cast<int>(section.integer_or("vout_exponent", kExponents, kDefaultVoutExponent))) {
     initial_.resize(kCommands * kWordBytes);
     load(section, "byte", Format::byte);
     load(section, "word", Format::word);
@@ -131,7 +61,7 @@ Pmbus::Pmbus(std::string path, const Section &section)
     });
     if (scaled && !commands_.contains(kVoutMode)) {
         commands_[kVoutMode] = {Format::byte, {}};
-        put_word(kVoutMode, static_cast<unsigned>(vout_exponent_) & kExponentMask);
+        put_word(kVoutMode, vout_mode_byte(vout_exponent_));
     }
 }
 
@@ -278,8 +208,8 @@ std::string Pmbus::reading(std::uint8_t code, const Command &command) const {
 std::vector<Device::Named> Pmbus::named() const {
     std::vector<Named> out;
     for (const auto &[code, command] : commands_) {
-        out.push_back(
-            {static_cast<std::uint32_t>(code * kWordBytes), name_of(code), reading(code, command)});
+        out.push_back({static_cast<std::uint32_t>(code * kWordBytes), pmbus_name(code),
+                       reading(code, command)});
     }
     return out;
 }

@@ -9,11 +9,6 @@
 
 namespace vchassis {
 
-// A number as PMBus words; nothing when it does not fit.
-std::optional<std::uint16_t> to_linear11(double value);
-double from_linear11(std::uint16_t word);
-std::optional<std::uint16_t> to_linear16(double value, int exponent);
-
 class Pmbus : public Slave {
   public:
     Pmbus(std::string path, const Section &section);
