@@ -32,22 +32,30 @@ add_library(dfd_objects OBJECT
 )
 target_include_directories(dfd_objects PRIVATE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
 target_compile_options(dfd_objects PRIVATE -fno-exceptions -fno-rtti -fno-threadsafe-statics
-  -fno-asynchronous-unwind-tables $<$<BOOL:${DFD_SANITIZE}>:-fno-sanitize=vptr>)
-target_link_libraries(dfd_objects PRIVATE dfd_warnings dfd_sanitizers)
+  # Checked subscripts would call into the C++ library.
+  -U_GLIBCXX_ASSERTIONS -D_GLIBCXX_NO_ASSERTIONS)
+target_link_libraries(dfd_objects PRIVATE dfd_library_warnings dfd_sanitizers)
 set_target_properties(dfd_objects PROPERTIES
   CXX_VISIBILITY_PRESET hidden
   VISIBILITY_INLINES_HIDDEN ON)
 
-# Linked as C, so that anything of the C++ library that slips in is an undefined symbol.
+# Linked as C and with --as-needed: a symbol of the C++ library that slips in shows as a second
+# library needed, which a test looks for.
 add_library(dfd SHARED $<TARGET_OBJECTS:dfd_objects>)
 add_library(dfd::dfd ALIAS dfd)
 target_include_directories(dfd INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
   $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_link_options(dfd PRIVATE -static-libgcc -Wl,--as-needed
-  $<$<NOT:$<BOOL:${DFD_SANITIZE}>>:-Wl,--no-undefined>
   -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/libdfd.map)
 target_link_libraries(dfd PRIVATE dfd_sanitizers)
+if(DFD_SANITIZE)
+  # Checks of types at run time need what the library is built without.
+  target_compile_options(dfd_objects PRIVATE -fno-sanitize=vptr
+    $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>)
+else()
+  target_link_options(dfd PRIVATE -Wl,--no-undefined)
+endif()
 set_target_properties(dfd PROPERTIES
   LINKER_LANGUAGE C
   VERSION ${PROJECT_VERSION}

@@ -53,7 +53,7 @@ int btree_delete_node(btree_root *root, uint32_t key) {
     if (root == nullptr) {
         return DFD_ERR;
     }
-    // The entry is left to its finder: records and entries live as long as the process.
+    // The entry stays allocated: nothing that once was in the tree is ever freed.
     const btree_entry wanted = {key, nullptr};
     tdelete(&wanted, &root->tree, compare_node);
     return DFD_OK;

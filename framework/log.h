@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The one form of a diagnostic. Each module defines kLogFile, the published module name that the
-// File field carries, in its private header; field filters key on it.
+// File field carries (a module of several files in its private header); field filters key on it.
 #pragma once
 
 #include <dfd/framework.h>

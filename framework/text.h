@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: MIT
+// Texts, words of enumerations and decimal numbers; free of I/O and logging.
 #pragma once
 
+#include <cstdint>
+#include <cstdlib>
+#include <span>
 #include <string_view>
 
 namespace dfd {
 
-// In place of string_view::starts_with, whose bounds check needs the C++ library when not optimised.
+// In place of string_view::starts_with, whose bounds check needs the C++ library when not
+// optimised.
 constexpr bool starts_with(std::string_view text, std::string_view prefix) {
     if (text.size() < prefix.size()) {
         return false;
@@ -16,6 +21,27 @@ constexpr bool starts_with(std::string_view text, std::string_view prefix) {
         }
     }
     return true;
+}
+
+using Words = std::span<const char *const>;
+
+inline const char *word_of(Words words, int value) {
+    const auto index = static_cast<std::size_t>(value);
+    return index < words.size() ? words[index] : "unknown";
+}
+
+// Converted in 64 bits and cut, so that the result does not depend on the width of long.
+inline int number_in_base(const char *text, int base) {
+    return static_cast<int>(std::strtoll(text, nullptr, base));
+}
+
+inline bool is_empty(const char *text) {
+    return text == nullptr || *text == '\0';
+}
+
+// A text for a "%s" of a message.
+inline const char *shown(const char *text) {
+    return text != nullptr ? text : "(null)";
 }
 
 }  // namespace dfd

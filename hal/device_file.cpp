@@ -11,7 +11,7 @@ constexpr mode_t kFileMode = 0600;
 }  // namespace
 
 int sdd_device_read(const char *path, int offset, uint8_t *buf, int len) {
-    if (buf == nullptr || path == nullptr) {
+    if (buf == nullptr || path == nullptr || len < 0) {
         return DFD_ERR;
     }
     const int fd = open(path, O_RDWR, kFileMode);
@@ -27,7 +27,7 @@ int sdd_device_read(const char *path, int offset, uint8_t *buf, int len) {
 }
 
 int sdd_device_write(const char *path, int offset, const uint8_t *buf, int len) {
-    if (buf == nullptr || path == nullptr) {
+    if (buf == nullptr || path == nullptr || len < 0) {
         return DFD_ERR;
     }
     const int fd = open(path, O_RDWR, kFileMode);

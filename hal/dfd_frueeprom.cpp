@@ -2,6 +2,7 @@
 // IPMI FRU data: checks, the product info area, replacing its serial number and version.
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cstring>
 #include <span>
 
@@ -9,10 +10,14 @@
 
 #include "framework/log.h"
 #include "hal/e2prom/cursor.h"
+#include "hal/e2prom/fru_image.h"
 
 static constexpr char kLogFile[] = "hal/dfd_frueeprom.cpp";
 
 namespace {
+
+using dfd::fru::kAreaLengthAt;
+using dfd::fru::kBlockBytes;
 
 constexpr uint8_t kFormatVersion = 1;
 constexpr uint8_t kEndOfFields = 0xC1;  // type code 3 with length 1
@@ -22,9 +27,7 @@ constexpr uint8_t kTypeText = 0xC0;  // 8-bit ASCII + Latin 1
 constexpr int kMaxFieldLength = 63;
 constexpr int kLanguageAt = 2;
 constexpr int kFieldsAt = 3;
-constexpr int kBlockBytes = 8;
 constexpr int kMaxBlocks = 255;
-constexpr int kAreaLengthAt = 1;
 
 uint8_t sum_of(std::span<const uint8_t> bytes) {
     uint8_t sum = 0;
@@ -32,10 +35,6 @@ uint8_t sum_of(std::span<const uint8_t> bytes) {
         sum = static_cast<uint8_t>(sum + byte);
     }
     return sum;
-}
-
-int length_at(const uint8_t *area, int offset) {
-    return area[offset] & kLengthMask;
 }
 
 // ---- Parsing
@@ -110,47 +109,58 @@ void read_fields(std::span<const uint8_t> area, std::span<fru_field_t *const> fi
 
 // ---- Replacing a field
 
-// A replacement with every bound settled before a byte is changed.
-struct Replacement {
+// A field of the area in work: where its data lies, how long it is and will be.
+struct Field {
     int data_at;
     int old_len;
     int new_len;
-    int used;        // bytes of the area afterwards
-    uint8_t blocks;  // area length byte afterwards
 };
 
-// A grown area gets one block more than it needs when it fills its last one: readers of these
-// boards expect that size.
-bool plan(const uint8_t *area, int capacity, int area_len, int new_len, int field_offset,
-          int growth, Replacement *to_do) {
-    const int old_len = length_at(area, field_offset);
-    const int data_at = field_offset + 1;
-    int used = area_len + growth;
-    int blocks = area[kAreaLengthAt];
-    if (growth > 0) {
-        blocks = used / kBlockBytes + 1;
-        used = blocks * kBlockBytes;
-    }
-    if (new_len > kMaxFieldLength || growth != new_len - old_len || blocks > kMaxBlocks ||
-        used < 1 || used > capacity || data_at + std::max(old_len, new_len) > capacity) {
-        return false;
-    }
-    *to_do = {data_at, old_len, new_len, used, static_cast<uint8_t>(blocks)};
-    return true;
+// Whether growth is the difference of the lengths; a text that only zeroes the rest of its field
+// needs no growth.
+bool growth_fits(const Field &field, int growth) {
+    return growth == field.new_len - field.old_len ||
+           (growth == 0 && field.new_len <= field.old_len);
 }
 
-void replace(uint8_t *area, int capacity, const char *str, const Replacement &to_do) {
-    constexpr int kMaxTail = 256;  // bytes behind a growing field that move
-    uint8_t *const data = area + to_do.data_at;
-    // Behind a longer field, bytes that the move pushes beyond the capacity are lost.
-    int tail = capacity - to_do.data_at - std::max(to_do.old_len, to_do.new_len);
-    if (to_do.new_len > to_do.old_len) {
-        tail = std::min(tail, kMaxTail);
+// Bytes of the area after the replacement. A grown area gets one block more than it needs when it
+// fills its last one: readers of these boards expect that size.
+int used_after(int area_len, int growth) {
+    const int used = area_len + growth;
+    return growth > 0 ? (used / kBlockBytes + 1) * kBlockBytes : used;
+}
+
+// Every bound, before a byte is changed.
+bool can_replace(const Field &field, int capacity, int area_len, int growth) {
+    if (field.new_len > kMaxFieldLength || !growth_fits(field, growth) || area_len < 1 ||
+        area_len > capacity) {
+        return false;
     }
-    std::memmove(data + to_do.new_len, data + to_do.old_len, static_cast<std::size_t>(tail));
-    data[-1] = static_cast<uint8_t>((data[-1] & kTypeMask) | to_do.new_len);
-    std::memcpy(data, str, static_cast<std::size_t>(to_do.new_len));
-    area[kAreaLengthAt] = to_do.blocks;
+    const int used = used_after(area_len, growth);
+    return used >= 1 && used <= capacity && used <= kMaxBlocks * kBlockBytes &&
+           field.data_at + std::max(field.old_len, field.new_len) <= capacity;
+}
+
+void put_text(uint8_t *data, int size, const char *str, int length) {
+    std::memset(data, 0, static_cast<std::size_t>(size));
+    std::memcpy(data, str, static_cast<std::size_t>(length));
+}
+
+// Text and tail of a field that becomes longer; bytes pushed beyond the capacity are lost.
+void grow(uint8_t *area, int capacity, const Field &field, const char *str) {
+    constexpr int kMaxTail = 256;  // bytes behind the field that move
+    uint8_t *const data = area + field.data_at;
+    const int tail = std::min(capacity - field.data_at - field.new_len, kMaxTail);
+    std::memmove(data + field.new_len, data + field.old_len, static_cast<std::size_t>(tail));
+    put_text(data, field.new_len, str, field.new_len);
+}
+
+// Text and tail of a field that becomes shorter.
+void shrink(uint8_t *area, int capacity, const Field &field, const char *str) {
+    uint8_t *const data = area + field.data_at;
+    const int tail = capacity - field.data_at - field.old_len;
+    put_text(data, field.old_len, str, field.new_len);
+    std::memmove(data + field.new_len, data + field.old_len, static_cast<std::size_t>(tail));
 }
 
 // Replaces the field of one pair of the offsets table, where a text is given.
@@ -159,8 +169,8 @@ int replace_at(const char *func, uint8_t *area, int capacity, int *area_len, con
     if (text == nullptr) {
         return DFD_OK;
     }
-    const int growth = static_cast<int>(std::strlen(text)) - pair[1];
-    if (growth > 0 && static_cast<uint32_t>(capacity - *area_len) < static_cast<uint32_t>(growth)) {
+    const int growth = static_cast<int>(strnlen(text, kMaxFieldLength + 1)) - pair[1];
+    if (growth > capacity - *area_len) {
         // One wording for both fields.
         LOG_ERR_IN(func, "The serial number is too long to insert!\n");
         return DFD_ERR;
@@ -168,8 +178,31 @@ int replace_at(const char *func, uint8_t *area, int capacity, int *area_len, con
     return insert_fru_str(area, capacity, area_len, text, pair[0], growth);
 }
 
-int verify_product_info(const char *func, const uint8_t *area, int area_len) {
-    const int rv = verify_fru_data(area, area_len);
+// Version and checksum of `len` bytes, of which `readable` may be read: a mismatch message shows
+// the byte behind the checksum, as it always has.
+int verify(const char *func, const uint8_t *data, int len, int readable) {
+    if (data == nullptr || len < 1) {
+        return DFD_ERR;
+    }
+    if (data[0] != kFormatVersion) {
+        LOG_ERR_IN(func, "Invalid entry:[%d] in byte-0\n", data[0]);
+        return DFD_ERR;
+    }
+    LOG_VBOSE_IN(func, "SUCCESS: Validated [0x%X] in entry_1 of fru_data\n", data[0]);
+    const uint8_t checksum = calculate_crc(data, len - 1);
+    if (checksum == data[len - 1]) {
+        LOG_VBOSE_IN(func, "SUCCESS: Checksum matches:[0x%X]\n", checksum);
+        return DFD_OK;
+    }
+    LOG_ERR_IN(func, "Checksum mismatch. Calculated:[0x%X], Embedded:[0x%X]\n", checksum,
+               len < readable ? data[len] : 0);
+    return DFD_ERR;
+}
+
+constexpr char kVerifyName[] = "verify_fru_data";
+
+int verify_product_info(const char *func, const uint8_t *area, int area_len, int readable) {
+    const int rv = verify(kVerifyName, area, area_len, readable);
     if (rv != DFD_OK) {
         LOG_ERR_IN(func, "Failed to validate fru product info data\n");
     }
@@ -186,22 +219,7 @@ uint8_t calculate_crc(const uint8_t *data, int len) {
 }
 
 int verify_fru_data(const uint8_t *data, int len) {
-    if (data == nullptr || len < 1) {
-        return DFD_ERR;
-    }
-    if (data[0] != kFormatVersion) {
-        LOG_ERR("Invalid entry:[%d] in byte-0\n", data[0]);
-        return DFD_ERR;
-    }
-    LOG_VBOSE("SUCCESS: Validated [0x%X] in entry_1 of fru_data\n", data[0]);
-    const uint8_t checksum = calculate_crc(data, len - 1);
-    if (checksum == data[len - 1]) {
-        LOG_VBOSE("SUCCESS: Checksum matches:[0x%X]\n", checksum);
-        return DFD_OK;
-    }
-    // The second value is the byte behind the checksum: that is what this message has always shown.
-    LOG_ERR("Checksum mismatch. Calculated:[0x%X], Embedded:[0x%X]\n", checksum, data[len]);
-    return DFD_ERR;
+    return verify(__func__, data, len, INT_MAX);
 }
 
 int ipmi_validate_common_hdr(const uint8_t *buf, int size) {
@@ -209,11 +227,7 @@ int ipmi_validate_common_hdr(const uint8_t *buf, int size) {
         LOG_ERR("Incomplete fru data file. Size:[%zd]\n", static_cast<ssize_t>(size));
         return DFD_ERR;
     }
-    // One byte more than the header, which a mismatch message prints.
-    std::array<uint8_t, DFD_FRU_HEADER_SIZE + 1> header{};
-    const int known = std::min(size, static_cast<int>(header.size()));
-    std::copy(buf, buf + known, header.begin());
-    const int rv = verify_fru_data(header.data(), DFD_FRU_HEADER_SIZE);
+    const int rv = verify(kVerifyName, buf, DFD_FRU_HEADER_SIZE, size);
     if (rv != DFD_OK) {
         LOG_ERR("Failed to validate common header\n");
     }
@@ -226,7 +240,7 @@ int ipmi_fru_product_info_area(const uint8_t *area, int area_len, fru_product_in
         LOG_ERR("Invalid Parameter.\n");
         return DFD_ERR;
     }
-    if (const int rv = verify_product_info(__func__, area, area_len); rv != DFD_OK) {
+    if (const int rv = verify_product_info(__func__, area, area_len, area_len); rv != DFD_OK) {
         return rv;
     }
     // In the order of the fields in the area.
@@ -247,42 +261,55 @@ int insert_fru_str(uint8_t *area, int capacity, int *area_len, const char *str, 
         field_offset >= capacity || capacity <= kAreaLengthAt) {
         return DFD_ERR;
     }
-    if ((area[field_offset] & kTypeMask) != kTypeText) {
+    uint8_t &type_length = area[field_offset];
+    if ((type_length & kTypeMask) != kTypeText) {
         LOG_ERR("FRU str type error.\n");
         return DFD_ERR;
     }
-    const auto new_len = static_cast<int>(strnlen(str, kMaxFieldLength + 1));
-    Replacement to_do{};
-    if (!plan(area, capacity, *area_len, new_len, field_offset, growth, &to_do)) {
+    const Field field = {field_offset + 1, type_length & kLengthMask,
+                         static_cast<int>(strnlen(str, kMaxFieldLength + 1))};
+    if (!can_replace(field, capacity, *area_len, growth)) {
+        LOG_ERR("The serial number is too long to insert!\n");
         return DFD_ERR;
     }
-    replace(area, capacity, str, to_do);
-    *area_len = to_do.used;
-    area[to_do.used - 1] = calculate_crc(area, to_do.used - 1);
+    *area_len = used_after(*area_len, growth);
+    if (growth > 0) {
+        grow(area, capacity, field, str);
+        area[kAreaLengthAt] = static_cast<uint8_t>(*area_len / kBlockBytes);
+    } else if (growth < 0) {
+        // The area length byte keeps naming the old size.
+        shrink(area, capacity, field, str);
+    } else {
+        put_text(area + field.data_at, field.old_len, str, field.new_len);
+    }
+    if (growth != 0) {
+        type_length = static_cast<uint8_t>(kTypeText | field.new_len);
+    }
+    area[*area_len - 1] = calculate_crc(area, *area_len - 1);
     return DFD_OK;
 }
 
-int ipmi_fru_sn_hw_updata(uint8_t *area, int capacity, int *area_len, const char *sn,
-                          const char *hw, const uint8_t *offsets) {
-    if (area == nullptr || area_len == nullptr || *area_len <= 0 || offsets == nullptr) {
+int ipmi_fru_sn_hw_updata(uint8_t *area, int capacity, int area_len, const char *sn, const char *hw,
+                          const uint8_t *offsets) {
+    if (area == nullptr || area_len <= 0 || area_len > capacity || offsets == nullptr) {
         LOG_ERR("Invalid Parameter.\n");
         return DFD_ERR;
     }
     if (sn == nullptr && hw == nullptr) {
         return DFD_OK;
     }
-    if (const int rv = verify_product_info(__func__, area, *area_len); rv != DFD_OK) {
+    if (const int rv = verify_product_info(__func__, area, area_len, capacity); rv != DFD_OK) {
         return rv;
     }
     // The version lies before the serial number, so its place holds after the first replacement.
-    if (const int rv = replace_at(__func__, area, capacity, area_len, sn, offsets + FRU_OFFSET_SN);
+    if (const int rv = replace_at(__func__, area, capacity, &area_len, sn, offsets + FRU_OFFSET_SN);
         rv != DFD_OK) {
         return rv;
     }
     if (const int rv =
-            replace_at(__func__, area, capacity, area_len, hw, offsets + FRU_OFFSET_VERSION);
+            replace_at(__func__, area, capacity, &area_len, hw, offsets + FRU_OFFSET_VERSION);
         rv != DFD_OK) {
         return rv;
     }
-    return verify_product_info(__func__, area, *area_len);
+    return verify_product_info(__func__, area, area_len, capacity);
 }

@@ -22,25 +22,24 @@ constexpr uint32_t kMaxReadBytes = UINT16_MAX;
 struct OffsetBytes {
     uint8_t bytes[2];
     uint16_t count;
-    uint16_t flags;
 };
 
 OffsetBytes offset_bytes(uint16_t offset, int wide_offset) {
     const auto low = static_cast<uint8_t>(offset);
     if (wide_offset == 0) {
-        return {{low, 0}, 1, 0};
+        return {{low, 0}, 1};
     }
-    return {{static_cast<uint8_t>(offset >> 8), low}, 2, I2C_M_TEN};
+    return {{static_cast<uint8_t>(offset >> 8), low}, 2};
 }
 
 // Offset, then data, as one request.
-int transfer(const char *path, uint16_t addr, OffsetBytes &offset, uint16_t data_flags,
-             uint8_t *data, uint32_t len) {
+int transfer(const char *path, uint16_t addr, OffsetBytes offset, uint16_t offset_flags,
+             uint16_t data_flags, uint8_t *data, uint32_t len) {
     const int fd = open(path, O_RDWR | O_SYNC);
     if (fd < 0) {
         return fd;
     }
-    i2c_msg messages[] = {{addr, offset.flags, offset.count, offset.bytes},
+    i2c_msg messages[] = {{addr, offset_flags, offset.count, offset.bytes},
                           {addr, data_flags, static_cast<uint16_t>(len), data}};
     i2c_rdwr_ioctl_data request = {messages, sizeof messages / sizeof messages[0]};
     const int rv = ioctl(fd, I2C_RDWR, &request);
@@ -68,8 +67,10 @@ int sdd_read_i2c_one_time(const char *path, uint16_t addr, uint16_t offset, uint
     if (path == nullptr || buf == nullptr || len > kMaxReadBytes) {
         return DFD_ERR;
     }
-    OffsetBytes sent = offset_bytes(offset, wide_offset);
-    return transfer(path, addr, sent, I2C_M_RD, buf, len);
+    // Drivers that know wide offsets take this flag of a read for their sign.
+    const uint16_t offset_flags = wide_offset != 0 ? I2C_M_TEN : 0;
+    return transfer(path, addr, offset_bytes(offset, wide_offset), offset_flags, I2C_M_RD, buf,
+                    len);
 }
 
 int sdd_write_i2c_one_time(const char *path, uint16_t addr, uint16_t offset, const uint8_t *data,
@@ -82,8 +83,7 @@ int sdd_write_i2c_one_time(const char *path, uint16_t addr, uint16_t offset, con
     }
     uint8_t copy[kMaxWriteBytes];
     std::memcpy(copy, data, len);
-    OffsetBytes sent = offset_bytes(offset, wide_offset);
-    return transfer(path, addr, sent, I2C_M_NOSTART, copy, len);
+    return transfer(path, addr, offset_bytes(offset, wide_offset), 0, I2C_M_NOSTART, copy, len);
 }
 
 int sdd_read_i2c(const char *path, uint16_t addr, uint16_t offset, uint8_t *buf, uint32_t len) {

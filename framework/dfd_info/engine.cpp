@@ -2,16 +2,17 @@
 // Executes info_ctrl items: a key becomes an integer or a buffer, or an integer is written.
 #include <algorithm>
 #include <array>
-#include <cstdlib>
+#include <climits>
 #include <cstring>
 #include <span>
 
 #include "framework/dfd_info/bits.h"
 #include "framework/dfd_info/module.h"
+#include "framework/dfd_lib_cfg/key_table.h"
+#include "framework/text.h"
 
 namespace {
 
-constexpr uint32_t kFirstInfoCtrl = DFD_KEY_END_I2C_DEV + 1;
 constexpr uint32_t kMaxBitOffset = 7;
 constexpr uint32_t kMaxNumberBytes = 31;
 constexpr uint32_t kMaxBufferBytes = 255;
@@ -21,18 +22,14 @@ using NumberBytes = std::array<uint8_t, kMaxNumberBytes + 1>;
 using BufferBytes = std::array<uint8_t, kMaxBufferBytes + 1>;
 
 bool is_info_ctrl_key(uint32_t key) {
-    const uint32_t type = DFD_KEY_TYPE(key);
-    return type >= kFirstInfoCtrl && type < DFD_KEY_END_INFO_CTRL;
+    return dfd::kind_of_key(key) == dfd::Kind::info_ctrl;
 }
 
 const info_ctrl_t *find_info_ctrl(uint32_t key) {
     return static_cast<const info_ctrl_t *>(dfd_lib_cfg_get_item(key));
 }
 
-const char *word_of(std::span<const char *const> words, int value) {
-    const auto index = static_cast<std::size_t>(value);
-    return index < words.size() ? words[index] : "unknown";
-}
+using dfd::word_of;
 
 const char *src_of(const info_ctrl_t &ctrl) {
     return word_of(info_src_str, ctrl.src);
@@ -136,7 +133,7 @@ int interpret(const Access &access, NumberBytes &bytes, int len, int count,
             return field_value(access, bytes[0], proc, value);
         case INFO_FRMT_NUM_STR:
             bytes[static_cast<std::size_t>(count)] = '\0';
-            *value = std::atoi(reinterpret_cast<const char *>(bytes.data()));
+            *value = dfd::number_in_base(reinterpret_cast<const char *>(bytes.data()), 10);
             return DFD_OK;
         case INFO_FRMT_NUM_BUF:
             return processed_value(access, bytes.data(), len, proc, value);
@@ -208,7 +205,7 @@ int deliver(const Access &access, std::span<const uint8_t> raw, void *buf, uint3
         std::memcpy(buf, raw.data(), raw.size());
         return static_cast<int>(raw.size());
     }
-    int len = static_cast<int>(buf_len);
+    int len = static_cast<int>(std::min(buf_len, uint32_t{INT_MAX}));
     const int rv = proc(raw.data(), static_cast<int>(raw.size()), buf, &len);
     if (rv < 0) {
         LOG_ERR_IN(access.func, "info ctrl[key=0x%08x] buf process fail, rv=%d\r\n", access.key,
@@ -243,11 +240,15 @@ struct RegisterWrite {
 
 int prepare_write(const Access &access, uint32_t value, RegisterWrite *write) {
     const info_ctrl_t &ctrl = access.ctrl;
+    int rv = DFD_OK;
     switch (ctrl.frmt) {
         case INFO_FRMT_BIT:
-            *write = {dfd::place_field(value, ctrl.bit_offset & kMaxBitOffset, is_negative(ctrl)),
-                      dfd::field_mask(ctrl.bit_offset & kMaxBitOffset, ctrl.len)};
-            return check_bit_offset(access);
+            rv = check_bit_offset(access);
+            if (rv == DFD_OK) {
+                *write = {dfd::place_field(value, ctrl.bit_offset, is_negative(ctrl)),
+                          dfd::field_mask(ctrl.bit_offset, ctrl.len)};
+            }
+            return rv;
         case INFO_FRMT_BYTE:
         case INFO_FRMT_NUM_BYTES:
         case INFO_FRMT_NUM_BUF:

@@ -3,10 +3,9 @@
 #include <array>
 
 #include "framework/dfd_info/module.h"
+#include "framework/dfd_lib_cfg/key_table.h"
 
 namespace {
-
-constexpr uint32_t kFirstLedInfo = DFD_KEY_END_IRQ_INFO + 1;
 
 // In the order of enum led_state.
 constexpr std::array<uint32_t led_info_t::*, 7> kStates = {
@@ -14,8 +13,7 @@ constexpr std::array<uint32_t led_info_t::*, 7> kStates = {
     &led_info_t::spark, &led_info_t::fspark_open, &led_info_t::fspark_close};
 
 bool is_led_info_key(uint32_t key) {
-    const uint32_t type = DFD_KEY_TYPE(key);
-    return type >= kFirstLedInfo && type < DFD_KEY_END_LED_INFO;
+    return dfd::kind_of_key(key) == dfd::Kind::led_info;
 }
 
 const led_info_t *find_led_info(const char *func, uint32_t key) {

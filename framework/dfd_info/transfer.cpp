@@ -25,7 +25,7 @@ int sdd_write_info_localbus(const char *path, uint32_t reg, int len, const uint8
     uint8_t byte = *value;
     if (mask != dfd::kWholeByte) {
         uint8_t old_byte = 0;
-        if (sdd_read_info_localbus(path, reg, 1, &old_byte) < 0) {
+        if (sdd_device_read(path, static_cast<int>(reg), &old_byte, 1) < 0) {
             return DFD_ERR;
         }
         byte = dfd::merge_under_mask(old_byte, byte, mask);

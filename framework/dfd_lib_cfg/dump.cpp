@@ -8,10 +8,7 @@
 
 namespace {
 
-const char *word_of(dfd::Words words, int value) {
-    const auto index = static_cast<std::size_t>(value);
-    return index < words.size() ? words[index] : "unknown";
-}
+using dfd::word_of;
 
 void print_i2c_dev(const i2c_dev_t &device) {
     std::printf(".bus=0x%02x\r\n", device.bus);

@@ -2,6 +2,7 @@
 #include "framework/dfd_lib_cfg/items.h"
 
 #include <cstddef>
+#include <cstdlib>
 
 #include "framework/dfd_lib_cfg/lookup.h"
 #include "framework/dfd_lib_cfg/module.h"
@@ -21,6 +22,7 @@ struct MemberRow {
 };
 
 struct MemberKind {
+    const char *noun;  // what messages call the kind
     Words names;
     Words log_names;  // what messages call the members
     std::span<const MemberRow> rows;
@@ -60,18 +62,20 @@ constexpr MemberRow kIrqInfoRows[] = {MEMBER(irq_info_t, type, Field::irq_type, 
                                       NUMBER(irq_info_t, val0), NUMBER(irq_info_t, val1),
                                       NUMBER(irq_info_t, val2)};
 
-constexpr MemberKind kI2cDev = {dfd_i2c_dev_mem_str, dfd_i2c_dev_mem_str, kI2cDevRows,
+constexpr MemberKind kI2cDev = {"i2c_dev", dfd_i2c_dev_mem_str, dfd_i2c_dev_mem_str, kI2cDevRows,
                                 sizeof(i2c_dev_t)};
-constexpr MemberKind kInfoCtrl = {info_ctrl_mem_str, info_ctrl_mem_str, kInfoCtrlRows,
+// The other five all go by the name of the first: log filters rely on it.
+constexpr char kNoun[] = "info_ctrl";
+constexpr MemberKind kInfoCtrl = {kNoun, info_ctrl_mem_str, info_ctrl_mem_str, kInfoCtrlRows,
                                   sizeof(info_ctrl_t)};
-constexpr MemberKind kLedInfo = {led_info_mem_str, led_info_mem_str, kLedInfoRows,
+constexpr MemberKind kLedInfo = {kNoun, led_info_mem_str, led_info_mem_str, kLedInfoRows,
                                  sizeof(led_info_t)};
-constexpr MemberKind kTempInfo = {temp_info_mem_str, temp_info_mem_str, kTempInfoRows,
+constexpr MemberKind kTempInfo = {kNoun, temp_info_mem_str, temp_info_mem_str, kTempInfoRows,
                                   sizeof(temp_info_t)};
 // Log readers know the interrupt members by the info_ctrl names at the same positions.
-constexpr MemberKind kIrqCtrl = {irq_ctrl_mem_str, info_ctrl_mem_str, kIrqCtrlRows,
+constexpr MemberKind kIrqCtrl = {kNoun, irq_ctrl_mem_str, info_ctrl_mem_str, kIrqCtrlRows,
                                  sizeof(irq_ctrl_t)};
-constexpr MemberKind kIrqInfo = {irq_info_mem_str, info_ctrl_mem_str, kIrqInfoRows,
+constexpr MemberKind kIrqInfo = {kNoun, irq_info_mem_str, info_ctrl_mem_str, kIrqInfoRows,
                                  sizeof(irq_info_t)};
 
 // A member keeps at most size - 1 characters; longer values are cut, not refused.
@@ -112,30 +116,30 @@ int insert(uint32_t key, void *record) {
     return rv;
 }
 
-// The five kinds beside i2c_dev say "info_ctrl" in their messages: log filters rely on it.
+// `shown` is the value as messages print it.
 int add_member_item(const char *func, const MemberKind &kind, uint32_t key, int member,
-                    const char *value, int line) {
+                    const char *value, const char *shown, int line) {
     const auto index = static_cast<std::size_t>(member);
     const char *const name = kind.log_names[index];
     if (void *const found = btree_find_node(&g_item_root, key)) {
         set_member(found, kind.rows[index], value, line);
-        LOG_VBOSE_IN(func, "line%d: replace info_ctrl item[%s=%s], key=0x%08x\r\n", line, name,
-                     value, key);
+        LOG_VBOSE_IN(func, "line%d: replace %s item[%s=%s], key=0x%08x\r\n", line, kind.noun, name,
+                     shown, key);
         return DFD_OK;
     }
     void *const record = std::calloc(1, kind.record_size);
     if (record == nullptr) {
-        LOG_ERR_IN(func, "line%d: malloc info_ctrl fail\r\n", line);
+        LOG_ERR_IN(func, "line%d: malloc %s fail\r\n", line, kind.noun);
         return DFD_ERR;
     }
     set_member(record, kind.rows[index], value, line);
     if (const int rv = insert(key, record); rv != DFD_OK) {
-        LOG_ERR_IN(func, "line%d: add info_ctrl item[%s=%s] fail, key=0x%08x rv=%d\r\n", line, name,
-                   value, key, rv);
+        LOG_ERR_IN(func, "line%d: add %s item[%s=%s] fail, key=0x%08x rv=%d\r\n", line, kind.noun,
+                   name, shown, key, rv);
         return DFD_ERR;
     }
-    LOG_VBOSE_IN(func, "line%d: add info_ctrl item[%s=%s] success, key=0x%08x\r\n", line, name,
-                 value, key);
+    LOG_VBOSE_IN(func, "line%d: add %s item[%s=%s] success, key=0x%08x\r\n", line, kind.noun, name,
+                 shown, key);
     return DFD_OK;
 }
 
@@ -199,48 +203,30 @@ int dfd_lib_cfg_add_str_item(uint32_t key, const char *value, int line) {
 }
 
 int dfd_lib_cfg_add_i2c_dev_item(uint32_t key, int member, const char *value, int line) {
-    uint32_t number = 0;
-    dfd_lib_cfg_get_value_from_char(value, &number, line);
-    const auto index = static_cast<std::size_t>(member);
-    const char *const name = kI2cDev.names[index];
-    if (void *const found = btree_find_node(&g_item_root, key)) {
-        std::memcpy(static_cast<char *>(found) + kI2cDevRows[index].offset, &number, sizeof number);
-        LOG_VBOSE("line%d: replace i2c_dev item[%s=%d], key=0x%08x\r\n", line, name, number, key);
-        return DFD_OK;
-    }
-    void *const record = std::calloc(1, sizeof(i2c_dev_t));
-    if (record == nullptr) {
-        LOG_ERR("line%d: malloc i2c_dev fail\r\n", line);
-        return DFD_ERR;
-    }
-    std::memcpy(static_cast<char *>(record) + kI2cDevRows[index].offset, &number, sizeof number);
-    if (const int rv = insert(key, record); rv != DFD_OK) {
-        LOG_ERR("line%d: add i2c_dev item[%s=%d] fail, key=0x%08x rv=%d\r\n", line, name, number,
-                key, rv);
-        return DFD_ERR;
-    }
-    LOG_VBOSE("line%d: add i2c_dev item[%s=%d] success, key=0x%08x\r\n", line, name, number, key);
-    return DFD_OK;
+    char number[16];
+    std::snprintf(number, sizeof number, "%d",
+                  *value != '\0' ? static_cast<int>(dfd::number_from_text(value)) : -1);
+    return add_member_item(__func__, kI2cDev, key, member, value, number, line);
 }
 
 int dfd_lib_cfg_add_info_ctrl_item(uint32_t key, int member, const char *value, int line) {
-    return add_member_item(__func__, kInfoCtrl, key, member, value, line);
+    return add_member_item(__func__, kInfoCtrl, key, member, value, value, line);
 }
 
 int dfd_lib_cfg_add_led_info_item(uint32_t key, int member, const char *value, int line) {
-    return add_member_item(__func__, kLedInfo, key, member, value, line);
+    return add_member_item(__func__, kLedInfo, key, member, value, value, line);
 }
 
 int dfd_lib_cfg_add_temp_info_item(uint32_t key, int member, const char *value, int line) {
-    return add_member_item(__func__, kTempInfo, key, member, value, line);
+    return add_member_item(__func__, kTempInfo, key, member, value, value, line);
 }
 
 int dfd_lib_cfg_add_irq_ctrl_item(uint32_t key, int member, const char *value, int line) {
-    return add_member_item(__func__, kIrqCtrl, key, member, value, line);
+    return add_member_item(__func__, kIrqCtrl, key, member, value, value, line);
 }
 
 int dfd_lib_cfg_add_irq_info_item(uint32_t key, int member, const char *value, int line) {
-    return add_member_item(__func__, kIrqInfo, key, member, value, line);
+    return add_member_item(__func__, kIrqInfo, key, member, value, value, line);
 }
 
 int dfd_lib_cfg_get_i2c_dev_member(const char *text, int *member, int line) {

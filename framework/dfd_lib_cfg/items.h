@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Storing one value of one configuration line. All return 0, or -1 when memory runs out or the
-// store refuses.
+// Storing one value of one configuration line. All return 0, or -1 when memory runs out, the store
+// refuses, or a string is too long.
 #pragma once
 
 #include <cstdint>

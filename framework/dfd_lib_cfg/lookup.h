@@ -4,16 +4,12 @@
 
 #include <dfd/records.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <span>
 #include <string_view>
 
 #include "framework/text.h"
 
 namespace dfd {
-
-using Words = std::span<const char *const>;
 
 inline constexpr int kNoWord = -1;
 
@@ -37,11 +33,10 @@ inline uint32_t find_irq_type(std::string_view text) {
     return IRQ_TYPE_UNKNOWN;
 }
 
-// Converted in 64 bits and cut, so that the result does not depend on the width of long.
 inline uint32_t number_from_text(const char *text) {
     const bool is_hex =
         std::strlen(text) > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
-    return static_cast<uint32_t>(std::strtoll(text, nullptr, is_hex ? 16 : 10));
+    return static_cast<uint32_t>(number_in_base(text, is_hex ? 16 : 10));
 }
 
 }  // namespace dfd

@@ -177,7 +177,8 @@ int store_member(const dfd::KeyRow &row, const MemberKindRow &kind, const char *
     const uint32_t key = DFD_MAKE_KEY(row.type, indexes.first, indexes.second);
     const int rv = kind.add(key, member, value, line);
     if (rv == DFD_OK && kind.kind == Kind::irq_info && member == kIrqInfoType) {
-        dfd_irq_set_type_distrib(dfd::find_irq_type(value), static_cast<int>(indexes.first),
+        const auto *const info = static_cast<const irq_info_t *>(dfd_lib_cfg_get_item(key));
+        dfd_irq_set_type_distrib(info->type, static_cast<int>(indexes.first),
                                  static_cast<int>(indexes.second));
     }
     return rv;

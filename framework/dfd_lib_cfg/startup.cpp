@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Start-up. The one place of the framework that asks the layer above: for board and chassis type.
+// Start-up. The one place where configuration depends on the layer above: on board and chassis
+// type.
 #include <cerrno>
 #include <cstring>
 
@@ -17,18 +18,26 @@ constexpr int kPathSize = 128;
 // A listed name has at most 30 characters: its line end and the terminator fill the buffer.
 constexpr int kListLineSize = 32;
 
-// The files that a board's list names, up to the first that fails.
-void load_listed_files(dfd::LineReader &list) {
+// The files that the board's list names, up to the first that fails. -1 when there is no list.
+int load_listed_files(int board_type) {
+    char path[kPathSize];
+    std::snprintf(path, sizeof path, "%s0x%x", kListDirectory, static_cast<unsigned>(board_type));
+    dfd::LineReader list(path);
+    if (!list.is_open()) {
+        LOG_ERR_IN("dfd_lib_cfg_init", "open config file[%s] fail, error=%s\n", path,
+                   std::strerror(errno));
+        return DFD_ERR;
+    }
     char name[kListLineSize] = "";
     while (list.next(name, sizeof name)) {
         dfd_lib_cfg_trim(name);
-        char path[kPathSize];
         std::snprintf(path, sizeof path, "%s%s.cfg", kFileDirectory, name);
         LOG_VBOSE_IN("dfd_lib_cfg_init", "start parsing config file[%s]\r\n", path);
         if (dfd_lib_cfg_analyse_config_file(path) < 0) {
-            return;
+            break;
         }
     }
+    return DFD_OK;
 }
 
 }  // namespace
@@ -66,14 +75,9 @@ int dfd_lib_cfg_init(void) {
         LOG_ERR("get my dev type fail, rv=%d\r\n", board_type);
         return DFD_ERR;
     }
-    char path[kPathSize];
-    std::snprintf(path, sizeof path, "%s0x%x", kListDirectory, static_cast<unsigned>(board_type));
-    dfd::LineReader list(path);
-    if (!list.is_open()) {
-        LOG_ERR("open config file[%s] fail, error=%s\n", path, std::strerror(errno));
+    if (load_listed_files(board_type) != DFD_OK) {
         return DFD_ERR;
     }
-    load_listed_files(list);
     dfd_lib_cfg_chassic_init();
     return DFD_OK;
 }

@@ -6,15 +6,18 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "hal/board_bus.h"
 #include "hal/core/module.h"
 
 static_assert(sizeof(backplane_info_t) == DFD_BACKPLANE_INFO_SIZE);
 
 namespace {
 
+using dfd::BusPath;
+
 constexpr int kTransferBytes = 8;  // of one transfer of the record
 constexpr int kTransfers = 7;
-constexpr int kScratchSize = 256;
+constexpr int kSourceSize = 256;  // of the record that e2_setmac describes
 constexpr int kMacTextSize = 32;
 constexpr int kMacBytes = 6;
 constexpr int kSerials = 4;
@@ -30,11 +33,6 @@ bool is_backplane(uint32_t id) {
     return id >= dfd::kFirstBackplane && id <= dfd::kLastBackplane;
 }
 
-struct BusPath {
-    explicit BusPath(uint32_t bus) { std::snprintf(text, sizeof text, "/dev/i2c-%d", bus); }
-    char text[32];
-};
-
 const i2c_dev_t *find_e2prom(uint32_t id) {
     return dfd::get_item<i2c_dev_t>(DFD_MAKE_KEY(DFD_KEY_BP_E2PROM_DEV, id, 0));
 }
@@ -42,7 +40,7 @@ const i2c_dev_t *find_e2prom(uint32_t id) {
 // The whole record or nothing of it.
 void read_from_e2prom(const i2c_dev_t &e2prom, backplane_info_t *rec) {
     const BusPath path(e2prom.bus);
-    uint8_t scratch[kScratchSize] = {};
+    uint8_t scratch[kTransfers * kTransferBytes] = {};
     for (int i = 0; i < kTransfers; ++i) {
         const int offset = i * kTransferBytes;
         if (sdd_read_i2c(path.text, static_cast<uint16_t>(e2prom.addr),
@@ -139,9 +137,12 @@ int sdd_get_bp_sn(uint32_t id, char *buf, int len) {
 }
 
 int sdd_get_bp_scale_mac(int *value) {
+    if (value == nullptr) {
+        return DFD_ERR_ARG;
+    }
     const uint32_t key = DFD_MAKE_KEY(DFD_KEY_BACKPLANE_SCALE_MAC, 0, 0);
     const int *const configured = dfd::get_item<int>(key);
-    if (configured == nullptr || value == nullptr) {
+    if (configured == nullptr) {
         LOG_ERR("get backplane scale mac config fail, key=0x%08x\r\n", key);
         return DFD_ERR_NOT_SUPPORTED;
     }
@@ -174,8 +175,11 @@ int sdd_get_bp_mac(uint32_t id, uint8_t *mac) {
 }
 
 int sdd_get_bp_serial(uint32_t id, uint32_t which, uint8_t *out) {
-    if (which >= kSerials || out == nullptr) {
+    if (which >= kSerials) {
         return DFD_ERR_NOT_SUPPORTED;
+    }
+    if (out == nullptr) {
+        return DFD_ERR_ARG;
     }
     int value = 0;
     const uint32_t type = DFD_KEY_BACKPLANE_SERIAL0 + which;
@@ -215,7 +219,7 @@ int get_backplane_info_from_e2(uint32_t source, backplane_info_t *rec) {
     if (rec == nullptr) {
         return DFD_ERR_ARG;
     }
-    uint8_t bytes[kScratchSize] = {};
+    uint8_t bytes[kSourceSize] = {};
     const int rv = dfd_info_get_buf(key, bytes, sizeof bytes, nullptr);
     if (rv < 0) {
         LOG_ERR("%s %d %d\n", __func__, kLoggedNumber, rv);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What board this is, and what chassis it sits in.
 #include "framework/platform.h"
+#include "hal/board_bus.h"
 #include "hal/core/module.h"
 
 namespace {
@@ -9,8 +10,6 @@ constexpr char kProductIdFile[] = "/tmp/bspinfo/ProductID";
 constexpr int kProductIdMax = 9;
 constexpr int kProductIdBuffer = 32;
 
-constexpr char kBoardBus[] = "/dev/i2c-0";
-constexpr uint16_t kBoardE2promAddr = 0x57;
 constexpr uint32_t kBoardE2promBytes = 128;
 
 constexpr uint8_t kLayout1 = 1;
@@ -20,32 +19,47 @@ constexpr uint8_t kTlvFlag = 0x7E;
 int g_board_type;    // 0: not yet known
 int g_chassis_type;  // 0: not yet known
 
-// The parts of the board EEPROM that tell the board type.
+// Where the layouts keep what tells the board type.
+constexpr int kLayoutAt = 0;
+constexpr int kFlagAt = 1;
+constexpr int kRawTypeAt = 3;
+constexpr int kExtraTypeAt = 7;
+constexpr int kSubTypeAt = 64;
+
 struct BoardE2prom {
     uint8_t bytes[kBoardE2promBytes];
 
-    uint8_t layout() const { return bytes[0]; }
-    bool is_tlv() const { return bytes[1] == kTlvFlag; }
-    int raw_type() const { return bytes[3]; }
-    int extra_type() const { return bytes[7]; }
-    int sub_type() const { return bytes[64]; }
+    uint8_t layout() const { return bytes[kLayoutAt]; }
+    bool is_tlv() const { return bytes[kFlagAt] == kTlvFlag; }
+    int raw_type() const { return bytes[kRawTypeAt]; }
+    int extra_type() const { return bytes[kExtraTypeAt]; }
+    int sub_type() const { return bytes[kSubTypeAt]; }
 };
 
 int read_board_e2prom(BoardE2prom *image) {
-    return sdd_read_i2c(kBoardBus, kBoardE2promAddr, 0, image->bytes, kBoardE2promBytes);
+    return sdd_read_i2c(dfd::kBoardBus, dfd::kBoardE2promAddr, 0, image->bytes, kBoardE2promBytes);
 }
 
-// Two raw types have fixed meanings; the others count from a base that the sub type chooses.
+constexpr int kAnySub = -1;
+
+// Raw and sub type of boards whose type does not follow from the raw type. First match.
+struct FixedType {
+    int raw;
+    int sub;
+    int type;
+};
+constexpr FixedType kFixedTypes[] = {
+    {0x9C, 0x11, 14}, {0x9C, 1, 15}, {0x9C, kAnySub, 41}, {0x9E, kAnySub, 42}};
+
 int layout1_type(const BoardE2prom &image) {
-    const int raw = image.raw_type();
-    const int sub = image.sub_type();
-    if (raw == 0x9C) {
-        return sub == 0x11 ? 14 : sub == 1 ? 15 : 41;
+    constexpr int kSub1Base = 100;
+    constexpr int kBase = 80;
+    for (const FixedType &row : kFixedTypes) {
+        if (row.raw == image.raw_type() && (row.sub == image.sub_type() || row.sub == kAnySub)) {
+            return row.type;
+        }
     }
-    if (raw == 0x9E) {
-        return 42;
-    }
-    return sub == 1 ? raw - 100 : raw - 80;
+    return image.raw_type() - (image.sub_type() == 1 ? kSub1Base : kBase);
 }
 
 int layout2_type(const char *func, const BoardE2prom &image) {
@@ -69,8 +83,8 @@ int legacy_type(const char *func, const BoardE2prom &image) {
 int tlv_type(uint8_t layout) {
     int type = 0;
     int len = sizeof type;
-    const int rv =
-        sdd_get_e2prom_info_by_type(kBoardBus, E2PROM_INFO_DEV_TYPE, kBoardE2promAddr, &type, &len);
+    const int rv = sdd_get_e2prom_info_by_type(dfd::kBoardBus, E2PROM_INFO_DEV_TYPE,
+                                               dfd::kBoardE2promAddr, &type, &len);
     // Layout 2 does not report a failed query: the type stays 0 then. Boards start on that.
     return rv != DFD_OK && layout == kLayout1 ? rv : type;
 }

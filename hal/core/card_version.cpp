@@ -25,7 +25,7 @@ int dfd_cfg_card_hw_ver(const char *ver, int len) {
 
 int dfd_check_fwed_v100(void) {
     constexpr int kFwedTypes[] = {74, 75};
-    const int type = drv_get_my_dev_type();
+    const int type = sdd_get_my_card_type();
     const bool is_fwed = type == kFwedTypes[0] || type == kFwedTypes[1];
     return is_fwed && std::strncmp(g_card_hw_ver, "1.00", sizeof g_card_hw_ver) == 0 ? 1 : 0;
 }

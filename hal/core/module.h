@@ -14,6 +14,11 @@ namespace dfd {
 inline constexpr uint32_t kFirstBackplane = 1;
 inline constexpr uint32_t kLastBackplane = 2;
 
+// Sum of two configured or read numbers, which may be anything.
+constexpr int add_wrapping(int a, int b) {
+    return static_cast<int>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
+}
+
 // The record of a key as its kind, or null.
 template <typename Record>
 const Record *get_item(uint32_t key) {

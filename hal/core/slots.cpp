@@ -16,7 +16,7 @@ int own_number(uint32_t item_type, uint32_t base_type) {
         return rv;
     }
     const int *const base = dfd::get_item<int>(DFD_MAKE_KEY(base_type, 0, 0));
-    return base != nullptr ? number + *base : number;
+    return base != nullptr ? dfd::add_wrapping(number, *base) : number;
 }
 
 }  // namespace

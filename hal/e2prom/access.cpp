@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "framework/platform.h"
+#include "framework/text.h"
 #include "hal/e2prom/module.h"
 
 namespace {
@@ -15,7 +16,7 @@ constexpr unsigned kWritePause_us = 10000;
 // Both directions say "get": readers of the log search for this one text.
 void log_failure(const char *func, const char *dev, uint16_t addr, int offset, int rv) {
     LOG_ERR_IN(func, "Failed to get e2prom info: dev %s 0x%02x, offset: %d(ret %d)\r\n",
-               dev != nullptr ? dev : "(null)", addr, offset, rv);
+               dfd::shown(dev), addr, offset, rv);
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "framework/text.h"
+#include "hal/e2prom/fru_image.h"
 #include "hal/e2prom/heap_bytes.h"
 #include "hal/e2prom/module.h"
 
@@ -10,9 +12,9 @@ namespace {
 
 using dfd::HeapBytes;
 
-constexpr int kBlockBytes = 8;       // offsets and lengths count in these
-constexpr int kProductOffsetAt = 4;  // byte of the common header
-constexpr int kAreaLengthAt = 1;     // byte of an area
+using dfd::fru::kAreaLengthAt;
+using dfd::fru::kBlockBytes;
+using dfd::fru::kProductOffsetAt;
 
 // What the log calls an EEPROM.
 struct E2prom {
@@ -85,7 +87,7 @@ int get_field(const E2prom &e2prom, const uint8_t *hdr, uint32_t type, fru_field
 
 // An empty text leaves its field, like a null one.
 const char *given(const char *text) {
-    return text != nullptr && *text != '\0' ? text : nullptr;
+    return dfd::is_empty(text) ? nullptr : text;
 }
 
 }  // namespace
@@ -159,7 +161,7 @@ int dfd_set_fan_info_fru(const char *dev, uint16_t addr, const char *sn, const c
     // Of the length byte only 5 bits count here, all 8 in a look-up: both stay as boards know them.
     constexpr int kUpdateLengthMask = 0x1F;
     const int area_at = hdr[kProductOffsetAt] * kBlockBytes;
-    int area_len = (blocks & kUpdateLengthMask) * kBlockBytes;
+    const int area_len = (blocks & kUpdateLengthMask) * kBlockBytes;
     const int capacity = (dfd::kE2promSize - area_at) & 0xFF;
     HeapBytes area(static_cast<std::size_t>(capacity));
     if (const int rv = read_area(e2prom, area_at, area); rv != DFD_OK) {
@@ -171,7 +173,7 @@ int dfd_set_fan_info_fru(const char *dev, uint16_t addr, const char *sn, const c
         return rv;
     }
     // Changed or not, the area is written back: a text that does not fit is not reported.
-    ipmi_fru_sn_hw_updata(area.data(), capacity, &area_len, given(sn), given(hw), offsets);
+    ipmi_fru_sn_hw_updata(area.data(), capacity, area_len, given(sn), given(hw), offsets);
     return dfd_write_e2prom(dev, addr, area_at, area.data(), capacity) == DFD_OK ? DFD_OK : DFD_ERR;
 }
 

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "framework/text.h"
 #include "hal/e2prom/module.h"
 
 namespace {
@@ -16,9 +17,10 @@ constexpr int kFanMinorAt = 15;
 constexpr int kFanBytes = 16;
 
 constexpr int kPowerNameBytes = 12;
-constexpr int kPowerVersionBytes = 3;
+constexpr int kVersionDigits = 3;  // "xyz"
 
-constexpr int kVersionLength = 4;  // "x.yz"
+constexpr int kVersionLength = 4;   // "x.yz"
+constexpr int kFanVersionSize = 8;  // "Vff.ff" and the terminator fit
 constexpr int kBase16 = 16;
 
 using FanRecord = uint8_t[kFanBytes];
@@ -26,7 +28,7 @@ using FanRecord = uint8_t[kFanBytes];
 int read_fan_record(const char *func, const char *dev, uint16_t addr, FanRecord &record) {
     const int rv = dfd_read_e2prom(dev, addr, 0, record, kFanBytes);
     if (rv != DFD_OK) {
-        LOG_ERR_IN(func, "Read fan eeprom error(dev: %s, addr: %02x).\n", dev, addr);
+        LOG_ERR_IN(func, "Read fan eeprom error(dev: %s, addr: %02x).\n", dfd::shown(dev), addr);
     }
     return rv;
 }
@@ -35,12 +37,8 @@ int swap_nibbles(int byte) {
     return (byte & 0x0F) << 4 | (byte >> 4 & 0x0F);
 }
 
-bool is_empty(const char *text) {
-    return text == nullptr || *text == '\0';
-}
-
 // The digits of a version text "x.yz"; false, with the reason logged, for another form.
-bool version_digits(const char *func, const char *hw, char (&digits)[kPowerVersionBytes + 1]) {
+bool version_digits(const char *func, const char *hw, char (&digits)[kVersionDigits + 1]) {
     if (std::strlen(hw) != kVersionLength || hw[1] != '.') {
         LOG_ERR_IN(func, "HW format must x.yz, now is:%s", hw);
         return false;
@@ -53,7 +51,7 @@ bool version_digits(const char *func, const char *hw, char (&digits)[kPowerVersi
 }
 
 int put_fan_sn(const char *func, const char *sn, FanRecord &record) {
-    if (is_empty(sn)) {
+    if (dfd::is_empty(sn)) {
         LOG_VBOSE_IN(func, "Fan set sn:do nothing\n");
         return DFD_OK;
     }
@@ -67,11 +65,11 @@ int put_fan_sn(const char *func, const char *sn, FanRecord &record) {
 }
 
 int put_fan_version(const char *func, const char *hw, FanRecord &record) {
-    if (is_empty(hw)) {
+    if (dfd::is_empty(hw)) {
         LOG_VBOSE_IN(func, "Fan set hw:do nothing\n");
         return DFD_OK;
     }
-    char digits[kPowerVersionBytes + 1];
+    char digits[kVersionDigits + 1];
     if (!version_digits(func, hw, digits)) {
         return DFD_ERR;
     }
@@ -100,7 +98,7 @@ void deliver_fan_type(const FanRecord &record, void *buf, int *len) {
 }
 
 void deliver_fan_version(const FanRecord &record, void *buf, int *len) {
-    char text[kFanSnBytes];
+    char text[kFanVersionSize];
     const int minor = record[kFanMinorAt];
     *len =
         std::snprintf(text, sizeof text, "V%x.%x%x", record[kFanMajorAt], minor & 0x0F, minor >> 4);
@@ -112,8 +110,8 @@ int get_power_name(const char *func, const char *dev, uint16_t addr, int offset,
     uint8_t name[kPowerNameBytes] = {};
     const int rv = dfd_read_e2prom(dev, addr, offset, name, sizeof name);
     if (rv != DFD_OK) {
-        LOG_ERR_IN(func, "Read power eeprom name error(dev: %s, addr: %02x, offset:%02x).\n", dev,
-                   addr, offset);
+        LOG_ERR_IN(func, "Read power eeprom name error(dev: %s, addr: %02x, offset:%02x).\n",
+                   dfd::shown(dev), addr, offset);
         return rv;
     }
     std::memcpy(buf, name, sizeof name);
@@ -123,11 +121,11 @@ int get_power_name(const char *func, const char *dev, uint16_t addr, int offset,
 
 int get_power_version(const char *func, const char *dev, uint16_t addr, int offset, void *buf,
                       int *len) {
-    uint8_t digits[kPowerVersionBytes] = {};
+    uint8_t digits[kVersionDigits] = {};
     const int rv = dfd_read_e2prom(dev, addr, offset, digits, sizeof digits);
     if (rv != DFD_OK) {
-        LOG_ERR_IN(func, "Read power eeprom hw error(dev: %s, addr: %02x, offset:%02x).\n", dev,
-                   addr, offset);
+        LOG_ERR_IN(func, "Read power eeprom hw error(dev: %s, addr: %02x, offset:%02x).\n",
+                   dfd::shown(dev), addr, offset);
         return rv;
     }
     char text[kVersionLength + 1];
@@ -183,7 +181,7 @@ int sdd_get_e2prom_legacy_power_info_by_type(const char *dev, uint32_t type, uin
 
 int dfd_set_fan_info_legacy(const char *dev, uint16_t addr, const uint32_t *type, const char *sn,
                             const char *hw) {
-    if (is_empty(sn) && is_empty(hw)) {
+    if (dfd::is_empty(sn) && dfd::is_empty(hw)) {
         LOG_VBOSE("Set fan do nothing, both sn and hw are empty!\n");
         return DFD_OK;
     }
@@ -202,16 +200,17 @@ int dfd_set_fan_info_legacy(const char *dev, uint16_t addr, const uint32_t *type
 }
 
 int dfd_set_power_info_legacy(const char *dev, uint16_t addr, int offset, const char *hw) {
-    if (is_empty(hw)) {
+    if (dfd::is_empty(hw)) {
         LOG_VBOSE("Set power do nothing, hw are empty!\n");
         return DFD_OK;
     }
-    uint8_t stored[kPowerVersionBytes] = {};
+    uint8_t stored[kVersionDigits] = {};
     if (const int rv = dfd_read_e2prom(dev, addr, offset, stored, sizeof stored); rv != DFD_OK) {
-        LOG_ERR("Read power eeprom error(dev: %s, addr: %02x, offset: %02x).\n", dev, addr, offset);
+        LOG_ERR("Read power eeprom error(dev: %s, addr: %02x, offset: %02x).\n", dfd::shown(dev),
+                addr, offset);
         return rv;
     }
-    char digits[kPowerVersionBytes + 1];
+    char digits[kVersionDigits + 1];
     if (!version_digits(__func__, hw, digits)) {
         return DFD_ERR;
     }

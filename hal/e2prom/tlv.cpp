@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // TLV images: header, checksum, look-up of an entry, rewriting of two of them.
+#include "framework/text.h"
 #include "hal/e2prom/heap_bytes.h"
 #include "hal/e2prom/tlv_image.h"
 
@@ -9,12 +10,6 @@ using dfd::ByteCursor;
 using dfd::HeapBytes;
 using dfd::tlv::Entry;
 using dfd::tlv::Header;
-
-// Of the 245 bytes and more that only a version 2 header can claim, what the EEPROM can hold.
-int readable_length(const Header &header) {
-    const int room = dfd::kE2promSize - header.size();
-    return header.length() < room ? header.length() : room;
-}
 
 int read_data_area(const char *func, const char *dev, uint16_t addr, const Header &header,
                    std::span<uint8_t> data) {
@@ -99,10 +94,10 @@ int dfd_check_e2prom_info(const char *dev, uint16_t addr, const uint8_t *hdr) {
     }
     uint8_t image[dfd::kE2promSize] = {};
     if (dfd_read_e2prom(dev, addr, 0, image, sizeof image) != DFD_OK) {
-        LOG_ERR("Read eeprom error(dev name:%s, addr: 0x%02x).\n", dev, addr);
+        LOG_ERR("Read eeprom error(dev name:%s, addr: 0x%02x).\n", dfd::shown(dev), addr);
         return 0;
     }
-    const auto end = static_cast<std::size_t>(header.size() + length);
+    const auto end = static_cast<std::size_t>(header.size()) + static_cast<std::size_t>(length);
     const uint32_t stored = dfd::big_endian(std::span(image).subspan(end, 2));
     const uint32_t computed = dfd::tlv::sum_of(std::span(image).first(end));
     // The byte called low is the high-order one: the label is part of the text that tools know.
@@ -146,7 +141,9 @@ int dfd_get_tlv_data(const char *dev, uint16_t addr, uint32_t type, const uint8_
         LOG_ERR("No TVL data.\n");
         return DFD_ERR_PARAM;
     }
-    HeapBytes data(static_cast<std::size_t>(readable_length(header)));
+    // A version 2 header may claim anything: the buffer is as long as the claim, and the bus
+    // refuses what it cannot carry.
+    HeapBytes data(static_cast<std::size_t>(header.length()));
     if (!data) {
         LOG_ERR("Allocate buffer(len:%d) error!\n", header.length());
         return DFD_ERR_NO_MEMORY;

@@ -12,22 +12,23 @@ DFD_BEGIN_DECLS
 
 /*
  * Reads len bytes at offset of a device or plain file, which is opened read-write and closed
- * again. Returns the number of bytes read (0 at the end of the file); -1 when path or buf is null
- * or the file cannot be opened; the negative result of the failing lseek or read.
+ * again. Returns the number of bytes read (0 at the end of the file); -1 when path or buf is null,
+ * len negative, or the file cannot be opened; the negative result of the failing lseek or read.
  */
 DFD_API int sdd_device_read(const char *path, int offset, uint8_t *buf, int len);
 
 /*
- * Writes len bytes at offset of a device or plain file. Returns 0; -1 when path or buf is null;
- * the negative result of the failing lseek or write. A file that cannot be opened is no error: 0,
- * and nothing is written.
+ * Writes len bytes at offset of a device or plain file. Returns 0; -1 when path or buf is null
+ * or len negative; the negative result of the failing lseek or write. A file that cannot be opened
+ * is no error: 0, and nothing is written.
  */
 DFD_API int sdd_device_write(const char *path, int offset, const uint8_t *buf, int len);
 
 /*
  * One register of a CPLD. Address: bits 31 to 24 the CPLD (N of /dev/cpldN), bits 15 to 0 the
  * register; bits 23 to 16 are ignored. Return 0, or the negative result of the device access: -1
- * for a null buf or, reading, a device that cannot be opened.
+ * for a null buf or, reading, a device that cannot be opened. A read past the end of the device
+ * returns 0 and leaves *buf.
  */
 DFD_API int dfd_cpld_read(uint32_t addr, uint8_t *buf);
 DFD_API int dfd_cpld_write(uint32_t addr, uint8_t value);
@@ -51,7 +52,7 @@ DFD_API int dfd_drv_get_fd(int type, void *fd);
  * One attempt to transfer: the register offset is written, then len bytes are read into buf, or
  * written from data, as two messages of one I2C_RDWR request on bus device `path`. addr is the
  * 7-bit address. wide_offset 0 sends one offset byte (the low 8 bits); otherwise two bytes, high
- * byte first, with flag I2C_M_TEN on the first message.
+ * byte first, and in a read with flag I2C_M_TEN on the first message.
  * Return the result of the request (2: both messages done); -1 when path, buf or data is null, a
  * read is longer than 65535 or a write longer than 256 bytes; the negative result of a failing
  * open. A write of length 0 returns 0 without opening the bus.
@@ -63,7 +64,8 @@ DFD_API int sdd_write_i2c_one_time(const char *path, uint16_t addr, uint16_t off
 
 /*
  * Up to 5 attempts with a one-byte offset; after each that fails the caller sleeps 10 ms, the last
- * one included. Return the last attempt's result: 2 on success, negative on failure. The other
+ * one included (50 ms in all, for bad arguments too). Return the last attempt's result: 2 on
+ * success, negative on failure. The other
  * names pass it through; ssa_i2c_write returns 0 for any result that is not negative.
  */
 DFD_API int sdd_read_i2c(const char *path, uint16_t addr, uint16_t offset, uint8_t *buf,
@@ -92,7 +94,7 @@ DFD_API int dfd_i2c_write(uint32_t bus, uint16_t addr, uint16_t offset, const ui
 /*
  * The DB_A1 flag: byte 6 of the board EEPROM (0x57 on /dev/i2c-0) is not zero. Returns 0 with
  * *flag 0 or 1 only when the transfer reports exactly 0; otherwise, so also for the usual positive
- * count of a good transfer, -1 and *flag stays.
+ * count of a good transfer and for a null flag, -1 and *flag stays. May sleep 50 ms.
  */
 DFD_API int dfd_dev_check_db_a1_flag(uint32_t *flag);
 DFD_API int drv_check_db_a1_flag(uint32_t *flag);
@@ -126,9 +128,9 @@ DFD_API int dfd_info_get_int_by_index(uint32_t key, uint32_t index, int *ret,
 /*
  * Bytes of an info_ctrl item of mode config and format buf, through proc if not null; buf holds
  * buf_len bytes.
- * Returns the number of bytes delivered. -8: another key type or null buf. -6: not configured, or
- * proc failed. -5: another mode or format, .len outside 1 to 255 or above buf_len. -7: the read
- * failed or gave nothing.
+ * May sleep 50 ms (I2C). Returns the number of bytes delivered. -8: another key type or null buf.
+ * -6: not configured, or proc failed. -5: another mode or format, .len outside 1 to 255 or above
+ * buf_len. -7: the read failed or gave nothing.
  */
 DFD_API int dfd_info_get_buf(uint32_t key, void *buf, uint32_t buf_len, dfd_info_buf_proc_t proc);
 
@@ -138,7 +140,7 @@ DFD_API int dfd_info_get_buf(uint32_t key, void *buf, uint32_t buf_len, dfd_info
  * value. On an I2C source a bit field is written as the whole byte, so the other bits are lost.
  * Returns 0. -8: another key type. -6: not configured. -5: another mode, .bit_offset over 7, .len
  * outside 1 to 31, or format none or buf. -1: format num_str. -7: the write failed, or the source
- * is a file.
+ * is a file, none or unknown. May sleep 50 ms (I2C).
  */
 DFD_API int dfd_info_set_int(uint32_t key, uint32_t value);
 
@@ -153,15 +155,15 @@ DFD_API int dfd_get_led_info_state(uint32_t key, uint32_t regval, uint32_t *stat
 
 /*
  * One read as an item describes it: src as enum info_src, path the device, addr the I2C address,
- * reg the register or file offset. Returns the number of bytes obtained; -1 for an unknown src; the
- * negative result of the device access.
+ * reg the register or file offset. Returns the number of bytes obtained; -1 for an unknown src;
+ * the negative result of the device access. May sleep 50 ms (I2C).
  */
 DFD_API int dfd_read_info(int src, const char *path, uint16_t addr, uint32_t reg, int len,
                           uint8_t *buf);
 
 /* One write: localbus merges the masked bits into the register; I2C writes one byte and ignores the
- * mask. Returns a result that is not negative; -1 for another src, more than one byte on I2C, or a
- * failed localbus access; the negative result of the I2C transfer. */
+ * mask. Returns a result that is not negative; -1 for another src, a null value, more than one byte
+ * on I2C, or a failed localbus access; the negative result of the I2C transfer. May sleep 50 ms. */
 DFD_API int dfd_write_info(int src, const char *path, uint16_t addr, uint32_t reg, int len,
                            const uint8_t *value, uint8_t mask);
 
@@ -170,7 +172,7 @@ DFD_API int dfd_write_info(int src, const char *path, uint16_t addr, uint32_t re
 DFD_API int sdd_read_info_localbus(const char *path, uint32_t reg, int len, uint8_t *buf);
 
 /* One register: with mask 0xFF *value as it is, else merged under the mask with what the register
- * holds. Returns 0; -1 when the read or the write fails. */
+ * holds. Returns 0; -1 for a null value, or when the read or the write fails. */
 DFD_API int sdd_write_info_localbus(const char *path, uint32_t reg, int len, const uint8_t *value,
                                     uint8_t mask);
 

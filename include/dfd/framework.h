@@ -37,9 +37,9 @@ DFD_API int dfd_lib_cfg_init_pre(void);
 DFD_API void dfd_lib_cfg_chassic_init(void);
 
 /*
- * Board type, from 1 up, found once and cached: see dfd_get_dev_type. Returns the type; -1 when it
- * cannot be found, which is tried again at the next call; another negative code of the first
- * failing query is cached and returned by every later call.
+ * Board type, found once and cached: see dfd_get_dev_type. Returns the type; -1 when it cannot be
+ * found. -1 and 0 are not kept: the next call tries again. Another negative number, a failing
+ * query's code or what a legacy layout computes, is kept like a type. May sleep 50 ms.
  */
 DFD_API int drv_get_my_dev_type(void);
 DFD_API int sdd_get_my_card_type(void);
@@ -47,8 +47,8 @@ DFD_API int sdd_get_my_card_type(void);
 /*
  * Board type, uncached. The first source that answers: /tmp/bspinfo/ProductID through the card PID
  * table; the board EEPROM at address 0x57 on /dev/i2c-0 (TLV image: device type; legacy layouts 1
- * and 2: from bytes 3, 7 and 64).
- * Returns the type; -1 when the EEPROM holds no known layout or is unreadable; the code of the
+ * and 2: computed from bytes 3, 7 and 64, whatever that gives). May sleep 50 ms for each transfer.
+ * Returns the type; -1 when the EEPROM is unreadable or holds no known layout; the code of the
  * inventory query for a layout 1 TLV image without device type; 0 for such a layout 2 image.
  */
 DFD_API int dfd_get_dev_type(void);
@@ -58,13 +58,14 @@ DFD_API int dfd_get_dev_type(void);
 DFD_API int dfd_dev_type_from_product_id(void);
 
 /* Board type from the legacy layouts of the board EEPROM only. Returns the type, -1 for another
- * layout, or the negative result of the I2C read. */
+ * layout, or the negative result of the I2C read. May sleep 50 ms. */
 DFD_API int dfd_my_type_from_e2(void);
 
 /*
  * Chassis type, found once and cached: byte 0 of the record that item e2_setmac describes, index 1,
  * then 2; the board type where index 1 (or, after a failed read, index 2) is not configured.
- * Returns the type (0 is not kept), a negative board type as it is, or -1 when both reads fail.
+ * Returns the type (0 is not kept), a negative board type as it is, or -1 when both reads fail. May
+ * sleep 50 ms for each source.
  */
 DFD_API int sdd_get_my_chassis_type(void);
 
@@ -102,7 +103,10 @@ DFD_API void *dfd_lib_cfg_get_item(uint32_t key);
 
 /* A tree of records by key. The lock is initialised and never taken. */
 struct btree_root;
-#if !defined(__STRICT_ANSI__) || (defined(_POSIX_C_SOURCE) && _POSIX_C_SOURCE >= 200112L)
+/* Complete where pthread_rwlock_t is: in C++, and in C with _POSIX_C_SOURCE of 200112L or later,
+ * which compilers assume unless they are told -std=c11. */
+#if defined(__cplusplus) || defined(_GNU_SOURCE) || !defined(__STRICT_ANSI__) || \
+    (defined(_POSIX_C_SOURCE) && _POSIX_C_SOURCE >= 200112L)
 typedef struct btree_root {
     pthread_rwlock_t lock;
     void *tree; /* null when empty */
@@ -154,8 +158,8 @@ extern DFD_API dfd_list_head_t dfd_lib_cfg_pid_str_conv_lst;    /* items card_pi
 extern DFD_API dfd_list_head_t dfd_lib_cfg_power_name_conv_lst; /* items power_name */
 extern DFD_API dfd_list_head_t dfd_lib_cfg_fan_name_conv_lst;   /* items fan_name */
 
-/* Appends a node; at most 63 characters of str_val (may be null) are kept. Without memory nothing
- * is added. */
+/* Appends a node to a list (null: nothing is done); at most 63 characters of str_val (may be null)
+ * are kept. Without memory nothing is added. */
 DFD_API void dfd_lib_cfg_regval_conv_lst_add(dfd_list_head_t *list, uint32_t int_val,
                                              const char *str_val, uint32_t index1, uint32_t index2);
 

@@ -35,9 +35,10 @@ enum {
  * hardware version without entry 5 from header byte 2 ("1.20" for 0x12).
  * ..._fru: the product info area of a FRU image; name and device type both give the product name.
  * After any failure the EEPROM is read as a TLV image.
- * ..._fru_compatible: the same, and a hardware version of three characters is spread to "x.yz".
+ * ..._fru_compatible: the same for texts, which end at a NUL (the rest of the
+ * length is zero), and a hardware version of three characters is spread to "x.yz".
  *
- * Return 0; -22: null buf or len or no capacity, an empty data area, an empty FRU field
+ * Return 0; -22: null dev, buf or len, no capacity, an empty data area, an empty FRU field
  * (..._fru_compatible, also when buf is too small for the spread version); -1: invalid image, no
  * such entry, or a capacity below 4 for a device type; -12: no memory; the negative result of the
  * I2C transfer.
@@ -73,18 +74,19 @@ DFD_API int sdd_get_e2prom_legacy_power_info_by_type(const char *dev, uint32_t t
  * with a terminator, where they are shorter than the entry; the others stay. Data area and checksum
  * are written back, 4 bytes at a time, 10 ms apart. sn and hw may be null or empty: that one stays.
  * Both names are the same operation.
- * Return 0; -1: invalid image, an image that does not fit its EEPROM, or a failed write of the data
- * area; -12: no memory; the negative result of a transfer. Write protection is the caller's.
+ * Return 0; -22: null dev; -1: invalid image, an image that does not fit its EEPROM, or a failed
+ * write of the data area; -12: no memory; the negative result of a transfer. Write protection is
+ * the caller's.
  */
 DFD_API int dfd_set_fan_info_tlv(const char *dev, uint16_t addr, const char *sn, const char *hw);
 DFD_API int dfd_set_card_info_tlv(const char *dev, uint16_t addr, const char *sn, const char *hw);
 
 /*
  * Serial number and product version of a FRU image's product info area. The area is written back
- * to the end of the EEPROM, also when a string did not fit and nothing changed. A null string
- * leaves its field. Both names are the same operation.
- * Return 0; -1: invalid header or area, or a failed write; -22: the area length cannot be read;
- * -12: no memory; the negative result of a transfer.
+ * to the end of the EEPROM, also when a string did not fit and nothing changed. A null or
+ * empty string leaves its field. Both names are the same operation.
+ * Return 0; -1: invalid header or area, or a failed write; -22: null dev, or the area length cannot
+ * be read; -12: no memory; the negative result of a transfer.
  */
 DFD_API int dfd_set_fan_info_fru(const char *dev, uint16_t addr, const char *sn, const char *hw);
 DFD_API int dfd_set_card_info_fru(const char *dev, uint16_t addr, const char *sn, const char *hw);
@@ -131,9 +133,10 @@ typedef struct backplane_info {
 
 /*
  * Record of backplane 1 or 2: from the EEPROM that item bp_e2prom_dev names, else field by field
- * from backplane_hw_ver, _sn, _mac, _serial0 to 3. Cached for the life of the process at the first
- * call, failed reads too: those are not reported, rec then keeps what it held (zero it first).
- * Returns 0; -5: another id or null rec.
+ * from backplane_hw_ver, _sn, _mac, _serial0 to 3 (chassis_type and reserved then stay, and so do
+ * the fields from the first that fails on). Cached for the life of the process at the first call,
+ * failed reads too: those are not reported, rec keeps what it held (zero it first). Returns 0; -5:
+ * another id or null rec.
  */
 DFD_API int sdd_get_backplane_info(uint32_t id, backplane_info_t *rec);
 
@@ -143,19 +146,23 @@ DFD_API int sdd_get_backplane_info(uint32_t id, backplane_info_t *rec);
 DFD_API int sdd_set_backplane_info(uint32_t id, const backplane_info_t *rec);
 
 /* Hardware version and serial number of the items backplane_hw_ver and backplane_sn, terminated
- * text; buf holds len bytes. Return the number of characters, or the code of dfd_info_get_buf. */
+ * text; buf holds len bytes, more than the item's .len. Return the number of characters, or the
+ * code of dfd_info_get_buf. */
 DFD_API int sdd_get_bp_hw_ver(uint32_t id, char *buf, int len);
 DFD_API int sdd_get_bp_sn(uint32_t id, char *buf, int len);
 
 /* MAC address, 6 bytes: the text of item backplane_mac ("00:11:22:33:44:55") plus
- * backplane_scale_mac where configured. Returns 0, or the code of dfd_info_get_buf. */
+ * backplane_scale_mac where configured. Returns 0; -8: null mac; otherwise the code of
+ * dfd_info_get_buf. */
 DFD_API int sdd_get_bp_mac(uint32_t id, uint8_t *mac);
 
 /* serial0 to serial3 (which 0 to 3) of the items backplane_serial0 to 3: low 8 bits. Returns 0; -6:
- * another which or not configured; otherwise what dfd_info_get_int returned. */
+ * another which or not configured; -8: null out; otherwise what dfd_info_get_int returned, 3 and 4
+ * (mode tlv and fru) without a value. */
 DFD_API int sdd_get_bp_serial(uint32_t id, uint32_t which, uint8_t *out);
 
-/* Amount that is added to the MAC: item backplane_scale_mac. Returns 0; -6: not configured. */
+/* Amount that is added to the MAC: item backplane_scale_mac. Returns 0; -6: not configured; -8:
+ * null value. */
 DFD_API int sdd_get_bp_scale_mac(int *value);
 
 /* The processor for texts: copies the graphic characters up to the first other one and terminates
@@ -164,12 +171,12 @@ DFD_API int sdd_get_bp_scale_mac(int *value);
 DFD_API int sdd_get_string_by_buf(const uint8_t *src, int src_len, void *dst, int *dst_len);
 
 /* The record of source 1 or 2 that chassis type detection reads: the bytes of item e2_setmac, the
- * first 38 of which go to rec. Returns 0; -6: not configured; otherwise the code of
+ * first 38 of which go to rec. Returns 0; -6: not configured; -8: null rec; otherwise the code of
  * dfd_info_get_buf. */
 DFD_API int get_backplane_info_from_e2(uint32_t source, backplane_info_t *rec);
 
 /* MAC address of the backplane record, 6 bytes. Returns 0; -5: null buf, len below 6, or an id
- * other than 1 and 2; -7: the record cannot be read. */
+ * other than 1 and 2; -7: the record reader refused. */
 DFD_API int drv_get_bp_mac(uint32_t id, uint8_t *buf, int len);
 
 /* ---- EEPROM access and TLV images --------------------------------------------------------- */
@@ -187,13 +194,15 @@ DFD_API int dfd_write_e2prom(const char *dev, uint16_t addr, int offset, const u
 DFD_API int dfd_check_e2prom_info(const char *dev, uint16_t addr, const uint8_t *hdr);
 
 /* Reads and validates the header of a TLV image into hdr, DFD_TLV_HEADER_SIZE bytes, and turns its
- * data length to host order; version 2 images are taken without checks. Returns 0; -1: invalid;
- * -22: null dev or hdr; the negative result of the read. */
+ * data length to host order; version 2 images are taken without checks. Returns 0; -1: invalid, hdr
+ * is filled all the same; -22: null dev or hdr; the negative result of the read. */
 DFD_API int dfd_get_e2prom_info(const char *dev, uint16_t addr, uint8_t *hdr);
 
-/* Value of the first entry of a type that fits buf; type 6 as a 32-bit integer in host order. hdr
- * is of dfd_get_e2prom_info; *len capacity in, length out. Returns 0; -1: no such entry; -22: null
- * pointer, no capacity or empty data area; -12: no memory; the negative result of the read. */
+/* Value of the first entry of a type that fits buf; type 6 as a 32-bit integer in host order, from
+ * an entry of 4 bytes (others are passed over). The walk ends at an entry that runs past the data
+ * area. hdr is of dfd_get_e2prom_info; *len capacity in, length out. Returns 0; -1: no such entry;
+ * -22: null pointer, no capacity or empty data area; -12: no memory; the negative result of the
+ * read. */
 DFD_API int dfd_get_tlv_data(const char *dev, uint16_t addr, uint32_t type, const uint8_t *hdr,
                              void *buf, int *len);
 
@@ -230,44 +239,48 @@ typedef uint8_t fru_field_offsets[FRU_OFFSET_COUNT];
 /* Zero checksum: what makes the 8-bit sum of all bytes 0. */
 DFD_API uint8_t calculate_crc(const uint8_t *data, int len);
 
-/* Whether a header or area of len bytes has version 1 and a right checksum. Returns 0 or -1 (also
- * for null data or len below 1). While errors are logged, the byte behind the area, data[len], is
- * printed on a mismatch and must be readable. */
+/* Whether a header or area of len bytes has version 1 and a right checksum. Returns 0; -1, also for
+ * null data or len below 1. While errors are logged, a mismatch prints the byte behind the area,
+ * data[len], which must then be readable. */
 DFD_API int verify_fru_data(const uint8_t *data, int len);
 
 /* Whether buf of `size` bytes begins with a valid common header. Returns 0 or -1. */
 DFD_API int ipmi_validate_common_hdr(const uint8_t *buf, int size);
 
 /*
- * Parses a product info area: fields into info, their places into offsets (zero it first: pairs of
- * fields that are not there stay). Parsing ends at the end mark, at the last custom field wanted,
- * or at a field that does not fit the area; that is a success too. Returns 0; -1: null argument,
- * empty area, wrong version or checksum.
+ * Parses a product info area: fields into info, their places into offsets, FRU_OFFSET_COUNT bytes
+ * (zero them first: pairs of fields that are not there stay). Parsing ends at the end mark, at the
+ * last custom field wanted, or at a field that does not fit the area; that is a success too.
+ * Returns 0; -1: null argument, empty area, wrong version or checksum.
  */
 DFD_API int ipmi_fru_product_info_area(const uint8_t *area, int area_len, fru_product_info_t *info,
                                        uint8_t *offsets);
 
 /*
  * Replaces the field whose type/length byte is at field_offset by str; growth is the length of str
- * less the field's present length. capacity: bytes of area; *area_len: used bytes, renewed. Renews
- * the checksum. Returns 0; -1: null argument, a field that is not 8-bit text, a str over 63
- * characters or not of the length that growth says, or no room. Nothing is changed on failure.
+ * less the field's present length, or 0 to zero the rest of the field. capacity: bytes of area;
+ * *area_len: used bytes of it, renewed. Renews the checksum. Returns 0; -1: null argument, a field
+ * that is not 8-bit text, a str over 63 characters or of another length than growth says, or no
+ * room (a grown area is rounded up to the next block of 8 bytes, with one more when it just fills
+ * one). Nothing is changed on failure.
  */
 DFD_API int insert_fru_str(uint8_t *area, int capacity, int *area_len, const char *str,
                            int field_offset, int growth);
 
-/* Replaces serial number, then product version, where given, at the places in offsets. Returns 0;
- * -1: null argument, invalid area before or after, no room, or a field that cannot be replaced (a
- * serial number replaced before a version failed stays). */
-DFD_API int ipmi_fru_sn_hw_updata(uint8_t *area, int capacity, int *area_len, const char *sn,
+/* Replaces serial number, then product version, where not null, at the places in offsets, in an
+ * area of area_len used bytes and `capacity` bytes in all. Returns 0, without a look at the area
+ * when both are null; -1: null argument, empty area, area_len over capacity, invalid area before or
+ * after, no room, or a field that cannot be replaced (a serial number replaced before a version
+ * failed stays). */
+DFD_API int ipmi_fru_sn_hw_updata(uint8_t *area, int capacity, int area_len, const char *sn,
                                   const char *hw, const uint8_t *offsets);
 
 /* Reads the common header into hdr, DFD_FRU_HEADER_SIZE bytes, and validates it. Returns 0; -1:
- * invalid; -22: null dev or hdr; the negative result of the read. */
+ * invalid, hdr is filled all the same; -22: null dev or hdr; the negative result of the read. */
 DFD_API int dfd_get_frue2prom_info(const char *dev, uint16_t addr, uint8_t *hdr);
 
 /* Clears info and points the field that an information type names at dest. Returns 0; -1: another
- * type; -22: null argument. */
+ * type, info is cleared all the same; -22: null argument. */
 DFD_API int dfd_set_fru_product_info(fru_product_info_t *info, fru_field_t *dest, uint32_t type);
 
 /* One field of the product info area of a FRU EEPROM; a capacity below the field's length cuts it.

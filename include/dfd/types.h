@@ -6,9 +6,10 @@
  *     (enum dfd_result). Nothing throws, nothing aborts, errno is not part of the interface.
  *  2. Missing configuration is the normal way for a board to say that it lacks a feature: the
  *     function then returns DFD_ERR_NOT_SUPPORTED.
- *  3. Widths. Values are uint32_t, bytes uint8_t, lengths int and, where they go in and come out,
- *     int *: the capacity of the buffer goes in, the number of bytes delivered comes out. A buffer
- *     whose contents are text or an integer, by what was asked for, is a void *.
+ *  3. Widths. Values are uint32_t, bytes uint8_t, lengths int (uint32_t in the I2C and buffer
+ * calls) and, where they go in and come out, int *: the capacity of the buffer goes in, the number
+ * of bytes delivered comes out. A buffer whose contents are text or an integer, by what was asked
+ * for, is a void *.
  *  4. Texts come back as raw bytes without a terminator unless the function says otherwise.
  *  5. Ownership. The caller owns every buffer that it hands in. Configuration records belong to
  *     the library, live as long as the process and are read in place.

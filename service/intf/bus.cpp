@@ -4,13 +4,14 @@
 
 #include <cstdio>
 
+#include "hal/board_bus.h"
 #include "service/intf/module.h"
 
 namespace {
 
+using dfd::BusPath;
+
 constexpr char kFpgaPath[] = "/dev/fpga0";
-constexpr char kBoardBus[] = "/dev/i2c-0";
-constexpr uint16_t kBoardE2promAddr = 0x57;
 constexpr uint16_t kDbA1Offset = 6;
 
 constexpr uint32_t kCpldShift = 24;
@@ -21,11 +22,6 @@ struct CpldPath {
         std::snprintf(text, sizeof text, "/dev/cpld%d", static_cast<int>(addr >> kCpldShift));
     }
     char text[32];
-};
-
-struct BusPath {
-    explicit BusPath(uint32_t bus) { std::snprintf(text, sizeof text, "/dev/i2c-%d", bus); }
-    char text[100];
 };
 
 int register_of(uint32_t addr) {
@@ -116,8 +112,8 @@ int dfd_i2c_write(uint32_t bus, uint16_t addr, uint16_t offset, const uint8_t *d
 int dfd_dev_check_db_a1_flag(uint32_t *flag) {
     uint8_t byte = 0;
     // Only 0 passes, though a good transfer counts its messages: callers depend on this answer.
-    if (ssa_i2c_read(kBoardBus, kBoardE2promAddr, kDbA1Offset, &byte, 1) != 0) {
-        LOG_ERR("/dev/i2c-0 dev_addr = 0x%x, offset = 0x%x fail\r\n", kBoardE2promAddr,
+    if (ssa_i2c_read(dfd::kBoardBus, dfd::kBoardE2promAddr, kDbA1Offset, &byte, 1) != 0) {
+        LOG_ERR("/dev/i2c-0 dev_addr = 0x%x, offset = 0x%x fail\r\n", dfd::kBoardE2promAddr,
                 kDbA1Offset);
         return DFD_ERR;
     }

@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: MIT
+#include "support/library_test.h"
+
+namespace {
+
+using dfd_test::Bytes;
+using dfd_test::logged_by;
+using testing::Each;
+using testing::ElementsAre;
+using testing::StartsWith;
+using vchassis::Op;
+
+class I2cTest : public dfd_test::LibraryTest {
+  protected:
+    I2cTest() {
+        Bytes image(256);
+        for (std::size_t i = 0; i < image.size(); ++i) {
+            image[i] = static_cast<std::uint8_t>(i);
+        }
+        add_e2prom(3, 0x50, image);
+    }
+};
+
+TEST_F(I2cTest, ReadsAreOffsetThenDataInOneRequest) {
+    Bytes buf(4, 0);
+    EXPECT_EQ(dfd_i2c_read(3, 0x50, buf.data(), 2), 0);
+    EXPECT_EQ(sdd_read_i2c("/dev/i2c-3", 0x50, 0x1234, buf.data(), 2), 2);
+    EXPECT_EQ(dfd_i2c_read_offset(3, 0x50, 0x10, buf.data(), 4), 0);
+    EXPECT_THAT(accesses(Op::transfer),
+                ElementsAre("transfer /dev/i2c-3 {w 0x50 [00]} {r 0x50 [00 01]} = 2",
+                            "transfer /dev/i2c-3 {w 0x50 [34]} {r 0x50 [34 35]} = 2",
+                            "transfer /dev/i2c-3 {w 0x50 [10]} {r 0x50 [10 11 12 13]} = 2"));
+    EXPECT_THAT(accesses(Op::open), Each(StartsWith("open /dev/i2c-3 O_RDWR|O_SYNC = ")));
+    EXPECT_EQ(count(Op::close), 3U);
+    EXPECT_EQ(chassis.slept_us(), 0U);
+}
+
+TEST_F(I2cTest, WritesContinueBehindTheOffset) {
+    const Bytes data = {0xAA, 0xBB};
+    EXPECT_EQ(dfd_i2c_write(3, 0x50, 0x20, data.data(), 2), 0);
+    EXPECT_THAT(accesses(Op::transfer),
+                ElementsAre("transfer /dev/i2c-3 {w 0x50 [20]} {w 0x50 nostart [aa bb]} = 2"));
+    EXPECT_EQ(chassis.slave(3, 0x50)[0x21], 0xBB);
+    // The chip is busy; the retries wait for it.
+    EXPECT_EQ(ssa_i2c_write("/dev/i2c-3", 0x50, 0x20, data.data(), 1), 0);
+    EXPECT_EQ(chassis.slept_us(), 10000U);
+    chassis.advance_us(100000);
+    EXPECT_EQ(sdd_write_i2c("/dev/i2c-3", 0x50, 0x20, data.data(), 1), 2) << "the raw count";
+    chassis.advance_us(100000);
+    EXPECT_EQ(dfd_write_port_i2c("/dev/i2c-3", 0x50, 0x20, data.data(), 1), 2);
+    chassis.advance_us(100000);
+    Bytes back(1);
+    EXPECT_EQ(dfd_read_port_i2c("/dev/i2c-3", 0x50, 0x20, back.data(), 1), 2);
+}
+
+TEST_F(I2cTest, WideOffsetsAreTwoBytes) {
+    Bytes buf(1);
+    sdd_read_i2c_one_time("/dev/i2c-3", 0x50, 0x1234, buf.data(), 1, 1);
+    sdd_write_i2c_one_time("/dev/i2c-3", 0x50, 0x5678, buf.data(), 1, 1);
+    const auto log = chassis.log(Op::transfer);
+    ASSERT_EQ(log.size(), 2U);
+    EXPECT_EQ(log[0].messages[0].flags, 0x0010);
+    EXPECT_EQ(log[0].messages[0].bytes, (Bytes{0x12, 0x34}));
+    EXPECT_EQ(log[1].messages[0].flags, 0) << "only reads are flagged";
+    EXPECT_EQ(log[1].messages[0].bytes, (Bytes{0x56, 0x78}));
+    EXPECT_EQ(log[1].messages[1].flags, 0x4000);
+}
+
+TEST_F(I2cTest, FiveAttemptsAndASleepAfterEach) {
+    Bytes buf(1);
+    struct Row {
+        const char *what;
+        std::function<int()> call;
+        unsigned failures;
+        int result;
+    };
+    const Row kRows[] = {
+        {"absent read", [&] { return sdd_read_i2c("/dev/i2c-3", 0x51, 0, buf.data(), 1); }, 5, -1},
+        {"absent write", [&] { return sdd_write_i2c("/dev/i2c-3", 0x51, 0, buf.data(), 1); }, 5,
+         -1},
+        {"missing bus", [&] { return ssa_i2c_read("/dev/i2c-9", 0x51, 0, buf.data(), 1); }, 5, -1},
+        {"two failures", [&] { return dfd_i2c_read(3, 0x50, buf.data(), 1); }, 2, 0},
+        {"null buffer", [&] { return dfd_i2c_read(3, 0x50, nullptr, 1); }, 5, -1},
+        {"null path", [&] { return sdd_read_i2c(nullptr, 0x50, 0, buf.data(), 1); }, 5, -1},
+        {"too long", [&] { return sdd_write_i2c("/dev/i2c-3", 0x50, 0, buf.data(), 257); }, 5, -1},
+    };
+    for (const Row &row : kRows) {
+        chassis.clear_log();
+        chassis.fail({.addr = 0x50, .count = 2, .error = EAGAIN});
+        EXPECT_EQ(row.call(), row.result) << row.what;
+        EXPECT_EQ(count(Op::sleep), row.failures) << row.what;
+        EXPECT_EQ(chassis.slept_us(), row.failures * 10000U) << row.what;
+        chassis.clear_faults();
+    }
+    EXPECT_EQ(count(Op::open), count(Op::close));
+}
+
+TEST_F(I2cTest, SingleAttemptsRefuseBeforeOpening) {
+    Bytes buf(1);
+    EXPECT_EQ(sdd_write_i2c_one_time("/dev/i2c-3", 0x50, 0, buf.data(), 0, 0), 0);
+    EXPECT_EQ(sdd_write_i2c_one_time("/dev/i2c-3", 0x50, 0, nullptr, 0, 0), -1);
+    EXPECT_EQ(sdd_write_i2c_one_time(nullptr, 0x50, 0, buf.data(), 1, 0), -1);
+    EXPECT_EQ(sdd_read_i2c_one_time("/dev/i2c-3", 0x50, 0, buf.data(), 65537, 0), -1);
+    EXPECT_TRUE(chassis.log().empty());
+    EXPECT_EQ(logged_by(DFD_DEBUG_VBOSE,
+                        [] {
+                            EXPECT_EQ(dfd_i2c_write(3, 0x50, 0, nullptr, 1), -1);
+                            const std::uint8_t byte = 0;
+                            EXPECT_EQ(dfd_i2c_write(3, 0x51, 0, &byte, 1), -1);
+                        }),
+              "buf == null\r\nssa_i2c_write: dev = /dev/i2c-3, rv = -1\r\n");
+}
+
+TEST_F(I2cTest, DbA1FlagTakesOnlyAResultOfZero) {
+    Bytes image(256, 0);
+    image[6] = 0x80;
+    add_e2prom(0, 0x57, image);
+    std::uint32_t flag = 9;
+    EXPECT_EQ(logged_by(DFD_DEBUG_ERR, [&] { EXPECT_EQ(drv_check_db_a1_flag(&flag), -1); }),
+              "/dev/i2c-0 dev_addr = 0x57, offset = 0x6 fail\r\n");
+    EXPECT_EQ(flag, 9U) << "a good transfer counts 2 messages";
+    chassis.fail({.addr = 0x57, .error = 0, .result = 0});
+    EXPECT_EQ(logged_by(DFD_DEBUG_VBOSE, [&] { EXPECT_EQ(dfd_dev_check_db_a1_flag(&flag), 0); }),
+              "DB_A1 FLAG = 0x0\r\n");
+    EXPECT_EQ(flag, 0U);
+}
+
+}  // namespace

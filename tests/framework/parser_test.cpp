@@ -1,0 +1,283 @@
+// SPDX-License-Identifier: MIT
+#include <optional>
+
+#include "support/library_test.h"
+
+namespace {
+
+using dfd_test::logged_by;
+using dfd_test::printed_by;
+using testing::HasSubstr;
+using testing::Not;
+
+class ParserTest : public dfd_test::LibraryTest {
+  protected:
+    template <typename Record>
+    static const Record *item(std::uint32_t key) {
+        return static_cast<const Record *>(dfd_lib_cfg_get_item(key));
+    }
+    static std::optional<int> number(std::uint32_t key) {
+        const int *const record = item<int>(key);
+        return record != nullptr ? std::optional(*record) : std::nullopt;
+    }
+    // What loading `config` logs below the file level.
+    std::string log_of(std::uint32_t gate, std::string_view config) {
+        return logged_by(gate, [&] { start(config); });
+    }
+};
+
+TEST_F(ParserTest, IntegersByTheNumberRule) {
+    struct Row {
+        const char *text;
+        int value;
+    };
+    constexpr Row kRows[] = {
+        {"4", 4},           {"08", 8},     {"-3", -3},         {"abc", 0},         {"0x", 0},
+        {"0X1f", 31},       {"0x1g", 1},   {"0xffffffff", -1}, {"12abc", 12},      {"", -1},
+        {"4294967295", -1}, {" 1 2 ", 12}, {"\t7\t8", 7},      {"0x100000001", 1}, {"=5", 0}};
+    std::string config;
+    int slot = 0;
+    for (const Row &row : kRows) {
+        config += "my_rate_power_" + std::to_string(slot++) + "=" + row.text + "\n";
+    }
+    start(config);
+    slot = 0;
+    for (const Row &row : kRows) {
+        EXPECT_EQ(number(DFD_MAKE_KEY(DFD_KEY_MY_RATE_POWER, slot++, 0)), row.value)
+            << '"' << row.text << '"';
+    }
+}
+
+// Which key a name lands on; none: the line is skipped.
+TEST_F(ParserTest, NamesAndIndexesToKeys) {
+    struct Row {
+        const char *line;
+        std::optional<std::uint32_t> key;
+    };
+    const Row kRows[] = {
+        {"fan_num=1", 0x23000000},
+        {" mgmt _def_mtu = 1\r", 0x13000000},
+        {"chip_family_7=1", 0x24000000},
+        {"fan_speedlvl_convert_3=1", 0x0E000300},
+        {"fan_speed_level_support=1", 0x10000000},
+        {"sslot_fpga_out_port_3_8=1", 0x1C000308},
+        {"fan_e2prom_i2c_id_16_9=1", 0x08001000},
+        {"power_regval_convert_0x10=1", 0x0D001000},
+        {"fan_e2prom_i2c_id_17=1", std::nullopt},
+        {"power_rov_i2c_id_-1=1", std::nullopt},
+        {"power_rov_i2c_id_=1", std::nullopt},
+        {"power_eeprom_i2c_id=1", std::nullopt},
+        {"sslot_fpga_out_port_3=1", std::nullopt},
+        {"sslot_fpga_out_port_3_9=1", std::nullopt},
+        {"none=1", std::nullopt},
+        {"end_int=1", std::nullopt},
+        {"fan_nu=1", std::nullopt},
+        {"\tslot_base=1", std::nullopt},
+    };
+    std::string config;
+    for (const Row &row : kRows) {
+        config += std::string(row.line) + "\n";
+    }
+    config += "slot_base=9\n";
+    start(config);
+    std::size_t stored = 0;
+    for (const Row &row : kRows) {
+        if (row.key) {
+            EXPECT_EQ(number(*row.key), 1) << row.line;
+            ++stored;
+        }
+    }
+    EXPECT_EQ(stored, 8U);
+    EXPECT_EQ(number(DFD_MAKE_KEY(DFD_KEY_FAN_E2PROM_I2C_ID, 17, 0)), std::nullopt);
+    EXPECT_EQ(number(DFD_MAKE_KEY(DFD_KEY_SSLOT_FPGA_OUT_PORT, 3, 9)), std::nullopt);
+    EXPECT_EQ(number(DFD_MAKE_KEY(DFD_KEY_SLOT_BASE, 0, 0)), 9);
+}
+
+TEST_F(ParserTest, KeysCutIndexesButListsKeepThem) {
+    start("card_pid_str_0x123456_300=ABC\ncard_pid_str_0x13456_44=XYZ\n");
+    EXPECT_STREQ(item<char>(0x2834562C), "XYZ");
+    std::uint32_t type = 0;
+    EXPECT_EQ(dfd_lib_cfg_get_card_type_by_pid_str("ABC-1", &type), 0);
+    EXPECT_EQ(type, 0x123456U);
+}
+
+TEST_F(ParserTest, MembersOfEveryRecordKind) {
+    const std::string long_path(200, 'p');
+    start(
+        "slot_online.mode_5=configX\nslot_online.src_5=i2c-bus\nslot_online.frmt_5=bytes\n"
+        "slot_online.pola_5=negative\nslot_online.addr_5=0x50\nslot_online.reg_offset_5=0x1c\n"
+        "slot_online.len_5=2\nslot_online.bit_offset_5=3\nslot_online.int_cons_5=-7\n"
+        "slot_online.fpath_5=" +
+        long_path +
+        "\n"
+        "slot_online.mode_32=legacy\nslot_online.src_32=xyz\nslot_online.frmt_32=num_buf\n"
+        "cpld_i2c_dev.bus_16=2\ncpld_i2c_dev.addr_16=0x40\n"
+        "mb_fan_led_info.dark=1\nmb_fan_led_info.fspark_close=7\nmb_fan_led_info.spark=\n"
+        "card_temp_info.temp_name_2_7=inlet\ncard_temp_info.type_2_7=lm75\n"
+        "irq_ctrl_info.irq_flag=1\nirq_ctrl_info.irq_clr_flag=2\nirq_ctrl_info.irq_clr_bit=3\n"
+        "irq_info.type_0x102_3=poe_power_ac\nirq_info.val2_0x102_3=9\n"
+        "irq_info.type_0x0_8=unheard_of\n");
+    const auto *ctrl = item<info_ctrl_t>(0x39000500);
+    ASSERT_NE(ctrl, nullptr);
+    EXPECT_EQ(ctrl->mode, INFO_CTRL_MODE_CONFIG);
+    EXPECT_EQ(ctrl->int_cons, -7);
+    EXPECT_EQ(ctrl->src, INFO_SRC_I2C);
+    EXPECT_EQ(ctrl->frmt, INFO_FRMT_BYTE);
+    EXPECT_EQ(ctrl->pola, INFO_POLA_NEGATIVE);
+    EXPECT_EQ(std::string(ctrl->fpath), std::string(127, 'p'));
+    EXPECT_EQ(ctrl->addr, 0x50U);
+    EXPECT_EQ(ctrl->reg_offset, 0x1CU);
+    EXPECT_EQ(ctrl->len, 2U);
+    EXPECT_EQ(ctrl->bit_offset, 3U);
+    EXPECT_EQ(ctrl->spare, 0U);
+    const auto *last = item<info_ctrl_t>(0x39002000);
+    ASSERT_NE(last, nullptr);
+    EXPECT_EQ(last->mode, INFO_CTRL_MODE_LEGACY);
+    EXPECT_EQ(last->src, INFO_SRC_NONE) << "an unknown word is 0";
+    EXPECT_EQ(last->frmt, INFO_FRMT_NUM_BUF);
+    const auto *dev = item<i2c_dev_t>(DFD_MAKE_KEY(DFD_KEY_CPLD_I2C_DEV, 16, 0));
+    ASSERT_NE(dev, nullptr);
+    EXPECT_EQ(dev->bus, 2U);
+    EXPECT_EQ(dev->addr, 0x40U);
+    const auto *led = item<led_info_t>(DFD_MAKE_KEY(DFD_KEY_MB_FAN_LED_INFO, 0, 0));
+    ASSERT_NE(led, nullptr);
+    EXPECT_EQ(led->dark, 1U);
+    EXPECT_EQ(led->green, 0U) << "a member that no line mentions";
+    EXPECT_EQ(led->spark, LED_REGVAL_UNSET) << "an emptied member";
+    EXPECT_EQ(led->fspark_close, 7U);
+    const auto *temp = item<temp_info_t>(0xBB000207);
+    ASSERT_NE(temp, nullptr);
+    EXPECT_STREQ(temp->temp_name, "inlet");
+    EXPECT_EQ(temp->type, TEMP_INFO_LM75);
+    const auto *irq_ctrl = item<irq_ctrl_t>(DFD_MAKE_KEY(DFD_KEY_IRQ_CTRL_INFO, 0, 0));
+    ASSERT_NE(irq_ctrl, nullptr);
+    EXPECT_EQ(irq_ctrl->irq_flag * 100 + irq_ctrl->irq_clr_flag * 10 + irq_ctrl->irq_clr_bit, 123U);
+    const auto *irq = item<irq_info_t>(DFD_MAKE_KEY(DFD_KEY_IRQ_INFO, 0x102, 3));
+    ASSERT_NE(irq, nullptr);
+    EXPECT_EQ(irq->type, IRQ_TYPE_POE_POWER);
+    EXPECT_EQ(irq->val2, 9U);
+    EXPECT_EQ(item<irq_info_t>(DFD_MAKE_KEY(DFD_KEY_IRQ_INFO, 0, 8))->type, IRQ_TYPE_UNKNOWN);
+}
+
+TEST_F(ParserTest, LaterLinesReplaceMemberByMember) {
+    EXPECT_EQ(
+        log_of(DFD_DEBUG_WARN,
+               "fan_num=4\nfan_num=6\ntemp_name_1=abcdef\ntemp_name_1=xy\n"
+               "slot_online.len_5=2\nslot_online.mode_5=fru\nslot_online.len_5=3\nsslot_num=\n"),
+        "line2: replace int item[4->6], key=0x23000000\r\n"
+        "line4: replace string item[abcdef->xy], key=0x27000100\r\n"
+        "line8: value str is empty\r\n");
+    EXPECT_EQ(number(0x23000000), 6);
+    EXPECT_STREQ(item<char>(0x27000100), "xy");
+    EXPECT_EQ(item<char>(0x27000100)[3], '\0') << "no rest of the longer text";
+    EXPECT_EQ(item<info_ctrl_t>(0x39000500)->mode, INFO_CTRL_MODE_FRU);
+    EXPECT_EQ(item<info_ctrl_t>(0x39000500)->len, 3U);
+}
+
+TEST_F(ParserTest, LinesThatCannotBeStoredAreLoggedAndSkipped) {
+    const std::string too_long(64, 's');
+    EXPECT_EQ(
+        log_of(DFD_DEBUG_ERR,
+               "slot_online.mode=config\nslot_online.mode_33=config\n"
+               "sslot_fpga_out_port_3=1\nsslot_fpga_out_port_3_9=1\n"
+               "slot_online.size_1=1\nslot_online_1=1\ncpld_i2c_dev.buz_0=1\n"
+               "mb_fan_led_info.pink=1\ncard_temp_info.x=1\nirq_info.y=1\n"
+               "irq_ctrl_info.z=1\ntemp_name_0=" +
+                   too_long + "\ntemp_name_1=" + too_long.substr(1) + "\nend_led_info=1\n"),
+        "line1: no '-' between name and index1\r\n"
+        "line2: index1[33] invalid, max=32\r\n"
+        "line3: no '-' between index1 and index2\r\n"
+        "line4: index2[9] invalid, max=8\r\n"
+        "line5: info ctrl member[.size_1] invalid\r\n"
+        "line6: info ctrl member[_1] invalid\r\n"
+        "line7: i2c dev member[.buz_0] invalid\r\n"
+        "line12: string item[" +
+            too_long +
+            "] is too long \r\n"
+            "open config file[/etc/cfg/dfd/chassis/1.cfg] fail, error=No such file or directory\n");
+    EXPECT_EQ(dfd_lib_cfg_get_item(0x27000000), nullptr);
+    EXPECT_STREQ(item<char>(0x27000100), too_long.substr(1).c_str());
+}
+
+TEST_F(ParserTest, VerboseTraceSaysWhatEachLineBecame) {
+    const std::string text = log_of(DFD_DEBUG_VBOSE,
+                                    "  \r\n#x=1\nfan_num = 4\ncpld_i2c_dev.addr_0=0x40\n"
+                                    "cpld_i2c_dev.addr_0=0x41\nmb_fan_led_info.red=3\n"
+                                    "irq_info.val0_1_2=9\nirq_info.val0_1_2=8\ntemp_name_1=a\n");
+    for (const char *line : {"line1: space line\r\n", "line2: comment line\r\n",
+                             "line3: config_line[fan_num=4] name[fan_num] value[4]\r\n"
+                             "line3: add int item[4] success, key=0x23000000\r\n",
+                             "line4: add i2c_dev item[.addr=64] success, key=0x32000000\r\n",
+                             "line5: replace i2c_dev item[.addr=65], key=0x32000000\r\n",
+                             "line6: add info_ctrl item[.red=3] success, key=0xb6000000\r\n",
+                             // The interrupt kinds go by the info_ctrl names.
+                             "line7: add info_ctrl item[.int_cons=9] success, key=0xaf000102\r\n",
+                             "line8: replace info_ctrl item[.int_cons=8], key=0xaf000102\r\n",
+                             "line9: add string item[a] success, key=0x27000100\r\n"}) {
+        EXPECT_THAT(text, HasSubstr(line));
+    }
+}
+
+TEST_F(ParserTest, OnlyLinesWithoutEqualsOrNameFailAFile) {
+    struct Row {
+        const char *line;
+        const char *reason;
+    };
+    for (const Row &row : {Row{"fan _num", "line2: [fan_num]no '=' between name and value\r\n"},
+                           Row{"=4", "line2: [=4]sscanf arg to memory error\r\n"}}) {
+        dfd_test::in_own_process(row.line, [&] {
+            const std::string config = std::string("slot_base=1\n") + row.line + "\nsslot_base=2\n";
+            std::string trimmed = row.line;
+            std::erase(trimmed, ' ');
+            const std::string verdict = "!!!!file[/etc/cfg/dfd/cfg_file/board.cfg] config line[2 " +
+                                        trimmed + "] analyse fail\r\n";
+            EXPECT_EQ(printed_by([&] { start(config); }), verdict) << "whatever the gate";
+            EXPECT_EQ(number(DFD_MAKE_KEY(DFD_KEY_SLOT_BASE, 0, 0)), 1);
+            EXPECT_EQ(number(DFD_MAKE_KEY(DFD_KEY_SSLOT_BASE, 0, 0)), std::nullopt);
+            EXPECT_THAT(log_of(DFD_DEBUG_ERR, config), HasSubstr(row.reason + verdict));
+        });
+    }
+}
+
+TEST_F(ParserTest, LongLinesAreSeveralLines) {
+    // 255 characters fill the buffer; what follows is line 2.
+    std::string line = "slot_base=1";
+    line.resize(255, ' ');
+    start(line + "sslot_base=2\n");
+    EXPECT_EQ(number(DFD_MAKE_KEY(DFD_KEY_SLOT_BASE, 0, 0)), 1);
+    EXPECT_EQ(number(DFD_MAKE_KEY(DFD_KEY_SSLOT_BASE, 0, 0)), 2);
+}
+
+TEST_F(ParserTest, DumpsWhateverTheGate) {
+    start(
+        "fan_num=4\ntemp_name_1=inlet\ncpld_i2c_dev.addr_0=0x41\nmb_fan_led_info.red=3\n"
+        "slot_online.mode_5=config\nslot_online.src_5=localbus\nslot_online.frmt_5=bit\n"
+        "slot_online.pola_5=negative\nslot_online.fpath_5=/dev/cpld0\nslot_online.len_5=1\n"
+        "slot_online.reg_offset_5=3\nslot_online.bit_offset_5=2\nslot_online.addr_5=0x10\n"
+        "fan_speedlvl_convert_2=0x30\nfan_name_0x1234_300=FAN\n");
+    const std::string stars = std::string(26, '*') + "\r\n";
+    struct Row {
+        std::uint32_t key;
+        std::string text;
+    };
+    for (const Row &row :
+         {Row{0x01000000, "item[0x01000000] not exist\r\n"},
+          Row{0x23000000, stars + "key=0x23000000\r\nint=4\r\n"},
+          Row{0x27000100, stars + "key=0x27000100\r\nstring=inlet\r\n"},
+          Row{0x32000000, stars + "key=0x32000000\r\n.bus=0x00\r\n.addr=0x41\r\n"},
+          Row{0xB6000000, stars + "key=0xb6000000\r\nitem[182] error!\r\n"},
+          Row{0x39000500, stars + "key=0x39000500\r\n.mode=config\r\n.int_cons=0\r\n"
+                                  ".src=localbus\r\n.frmt=bit\r\n.pola=negative\r\n"
+                                  ".fpath=/dev/cpld0\r\n.addr=0x10\r\n.len=1\r\n"
+                                  ".bit_offset=2\r\n"}}) {
+        EXPECT_EQ(printed_by([&] { dfd_lib_cfg_show_item(row.key); }), row.text);
+    }
+    EXPECT_EQ(printed_by([] { dfd_lib_cfg_print_item(0x23000000, nullptr); }), "");
+    EXPECT_EQ(printed_by([] { dfd_lib_cfg_show_convert_lst(0); }),
+              "fan speed level convert list:\r\nindex1=0x0002 index2=0x00 int_val=48 str_val=\r\n");
+    EXPECT_EQ(printed_by([] { dfd_lib_cfg_show_convert_lst(3); }),
+              "fan name convert list:\r\nindex1=0x1234 index2=0x12c int_val=0 str_val=FAN\r\n");
+    EXPECT_EQ(printed_by([] { dfd_lib_cfg_show_convert_lst(4); }), "");
+}
+
+}  // namespace

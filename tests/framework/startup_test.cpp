@@ -1,0 +1,211 @@
+// SPDX-License-Identifier: MIT
+#include "support/library_test.h"
+
+namespace {
+
+using dfd_test::Bytes;
+using dfd_test::e2prom_image;
+using dfd_test::in_own_process;
+using dfd_test::logged_by;
+using dfd_test::tlv_entry;
+using dfd_test::tlv_image;
+using testing::HasSubstr;
+using testing::Not;
+using vchassis::Op;
+
+constexpr std::uint32_t kSlotBase = DFD_MAKE_KEY(DFD_KEY_SLOT_BASE, 0, 0);
+constexpr std::uint32_t kSslotBase = DFD_MAKE_KEY(DFD_KEY_SSLOT_BASE, 0, 0);
+constexpr std::uint32_t kFanNum = DFD_MAKE_KEY(DFD_KEY_FAN_NUM, 0, 0);
+
+class StartupTest : public dfd_test::LibraryTest {
+  protected:
+    static int number(std::uint32_t key) {
+        const auto *const record = static_cast<const int *>(dfd_lib_cfg_get_item(key));
+        return record != nullptr ? *record : -999;
+    }
+    // Bytes of a legacy board EEPROM.
+    static Bytes legacy(std::uint8_t layout, std::uint8_t raw, std::uint8_t extra,
+                        std::uint8_t sub) {
+        return e2prom_image({{0, {layout, 0}}, {3, {raw}}, {7, {extra}}, {64, {sub}}});
+    }
+};
+
+TEST_F(StartupTest, ProductIdDecidesFirst) {
+    add_e2prom(0, 0x57, legacy(2, 10, 5, 0));
+    write_board("ABC-1234567890\n", "card_pid_str_42_0=ABC-12345\ncard_pid_str_43_0=ABC\n");
+    write_list(42, "one\ntwo\r\n");
+    write_config("one", "slot_base=1\nfan_num=1\n");
+    write_config("two", "slot_base=2\n");
+    chassis.write_file("/etc/cfg/dfd/chassis/42.cfg", "fan_num=9\n");
+    EXPECT_EQ(dev_drv_init(), 0);
+    EXPECT_EQ(drv_get_my_dev_type(), 42) << "the first nine characters suffice";
+    EXPECT_EQ(sdd_get_my_chassis_type(), 42) << "no backplane item: the board type";
+    EXPECT_EQ(number(kSlotBase), 2);
+    EXPECT_EQ(number(kFanNum), 9) << "the chassis file comes last";
+    EXPECT_EQ(count(Op::transfer), 0U) << "the EEPROM is not asked";
+    EXPECT_EQ(count(Op::open), count(Op::close));
+}
+
+TEST_F(StartupTest, BoardTypeFromTheBoardE2prom) {
+    struct Row {
+        const char *what;
+        Bytes image;
+        int type;
+    };
+    const Bytes entry6 = tlv_entry(6, {0, 0, 1, 0x2C});
+    const Bytes other = tlv_entry(3, {'S', 'N', 0});
+    Bytes bad_checksum = tlv_image(1, 0, 0x23, other);
+    bad_checksum[6] ^= 1;
+    const Row kRows[] = {
+        {"layout 1, 0x9c, 0x11", legacy(1, 0x9C, 0, 0x11), 14},
+        {"layout 1, 0x9c, 1", legacy(1, 0x9C, 0, 1), 15},
+        {"layout 1, 0x9c, other", legacy(1, 0x9C, 0, 2), 41},
+        {"layout 1, 0x9e", legacy(1, 0x9E, 0, 1), 42},
+        {"layout 1, sub 1", legacy(1, 130, 0, 1), 30},
+        {"layout 1, other sub", legacy(1, 130, 0, 0), 50},
+        {"layout 2", legacy(2, 10, 5, 0), 62},
+        {"layout 3", legacy(3, 10, 5, 0), -1},
+        {"TLV 1, header", tlv_image(1, 0, 0x23, other), 0x23},
+        {"TLV 1, entry", tlv_image(1, 0, 0xF1, entry6), 300},
+        {"TLV 1, no entry", tlv_image(1, 0, 0xF1, other), -1},
+        {"TLV 1, bad checksum", bad_checksum, -1},
+        {"TLV 2, header", tlv_image(2, 0, 0x24, other), 0x24},
+        {"TLV 2, no entry: the failure is not reported", tlv_image(2, 0, 0xF1, other), 0},
+    };
+    add_e2prom(0, 0x57, kRows[0].image);
+    for (const Row &row : kRows) {
+        in_own_process(row.what, [&] {
+            chassis.set_slave(0, 0x57, 0, row.image);
+            EXPECT_EQ(dfd_get_dev_type(), row.type);
+            EXPECT_EQ(drv_get_my_dev_type(), row.type);
+            write_list(static_cast<unsigned>(row.type), "board\n");
+            write_config("board", "fan_num=3\n");
+            EXPECT_EQ(dev_drv_init(), row.type < 0 ? -1 : 0);
+            EXPECT_EQ(number(kFanNum), row.type < 0 ? -999 : 3);
+        });
+    }
+}
+
+TEST_F(StartupTest, LegacyTypeAloneIgnoresTheTlvFlag) {
+    Bytes image = legacy(1, 130, 0, 1);
+    image[1] = 0x7E;
+    add_e2prom(0, 0x57, image);
+    EXPECT_EQ(dfd_my_type_from_e2(), 30);
+    image[0] = 2;
+    chassis.set_slave(0, 0x57, 0, image);
+    EXPECT_EQ(logged_by(DFD_DEBUG_VBOSE, [] { EXPECT_EQ(dfd_my_type_from_e2(), 130 + 47); }),
+              "CA type is177\r\n");
+    chassis.fail({.addr = 0x57, .count = 0, .error = ENXIO});
+    EXPECT_EQ(dfd_my_type_from_e2(), -1);
+}
+
+TEST_F(StartupTest, WithoutProductIdAndE2promThereIsNoBoardTypeYet) {
+    write_config("card_pid", "card_pid_str_42_0=ABC\n");
+    write_list(42, "");
+    const std::string log = logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(dev_drv_init(), -1); });
+    EXPECT_THAT(log, HasSubstr("get my dev type fail, rv=-1\r\n"));
+    chassis.write_file("/tmp/bspinfo/ProductID", "ABC");
+    EXPECT_EQ(drv_get_my_dev_type(), 42) << "-1 is not kept";
+    chassis.remove_file("/tmp/bspinfo/ProductID");
+    EXPECT_EQ(drv_get_my_dev_type(), 42) << "a type is";
+    EXPECT_EQ(dfd_get_dev_type(), -1);
+}
+
+TEST_F(StartupTest, OtherNegativeTypesAreKept) {
+    // The image reads fine, the query's transfers do not: its code is the answer from then on.
+    const Bytes image = tlv_image(1, 0, 0xF1, tlv_entry(3, {'S', 'N', 0}));
+    add_e2prom(0, 0x57, image);
+    chassis.fail({.addr = 0x57, .skip = 1, .count = 5, .error = 0, .result = -7});
+    EXPECT_EQ(drv_get_my_dev_type(), -7);
+    EXPECT_EQ(drv_get_my_dev_type(), -7);
+    EXPECT_EQ(dfd_get_dev_type(), -1) << "the chip answers again";
+}
+
+TEST_F(StartupTest, AFailingFileEndsTheListNotTheStart) {
+    struct Row {
+        const char *list;
+        const char *reason;
+    };
+    write_board("ABC", "card_pid_str_42_0=ABC\n");
+    write_config("one", "slot_base=1\n");
+    write_config("broken", "fan_num=5\nno value\n");
+    write_config("two", "sslot_base=2\n");
+    const std::string long_name(31, 'n');
+    write_config(long_name, "fan_num=1\n");
+    for (const Row &row :
+         {Row{"one\nmissing\ntwo\n",
+              "open config file[/etc/cfg/dfd/cfg_file/missing.cfg] fail, error=No such file or "
+              "directory\n"},
+          Row{"one\n\ntwo\n", "open config file[/etc/cfg/dfd/cfg_file/.cfg] fail, "},
+          Row{"one\nbroken\ntwo\n", "config line[2 novalue] analyse fail\r\n"},
+          // 31 characters fill the name buffer, the rest of the line is a name of its own.
+          Row{"one\nnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnx\ntwo\n", "cfg_file/x.cfg] fail"}}) {
+        in_own_process(row.list, [&] {
+            write_list(42, row.list);
+            EXPECT_THAT(logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(dev_drv_init(), 0); }),
+                        HasSubstr(row.reason));
+            EXPECT_EQ(number(kSlotBase), 1);
+            EXPECT_EQ(number(kSslotBase), -999);
+        });
+    }
+}
+
+TEST_F(StartupTest, WithoutListFileStartFails) {
+    write_board("ABC", "card_pid_str_0x2A_0=ABC\n");
+    EXPECT_EQ(logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(dev_drv_init(), -1); }),
+              "open config file[/etc/cfg/dfd/file_name/0x2a] fail, error=No such file or "
+              "directory\n");
+}
+
+TEST_F(StartupTest, WithoutPidTableTheE2promDecides) {
+    add_e2prom(0, 0x57, legacy(2, 10, 5, 0));
+    chassis.write_file("/tmp/bspinfo/ProductID", "ABC");
+    write_list(62, "");
+    const std::string log = logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(dev_drv_init(), 0); });
+    EXPECT_THAT(log, HasSubstr("analyse card pid file fail, rv=-1\n"));
+    EXPECT_EQ(drv_get_my_dev_type(), 62);
+}
+
+TEST_F(StartupTest, ChassisTypeFromTheBackplane) {
+    const std::string source1 =
+        "e2_setmac.mode_1=config\ne2_setmac.src_1=file\ne2_setmac.frmt_1=buf\n"
+        "e2_setmac.fpath_1=/tmp/bp1\ne2_setmac.len_1=44\n";
+    std::string source2 = source1;
+    for (std::size_t at = 0; (at = source2.find("_1", at)) != std::string::npos;) {
+        source2.replace(at, 2, "_2");
+    }
+    source2.replace(source2.find("/tmp/bp1"), 8, "/tmp/bp2");
+    struct Row {
+        const char *what;
+        std::string config;
+        const char *bp1;  // null: unreadable
+        const char *bp2;
+        int type;
+    };
+    const Row kRows[] = {
+        {"source 1", source1 + source2, "\x05...", "\x06...", 5},
+        {"source 1 fails", source1 + source2, nullptr, "\x06...", 6},
+        {"source 1 fails, 2 not configured", source1, nullptr, nullptr, 1},
+        {"source 1 not configured", source2, nullptr, "\x06...", 1},
+        {"both fail", source1 + source2, nullptr, nullptr, -1},
+    };
+    for (const Row &row : kRows) {
+        in_own_process(row.what, [&] {
+            for (const auto &[path, text] :
+                 {std::pair{"/tmp/bp1", row.bp1}, {"/tmp/bp2", row.bp2}}) {
+                chassis.remove_file(path);
+                if (text != nullptr) {
+                    chassis.write_file(path, text);
+                }
+            }
+            chassis.write_file("/etc/cfg/dfd/chassis/5.cfg", "fan_num=50\n");
+            chassis.write_file("/etc/cfg/dfd/chassis/6.cfg", "fan_num=60\n");
+            chassis.write_file("/etc/cfg/dfd/chassis/1.cfg", "fan_num=10\n");
+            start(row.config);
+            EXPECT_EQ(sdd_get_my_chassis_type(), row.type);
+            EXPECT_EQ(number(kFanNum), row.type > 0 ? row.type * 10 : -999);
+        });
+    }
+}
+
+}  // namespace

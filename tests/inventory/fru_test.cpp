@@ -1,0 +1,337 @@
+// SPDX-License-Identifier: MIT
+#include <memory>
+#include <numeric>
+#include <random>
+
+#include "support/library_test.h"
+
+namespace {
+
+using dfd_test::Bytes;
+using dfd_test::bytes_of;
+using dfd_test::e2prom_image;
+using dfd_test::logged_by;
+using dfd_test::tlv_entry;
+using dfd_test::tlv_image;
+using testing::EndsWith;
+using testing::HasSubstr;
+
+constexpr char kBus[] = "/dev/i2c-2";
+constexpr int kAddr = 0x52;
+
+void put_checksum(Bytes &bytes) {
+    bytes.back() = 0;
+    bytes.back() = static_cast<std::uint8_t>(-std::accumulate(bytes.begin(), bytes.end(), 0));
+}
+
+Bytes common_header(std::uint8_t product_blocks) {
+    Bytes header = {1, 0, 0, 0, product_blocks, 0, 0, 0};
+    put_checksum(header);
+    return header;
+}
+
+// A product info area with these fields as 8-bit text, padded to `blocks` blocks.
+Bytes product_area(const std::vector<std::string> &fields, std::uint8_t blocks) {
+    Bytes area = {1, blocks, 25};
+    for (const std::string &field : fields) {
+        area.push_back(static_cast<std::uint8_t>(0xC0 | field.size()));
+        area.insert(area.end(), field.begin(), field.end());
+    }
+    area.push_back(0xC1);
+    area.resize(blocks * 8U);
+    put_checksum(area);
+    return area;
+}
+
+const std::vector<std::string> kFields = {"MAKER", "PSU-650", "P/N", "123", "SN0001", "", "FID"};
+
+class FruTest : public dfd_test::LibraryTest {
+  protected:
+    FruTest() { add_e2prom(2, kAddr, Bytes(256, 0xFF)); }
+    void put(const Bytes &area) {
+        chassis.set_slave(2, kAddr, 0, e2prom_image({{0, common_header(1)}, {8, area}}));
+        chassis.advance_us(100000);
+    }
+    Bytes area(std::size_t size) const {
+        const Bytes image = chassis.slave(2, kAddr);
+        return {image.begin() + 8, image.begin() + 8 + static_cast<std::ptrdiff_t>(size)};
+    }
+    using Query = int (*)(const char *, std::uint32_t, std::uint16_t, void *, int *);
+    static std::pair<int, std::string> query(Query function, std::uint32_t type,
+                                             int capacity = 64) {
+        char buf[300] = "";
+        int len = capacity;
+        const int code = function(kBus, type, kAddr, buf, &len);
+        return {code, code == 0 ? std::string(buf, static_cast<std::size_t>(len)) : ""};
+    }
+    static int fru_data(const char *dev, std::uint32_t type, std::uint16_t addr, void *buf,
+                        int *len) {
+        return dfd_get_fru_data(dev, addr, type, buf, len);
+    }
+};
+
+using Found = std::pair<int, std::string>;
+
+TEST_F(FruTest, FieldsByInformationType) {
+    put(product_area(kFields, 8));
+    EXPECT_EQ(query(fru_data, 2), Found(0, "PSU-650"));
+    EXPECT_EQ(query(fru_data, 6), Found(0, "PSU-650"));
+    EXPECT_EQ(query(fru_data, 3), Found(0, "SN0001"));
+    EXPECT_EQ(query(fru_data, 5), Found(0, "123"));
+    EXPECT_EQ(query(fru_data, 2, 4), Found(0, "PSU-")) << "a small buffer cuts";
+    EXPECT_THAT(logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(query(fru_data, 4).first, -1); }),
+                EndsWith("Not support to get info: 4.\n"));
+    // An end mark in front, or a field that runs past the area, ends the list: a success.
+    put(product_area({}, 2));
+    EXPECT_EQ(query(fru_data, 2), Found(0, ""));
+    Bytes overrun = product_area(kFields, 8);
+    overrun[9] = 0xFF;  // the product name: 63 bytes
+    put_checksum(overrun);
+    put(overrun);
+    EXPECT_EQ(query(fru_data, 2), Found(0, ""));
+    EXPECT_EQ(query(fru_data, 3), Found(0, ""));
+}
+
+TEST_F(FruTest, ParserFillsWhatIsAskedFor) {
+    std::vector<std::string> fields = kFields;
+    fields.insert(fields.end(), {"custom one", "two", "three"});
+    const Bytes area = product_area(fields, 10);
+    std::vector<fru_field_t> all(7);
+    std::vector<fru_field_t> custom(2);
+    std::uint8_t language = 0;
+    fru_product_info_t info = {&language, &all[0], &all[1], &all[2],       &all[3],
+                               &all[4],   &all[5], &all[6], custom.data(), 2};
+    fru_field_offsets offsets{};
+    ASSERT_EQ(ipmi_fru_product_info_area(area.data(), 80, &info, offsets), 0);
+    EXPECT_EQ(language, 25);
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        EXPECT_EQ(std::string(reinterpret_cast<char *>(all[i].data)), fields[i]);
+        EXPECT_EQ(all[i].len, fields[i].size());
+        EXPECT_EQ(offsets[2 * i + 1], fields[i].size());
+        EXPECT_EQ(area[offsets[2 * i]], 0xC0 | fields[i].size());
+    }
+    EXPECT_STREQ(reinterpret_cast<char *>(custom[0].data), "custom one");
+    EXPECT_STREQ(reinterpret_cast<char *>(custom[1].data), "two");
+    fru_product_info_t nothing{};
+    EXPECT_EQ(ipmi_fru_product_info_area(area.data(), 80, &nothing, offsets), 0);
+    EXPECT_EQ(ipmi_fru_product_info_area(nullptr, 80, &nothing, offsets), -1);
+    EXPECT_EQ(ipmi_fru_product_info_area(area.data(), 0, &nothing, offsets), -1);
+    EXPECT_EQ(ipmi_fru_product_info_area(area.data(), 80, nullptr, offsets), -1);
+    EXPECT_EQ(ipmi_fru_product_info_area(area.data(), 80, &nothing, nullptr), -1);
+}
+
+TEST_F(FruTest, ChecksAndTheirMessages) {
+    Bytes header = common_header(1);
+    header.push_back(0x5A);
+    EXPECT_EQ(ipmi_validate_common_hdr(header.data(), 8), 0);
+    header[7] ^= 1;
+    EXPECT_EQ(logged_by(DFD_DEBUG_ERR,
+                        [&] { EXPECT_EQ(ipmi_validate_common_hdr(header.data(), 9), -1); }),
+              "Checksum mismatch. Calculated:[0xFE], Embedded:[0x5A]\n"
+              "Failed to validate common header\n");
+    EXPECT_EQ(logged_by(DFD_DEBUG_ERR,
+                        [&] { EXPECT_EQ(ipmi_validate_common_hdr(header.data(), 7), -1); }),
+              "Incomplete fru data file. Size:[7]\n");
+    header[0] = 2;
+    EXPECT_EQ(logged_by(DFD_DEBUG_ERR, [&] { EXPECT_EQ(verify_fru_data(header.data(), 8), -1); }),
+              "Invalid entry:[2] in byte-0\n");
+    EXPECT_EQ(verify_fru_data(header.data(), 0), -1);
+    const Bytes three = {1, 2, 3};
+    EXPECT_EQ(calculate_crc(three.data(), 3), 0xFA);
+    EXPECT_EQ(calculate_crc(three.data(), 0), 0);
+}
+
+TEST_F(FruTest, BadParametersAndSilentChips) {
+    std::uint8_t buf[8];
+    int len = 8;
+    int none = 0;
+    fru_field_t field{};
+    fru_product_info_t info{};
+    EXPECT_EQ(dfd_get_frue2prom_info(nullptr, kAddr, buf), -22);
+    EXPECT_EQ(dfd_get_frue2prom_info(kBus, kAddr, nullptr), -22);
+    EXPECT_EQ(dfd_get_fru_data(nullptr, kAddr, 2, buf, &len), -22);
+    EXPECT_EQ(dfd_get_fru_data(kBus, kAddr, 2, buf, &none), -22);
+    EXPECT_EQ(dfd_set_fru_product_info(nullptr, &field, 2), -22);
+    EXPECT_EQ(dfd_set_fru_product_info(&info, nullptr, 2), -22);
+    EXPECT_EQ(dfd_set_fru_product_info(&info, &field, 4), -1);
+    EXPECT_EQ(query(sdd_get_e2prom_info_by_type_fru, 2, 0).first, -22);
+    put(product_area(kFields, 8));
+    chassis.fail({.addr = kAddr, .offset = 9, .count = 5, .error = 0, .result = -9});
+    EXPECT_EQ(query(fru_data, 2).first, -22) << "the area length";
+    chassis.fail({.addr = kAddr, .offset = 8, .count = 5, .error = 0, .result = -9});
+    EXPECT_EQ(query(fru_data, 2).first, -9) << "the area";
+    chassis.fail({.addr = kAddr, .offset = 0, .count = 5, .error = 0, .result = -9});
+    EXPECT_EQ(query(fru_data, 2).first, -9) << "the header";
+}
+
+TEST_F(FruTest, AnswersFromATlvImageWhenThereIsNoFru) {
+    chassis.set_slave(2, kAddr, 0, tlv_image(1, 0x12, 0x23, tlv_entry(3, bytes_of("TLVSN"))));
+    EXPECT_EQ(query(sdd_get_e2prom_info_by_type_fru, 3), Found(0, "TLVSN"));
+    EXPECT_EQ(query(sdd_get_e2prom_info_by_type_fru_compatible, 5), Found(0, "1.20"));
+    EXPECT_EQ(query(sdd_get_e2prom_info_by_type_fru, 2), Found(-1, ""));
+}
+
+TEST_F(FruTest, CompatibleVersionIsSpread) {
+    struct Row {
+        std::string stored;
+        int capacity;
+        Found found;
+    };
+    for (const Row &row :
+         {Row{"123", 64, {0, "1.23"}}, Row{"1234", 64, {0, "1234"}}, Row{"1.2", 64, {0, "1..2"}},
+          Row{"123", 4, {0, "1.23"}}, Row{"123", 3, {-22, ""}}, Row{"", 64, {-22, ""}},
+          Row{std::string("a\0b", 3), 64, {0, std::string("a\0\0", 3)}}}) {
+        std::vector<std::string> fields = kFields;
+        fields[3] = row.stored;
+        put(product_area(fields, 8));
+        EXPECT_EQ(query(sdd_get_e2prom_info_by_type_fru_compatible, 5, row.capacity), row.found)
+            << row.stored;
+    }
+    put(product_area(kFields, 8));
+    EXPECT_EQ(query(sdd_get_e2prom_info_by_type_fru_compatible, 3), Found(0, "SN0001"));
+}
+
+TEST_F(FruTest, UpdateRenewsLengthAndChecksum) {
+    struct Row {
+        const char *what;
+        std::string sn;
+        const char *hw;
+        std::string stored_sn, stored_hw;
+        std::uint8_t blocks;
+    };
+    for (const Row &row :
+         {Row{"same length", "SN0002", nullptr, "SN0002", "123", 8},
+          Row{"longer: one block more", "SN000203", "", "SN000203", "123", 9},
+          Row{"both", "SN00020", "1.23", "SN00020", "1.23", 10},
+          Row{"too long for six bits", std::string(64, 's'), nullptr, "SN0001", "123", 8}}) {
+        put(product_area(kFields, 8));
+        EXPECT_EQ(dfd_set_card_info_fru(kBus, kAddr, row.sn.c_str(), row.hw), 0) << row.what;
+        chassis.advance_us(100000);
+        EXPECT_EQ(area(2)[1], row.blocks) << row.what;
+        EXPECT_EQ(query(fru_data, 3), Found(0, row.stored_sn)) << row.what;
+        EXPECT_EQ(query(fru_data, 5), Found(0, row.stored_hw)) << row.what;
+        EXPECT_EQ(query(fru_data, 2), Found(0, "PSU-650")) << row.what;
+    }
+}
+
+TEST_F(FruTest, ShorterFieldKeepsTheLengthByteAndMovesTheChecksum) {
+    put(product_area(kFields, 8));
+    EXPECT_EQ(dfd_set_fan_info_fru(kBus, kAddr, "S1", nullptr), 0);
+    const Bytes after = area(64);
+    EXPECT_EQ(after[1], 8);
+    EXPECT_EQ(std::accumulate(after.begin(), after.begin() + 60, 0) % 256, 0) << "the new end";
+    chassis.advance_us(100000);
+    EXPECT_EQ(query(fru_data, 3).first, -1) << "over the stored length the sum does not hold";
+}
+
+TEST_F(FruTest, UpdateThatDoesNotFitWritesBackWhatItRead) {
+    Bytes area_bytes = product_area(kFields, 8);
+    area_bytes[25] = 6;  // serial number of type code 0
+    put_checksum(area_bytes);
+    put(area_bytes);
+    const Bytes before = chassis.slave(2, kAddr);
+    EXPECT_THAT(
+        logged_by(DFD_DEBUG_ERR,
+                  [] { EXPECT_EQ(dfd_set_fan_info_fru(kBus, kAddr, "SN0002", nullptr), 0); }),
+        HasSubstr("FRU str type error.\n"));
+    EXPECT_EQ(chassis.slave(2, kAddr), before);
+    EXPECT_EQ(i2c_writes().size(), 248U / 4) << "from the area to the end of the chip";
+    chassis.advance_us(100000);
+    area_bytes[0] = 2;
+    put(area_bytes);
+    EXPECT_EQ(dfd_set_fan_info_fru(kBus, kAddr, "SN0002", nullptr), -1);
+}
+
+TEST_F(FruTest, ReplacementsThatWouldLeaveTheAreaAreRefusedUntouched) {
+    Bytes area_bytes = product_area(kFields, 8);
+    fru_product_info_t info{};
+    fru_field_offsets offsets{};
+    ASSERT_EQ(ipmi_fru_product_info_area(area_bytes.data(), 64, &info, offsets), 0);
+    const Bytes before = area_bytes;
+    struct Row {
+        const char *what;
+        int capacity;
+        std::string sn;
+        const char *message;
+    };
+    for (const Row &row :
+         {Row{"no room", 64, "SN00011", "The serial number is too long to insert!\n"},
+          Row{"room for the text, not for the block", 70, "SN00011",
+              "The serial number is too long to insert!\n"},
+          Row{"six bits", 200, std::string(70, 'x'),
+              "The serial number is too long to insert!\n"}}) {
+        Bytes copy = before;
+        copy.resize(static_cast<std::size_t>(row.capacity));
+        const Bytes unchanged = copy;
+        EXPECT_EQ(logged_by(DFD_DEBUG_ERR,
+                            [&] {
+                                EXPECT_EQ(ipmi_fru_sn_hw_updata(copy.data(), row.capacity, 64,
+                                                                row.sn.c_str(), nullptr, offsets),
+                                          -1);
+                            }),
+                  row.message)
+            << row.what;
+        EXPECT_EQ(copy, unchanged) << row.what;
+    }
+    int len = 64;
+    EXPECT_EQ(ipmi_fru_sn_hw_updata(area_bytes.data(), 64, 64, nullptr, nullptr, offsets), 0);
+    EXPECT_EQ(insert_fru_str(area_bytes.data(), 64, &len, "SN00011", offsets[8], 0), -1)
+        << "growth and text disagree";
+    EXPECT_EQ(insert_fru_str(area_bytes.data(), 64, &len, "x", 200, 0), -1);
+    EXPECT_EQ(insert_fru_str(area_bytes.data(), 64, &len, "x", offsets[8], INT_MAX), -1);
+    len = 65;
+    EXPECT_EQ(insert_fru_str(area_bytes.data(), 64, &len, "SN0002", offsets[8], 0), -1);
+    EXPECT_EQ(ipmi_fru_sn_hw_updata(area_bytes.data(), 63, 64, "SN0002", nullptr, offsets), -1);
+    EXPECT_EQ(area_bytes, before);
+    len = 64;
+    EXPECT_EQ(insert_fru_str(area_bytes.data(), 64, &len, "SN", offsets[8], 0), 0);
+    EXPECT_EQ(std::string(area_bytes.begin() + 25, area_bytes.begin() + 32),
+              std::string("\xC6SN\0\0\0\0", 7))
+        << "without growth the rest of the field is zeroed";
+}
+
+// Any 256 bytes give a result code. Mutations of valid images reach deeper than noise; the
+// sanitizers watch for overruns.
+TEST_F(FruTest, AnyImageGivesACode) {
+    std::mt19937 random(20240601);
+    const Bytes seeds[] = {
+        e2prom_image({{0, common_header(1)}, {8, product_area(kFields, 8)}}),
+        tlv_image(1, 0x12, 0xF1, tlv_entry(3, bytes_of("SERIAL"))),
+        tlv_image(2, 0x12, 0xF1, tlv_entry(6, {0, 0, 0, 9})),
+    };
+    for (int round = 0; round < 300; ++round) {
+        Bytes image = seeds[static_cast<std::size_t>(round % 3)];
+        for (int i = 0; i < 1 + round % 4; ++i) {
+            image[random() % 32] = static_cast<std::uint8_t>(random());
+        }
+        if (round % 3 == 0) {
+            // Right checksums let the damage through to the parser.
+            Bytes header(image.begin(), image.begin() + 8);
+            header[0] = 1;
+            put_checksum(header);
+            std::copy(header.begin(), header.end(), image.begin());
+            Bytes area_bytes(image.begin() + 8, image.begin() + 72);
+            put_checksum(area_bytes);
+            std::copy(area_bytes.begin(), area_bytes.end(), image.begin() + 8);
+        }
+        chassis.set_slave(2, kAddr, 0, image);
+        for (const std::uint32_t type : {0U, 2U, 3U, 5U, 6U}) {
+            for (const Query function :
+                 {sdd_get_e2prom_info_by_type_fru_compatible, sdd_get_e2prom_legacy_info_by_type}) {
+                // On the heap and exactly as large as said.
+                const int capacity =
+                    function == sdd_get_e2prom_legacy_info_by_type ? 13 : 1 + round % 40;
+                const auto buf = std::make_unique<char[]>(static_cast<std::size_t>(capacity));
+                int len = capacity;
+                if (function(kBus, type, kAddr, buf.get(), &len) == 0) {
+                    EXPECT_LE(len, capacity);
+                }
+            }
+        }
+        dfd_set_fan_info_fru(kBus, kAddr, "SERIAL-NUMBER", "1.23");
+        dfd_set_fan_info_tlv(kBus, kAddr, "SERIAL", "1.2");
+        chassis.clear_log();
+    }
+}
+
+}  // namespace

@@ -1,0 +1,197 @@
+// SPDX-License-Identifier: MIT
+#include "support/library_test.h"
+
+namespace {
+
+using dfd_test::Bytes;
+using dfd_test::bytes_of;
+using dfd_test::e2prom_image;
+using dfd_test::logged_by;
+using dfd_test::operator+;
+using testing::EndsWith;
+using vchassis::Op;
+
+constexpr char kBus[] = "/dev/i2c-2";
+constexpr int kAddr = 0x53;
+constexpr int kNameAt = 0x20;
+constexpr int kVersionAt = 0x40;
+
+class LegacyTest : public dfd_test::LibraryTest {
+  protected:
+    LegacyTest() {
+        add_e2prom(2, kAddr,
+                   e2prom_image({{0, {0x2A}},
+                                 {1, bytes_of("1234567890ABC")},
+                                 {14, {0x01, 0x32}},
+                                 {kNameAt, bytes_of("PSU-AC-1200 ")},
+                                 {kVersionAt, bytes_of("205")}}));
+    }
+    Bytes stored(std::size_t at, std::size_t size) const {
+        const Bytes image = chassis.slave(2, kAddr);
+        const auto from = image.begin() + static_cast<std::ptrdiff_t>(at);
+        return {from, from + static_cast<std::ptrdiff_t>(size)};
+    }
+    static std::pair<int, std::string> fan(std::uint32_t type) {
+        char buf[16] = "";
+        int len = 0;  // not looked at
+        const int code = sdd_get_e2prom_legacy_info_by_type(kBus, type, kAddr, buf, &len);
+        return {code, std::string(buf, static_cast<std::size_t>(len))};
+    }
+    static std::pair<int, std::string> power(std::uint32_t type, int offset) {
+        char buf[16] = "";
+        int len = 0;
+        const int code =
+            sdd_get_e2prom_legacy_power_info_by_type(kBus, type, kAddr, offset, buf, &len);
+        return {code, std::string(buf, static_cast<std::size_t>(len))};
+    }
+};
+
+using Found = std::pair<int, std::string>;
+
+TEST_F(LegacyTest, FieldsByInformationType) {
+    EXPECT_EQ(fan(3), Found(0, "1234567890ABC"));
+    EXPECT_EQ(fan(5), Found(0, "V1.23"));
+    std::uint32_t type = 0;
+    int len = 0;
+    EXPECT_EQ(sdd_get_e2prom_legacy_info_by_type(kBus, 6, kAddr, &type, &len), 0);
+    EXPECT_EQ(type, 0x2AU);
+    EXPECT_EQ(len, 4);
+    EXPECT_EQ(fan(2), Found(-1, ""));
+    EXPECT_EQ(power(2, kNameAt), Found(0, "PSU-AC-1200 "));
+    EXPECT_EQ(power(5, kVersionAt), Found(0, "2.05"));
+    chassis.clear_log();
+    EXPECT_EQ(power(3, kVersionAt), Found(-1, ""));
+    EXPECT_EQ(count(Op::transfer), 0U);
+    EXPECT_EQ(sdd_get_e2prom_legacy_info_by_type(kBus, 3, kAddr, nullptr, &len), -22);
+    EXPECT_EQ(sdd_get_e2prom_legacy_power_info_by_type(kBus, 2, kAddr, 0, &type, nullptr), -22);
+    EXPECT_THAT(
+        logged_by(
+            DFD_DEBUG_ERR,
+            [&] { EXPECT_EQ(sdd_get_e2prom_legacy_info_by_type(kBus, 3, 0x10, &type, &len), -1); }),
+        EndsWith("Read fan eeprom error(dev: /dev/i2c-2, addr: 10).\n"));
+}
+
+TEST_F(LegacyTest, FanUpdateWritesTheWholeRecord) {
+    struct Row {
+        const char *sn;
+        const char *hw;
+        Bytes record;
+        const char *version;
+    };
+    const std::uint32_t type = 0x155;
+    for (const Row &row :
+         {Row{"ABCDEFGHIJKLM", "", Bytes{0x55} + bytes_of("ABCDEFGHIJKLM") + Bytes{0x01, 0x32},
+              "V1.23"},
+          Row{nullptr, "1.2a", Bytes{0x55} + bytes_of("ABCDEFGHIJKLM") + Bytes{0x01, 0xA2},
+              "V1.2a"},
+          Row{"1234567890ABC", "9.07", Bytes{0x55} + bytes_of("1234567890ABC") + Bytes{0x09, 0x70},
+              "V9.07"}}) {
+        EXPECT_EQ(dfd_set_fan_info_legacy(kBus, kAddr, &type, row.sn, row.hw), 0);
+        EXPECT_EQ(stored(0, 16), row.record);
+        chassis.advance_us(100000);
+        EXPECT_EQ(fan(5), Found(0, row.version));
+    }
+    EXPECT_EQ(dfd_set_fan_info_legacy(kBus, kAddr, nullptr, nullptr, "1.00"), 0);
+    EXPECT_EQ(stored(0, 1), Bytes{0x55}) << "no type given";
+}
+
+TEST_F(LegacyTest, RefusedTextsWriteNothing) {
+    const Bytes before = chassis.slave(2, kAddr);
+    const std::uint32_t type = 9;
+    struct Row {
+        const char *sn;
+        const char *hw;
+        int code;
+        std::size_t reads;
+        const char *message;
+    };
+    for (const Row &row :
+         {Row{"123456789012", "1.23", -1, 1, "Fan sn lenth error:12, needed lenth:13\n"},
+          Row{"1234567890ABC", "12.3", -1, 1, "HW format must x.yz, now is:12.3"},
+          Row{nullptr, "1.234", -1, 1, "HW format must x.yz, now is:1.234"},
+          Row{nullptr, nullptr, 0, 0, ""}, Row{"", "", 0, 0, ""}}) {
+        chassis.clear_log();
+        EXPECT_EQ(logged_by(DFD_DEBUG_ERR,
+                            [&] {
+                                EXPECT_EQ(
+                                    dfd_set_fan_info_legacy(kBus, kAddr, &type, row.sn, row.hw),
+                                    row.code);
+                            }),
+                  row.message);
+        EXPECT_EQ(count(Op::transfer), row.reads);
+    }
+    EXPECT_EQ(dfd_set_power_info_legacy(kBus, kAddr, kVersionAt, ""), 0);
+    EXPECT_EQ(
+        logged_by(DFD_DEBUG_ERR,
+                  [] { EXPECT_EQ(dfd_set_power_info_legacy(kBus, kAddr, kVersionAt, "123"), -1); }),
+        "HW format must x.yz, now is:123");
+    EXPECT_EQ(chassis.slave(2, kAddr), before);
+}
+
+TEST_F(LegacyTest, PowerVersionIsKeptAsCharacters) {
+    EXPECT_EQ(
+        logged_by(DFD_DEBUG_VBOSE,
+                  [] { EXPECT_EQ(dfd_set_power_info_legacy(kBus, kAddr, kVersionAt, "3.1f"), 0); }),
+        "Power hw strtol:0x31fPower hw now:0x33 0x31 0x66\n");
+    EXPECT_EQ(stored(kVersionAt, 3), bytes_of("31f"));
+    chassis.advance_us(100000);
+    EXPECT_EQ(power(5, kVersionAt), Found(0, "3.1f"));
+    chassis.fail({.addr = kAddr, .offset = kVersionAt, .skip = 1, .count = 0});
+    EXPECT_THAT(
+        logged_by(
+            DFD_DEBUG_ERR,
+            [] { EXPECT_EQ(dfd_set_power_info_legacy(kBus, kAddr, kVersionAt, "1.00"), -1); }),
+        EndsWith("Write e2prom error:-1\n"));
+}
+
+// The write-protect signals: register 0x30 + index of a CPLD.
+class WriteProtectTest : public dfd_test::LibraryTest {
+  protected:
+    WriteProtectTest() { chassis.describe("[[registers]]\npath = \"/dev/cpld0\"\nsize = 256\n"); }
+    static std::string signal(int index, const char *source = "localbus") {
+        const std::string at = "_" + std::to_string(index) + "=";
+        return "e2_write_protect.mode" + at + "config\ne2_write_protect.src" + at + source +
+               "\ne2_write_protect.frmt" + at + "byte\ne2_write_protect.len" + at +
+               "1\ne2_write_protect.fpath" + at + "/dev/cpld0\ne2_write_protect.reg_offset" + at +
+               std::to_string(0x30 + index) + "\n";
+    }
+};
+
+TEST_F(WriteProtectTest, GroupsSucceedWhenOneSignalCanBeWritten) {
+    start(signal(0) + signal(2) + signal(7) + signal(8, "none") + signal(10));
+    struct Row {
+        int target;
+        int code;
+        std::vector<int> written;
+    };
+    for (const Row &row :
+         {Row{DFD_WP_BOARD, 0, {0}}, Row{DFD_WP_FANS, 0, {2}}, Row{DFD_WP_SUBCARDS, 0, {7}},
+          Row{DFD_WP_BACKPLANE, 0, {10}}, Row{2, -6, {}}, Row{11, -6, {}}}) {
+        for (const int enable : {7, 0}) {
+            chassis.clear_log();
+            EXPECT_EQ(dfd_ctl_e2_write_pro(row.target, enable), row.code) << row.target;
+            EXPECT_EQ(count(Op::write), row.written.size()) << row.target;
+            for (const int index : row.written) {
+                EXPECT_EQ(chassis.reg("/dev/cpld0", static_cast<std::uint32_t>(0x30 + index)),
+                          enable != 0 ? 255 : 0);
+            }
+        }
+    }
+    const std::string log =
+        logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(dfd_ctl_e2_write_pro(DFD_WP_SUBCARDS, 0), 0); });
+    EXPECT_THAT(log, testing::HasSubstr("set subcard6 e2 write proctect fail, rv=-6\r\n"));
+    EXPECT_THAT(log, testing::HasSubstr("set subcard8 e2 write proctect fail, rv=-7\r\n"));
+}
+
+TEST_F(WriteProtectTest, NothingConfiguredIsNotSupported) {
+    start("");
+    for (const int target : {DFD_WP_BOARD, DFD_WP_FANS, DFD_WP_SUBCARDS, DFD_WP_BACKPLANE}) {
+        EXPECT_EQ(dfd_ctl_e2_write_pro(target, 1), -6) << target;
+    }
+    EXPECT_THAT(logged_by(DFD_DEBUG_ERR, [] { dfd_ctl_e2_write_pro(DFD_WP_BOARD, 1); }),
+                EndsWith("set board e2 write proctect not support\r\n"));
+    EXPECT_THAT(logged_by(DFD_DEBUG_ERR, [] { dfd_ctl_e2_write_pro(DFD_WP_BACKPLANE, 1); }),
+                EndsWith("set backplane10 e2 write proctect fail, rv=-6\r\n"));
+}
+
+}  // namespace
