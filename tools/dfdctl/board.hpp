@@ -21,6 +21,11 @@ struct TypeFound {
 TypeFound find_board_type();
 TypeFound find_chassis_type();
 
+/// In the place of what a layout or a configuration does not have.
+inline Reading no_information() {
+    return {.status = Status::none};
+}
+
 /// A unit with an inventory EEPROM.
 struct Unit {
     std::string name;  ///< board, fan, power, sub-card
@@ -28,10 +33,10 @@ struct Unit {
     std::string layout;  ///< tlv, fru, legacy; empty when none is described
     std::string device;
     std::uint16_t address = 0;
-    Reading product;
-    Reading serial;
-    Reading version;
-    Reading type;
+    Reading product = no_information();
+    Reading serial = no_information();
+    Reading version = no_information();
+    Reading type = no_information();
 
     bool absent() const { return type.status == Status::absent; }
 };
@@ -43,11 +48,11 @@ struct Backplane {
     std::uint32_t id;
     std::string source;  ///< record or items
     std::string place;
-    Reading type;
-    Reading version;
-    Reading serial;
-    Reading mac;
-    std::vector<Reading> serials;
+    Reading type = no_information();
+    Reading version = no_information();
+    Reading serial = no_information();
+    Reading mac = no_information();
+    std::vector<Reading> serials = {};
 };
 
 std::vector<Backplane> find_backplanes();

@@ -26,12 +26,7 @@ Reading mac_reading(std::span<const std::uint8_t> mac) {
 Backplane record_backplane(std::uint32_t id, const i2c_dev_t &dev) {
     Backplane backplane{.id = id,
                         .source = "record",
-                        .place = fmt::format("EEPROM /dev/i2c-{} 0x{:02x}", dev.bus, dev.addr),
-                        .type = {},
-                        .version = {},
-                        .serial = {},
-                        .mac = {},
-                        .serials = {}};
+                        .place = fmt::format("EEPROM /dev/i2c-{} 0x{:02x}", dev.bus, dev.addr)};
     if (!answers(fmt::format("/dev/i2c-{}", dev.bus), static_cast<std::uint16_t>(dev.addr))) {
         const Reading silent = failure(Status::io_error, DFD_ERR_IO, "the EEPROM does not answer");
         backplane.type = backplane.version = backplane.serial = backplane.mac = silent;
@@ -40,7 +35,7 @@ Backplane record_backplane(std::uint32_t id, const i2c_dev_t &dev) {
     }
     backplane_info_t record = {};
     sdd_get_backplane_info(id, &record);
-    backplane.type.value = std::int64_t{record.chassis_type};
+    backplane.type = {.value = std::int64_t{record.chassis_type}};
     backplane.version = buffer_reading(record.hw_ver);
     backplane.serial = buffer_reading(record.sn);
     backplane.mac = mac_reading(record.mac);
@@ -52,13 +47,13 @@ Backplane record_backplane(std::uint32_t id, const i2c_dev_t &dev) {
 
 Reading optional_item(std::uint32_t type, std::uint32_t id) {
     const Item item = item_of(type, id);
-    return record_of<info_ctrl_t>(item) != nullptr ? read_item(item) : Reading{};
+    return record_of<info_ctrl_t>(item) != nullptr ? read_item(item) : no_information();
 }
 
 /// The address of the item plus the board's own offset.
 Reading mac_item(std::uint32_t id) {
     if (record_of<info_ctrl_t>(item_of(DFD_KEY_BACKPLANE_MAC, id)) == nullptr) {
-        return {};
+        return no_information();
     }
     std::array<std::uint8_t, kMacSize> mac = {};
     return sdd_get_bp_mac(id, mac.data()) == DFD_OK ? mac_reading(mac)
@@ -69,11 +64,9 @@ Backplane item_backplane(std::uint32_t id) {
     Backplane backplane{.id = id,
                         .source = "items",
                         .place = "items backplane_*",
-                        .type = {},
                         .version = optional_item(DFD_KEY_BACKPLANE_HW_VER, id),
                         .serial = optional_item(DFD_KEY_BACKPLANE_SN, id),
-                        .mac = mac_item(id),
-                        .serials = {}};
+                        .mac = mac_item(id)};
     for (std::uint32_t which = 0; which < kSerials; ++which) {
         backplane.serials.push_back(optional_item(DFD_KEY_BACKPLANE_SERIAL0 + which, id));
     }

@@ -39,10 +39,6 @@ bool is_eeprom_mode(int mode) {
            mode == INFO_CTRL_MODE_LEGACY;
 }
 
-Reading nothing() {
-    return {};
-}
-
 /// An item's value; where the family has no such item, what the unit's EEPROM says.
 Reading detail(std::uint32_t type, std::uint32_t index, const std::optional<Eeprom> &eeprom,
                std::uint32_t info) {
@@ -51,13 +47,13 @@ Reading detail(std::uint32_t type, std::uint32_t index, const std::optional<Eepr
         return read_item(item);
     }
     const bool has_it = eeprom && eeprom->mode != INFO_CTRL_MODE_LEGACY;
-    return has_it ? read_inventory(*eeprom, info) : nothing();
+    return has_it ? read_inventory(*eeprom, info) : no_information();
 }
 
 /// The legacy layout of fans has no product name.
 Reading product(const Eeprom &eeprom) {
     const bool has_none = eeprom.mode == INFO_CTRL_MODE_LEGACY && eeprom.legacy != Legacy::power;
-    return has_none ? nothing() : read_inventory(eeprom, E2PROM_INFO_NAME);
+    return has_none ? no_information() : read_inventory(eeprom, E2PROM_INFO_NAME);
 }
 
 /// A supply's type follows from its name; the name itself is in the column before.
@@ -77,14 +73,7 @@ Reading power_type(Reading reading) {
 }
 
 Unit family_unit(const Family &family, std::uint32_t index, const info_ctrl_t &record) {
-    Unit unit{.name = family.name,
-              .index = index,
-              .layout = {},
-              .device = {},
-              .product = {},
-              .serial = {},
-              .version = {},
-              .type = {}};
+    Unit unit{.name = family.name, .index = index, .layout = {}, .device = {}};
     const Item type_item = item_of(family.type, index);
     unit.type = read_item(type_item);
     if (family.legacy == Legacy::power) {
@@ -100,7 +89,7 @@ Unit family_unit(const Family &family, std::uint32_t index, const info_ctrl_t &r
     if (unit.absent()) {
         return unit;
     }
-    unit.product = eeprom ? product(*eeprom) : nothing();
+    unit.product = eeprom ? product(*eeprom) : no_information();
     unit.serial = detail(family.serial, index, eeprom, E2PROM_INFO_SN);
     unit.version = detail(family.version, index, eeprom, E2PROM_INFO_HW_VER);
     return unit;
@@ -116,11 +105,7 @@ std::optional<Unit> board_unit() {
               .index = {},
               .layout = {},
               .device = kBoardEepromDevice,
-              .address = kBoardEepromAddress,
-              .product = {},
-              .serial = {},
-              .version = {},
-              .type = {}};
+              .address = kBoardEepromAddress};
     if (header->is_tlv()) {
         const Eeprom eeprom{INFO_CTRL_MODE_TLV, kBoardEepromDevice, kBoardEepromAddress};
         unit.layout = "tlv";

@@ -15,8 +15,8 @@ namespace dfdctl {
 
 namespace {
 
-constexpr std::array<std::string_view, 6> kStatusNames = {"ok",       "absent",   "not_configured",
-                                                          "unusable", "bad_data", "io_error"};
+constexpr std::array<std::string_view, 7> kStatusNames = {
+    "ok", "none", "absent", "not_configured", "unusable", "bad_data", "io_error"};
 
 template <class... Ts>
 struct Visitor : Ts... {
@@ -82,6 +82,9 @@ std::string value_text(const Reading &reading) {
 }
 
 std::string full_text(const Reading &reading) {
+    if (reading.status == Status::none) {
+        return "-";
+    }
     if (reading.status == Status::absent) {
         return "(absent)";
     }

@@ -14,8 +14,10 @@
 
 namespace dfdctl {
 
+/// From `not_configured` on, a reading has failed.
 enum class Status {
     ok,
+    none,            ///< there is no such information, by the layout or the configuration
     absent,          ///< the unit is not plugged
     not_configured,  ///< the board has no such item
     unusable,        ///< the item's description does not allow it
@@ -36,7 +38,7 @@ struct Reading {
     std::string error = {};
 
     bool ok() const { return status == Status::ok; }
-    bool failed() const { return status != Status::ok && status != Status::absent; }
+    bool failed() const { return status > Status::absent; }
 };
 
 /// Exit status of a command whose whole purpose is this one reading.

@@ -119,9 +119,8 @@ std::string file_status(const ConfigFile &file) {
     if (!file.opened) {
         return fmt::format("not loaded: {}", file.error);
     }
-    return file.problems.empty()
-               ? "loaded"
-               : fmt::format("loaded, {} lines without effect", file.problems.size());
+    return file.problems.empty() ? "loaded"
+                                 : fmt::format("loaded, problems: {}", file.problems.size());
 }
 
 void print_files(std::FILE *out, const StartupLog &log) {
@@ -146,7 +145,7 @@ std::string cell(const Reading &reading) {
     if (reading.status == Status::absent) {
         return "absent";
     }
-    return reading.ok() ? full_text(reading) : fmt::format("({})", status_name(reading.status));
+    return reading.failed() ? fmt::format("({})", status_name(reading.status)) : full_text(reading);
 }
 
 void print_units(std::FILE *out, const std::vector<Unit> &units) {

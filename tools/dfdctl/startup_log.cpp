@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "dfdctl/startup_log.hpp"
 
+#include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <optional>
 
@@ -197,6 +199,10 @@ class Parser {
     }
 
     void problem(int line, std::string message) {
+        // Configuration files may hold anything, also tabs and control characters.
+        std::replace_if(
+            message.begin(), message.end(),
+            [](char c) { return std::iscntrl(static_cast<unsigned char>(c)) != 0; }, '?');
         log_.files.back().problems.push_back({line, std::move(message)});
         pending_name_.reset();
     }
@@ -212,9 +218,8 @@ class Parser {
     void finish_line() {
         if (pending_name_ && !log_.files.empty()) {
             const std::string bare = pending_name_->substr(0, pending_name_->find('.'));
-            log_.files.back().problems.push_back(
-                {line_, fmt::format("ignored: '{}' is no item or member{}", *pending_name_,
-                                    dfd_tools::did_you_mean(bare, key_names()))});
+            problem(line_, fmt::format("ignored: '{}' is no item or member{}", *pending_name_,
+                                       dfd_tools::did_you_mean(bare, key_names())));
         }
         pending_name_.reset();
     }
