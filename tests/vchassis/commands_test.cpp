@@ -188,7 +188,7 @@ TEST_F(Commands, ExitStatusesTellWhoFailed) {
         {"$V run $D/none -- true", 125, "is no directory"},
         {"$V run $D/etc -- true", 125, "etc/chassis.toml: No such file or directory"},
         {"$V run --trace=/no/where $D -- true", 125, "cannot write the trace file /no/where"},
-        {"VCHASSIS_DIR=$D/etc LD_PRELOAD=$(dirname $V)/libvchassis.so sleep 0", 125,
+        {"VCHASSIS_DIR=$D/etc LD_PRELOAD=" VCHASSIS_LIBRARY " sleep 0", 125,
          "vchassis: cannot read"},
         // 124 is what timeout says of a program that still sleeps.
         {"timeout 0.2 $V run --real-time $D -- sleep 1000", 124, ""},
