@@ -77,6 +77,10 @@ struct Variant {
     const char *found_by;
 };
 
+void PrintTo(const Variant &variant, std::ostream *out) {
+    *out << variant.name;
+}
+
 class BoardVariants : public testing::TestWithParam<Variant> {};
 
 TEST_P(BoardVariants, ShowsWhatTheBoardIsMadeFrom) {
