@@ -36,6 +36,7 @@ target_compile_options(dfd_objects PRIVATE -fno-exceptions -fno-rtti -fno-thread
   -U_GLIBCXX_ASSERTIONS -D_GLIBCXX_NO_ASSERTIONS)
 target_link_libraries(dfd_objects PRIVATE dfd_library_warnings dfd_sanitizers)
 set_target_properties(dfd_objects PROPERTIES
+  POSITION_INDEPENDENT_CODE ON
   CXX_VISIBILITY_PRESET hidden
   VISIBILITY_INLINES_HIDDEN ON)
 

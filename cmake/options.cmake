@@ -14,9 +14,13 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
     -Wno-restrict -Wno-array-bounds -Wno-stringop-overflow -Wno-stringop-overread)
 endif()
 
+# `dfd_sanitizer_runtime` is for test programs: the code under test is instrumented, they need not be.
 add_library(dfd_sanitizers INTERFACE)
+add_library(dfd_sanitizer_runtime INTERFACE)
+target_link_libraries(dfd_sanitizers INTERFACE dfd_sanitizer_runtime)
 if(DFD_SANITIZE)
   target_compile_options(dfd_sanitizers INTERFACE -fsanitize=${DFD_SANITIZE}
     -fno-sanitize-recover=all -fno-omit-frame-pointer)
-  target_link_options(dfd_sanitizers INTERFACE -fsanitize=${DFD_SANITIZE})
+  target_compile_definitions(dfd_sanitizer_runtime INTERFACE DFD_SANITIZED)
+  target_link_options(dfd_sanitizer_runtime INTERFACE -fsanitize=${DFD_SANITIZE})
 endif()

@@ -74,6 +74,7 @@ TEST_F(ConversionTest, EmptyNameMatchesEverythingThatReachesIt) {
 }
 
 TEST(ConversionList, KeepsSixtyThreeCharactersAndOrder) {
+    const dfd_test::NeverFreed never_freed;
     dfd_list_head_t list = {&list, &list};
     dfd_lib_cfg_regval_conv_lst_add(&list, 5, std::string(80, 'x').c_str(), 1, 2);
     dfd_lib_cfg_regval_conv_lst_add(&list, 6, nullptr, 3, 4);

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include <regex>
-
 #include "support/library_test.h"
 
 namespace {
@@ -38,12 +36,18 @@ TEST(DebugGate, TypesSetAndClearOneBit) {
 TEST(DebugGate, MessageHasHeaderWithModuleFunctionAndLine) {
     dfd_debug = DFD_DEBUG_ERR;
     const std::string text = printed_by([] { dfd_debug_set(5, 1); });
-    const std::regex form(R"(\[DFD-err\]:<File:framework/dfd_debug\.cpp, Func:dfd_debug_set, )"
-                          R"(Line:[1-9]\d*>\nunknow dfd debug type=5\n)");
-    EXPECT_TRUE(std::regex_match(text, form)) << text;
+    int line = 0;
+    EXPECT_EQ(
+        std::sscanf(text.c_str(),
+                    "[DFD-err]:<File:framework/dfd_debug.cpp, Func:dfd_debug_set, Line:%d>", &line),
+        1)
+        << text;
+    EXPECT_GT(line, 0);
+    EXPECT_THAT(text, testing::EndsWith(">\nunknow dfd debug type=5\n"));
 }
 
 TEST(Store, FindsInsertsAndDeletesByKey) {
+    const dfd_test::NeverFreed never_freed;
     btree_root root{};
     ASSERT_EQ(btree_init_root(&root), 0);
     EXPECT_EQ(btree_find_node(&root, 1), nullptr);
