@@ -207,6 +207,13 @@ TEST(BoardPage, TextHasTheSameFactsUnderHeadings) {
     }
 }
 
+TEST(BoardPage, SlotNumbersThatAreAlsoResultCodes) {
+    const Board board("demo");
+    ASSERT_EQ(board.vchassis("poke", "/dev/cpld0 0x06 2").status, 0);
+    EXPECT_EQ(board.dfdctl("show board --json").json()["board"]["slot"], 3);
+    EXPECT_THAT(board.dfdctl("show board").out, HasSubstr("Slot           3\n"));
+}
+
 TEST(BoardPage, EveryDeviceThatIsOpenedIsClosed) {
     const Board board("demo");
     const Result result = run_tool(fmt::format("vchassis run --trace {} -- {}/dfdctl show board",

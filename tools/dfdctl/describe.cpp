@@ -158,7 +158,7 @@ std::string describe(const info_ctrl_t &record) {
 }
 
 std::string describe(const Item &item) {
-    const auto text = [&item](auto describe_record, const auto *record) {
+    const auto text = [](auto describe_record, const auto *record) {
         return record != nullptr ? std::string(describe_record(*record)) : std::string();
     };
     switch (item.type->kind) {
