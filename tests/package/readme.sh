@@ -1,0 +1,33 @@
+#!/bin/sh
+# SPDX-License-Identifier: MIT
+# readme.sh SOURCES BUILD LIBRARY: the README shows what the demo prints, and its programs build and run.
+set -eu
+readme=$1/README.md
+build=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+# block N LANGUAGE: the N-th fenced block that opens with ```LANGUAGE.
+block() {
+    awk -v want="$1" -v fence="\`\`\`$2" '
+        /^```/ { if (inside) inside = 0; else { inside = 1; if ($0 == fence) n++; mine = $0 == fence && n == want; next } }
+        inside && mine' "$readme"
+}
+
+block 2 "" | tail -n +2 > "$work/shown"
+"$build/vchassis" run --state "$work/state" "$build/boards/demo" -- "$build/dfdctl" show board > "$work/printed"
+diff -u "$work/shown" "$work/printed" || { echo "README.md shows another page than the demo"; exit 1; }
+
+block 1 c > "$work/app.c"
+block 1 cpp > "$work/app.cpp"
+for app in c cpp; do
+    case $app in c) compile="cc -std=c11" ;; cpp) compile="c++ -std=c++20" ;; esac
+    $compile -Wall -Wextra -Werror -I"$1/include" "$work/app.$app" -o "$work/app-$app" "$3" "-Wl,-rpath,$build"
+    "$build/vchassis" run --state "$work/state" "$build/boards/demo" -- "$work/app-$app"
+done > "$work/output"
+cat > "$work/expected" <<EOF
+board type 62
+slot 5 is occupied
+the chassis MAC ends in 0
+EOF
+diff -u "$work/expected" "$work/output"
