@@ -14,9 +14,16 @@ add_library(dfd_objects OBJECT
   framework/dfd_lib_cfg/words.cpp
   framework/platform.cpp
   hal/core/backplane.cpp
+  hal/core/board_settings.cpp
   hal/core/board_type.cpp
+  hal/core/card_power.cpp
   hal/core/card_version.cpp
+  hal/core/conflict.cpp
+  hal/core/install.cpp
+  hal/core/resets.cpp
   hal/core/slots.cpp
+  hal/core/subcard.cpp
+  hal/core/voltage.cpp
   hal/device_file.cpp
   hal/dfd_frueeprom.cpp
   hal/e2prom/access.cpp
@@ -26,7 +33,9 @@ add_library(dfd_objects OBJECT
   hal/e2prom/tlv.cpp
   hal/e2prom/write_protect.cpp
   hal/i2c.cpp
+  hal/irq.cpp
   hal/irq_distrib.cpp
+  hal/led.cpp
   service/intf/bus.cpp
   service/intf/driver.cpp
 )

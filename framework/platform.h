@@ -25,6 +25,8 @@ class LineReader {
 // Opens read-only, reads once, closes. The number of bytes read; -1 on failure.
 int read_file(const char *path, void *buf, int len);
 
+bool file_exists(const char *path);
+
 void pause_us(unsigned us);
 
 }  // namespace dfd

@@ -26,15 +26,15 @@ const led_info_t *find_led_info(const char *func, uint32_t key) {
 
 }  // namespace
 
-int dfd_get_led_info_regval(uint32_t key, int state, uint32_t *regval) {
+int dfd_get_led_info_regval(uint32_t key, uint32_t state, uint32_t *regval) {
     if (!is_led_info_key(key) || regval == nullptr) {
         return DFD_ERR_ARG;
     }
     const led_info_t *const info = find_led_info(__func__, key);
-    if (info == nullptr || state < 0 || static_cast<std::size_t>(state) >= kStates.size()) {
+    if (info == nullptr || state >= kStates.size()) {
         return DFD_ERR_NOT_SUPPORTED;
     }
-    const uint32_t value = info->*kStates[static_cast<std::size_t>(state)];
+    const uint32_t value = info->*kStates[state];
     if (value == LED_REGVAL_UNSET) {
         return DFD_ERR_NOT_SUPPORTED;
     }

@@ -25,4 +25,10 @@ const Record *get_item(uint32_t key) {
     return static_cast<const Record *>(dfd_lib_cfg_get_item(key));
 }
 
+// The value of an int item without indexes, or a default.
+inline int int_item_or(uint32_t type, int otherwise) {
+    const int *const item = get_item<int>(DFD_MAKE_KEY(type, 0, 0));
+    return item != nullptr ? *item : otherwise;
+}
+
 }  // namespace dfd

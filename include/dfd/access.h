@@ -147,7 +147,7 @@ DFD_API int dfd_info_set_int(uint32_t key, uint32_t value);
 /* Register value of an LED state (enum led_state) in the table of a led_info key (types 177 to
  * 185). Returns 0 and *regval; -8: another key type or null regval; -6: not configured, no such
  * state, or the member is unset (0xFFFFFFFF). */
-DFD_API int dfd_get_led_info_regval(uint32_t key, int state, uint32_t *regval);
+DFD_API int dfd_get_led_info_regval(uint32_t key, uint32_t state, uint32_t *regval);
 
 /* First LED state with this register value. Returns 0 with *state set, or left as it was when no
  * state has the value; -8: another key type or null state; -6: not configured. */

@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: MIT */
-/* Where the board sits in the chassis. */
+/* Where the board sits in the chassis, the other boards around it, and the settings of the board. A
+ * call that reads or writes an item on I2C may sleep 50 ms when the device does not answer. */
 #ifndef DFD_CHASSIS_H
 #define DFD_CHASSIS_H
 
@@ -7,15 +8,87 @@
 
 DFD_BEGIN_DECLS
 
+/* ---- Slots -------------------------------------------------------------------------------- */
+
 /* Own slot: item my_slotid, plus slot_base when that is configured; sub-slot: my_sslotid and
  * sslot_base. Return the number; -6: not configured; otherwise what the failing read returned
  * (dfd_info_get_int), which is 3 or 4 for an item in mode tlv or fru. */
 DFD_API int sdd_get_my_slotid(void);
 DFD_API int sdd_get_my_sslotid(void);
 
+/* Number of the CPU on the board: item my_cpuid, 0 where it is not configured. */
+DFD_API int sdd_get_my_cpu_id(void);
+
 /* The number under which the items of the card in a slot are configured: -1 for slot 0, 0 for the
  * own slot, 31 for slots 30 and 31, else the slot. */
 DFD_API int sdd_get_virtual_slotid(int slot);
+
+/* Whether a slot holds a card: item slot_online, index1 slot. Returns 1, also for the own slot
+ * without a reading; 0 when it is empty, not configured or cannot be read. */
+DFD_API int sdd_get_slot_online(int slot);
+
+/* Number of sub-slots: item sslot_num, 0 where it is not configured. */
+DFD_API int sdd_get_sslot_num(void);
+
+/* Whether a sub-slot holds a card: item sslot_state, index1 sslot. Returns 1; 0 when it is empty,
+ * not configured or cannot be read. */
+DFD_API int sdd_get_sslot_state(uint32_t sslot);
+
+/* Switches the power of a card: writes value to item card_power_ctrl, index1 the virtual slot.
+ * Returns the result of dfd_info_set_int. */
+DFD_API int sdd_control_card_power_on_off(int slot, uint32_t value);
+
+/* ---- Resets ------------------------------------------------------------------------------- */
+
+/* Resets the line card of a slot (items reset_lc, index1 slot), with `all` not 0 those of slots 1
+ * to 28, which sleeps 200 ms. Always returns 0. The other two are its two halves. */
+DFD_API int sdd_reset_linecard(int slot, int all);
+DFD_API void sdd_reset_lc(int slot);
+DFD_API void sdd_reset_lc_all(void);
+
+/* Resets the peer master board: asserts item rst_master, waits until the peer is absent or neither
+ * master nor ready, releases it. Sleeps up to 12 seconds. Returns the result of the releasing
+ * write; -1 when the peer did not go down; 0 at once when the first write returns 6. */
+DFD_API int sdd_reset_master(void);
+
+/* ---- Master boards ------------------------------------------------------------------------ */
+
+/* State of the peer master board; sdd_set_my_mb_status takes the same numbers for our own. */
+enum dfd_peer_state {
+    DFD_PEER_ABSENT = 0,
+    DFD_PEER_PRESENT = 1,     /* neither master nor ready */
+    DFD_PEER_MASTER = 2,      /* master and ready */
+    DFD_PEER_READY = 3,       /* ready, not master */
+    DFD_PEER_INCONSISTENT = 4 /* a combination of lines that means nothing */
+};
+
+/*
+ * State of the peer (enum dfd_peer_state) from items mcpu_rdy_status, mcpu_master_status and
+ * mcpu_present, sampled twice, 5 ms apart, up to 6 times until two samples agree; the last counts
+ * all the same. Both names are one function. Return 0, also with state 0 where the lines are not
+ * configured; -22: null state; -5: a line cannot be read; -1: lines of a value that is no state.
+ */
+DFD_API int sdd_get_chassis_mb_info(int *state);
+DFD_API int sdd_get_peer_mb_state(int *state);
+
+/* The raw value of item mcpu_present. Returns 0 or the negative code of dfd_info_get_int. */
+DFD_API int sdd_rd_mcpu_present(int *value);
+
+/* Tells the peer our own status, 0 to 4: items mcpu_master_config, mcpu_rdy_config and bp_ctrl.
+ * Returns 0, whatever the writes do; -22: a status above 4. */
+DFD_API int sdd_set_my_mb_status(uint32_t status);
+
+/* 1 when a equals b, else 0. */
+DFD_API int sdd_mb_is_compatible(int a, int b);
+
+/* ---- Versions and constants of the board -------------------------------------------------- */
+
+/* Version dates of CPLD and FPGA: the BCD bytes of item cpld_ver_date or fpga_ver_date as digits,
+ * two a byte, not terminated. text holds 42 bytes, *len is only set. Return 0; -6: not configured;
+ * -8: null pointer; the negative code of dfd_info_get_buf (-5 also for an item of more than 21
+ * bytes). */
+DFD_API int sdd_get_cpld_ver_date(char *text, int *len);
+DFD_API int sdd_get_fpga_ver_date(char *text, int *len);
 
 /* Keeps the card's hardware version text, len bytes of ver with the terminator among them, for
  * dfd_check_fwed_v100. Initially "0.00". Returns 0; -1 for null ver or a len outside 0 to 21. */
@@ -23,6 +96,79 @@ DFD_API int dfd_cfg_card_hw_ver(const char *ver, int len);
 
 /* 1 when the board type is 74 or 75 and the kept hardware version is "1.00"; else 0. */
 DFD_API int dfd_check_fwed_v100(void);
+
+/* Whether line cards lack the hardware heartbeat: *flag 1 when item support_lc_hwhb does not read
+ * 1, else 0; a reading that fails counts as not 1. Returns the result of dfd_info_get_int; -6: not
+ * configured and -8: null flag, both without setting it. */
+DFD_API int sdd_get_support_lc_hwhb(int *flag);
+
+/* Failure flags: items eeprom_fail_status and mb_temp_fail_status. Return the result of
+ * dfd_info_get_int (-8 for a null value where the item is configured). */
+DFD_API int sdd_get_eeprom_fail_status(int *value);
+DFD_API int sdd_get_mb_temp_fail_status(int *value);
+
+/* Virtual switch domains supported: item vsd_support_num, 1 where it is not configured. Always
+ * returns 0; a null count is not set. */
+DFD_API int sdd_get_vsd_support_num(int *count);
+
+/* MTU of the management port in bytes: items mgmt_min_mtu, mgmt_max_mtu, mgmt_def_mtu; slot is not
+ * used. Returns 0; -1: null pointer; -6: one of them is not configured, the others are set. */
+DFD_API int sdd_get_mgmt_mtu_range(int slot, int *min, int *max, int *def);
+
+/* Configuration distribution time: item cfg_dist_finish_time, 480 where it is not configured. */
+DFD_API int sdd_get_cfg_dist_finish_time(void);
+
+/* ---- Chip family and fabric mode ---------------------------------------------------------- */
+
+/* Installs a chip family: the first call takes the board's from item chip_family, whatever the
+ * mask. Returns 0; -6: nothing installed and not configured; -4: the mask has no bit of what is
+ * installed. */
+DFD_API int sdd_install_card_chip_family(uint32_t mask);
+
+/* The same word under its other name, overwritten and read. Return 0; -8: a mode above 7; -1: null
+ * mode. */
+DFD_API int sdd_set_sys_chip_mode(uint32_t mode);
+DFD_API int sdd_get_sys_chip_mode(uint32_t *mode);
+
+/* Installs a fabric mode, 81 to 88 or 102; the first one stays. Returns 0; -8: another mode; -4: a
+ * different one is installed. */
+DFD_API int sdd_install_ca_fe(uint32_t mode);
+
+/* The fabric mode, overwritten (0 takes it away) and read. Return 0; -8: no fabric mode; -1: null
+ * mode. */
+DFD_API int sdd_set_ca_sys_fe_mode(uint32_t mode);
+DFD_API int sdd_get_ca_sys_fe_mode(uint32_t *mode);
+
+/* ---- Card type conflict ------------------------------------------------------------------- */
+
+/* Card type by the setmac file that item setmac_e2type_file names: its first 10 characters in
+ * hexadecimal plus 47, found once and cached. Returns it; -6: not configured; -1: the file cannot
+ * be read. */
+DFD_API int sdd_get_my_type_from_setmac(void);
+
+/* 1 when the board type and the setmac type are both known and differ, else 0. */
+DFD_API int sdd_check_mycard_is_conflict(void);
+
+/* ---- SFP ports and reset button ----------------------------------------------------------- */
+
+/* Whether a port has an SFP module: item port_sfp_state, index1 the logical port. Returns 0 and
+ * *present 0 or 1; -6: not configured; -7: cannot be read; -8: null present. */
+DFD_API int dfd_port_get_sfp_present(uint32_t lport, uint8_t *present);
+
+/* Switches the transmitter of a port: writes 1 (enable not 0) or 0 to item port_sfp_tx, index1 the
+ * logical port. Returns 0 or the negative code of dfd_info_set_int. */
+DFD_API int dfd_port_set_sfp_tx(uint32_t lport, int enable);
+
+/* What the reset button is for. */
+enum dfd_reset_button {
+    DFD_RESET_BUTTON_NONE = 0,
+    DFD_RESET_BUTTON_SHORT = 1, /* short press */
+    DFD_RESET_BUTTON_LONG = 2   /* long press */
+};
+
+/* Reset button (enum dfd_reset_button): item reset_button_type selects reset_button_tp_str by
+ * index1. Returns 0 also when either is not configured or cannot be read. */
+DFD_API int drv_get_reset_button_type(void);
 
 DFD_END_DECLS
 

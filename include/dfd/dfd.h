@@ -4,10 +4,13 @@
 #define DFD_DFD_H
 
 #include <dfd/access.h>
+#include <dfd/card.h>
 #include <dfd/chassis.h>
 #include <dfd/framework.h>
 #include <dfd/inventory.h>
+#include <dfd/irq.h>
 #include <dfd/keys.h>
+#include <dfd/led.h>
 #include <dfd/records.h>
 #include <dfd/types.h>
 

@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: MIT
+// Supply voltages of a card, from an ADC that is read under a lock of the hardware.
+#include "hal/core/module.h"
+
+namespace {
+
+constexpr uint32_t kReferenceChannel = 0;
+constexpr int kReference_mV = 1240;
+constexpr int kDefaultVoltage = 12;
+constexpr int kLocked = 1;
+constexpr int kReleased = 0;
+
+// The high byte carries the top four bits of a reading and, above them, the channel's divider
+// factor.
+constexpr uint32_t kHighBits = 0xF00;
+constexpr int kFactorShift = 4;
+
+struct AdcBytes {
+    int low;
+    int high;
+
+    uint32_t reading() const {
+        return (static_cast<uint32_t>(high) << 8 & kHighBits) | static_cast<uint32_t>(low);
+    }
+    uint32_t factor() const { return static_cast<uint32_t>(high >> kFactorShift); }
+};
+
+// -6 without channels, -1 beyond them.
+int check_channel(int channel) {
+    const int channels = sdd_get_card_vol_num();
+    if (channels < 1) {
+        return DFD_ERR_NOT_SUPPORTED;
+    }
+    return channel > channels ? DFD_ERR : DFD_OK;
+}
+
+// Low byte, then high byte; the first result that is not 0.
+int read_channel(int vslot, uint32_t channel, AdcBytes *bytes) {
+    const int rv =
+        dfd_info_get_int(DFD_MAKE_KEY(DFD_KEY_CARD_VOL_LOW, vslot, channel), &bytes->low, nullptr);
+    if (rv != DFD_OK) {
+        return rv;
+    }
+    return dfd_info_get_int(DFD_MAKE_KEY(DFD_KEY_CARD_VOL_HIGH, vslot, channel), &bytes->high,
+                            nullptr);
+}
+
+// Millivolts, in the 32 bits that the product is defined to have.
+int voltage_mV(const AdcBytes &reference, const AdcBytes &measured) {
+    const auto divisor = static_cast<int>(reference.reading());
+    if (divisor == 0) {
+        return 0;
+    }
+    const auto product =
+        static_cast<int>(measured.factor() * measured.reading() * uint32_t{kReference_mV});
+    return static_cast<int>(int64_t{product} / divisor);
+}
+
+}  // namespace
+
+int sdd_get_card_vol_num(void) {
+    return dfd::int_item_or(DFD_KEY_CARD_VOL_NUM, 0);
+}
+
+void dfd_card_vol_lock(int on) {
+    const int rv =
+        dfd_info_set_int(DFD_MAKE_KEY(DFD_KEY_CARD_VOL_LOCK, 0, 0), static_cast<uint32_t>(on));
+    if (rv != DFD_OK && (dfd_debug & DFD_DEBUG_VOL_LOCK) != 0) {
+        // A bare line, without the header of other messages.
+        std::printf("VOL LOCK ERR(err = %d)\r\n", rv);
+    }
+}
+
+int sdd_get_card_vol(int slot, int channel) {
+    if (const int rv = check_channel(channel); rv != DFD_OK) {
+        return rv;
+    }
+    const int vslot = sdd_get_virtual_slotid(slot);
+    dfd_card_vol_lock(kLocked);
+    AdcBytes reference{};
+    AdcBytes measured{};
+    int rv = read_channel(vslot, kReferenceChannel, &reference);
+    if (rv == DFD_OK) {
+        rv = read_channel(vslot, static_cast<uint32_t>(channel), &measured);
+    }
+    if (rv != DFD_OK) {
+        // The lock stays taken until the next reading that succeeds: boards rely on the hardware
+        // seeing that a reading broke off.
+        return rv;
+    }
+    const int voltage = voltage_mV(reference, measured);
+    dfd_card_vol_lock(kReleased);
+    return voltage;
+}
+
+int sdd_get_card_vol_waterline(int slot, int channel, int *level) {
+    if (level == nullptr) {
+        return DFD_ERR_ARG;
+    }
+    if (const int rv = check_channel(channel); rv != DFD_OK) {
+        return rv;
+    }
+    const uint32_t key =
+        DFD_MAKE_KEY(DFD_KEY_CARD_VOL_WATERLINE, sdd_get_virtual_slotid(slot), channel);
+    int value = 0;
+    const int rv = dfd_info_get_int(key, &value, nullptr);
+    if (rv == DFD_OK) {
+        *level = value;
+    }
+    return rv;
+}
+
+int sdd_get_current_voltage(int *volt) {
+    if (volt != nullptr) {
+        *volt = dfd::int_item_or(DFD_KEY_CURRENT_VOLTAGE, kDefaultVoltage);
+    }
+    return DFD_OK;
+}
+
+void dfd_flock_down(int /*arg*/) {}
+void dfd_flock_up(int /*arg*/) {}

@@ -1,0 +1,47 @@
+/* SPDX-License-Identifier: MIT */
+/*
+ * Interrupts: a cascade of status registers up to three levels deep. The caller owns the interrupt
+ * line; when it fires, it calls the dispatch, which walks the registers and reports each pending
+ * source. Positions are (i, j, k): the bits of the first, second and third level.
+ */
+#ifndef DFD_IRQ_H
+#define DFD_IRQ_H
+
+#include <dfd/records.h>
+#include <dfd/types.h>
+
+DFD_BEGIN_DECLS
+
+enum { DFD_IRQ_CONTROLLERS_MAX = 5 };
+
+/* Called with the irq_info item of a pending source, which is the library's; the result is ignored.
+ */
+typedef int (*dfd_irq_handler_t)(const irq_info_t *source);
+
+/* Number of interrupt controllers: item irq_ctrl_num. Returns it; -6: not configured. */
+DFD_API int sdd_get_irq_ctrl_num(void);
+
+/* Sets up the controllers from item irq_ctrl_info; call it once after dev_drv_init and before the
+ * first dispatch. Returns the number of controllers; -6: irq_ctrl_num is not configured; -1:
+ * irq_ctrl_info is not configured, or there are more than DFD_IRQ_CONTROLLERS_MAX controllers. */
+DFD_API int drv_irq_cfg_init(void);
+
+/*
+ * Walks 1st_irq_status, 2nd_irq_status (index1 i) and 3rd_irq_status (index1 i, index2 j), calls
+ * handler, if not null, for the irq_info item of each pending source (index1 i << 8 | j, index2 k,
+ * from bit 0 up), and writes 1st_, 2nd_ and 3rd_irq_clear. A level that is not configured, or
+ * cannot be read, ends the walk there: its parent bit is the source, with the lower positions 0.
+ * Polarities come from irq_ctrl_info; all controllers share it and the registers. May sleep 50 ms
+ * for each register on I2C that does not answer. Returns 0; -1: the first level is configured and
+ * cannot be read, or the controller is not set up.
+ */
+DFD_API int sdd_irq_dispatch(uint32_t controller, dfd_irq_handler_t handler);
+
+/* Unmasks (enable 1) or masks all sources of a type (enum irq_type): writes 0 or 0xFF to irq_mask
+ * of index1 i << 8 | j and index2 k << 4 | m, m from 0 to 15. Positions without a source count as
+ * type card. Always returns 0. */
+DFD_API int dfd_irq_set_cfg(int type, int enable);
+
+DFD_END_DECLS
+
+#endif
