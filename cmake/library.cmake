@@ -36,6 +36,10 @@ add_library(dfd_objects OBJECT
   hal/irq.cpp
   hal/irq_distrib.cpp
   hal/led.cpp
+  hal/power/figures.cpp
+  hal/power/identity.cpp
+  hal/power/status.cpp
+  hal/power/telemetry.cpp
   service/intf/bus.cpp
   service/intf/driver.cpp
 )

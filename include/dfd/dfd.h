@@ -11,6 +11,7 @@
 #include <dfd/irq.h>
 #include <dfd/keys.h>
 #include <dfd/led.h>
+#include <dfd/power.h>
 #include <dfd/records.h>
 #include <dfd/types.h>
 
