@@ -32,6 +32,10 @@ add_library(dfd_objects OBJECT
   hal/e2prom/query.cpp
   hal/e2prom/tlv.cpp
   hal/e2prom/write_protect.cpp
+  hal/fan/identity.cpp
+  hal/fan/speed.cpp
+  hal/fan/status.cpp
+  hal/fan/type.cpp
   hal/i2c.cpp
   hal/irq.cpp
   hal/irq_distrib.cpp
@@ -40,6 +44,7 @@ add_library(dfd_objects OBJECT
   hal/power/identity.cpp
   hal/power/status.cpp
   hal/power/telemetry.cpp
+  hal/temperature.cpp
   service/intf/bus.cpp
   service/intf/driver.cpp
 )

@@ -21,7 +21,7 @@ bool LineReader::next(char *line, int size) {
 int read_file(const char *path, void *buf, int len) {
     const int fd = open(path, O_RDONLY);
     if (fd < 0) {
-        return -1;
+        return kCannotOpen;
     }
     const auto count = read(fd, buf, static_cast<size_t>(len));
     close(fd);

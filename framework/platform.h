@@ -22,7 +22,9 @@ class LineReader {
     std::FILE *file_;
 };
 
-// Opens read-only, reads once, closes. The number of bytes read; -1 on failure.
+inline constexpr int kCannotOpen = -2;
+
+// Opens read-only, reads once, closes. The number of bytes read; kCannotOpen; -1 for a failed read.
 int read_file(const char *path, void *buf, int len);
 
 bool file_exists(const char *path);

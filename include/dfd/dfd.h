@@ -6,6 +6,7 @@
 #include <dfd/access.h>
 #include <dfd/card.h>
 #include <dfd/chassis.h>
+#include <dfd/fan.h>
 #include <dfd/framework.h>
 #include <dfd/inventory.h>
 #include <dfd/irq.h>
@@ -13,6 +14,7 @@
 #include <dfd/led.h>
 #include <dfd/power.h>
 #include <dfd/records.h>
+#include <dfd/temperature.h>
 #include <dfd/types.h>
 
 #endif

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+// Fan module: what its files share.
+#pragma once
+
+#include <dfd/dfd.h>
+
+#include "framework/log.h"
+
+static constexpr char kLogFile[] = "hal/fan.cpp";
+
+namespace dfd::fan {
+
+// The record of a key as its kind, or null.
+template <typename Record>
+const Record *get_item(uint32_t key) {
+    return static_cast<const Record *>(dfd_lib_cfg_get_item(key));
+}
+
+// Where an EEPROM query or update of a tray goes.
+inline uint16_t e2prom_addr(const info_ctrl_t &ctrl) {
+    return static_cast<uint16_t>(ctrl.addr);
+}
+
+}  // namespace dfd::fan
