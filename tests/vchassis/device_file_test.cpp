@@ -105,6 +105,7 @@ TEST_F(DeviceFile, EndsWhereItsRegistersEnd) {
     EXPECT_EQ(lseek(file.fd, 1000, SEEK_SET), 1000);
     EXPECT_EQ(read(file.fd, four.data(), 4), 0);
     EXPECT_EQ(error_of(lseek(file.fd, -1, SEEK_SET)), EINVAL);
+    EXPECT_EQ(error_of(lseek(file.fd, INT64_MAX, SEEK_CUR)), EINVAL);
     EXPECT_EQ(lseek(file.fd, 0, SEEK_CUR), 1000);
 }
 
@@ -117,6 +118,7 @@ TEST_F(DeviceFile, RefusesWhatADriverRefuses) {
     EXPECT_EQ(error_of(File(kCpld, O_RDONLY | O_DIRECTORY).fd), ENOTDIR);
     EXPECT_EQ(access(kCpld, R_OK | W_OK), 0);
     EXPECT_EQ(error_of(access(kCpld, X_OK)), EACCES);
+    EXPECT_EQ(error_of(access(kCpld, R_OK | 8)), EINVAL);
 }
 
 // A device of the host must be out of reach, whether it exists there or not.

@@ -117,7 +117,10 @@ TEST(Files, PathsWithoutADescriptorLeadThere) {
     EXPECT_EQ(mkdir("/tmp/bspinfo", 0700), 0);
     chassis.write_file("/tmp/bspinfo/old", "text");
     EXPECT_EQ(fs::file_size("/tmp/bspinfo/old"), 4U);
-    EXPECT_EQ(rename("/tmp/bspinfo/old", marker), 0);
+    EXPECT_EQ(
+        renameat2(AT_FDCWD, "/tmp/bspinfo/old", AT_FDCWD, "/tmp/bspinfo/older", RENAME_NOREPLACE),
+        0);
+    EXPECT_EQ(rename("/tmp/bspinfo/older", marker), 0);
     EXPECT_TRUE(fs::is_empty("/tmp/bspinfo"));
     EXPECT_EQ(read_all(marker), "text");
     EXPECT_EQ(remove(marker), 0);

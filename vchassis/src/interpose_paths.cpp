@@ -162,14 +162,18 @@ INTERPOSED int mkdir(const char *path, mode_t mode) noexcept {
     return mkdirat(AT_FDCWD, path, mode);
 }
 
-INTERPOSED int renameat(int from_dir, const char *from, int to_dir, const char *to) noexcept {
+INTERPOSED int renameat2(int from_dir, const char *from, int to_dir, const char *to,
+                         unsigned flags) noexcept {
     const Target source = resolve(from_dir, from, Use::change);
     const Target target = resolve(to_dir, to, Use::create);
     if (source.error != 0 || target.error != 0) {
         errno = source.error != 0 ? source.error : target.error;
         return -1;
     }
-    return real().renameat(source.dirfd, source.path(), target.dirfd, target.path());
+    return real().renameat2(source.dirfd, source.path(), target.dirfd, target.path(), flags);
+}
+INTERPOSED int renameat(int from_dir, const char *from, int to_dir, const char *to) noexcept {
+    return renameat2(from_dir, from, to_dir, to, 0);
 }
 INTERPOSED int rename(const char *from, const char *to) noexcept {
     return renameat(AT_FDCWD, from, AT_FDCWD, to);

@@ -34,6 +34,9 @@ constexpr struct {
 
 std::string read_text(const fs::path &path) {
     std::ifstream in(path, std::ios::binary);
+    if (fs::is_directory(path)) {
+        throw DescriptionError(fmt::format("{} is a directory, not a description", path.string()));
+    }
     if (!in) {
         throw DescriptionError(fmt::format("cannot read {}: {}; a chassis directory contains {}",
                                            path.string(), std::strerror(errno),
@@ -86,6 +89,7 @@ void Machine::load_directory() {
     for (Device *device : built) {
         fingerprint.add(device->initial().data(), device->initial().size());
     }
+    store_.make();
     const Store::Lock lock(store_);
     store_.prepare(fingerprint.text());
     attach(built);
@@ -94,6 +98,7 @@ void Machine::load_directory() {
 
 void Machine::load_text(std::string_view toml, const std::string &file) {
     const Built built = build(*parse_description(toml, file));
+    store_.make();
     const Store::Lock lock(store_);
     attach(built);
     for (Device *device : built) {

@@ -43,7 +43,7 @@ void look_up_paths() {
     look_up(g_real.opendir, "opendir");
     look_up(g_real.unlinkat, "unlinkat");
     look_up(g_real.mkdirat, "mkdirat");
-    look_up(g_real.renameat, "renameat");
+    look_up(g_real.renameat2, "renameat2");
 }
 
 void look_up_streams_and_sleeps() {

@@ -38,7 +38,7 @@ struct Real {
     DIR *(*opendir)(const char *);
     int (*unlinkat)(int, const char *, int);
     int (*mkdirat)(int, const char *, mode_t);
-    int (*renameat)(int, const char *, int, const char *);
+    int (*renameat2)(int, const char *, int, const char *, unsigned);
     unsigned (*sleep)(unsigned);
     int (*usleep)(useconds_t);
     int (*nanosleep)(const struct timespec *, struct timespec *);

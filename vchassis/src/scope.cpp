@@ -39,16 +39,22 @@ constexpr std::uint64_t kProcessStartUs = 20000;
     _exit(kExitUnusable);
 }
 
+// Where the limit of descriptors does not reach that far, the next free one has to do.
+int high_copy(int fd) {
+    const int high = fcntl(fd, F_DUPFD_CLOEXEC, kFirstOwnFd);
+    return high >= 0 ? high : fcntl(fd, F_DUPFD_CLOEXEC, 0);
+}
+
 int open_trace(const char *target) {
     if (std::strcmp(target, kTraceToStderr) == 0) {
-        return fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, kFirstOwnFd);
+        return high_copy(STDERR_FILENO);
     }
     const int fd = real().open(target, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, kTraceMode);
     if (fd < 0) {
         give_up(
             fmt::format("cannot open the trace file {}: {}", target, std::strerror(errno)).c_str());
     }
-    const int high = fcntl(fd, F_DUPFD_CLOEXEC, kFirstOwnFd);
+    const int high = high_copy(fd);
     real().close(fd);
     return high;
 }

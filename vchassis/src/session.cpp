@@ -133,6 +133,9 @@ Outcome Session::open(const Place &place, int flags, unsigned mode) {
 
 Outcome Session::access(const Place &place, int mode) {
     Outcome outcome;
+    if ((mode & ~(R_OK | W_OK | X_OK)) != 0) {
+        return Outcome::failure(EINVAL);
+    }
     if (const auto fault = faults_.take(Op::access, place.path)) {
         outcome = from_fault(*fault);
     } else if (place.kind == Place::Kind::file) {
@@ -189,9 +192,11 @@ Outcome Session::seek(int fd, std::int64_t offset, int whence) {
         const std::int64_t base = whence == SEEK_CUR   ? static_cast<std::int64_t>(file.position)
                                   : whence == SEEK_END ? size
                                                        : 0;
-        const bool valid = whence >= SEEK_SET && whence <= SEEK_END && base + offset >= 0;
-        outcome = valid ? Outcome{base + offset, 0} : Outcome::failure(EINVAL);
-        file.position = valid ? static_cast<std::uint64_t>(base + offset) : file.position;
+        std::int64_t to = 0;
+        const bool valid = whence >= SEEK_SET && whence <= SEEK_END &&
+                           !__builtin_add_overflow(base, offset, &to) && to >= 0;
+        outcome = valid ? Outcome{to, 0} : Outcome::failure(EINVAL);
+        file.position = valid ? static_cast<std::uint64_t>(to) : file.position;
     }
     journal_.record({.op = Op::seek,
                      .path = file.place.path,

@@ -25,9 +25,9 @@ constexpr const char *kFingerprintFile = "description.id";
 constexpr const char *kLockFile = "lock";
 constexpr const char *kAreaSuffix = ".bin";
 
-[[noreturn]] void fail(const char *action, const fs::path &path) {
+[[noreturn]] void fail(const char *action, const fs::path &path, const char *advice = "") {
     throw std::runtime_error(
-        fmt::format("cannot {} {}: {}", action, path.string(), std::strerror(errno)));
+        fmt::format("cannot {} {}: {}{}", action, path.string(), std::strerror(errno), advice));
 }
 
 std::string slurp(const fs::path &path) {
@@ -57,8 +57,15 @@ bool has_size(int fd, std::size_t size) {
 
 }  // namespace
 
-Store::Store(fs::path dir) : dir_(std::move(dir)) {
+Store::Store(fs::path dir) : dir_(std::move(dir)) {}
+
+void Store::make() const {
     std::error_code error;
+    if (fs::is_directory(dir_) && !fs::is_empty(dir_, error) && !error &&
+        !fs::exists(dir_ / kLockFile)) {
+        throw std::runtime_error(fmt::format(
+            "{} holds other files; give an empty or a new directory for the state", dir_.string()));
+    }
     fs::create_directories(dir_, error);
     if (error) {
         throw std::runtime_error(fmt::format(
@@ -77,7 +84,7 @@ Store::~Store() {
 Store::Lock::Lock(const Store &store)
     : fd_(open((store.dir_ / kLockFile).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, kFileMode)) {
     if (fd_ < 0) {
-        fail("open", store.dir_ / kLockFile);
+        fail("open", store.dir_ / kLockFile, "; --state names another state directory");
     }
     while (flock(fd_, LOCK_EX) != 0 && errno == EINTR) {
     }

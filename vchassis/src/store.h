@@ -18,6 +18,10 @@ class Store {
     Store(const Store &) = delete;
     Store &operator=(const Store &) = delete;
 
+    // Creates the directory; call it before anything else. A directory with other files in it is
+    // refused, for prepare() deletes files.
+    void make() const;
+
     // Excludes other processes and other users of this store while it lives. Not recursive.
     class Lock {
       public:
