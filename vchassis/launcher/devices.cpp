@@ -22,6 +22,7 @@ constexpr int kExitFailure = 1;
 constexpr std::uint32_t kBytesPerLine = 16;
 constexpr double kUsPerSecond = 1e6;
 constexpr std::uint32_t kByteMax = 0xff;
+constexpr std::size_t kNameWidth = 24;
 
 int report_failures(const std::function<void()> &action) {
     try {
@@ -80,11 +81,15 @@ std::string status(const Device &device) {
 void show_device(const Device &device) {
     fmt::print("{:<20} {:<10} {:<24} {}\n", device.path(), device.model(), device.label(),
                status(device));
+    std::size_t width = kNameWidth;
+    for (const Device::Named &named : device.named()) {
+        width = std::max(width, named.name.size());
+    }
     for (const Device::Named &named : device.named()) {
         const std::string value = named.value.empty()
                                       ? fmt::format("0x{:02x}", device.contents()[named.address])
                                       : named.value;
-        fmt::print("  0x{:02x}  {:<24} {}\n", named.address, named.name, value);
+        fmt::print("  0x{:02x}  {:<{}} {}\n", named.address, named.name, width, value);
     }
 }
 
@@ -125,8 +130,8 @@ std::unique_ptr<Machine> open_machine(const Place &place) {
 int show_devices(const Place &place) {
     return report_failures([&place] {
         const auto machine = open_machine(place);
-        fmt::print("{}: {} devices, virtual time {:.3f} s\n\n", machine->name(),
-                   machine->devices().size(),
+        fmt::print("{}: {} devices, virtual time {:.3f} s\n\n",
+                   machine->name().empty() ? place.dir : machine->name(), machine->devices().size(),
                    static_cast<double>(machine->clock().now_us()) / kUsPerSecond);
         for (const Device *device : machine->devices()) {
             show_device(*device);

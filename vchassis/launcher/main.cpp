@@ -1,28 +1,35 @@
 // SPDX-License-Identifier: MIT
 // The command line of `vchassis`.
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "commands.h"
 #include "environment.h"
+#include "text.h"
 
 namespace {
 
 using namespace vchassis;
 
 constexpr int kExitUsage = 2;
+// No device is larger.
+constexpr unsigned kMaxCount = 0x100000;
 
 constexpr const char *kAbout = R"(Runs programs on a virtual chassis.
 
 A chassis is a directory with a description, chassis.toml: which CPLDs, FPGA and I2C devices there
 are. Programs run on it unmodified, without hardware and without root, and see its devices under
 /dev and its files under /etc/cfg/dfd and /tmp.)";
+
+constexpr const char *kRunUsage = "vchassis run [OPTIONS] DIR -- COMMAND...";
 
 constexpr const char *kExitText = R"(Exit status of `run`: that of COMMAND; 125 when the chassis is
 unusable, 126 when COMMAND cannot be started, 127 when it is not found. Of the other commands: 0, or
@@ -75,7 +82,8 @@ void add_peek_and_poke(CLI::App &app, Access &access) {
     add_directory(peek, access.place);
     peek->add_option("DEVICE", access.device, device)->required();
     peek->add_option("REG", access.reg, reg)->required();
-    peek->add_option("COUNT", access.count, "number of bytes (default 1)");
+    peek->add_option("COUNT", access.count, "number of bytes (default 1)")
+        ->check(CLI::Range(1U, kMaxCount));
     peek->callback([&access] { throw CLI::RuntimeError(peek_bytes(access)); });
 
     CLI::App *poke = app.add_subcommand(
@@ -93,6 +101,24 @@ void add_reset(CLI::App &app, Place &place) {
     reset->callback([&place] { throw CLI::RuntimeError(reset_devices(place)); });
 }
 
+// Without a command that exists, the word in its place is left over.
+std::string usage_message(const CLI::App &app, const CLI::ParseError &error) {
+    if (const auto chosen = app.get_subcommands(); !chosen.empty()) {
+        const bool run = chosen.front()->get_name() == "run";
+        return fmt::format("{}{}", error.what(), run ? "; usage: " + std::string(kRunUsage) : "");
+    }
+    std::set<std::string> names;
+    for (const CLI::App *command : app.get_subcommands({})) {
+        names.insert(command->get_name());
+    }
+    const std::vector<std::string> rest = app.remaining();
+    const std::string guess = rest.empty() ? "" : nearest(rest.front(), names);
+    const std::string problem = rest.empty() ? std::string("a command is missing")
+                                             : fmt::format("unknown command '{}'", rest.front());
+    return guess.empty() ? fmt::format("{}; the commands are: {}", problem, fmt::join(names, ", "))
+                         : fmt::format("{}; did you mean '{}'?", problem, guess);
+}
+
 int parse(CLI::App &app, std::vector<std::string> arguments) {
     try {
         std::reverse(arguments.begin(), arguments.end());
@@ -100,7 +126,11 @@ int parse(CLI::App &app, std::vector<std::string> arguments) {
     } catch (const CLI::RuntimeError &done) {
         return done.get_exit_code();
     } catch (const CLI::ParseError &error) {
-        return app.exit(error) == 0 ? 0 : kExitUsage;
+        if (error.get_exit_code() == 0) {
+            return app.exit(error);
+        }
+        fmt::print(stderr, "vchassis: {}\nTry 'vchassis --help'.\n", usage_message(app, error));
+        return kExitUsage;
     }
     return 0;
 }
