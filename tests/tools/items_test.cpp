@@ -84,14 +84,19 @@ TEST(Get, FailuresHaveAnExitStatusAndTheReason) {
         {"get slot_online 9", 3, "not configured on this board"},
         {"get sslot_e2prom 1 --jsn", 2, "--jsn"},
         {"get fan_sn 4", 1, "the unit is not plugged"},
+        {"get qqqq", 2, "unknown item 'qqqq'; 'dfdctl items' lists those of this board"},
         {"gte fan_num", 2, "did you mean 'get'"},
+        {"bogus", 2, "unknown command 'bogus'; the commands are: show board, get, set, items"},
         {"show bored", 2, "did you mean 'board'"},
         {"items --type fanname", 2, "did you mean 'fan_name'"},
         {"items --type port_sfp_statee", 2, "did you mean 'port_sfp_state'"},
+        {"items --type led_inf", 2, "'led_info'"},
+        {"items --typ fan_num", 2, "unexpected '--typ', did you mean '--type'"},
         {"items --type vsd_support", 2, "did you mean 'vsd_support_num'"},
         {"items --type sslot_fpga_num", 3, "no 'sslot_fpga_num' is configured"},
         {"--debug 9 get fan_num", 2, "0 to 4"},
-        {"", 2, "subcommand"},
+        {"", 2, "a command is missing; the commands are: show board, get, set, items"},
+        {"show", 2, "a command is missing"},
     };
     const Board board("demo");
     for (const Case &each : cases) {
@@ -194,7 +199,8 @@ TEST(Set, RefusesWhatCannotBeWrittenWithTheReason) {
         {"slot_online 9 1", 3, "not configured"},
         {"slot_online 1", 2, "slot_online takes one index"},
         {"fan_sn 3 short", 1, "the write failed"},
-        {"fan_sn 1 much-too-long-for-this-entry", 1, "reads back differently"},
+        {"fan_sn 1 much-too-long-for-this-entry", 1, "not written: it reads back as before"},
+        {"fan_sn 1 ''", 2, "an empty text"},
         {"fan_sn 4 X", 1, "not plugged"},
     };
     const Board board("demo");
@@ -206,6 +212,10 @@ TEST(Set, RefusesWhatCannotBeWrittenWithTheReason) {
     const json document = board.dfdctl("--json set fan_sn 3 short").json();
     EXPECT_EQ(document["verified"], false);
     EXPECT_EQ(document["before"]["value"], document["after"]["value"]);
+    const Result missing = board.dfdctl("--json set slot_online 9 1");
+    EXPECT_EQ(missing.status, 3);
+    EXPECT_EQ(keys(missing.json()), keys(document));
+    EXPECT_EQ(missing.json()["before"]["status"], "not_configured");
 }
 
 TEST(Items, AllOfAKindWithDescriptionAndOrigin) {

@@ -82,18 +82,20 @@ TypeFound find_board_type() {
 
 TypeFound find_chassis_type() {
     const int type = sdd_get_my_chassis_type();
+    std::string unread;
     for (const std::uint32_t source : kBackplaneSources) {
         const Item item = item_of(DFD_KEY_E2_SETMAC, source);
         backplane_info_t record = {};
         const int result = get_backplane_info_from_e2(source, &record);
         if (result == DFD_ERR_NOT_SUPPORTED) {
             return {type, "board_type",
-                    fmt::format("the board type, for {} is not configured", item.name())};
+                    fmt::format("the board type, for {}{} is not configured", unread, item.name())};
         }
         if (result >= 0) {
             return {type, "backplane",
                     fmt::format("byte 0 of {} ({})", item.name(), describe(item))};
         }
+        unread = fmt::format("{} ({}) cannot be read and ", item.name(), describe(item));
     }
     return {type, "none", "neither e2_setmac 1 nor e2_setmac 2 can be read"};
 }

@@ -37,7 +37,7 @@ int get(const Options &options, const Arguments &arguments) {
     if (!reading.ok()) {
         report_failure(item, reading);
     }
-    return exit_of(reading);
+    return exit_of(reading, library);
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // dfdctl items: everything that is configured.
+#include <algorithm>
+
 #include "common/nearest.hpp"
 #include "dfdctl/command.hpp"
 #include "dfdctl/describe.hpp"
@@ -23,19 +25,25 @@ bool is_wanted(const Item &item, const Arguments &arguments) {
            kind_name(item.type->kind) == arguments.type;
 }
 
-bool is_kind(const std::string &name) {
+/// Names of the kinds and of the items of each.
+std::vector<std::string_view> type_names() {
+    std::vector<std::string_view> names(key_names().begin(), key_names().end());
     for (const KeyType &type : key_types()) {
-        if (type.kind != Kind::none && kind_name(type.kind) == name) {
-            return true;
+        const std::string_view kind = kind_name(type.kind);
+        if (type.kind != Kind::none && std::find(names.begin(), names.end(), kind) == names.end()) {
+            names.push_back(kind);
         }
     }
-    return false;
+    return names;
 }
 
 void check_type(const std::string &name) {
-    if (!name.empty() && find_key_type(name) == nullptr && !is_kind(name)) {
-        throw UsageError(fmt::format("no item or kind of item is called '{}'{}", name,
-                                     dfd_tools::did_you_mean(name, key_names())));
+    const std::vector<std::string_view> names = type_names();
+    if (!name.empty() && std::find(names.begin(), names.end(), name) == names.end()) {
+        const std::string guess = dfd_tools::did_you_mean(name, names);
+        throw UsageError(
+            fmt::format("no item or kind of item is called '{}'{}", name,
+                        guess.empty() ? "; 'dfdctl items' lists those of this board" : guess));
     }
 }
 
@@ -101,9 +109,11 @@ int items(const Options &options, const Arguments &arguments) {
     }
     if (found.empty() && !arguments.type.empty()) {
         fmt::print(stderr, "dfdctl: no '{}' is configured on this board\n", arguments.type);
-        return kExitNotSupported;
     }
-    return exit_of_items(readings);
+    if (library.incomplete()) {
+        return kExitUsage;
+    }
+    return found.empty() && !arguments.type.empty() ? kExitNotSupported : exit_of_items(readings);
 }
 
 }  // namespace

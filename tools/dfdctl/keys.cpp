@@ -141,8 +141,10 @@ template const temp_info_t *record_of<temp_info_t>(const Item &);
 Item parse_item(const std::string &name, std::span<const std::string> indexes) {
     const KeyType *type = find_key_type(name);
     if (type == nullptr) {
+        const std::string guess = dfd_tools::did_you_mean(name, key_names());
         throw UsageError(
-            fmt::format("unknown item '{}'{}", name, dfd_tools::did_you_mean(name, key_names())));
+            fmt::format("unknown item '{}'{}", name,
+                        guess.empty() ? "; 'dfdctl items' lists those of this board" : guess));
     }
     if (indexes.size() != static_cast<std::size_t>(type->index_count())) {
         throw UsageError(usage_of(*type));

@@ -67,13 +67,19 @@ std::string unknown_subcommand(const CLI::App &app, std::span<char *const> words
     return {};
 }
 
-/// What is wrong with the command line, with the nearest names for a mistyped subcommand.
-void report_usage(const CLI::App &app, const CLI::ParseError &error, std::span<char *const> words) {
-    const std::string word = unknown_subcommand(app, words);
-    if (word.empty()) {
-        fmt::print(stderr, "dfdctl: {}\nTry 'dfdctl --help'.\n", error.what());
-        return;
+/// All commands in full: "show board, get, set, items".
+std::string command_list(const CLI::App &app, const std::string &before = "") {
+    std::string list;
+    for (const CLI::App *subcommand : app.get_subcommands({})) {
+        const std::string name = before + subcommand->get_name();
+        const std::string pages = command_list(*subcommand, name + " ");
+        list += (list.empty() ? "" : ", ") + (pages.empty() ? name : pages);
     }
+    return list;
+}
+
+/// What a mistyped word in the place of a command may have meant.
+std::string nearest_command(const CLI::App &app, const std::string &word) {
     std::vector<std::string> names;
     for (const CLI::App *subcommand : app.get_subcommands({})) {
         names.push_back(subcommand->get_name());
@@ -82,8 +88,53 @@ void report_usage(const CLI::App &app, const CLI::ParseError &error, std::span<c
         }
     }
     const std::vector<std::string_view> views(names.begin(), names.end());
-    fmt::print(stderr, "dfdctl: unknown command '{}'{}\nTry 'dfdctl --help'.\n", word,
-               dfd_tools::did_you_mean(word, views));
+    const std::string guess = dfd_tools::did_you_mean(word, views);
+    return guess.empty() ? "; the commands are: " + command_list(app) : guess;
+}
+
+/// Options of the program and of the chosen commands.
+std::vector<std::string> option_names(const CLI::App &app) {
+    std::vector<std::string> names;
+    for (const CLI::Option *option : app.get_options()) {
+        if (!option->get_positional()) {
+            names.push_back(option->get_name());
+        }
+    }
+    for (const CLI::App *chosen : app.get_subcommands()) {
+        const std::vector<std::string> more = option_names(*chosen);
+        names.insert(names.end(), more.begin(), more.end());
+    }
+    return names;
+}
+
+/// "unexpected '--typ', did you mean '--type'?"
+std::string unexpected_word(const CLI::App &app, const std::string &word) {
+    const std::vector<std::string> names = option_names(app);
+    const std::vector<std::string_view> views(names.begin(), names.end());
+    const bool is_option = word.starts_with('-');
+    return fmt::format("unexpected '{}'{}", word,
+                       is_option ? dfd_tools::did_you_mean(word, views) : std::string());
+}
+
+/// What is wrong with the command line, with the nearest names for a mistyped word.
+std::string usage_message(const CLI::App &app, const CLI::ParseError &error,
+                          std::span<char *const> words) {
+    if (const std::string word = unknown_subcommand(app, words); !word.empty()) {
+        return fmt::format("unknown command '{}'{}", word, nearest_command(app, word));
+    }
+    if (dynamic_cast<const CLI::RequiredError *>(&error) != nullptr &&
+        (app.get_subcommands().empty() || !app.get_subcommands()[0]->get_subcommands({}).empty())) {
+        return "a command is missing; the commands are: " + command_list(app);
+    }
+    const std::vector<std::string> rest = app.remaining(true);
+    if (dynamic_cast<const CLI::ExtrasError *>(&error) != nullptr && !rest.empty()) {
+        return unexpected_word(app, rest.front());
+    }
+    return error.what();
+}
+
+void report_usage(const CLI::App &app, const CLI::ParseError &error, std::span<char *const> words) {
+    fmt::print(stderr, "dfdctl: {}\nTry 'dfdctl --help'.\n", usage_message(app, error, words));
 }
 
 int run(int argc, char **argv, Options &options) {

@@ -6,8 +6,6 @@
 #include <array>
 #include <cctype>
 
-#include "dfdctl/command.hpp"
-
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -38,21 +36,6 @@ std::string hex_text(std::span<const std::uint8_t> bytes) {
 
 std::string_view status_name(Status status) {
     return kStatusNames[static_cast<std::size_t>(status)];
-}
-
-int exit_of(const Reading &reading) {
-    switch (reading.status) {
-        case Status::ok:
-            return kExitOk;
-        case Status::not_configured:
-            return kExitNotSupported;
-        case Status::unusable:
-            return kExitUsage;
-        case Status::io_error:
-            return kExitIo;
-        default:
-            return kExitReadingFailed;
-    }
 }
 
 Reading failure(Status status, int code, std::string error) {

@@ -41,9 +41,6 @@ struct Reading {
     bool failed() const { return status > Status::absent; }
 };
 
-/// Exit status of a command whose whole purpose is this one reading.
-int exit_of(const Reading &reading);
-
 Reading failure(Status status, int code, std::string error);
 /// Text and bytes of a buffer; the text ends at a NUL and is shown as hexadecimal when it has
 /// characters that cannot be printed.

@@ -145,6 +145,9 @@ Outcome write_inventory(const Item &item, const info_ctrl_t &record, const std::
                "of inventory EEPROMs, serial number and hardware version of fan trays and "
                "the hardware version of supplies in the legacy layout can be set");
     }
+    if (text.empty()) {
+        refuse(item, "an empty text cannot be stored");
+    }
     Outcome outcome;
     outcome.before = read_item(item);
     const int protect_target = static_cast<int>(facts.writes_protect) - 1;
@@ -173,6 +176,9 @@ Outcome write_item(const Item &item, const std::string &text, const Library &lib
 }
 
 std::string error_of(const Outcome &outcome) {
+    if (outcome.before.status == Status::not_configured) {
+        return outcome.before.error;
+    }
     if (outcome.before.status == Status::absent) {
         return "the unit is not plugged";
     }
@@ -182,7 +188,12 @@ std::string error_of(const Outcome &outcome) {
     if (!outcome.after.ok()) {
         return "written, but it cannot be read back: " + outcome.after.error;
     }
-    return outcome.verified ? "" : "written, but it reads back differently";
+    if (outcome.verified) {
+        return "";
+    }
+    return value_text(outcome.before) == value_text(outcome.after)
+               ? "not written: it reads back as before"
+               : "written, but it reads back differently";
 }
 
 int exit_of_outcome(const Outcome &outcome) {
@@ -204,7 +215,7 @@ void print_outcome(const Options &options, const Item &item, const std::string &
                                  {"after", to_json(outcome.after)},
                                  {"error", error.empty() ? nlohmann::ordered_json()
                                                          : nlohmann::ordered_json(error)}});
-    } else {
+    } else if (outcome.before.status != Status::not_configured) {
         fmt::print(options.out, "{}: {} -> {}\n", item.name(), full_text(outcome.before),
                    full_text(outcome.after));
     }
@@ -220,8 +231,9 @@ int set(const Options &options, const Arguments &arguments) {
     const Library library = require_library(options);
     if (record_of<char>(item) == nullptr) {
         const Reading missing = read_item(item);
-        report_failure(item, missing);
-        return exit_of(missing);
+        print_outcome(options, item, value,
+                      {.before = missing, .after = missing, .result = missing.code});
+        return exit_of(missing, library);
     }
     const Outcome outcome = write_item(item, value, library);
     print_outcome(options, item, value, outcome);

@@ -109,6 +109,21 @@ bool Library::incomplete() const {
     return false;
 }
 
+int exit_of(const Reading &reading, const Library &library) {
+    switch (reading.status) {
+        case Status::ok:
+            return kExitOk;
+        case Status::not_configured:
+            return library.incomplete() ? kExitUsage : kExitNotSupported;
+        case Status::unusable:
+            return kExitUsage;
+        case Status::io_error:
+            return kExitIo;
+        default:
+            return kExitReadingFailed;
+    }
+}
+
 Library start_library(const Options &options) {
     dfd_open_debug(options.debug);
     const std::uint32_t wanted = dfd_debug;

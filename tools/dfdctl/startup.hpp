@@ -3,6 +3,7 @@
 #pragma once
 
 #include "dfdctl/command.hpp"
+#include "dfdctl/reading.hpp"
 #include "dfdctl/startup_log.hpp"
 
 namespace dfdctl {
@@ -20,6 +21,10 @@ struct Library {
     /// A file that was to be loaded could not be: what it would have set is missing.
     bool incomplete() const;
 };
+
+/// Exit status of a command whose whole purpose is this one reading. An item that a part of the
+/// configuration that was not loaded may set is not "not supported".
+int exit_of(const Reading &reading, const Library &library);
 
 /// Starts the library, with its log captured; opens the log gate as the options ask. Files that
 /// failed are reported on standard error.
