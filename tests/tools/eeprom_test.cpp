@@ -123,6 +123,8 @@ TEST(Eeprom, BadDescriptionsAreRefusedWithTheLine) {
         {"[[fru]]\nproduct_name = { text = 'ab', code = 'sixbit' }\n",
          "unit.toml:2:", "did you mean 'six_bit'?"},
         {"[[fru]]\npart_number = { text = 'a', code = 'six_bit' }\n", "unit.toml:2:", "lower case"},
+        {"[[tlv]]\ndevice_type = 1\n[[tlv.entry]]\ntype = 3\nnumber = 256\nsize = 1\n",
+         "unit.toml:5:", "does not fit"},
         {"[[fru]]\narea_size = 12\n", "unit.toml:2:", "multiple of 8"},
         {"[[fan_legacy]]\ntype = 1\nserial_number = 'short'\nhw_version = '1.23'\n",
          "unit.toml:3:", "exactly 13 characters"},

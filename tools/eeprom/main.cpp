@@ -15,6 +15,11 @@ namespace {
 constexpr int kExitBadInput = 1;
 constexpr int kExitUsage = 2;
 
+int usage_error(const std::string &message) {
+    fmt::print(stderr, "dfd-eeprom: {}\nTry 'dfd-eeprom --help'.\n", message);
+    return kExitUsage;
+}
+
 eeprom::Bytes content(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
@@ -42,6 +47,9 @@ int dump(const std::string &path) {
         throw eeprom::Error(fmt::format("{}: cannot be read or is empty", path));
     }
     fmt::print("{}", eeprom::describe_image(bytes));
+    if (std::fflush(stdout) != 0) {
+        throw eeprom::Error("the output cannot be written");
+    }
     return 0;
 }
 
@@ -51,7 +59,6 @@ int main(int argc, char **argv) {
     CLI::App app{
         "Builds EEPROM images from readable descriptions (docs/eeprom-layouts.md).\n"
         "Exit status: 0 done, 1 bad description or file, 2 usage."};
-    app.require_subcommand(1);
     std::string input;
     std::string output;
     CLI::App *build_command = app.add_subcommand("build", "Build an image from its description");
@@ -61,9 +68,12 @@ int main(int argc, char **argv) {
     dump_command->add_option("IMAGE", input, "file to read")->required();
     try {
         app.parse(argc, argv);
+        if (app.get_subcommands().size() != 1) {
+            return usage_error("a command is missing: build or dump");
+        }
         return build_command->parsed() ? build(input, output) : dump(input);
     } catch (const CLI::ParseError &error) {
-        return app.exit(error) == 0 ? 0 : kExitUsage;
+        return error.get_exit_code() == 0 ? app.exit(error) : usage_error(error.what());
     } catch (const eeprom::Error &error) {
         fmt::print(stderr, "{}\n", error.what());
         return kExitBadInput;

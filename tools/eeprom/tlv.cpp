@@ -70,7 +70,12 @@ Bytes entry_value(Section &entry) {
         fail(entry.where(), "an entry has one value: 'text', 'number' or 'bytes'");
     }
     if (number) {
-        return big_endian(*number, static_cast<std::size_t>(size.value_or(kIntegerSize)));
+        const auto width = static_cast<std::size_t>(size.value_or(kIntegerSize));
+        if (width < kIntegerSize && *number >> (width * kByteBits) != 0) {
+            fail(entry.where("number"),
+                 fmt::format("'number' does not fit in 'size', {} bytes", width));
+        }
+        return big_endian(*number, width);
     }
     Bytes value = bytes ? *bytes : Bytes(text->begin(), text->end());
     if (size && static_cast<std::size_t>(*size) < value.size()) {
