@@ -47,6 +47,7 @@ add_library(dfd_objects OBJECT
   hal/temperature.cpp
   service/intf/bus.cpp
   service/intf/driver.cpp
+  service/intf/forward.cpp
 )
 target_include_directories(dfd_objects PRIVATE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
 target_compile_options(dfd_objects PRIVATE -fno-exceptions -fno-rtti -fno-threadsafe-statics

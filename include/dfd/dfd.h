@@ -6,6 +6,7 @@
 #include <dfd/access.h>
 #include <dfd/card.h>
 #include <dfd/chassis.h>
+#include <dfd/driver.h>
 #include <dfd/fan.h>
 #include <dfd/framework.h>
 #include <dfd/inventory.h>
