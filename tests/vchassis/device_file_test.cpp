@@ -2,6 +2,7 @@
 // Register spaces behind device files, through every way a program can reach them.
 #include <gtest/gtest.h>
 #include <stdio.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <time.h>
 
@@ -9,6 +10,7 @@
 #include <cstring>
 #include <fstream>
 #include <functional>
+#include <vector>
 
 #include "bus_client.h"
 #include "vchassis/chassis.h"
@@ -119,6 +121,26 @@ TEST_F(DeviceFile, RefusesWhatADriverRefuses) {
     EXPECT_EQ(access(kCpld, R_OK | W_OK), 0);
     EXPECT_EQ(error_of(access(kCpld, X_OK)), EACCES);
     EXPECT_EQ(error_of(access(kCpld, R_OK | 8)), EINVAL);
+}
+
+TEST_F(DeviceFile, AProgramWithoutDescriptorsLeftFailsAsOnHardware) {
+    constexpr rlim_t kFew = 20;
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit few{kFew, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+    std::vector<int> fds;
+    for (int fd = 0; (fd = open(kCpld, O_RDWR)) >= 0;) {
+        fds.push_back(fd);
+    }
+    const int error = errno;
+    const int byte = fds.empty() ? 0 : byte_at_4(fds[0]);
+    for (const int fd : fds) {
+        close(fd);
+    }
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_EQ(error, EMFILE);
+    EXPECT_EQ(byte, 0x44);
 }
 
 // A device of the host must be out of reach, whether it exists there or not.

@@ -102,15 +102,13 @@ INTERPOSED FILE *fopen64(const char *path, const char *mode) {
     return fopen(path, mode);
 }
 
-// Closing a plain stream closes the descriptor inside libc; a device stream comes past close().
+// Closing a plain stream closes the descriptor inside libc; a device stream comes past close(). The
+// chassis stays locked meanwhile, for another thread may get the descriptor's number at once.
 INTERPOSED int fclose(FILE *stream) {
     const int fd = fileno(stream);
-    const bool plain = !is_device(fd);
-    const int result = real().fclose(stream);
-    if (plain) {
-        if (Entry in(fd); in) {
-            in->closed(fd, result);
-        }
+    if (Entry in(fd); in && !in->is_device(fd)) {
+        const int result = real().fclose(stream);
+        return in.give<int>(in->closed(fd, result));
     }
-    return result;
+    return real().fclose(stream);
 }

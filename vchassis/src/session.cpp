@@ -164,8 +164,10 @@ Outcome Session::close(int fd) {
     return outcome;
 }
 
-void Session::closed(int fd, int result) {
-    record_close(forget(fd), from_libc(result));
+Outcome Session::closed(int fd, int result) {
+    const Outcome outcome = from_libc(result);
+    record_close(forget(fd), outcome);
+    return outcome;
 }
 
 // The device is closed with the last of its descriptors.

@@ -37,8 +37,8 @@ class Session {
     Outcome open(const Place &place, int flags, unsigned mode);
     Outcome access(const Place &place, int mode);
     Outcome close(int fd);
-    // The descriptor is closed already, by fclose().
-    void closed(int fd, int result);
+    // The descriptor is closed already, by fclose() with this result.
+    Outcome closed(int fd, int result);
     Outcome seek(int fd, std::int64_t offset, int whence);
     Outcome read(int fd, void *out, std::size_t size);
     Outcome write(int fd, const void *data, std::size_t size);

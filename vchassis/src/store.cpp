@@ -80,18 +80,21 @@ Store::~Store() {
     }
 }
 
-// A lock on a freshly opened file also excludes other threads and survives no process.
+// A lock on a freshly opened file also excludes other threads and survives no process. A program
+// that has no descriptor left goes on without: its accesses must fail as they do on hardware only.
 Store::Lock::Lock(const Store &store)
     : fd_(open((store.dir_ / kLockFile).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, kFileMode)) {
-    if (fd_ < 0) {
+    if (fd_ < 0 && errno != EMFILE && errno != ENFILE) {
         fail("open", store.dir_ / kLockFile, "; --state names another state directory");
     }
-    while (flock(fd_, LOCK_EX) != 0 && errno == EINTR) {
+    while (fd_ >= 0 && flock(fd_, LOCK_EX) != 0 && errno == EINTR) {
     }
 }
 
 Store::Lock::~Lock() {
-    close(fd_);
+    if (fd_ >= 0) {
+        close(fd_);
+    }
 }
 
 bool Store::prepare(const std::string &fingerprint) {
