@@ -10,7 +10,6 @@ namespace {
 using NameBytes = uint8_t[DFD_POWER_NAME_SIZE];
 
 constexpr int kMaxShownName = 255;     // longer than any text of a power_name item
-constexpr int kVersionLength = 4;      // "x.yz"
 constexpr int kLegacyFieldBytes = 12;  // what a field of the legacy layout may need
 constexpr char kNoVersion[] = "N/A";
 
@@ -69,9 +68,6 @@ int deliver_text(const char *text, int count, char *buf, int *len) {
 
 // The query does not look at the capacity, so it gets a buffer of its own.
 int get_legacy_version(const info_ctrl_t &ctrl, char *buf, int *len) {
-    if (*len < kVersionLength) {
-        return DFD_ERR_ARG;
-    }
     char text[kLegacyFieldBytes] = "";
     int count = 0;
     const int rv = read_legacy(ctrl, E2PROM_INFO_HW_VER, text, &count);

@@ -234,6 +234,8 @@ TEST_F(PowerTest, WordsToUnits) {
                                            row.thousandths, row.whole, row.whole}))
             << row.raw;
     }
+    put(0, {1, 0, 2, 0, 3, 0, 4, 0, 5, 0, 6, 0});
+    EXPECT_EQ(measured(1), (std::array{1, 2000, 5, 4000, 5, 6})) << "each reads its own word";
 }
 
 TEST_F(PowerTest, OtherNumbersAndFailures) {
@@ -456,31 +458,17 @@ TEST_F(PowerTest, InventoryTexts) {
         int capacity;
         const char *found;
     };
-    for (const Row &row : {Row{sn, text, 9, "0 7 SN-0042_*"},
-                           Row{sn, text, 8, "-6 8 ********"},
-                           Row{sn, text, 7, "-5 7 *******"},
-                           Row{sn, tlv, 5, "0 4 zero*"},
-                           Row{sn, tlv, 3, "-1 3 ***"},
-                           Row{sn, fru, 4, "-5 4 ****"},
-                           Row{sn, legacy, 4, "-5 4 ****"},
-                           Row{sn, none, 4, "-6 4 ****"},
-                           Row{hw, text, 5, "0 4 1.00_"},
-                           Row{hw, tlv, 5, "0 4 zero*"},
-                           Row{hw, fru, 4, "-5 4 ****"},
-                           Row{hw, legacy, 6, "0 4 2.05_*"},
-                           Row{hw, legacy, 4, "0 4 2.05"},
-                           Row{hw, legacy, 3, "-8 3 ***"},
-                           Row{hw, none, 4, "-6 4 ****"},
-                           Row{sw, text, 6, "0 6 B 1.**"},
-                           Row{sw, text, 3, "-5 3 ***"},
-                           Row{sw, tlv, 4, "-5 4 ****"},
-                           Row{sw, three_bytes, 6, "0 4 zero**"},
-                           Row{sw, none, 5, "0 3 N/A_*"},
-                           Row{sw, none, 3, "0 3 N/A"},
-                           Row{sw, none, 2, "-8 2 **"},
-                           Row{sn, text, 0, "-8 0 "},
-                           Row{hw, text, 0, "-8 0 "},
-                           Row{sw, text, 0, "-8 0 "}}) {
+    for (const Row &row : {Row{sn, text, 9, "0 7 SN-0042_*"},     Row{sn, text, 8, "-6 8 ********"},
+                           Row{sn, text, 7, "-5 7 *******"},      Row{sn, tlv, 5, "0 4 zero*"},
+                           Row{sn, tlv, 3, "-1 3 ***"},           Row{sn, fru, 4, "-5 4 ****"},
+                           Row{sn, legacy, 4, "-5 4 ****"},       Row{sn, none, 4, "-6 4 ****"},
+                           Row{hw, text, 5, "0 4 1.00_"},         Row{hw, tlv, 5, "0 4 zero*"},
+                           Row{hw, fru, 4, "-5 4 ****"},          Row{hw, legacy, 6, "0 4 2.05_*"},
+                           Row{hw, legacy, 4, "0 4 2.05"},        Row{hw, legacy, 3, "-8 3 ***"},
+                           Row{hw, none, 4, "-6 4 ****"},         Row{sw, text, 6, "0 6 B 1.**"},
+                           Row{sw, text, 3, "-5 3 ***"},          Row{sw, tlv, 4, "-5 4 ****"},
+                           Row{sw, three_bytes, 6, "0 4 zero**"}, Row{sw, none, 5, "0 3 N/A_*"},
+                           Row{sw, none, 3, "0 3 N/A"},           Row{sw, none, 2, "-8 2 **"}}) {
         EXPECT_EQ(text_of(row.get, row.source, row.capacity), row.found) << row.source;
     }
     char buf[8];
@@ -488,6 +476,7 @@ TEST_F(PowerTest, InventoryTexts) {
     for (const TextGetter get : {sn, hw, sw}) {
         EXPECT_EQ(get(text, nullptr, &len), -8);
         EXPECT_EQ(get(text, buf, nullptr), -8);
+        EXPECT_EQ(text_of(get, text, 0), "-8 0 ");
     }
 }
 
