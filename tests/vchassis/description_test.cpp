@@ -70,6 +70,7 @@ constexpr Row kRows[] = {
      "present_when = { device = '/dev/i2c-0:0x50', register = 256, bit = 0 }\n",
      "5:16: /dev/i2c-0:0x50 has no register 0x100"},
     {"[[bus]]\nnumber = 0\nabsent_error = 'ENOENT'\n", "3:1: 'ENOENT' is no error of an I2C"},
+    {"[[bus]]\nnumber = 0\n[[bus]]\nnumber = 0\n", "4:1: bus 0 is already described"},
     {"[files]\nowned = ['relative']\n", "2:1: 'relative' must be an absolute path"},
 };
 

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <set>
 
 #include "text.h"
 
@@ -162,8 +163,13 @@ void Machine::build_files(const Section &root) {
 }
 
 void Machine::build_buses(const Section &root) {
+    std::set<std::int64_t> described;
     for (const Section *section : root.tables("bus")) {
-        Bus &bus = bus_numbered(static_cast<int>(section->integer("number", kBusNumbers)));
+        const std::int64_t number = section->integer("number", kBusNumbers);
+        if (!described.insert(number).second) {
+            section->fail_at("number", fmt::format("bus {} is already described", number));
+        }
+        Bus &bus = bus_numbered(static_cast<int>(number));
         const std::string wanted = section->text_or("absent_error", "ENXIO");
         const auto *row = std::find_if(std::begin(kAbsentErrors), std::end(kAbsentErrors),
                                        [&wanted](const auto &each) { return wanted == each.name; });
