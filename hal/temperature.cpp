@@ -94,12 +94,12 @@ int sdd_get_temp_name(int slot, uint8_t index, char *dst, int dst_len) {
     if (sensor == nullptr) {
         return DFD_ERR_NOT_SUPPORTED;
     }
-    if (dst == nullptr) {
-        return DFD_ERR_ARG;
-    }
     const std::size_t length = std::strlen(sensor->temp_name);
     if (static_cast<int>(length) >= dst_len) {
         return DFD_ERR_UNUSABLE;
+    }
+    if (dst == nullptr) {
+        return DFD_ERR_ARG;
     }
     std::memset(dst, 0, static_cast<std::size_t>(dst_len));
     std::memcpy(dst, sensor->temp_name, length);

@@ -1,30 +1,27 @@
 // SPDX-License-Identifier: MIT
-#include <cstring>
-#include <memory>
-
 #include "hal/temperature_codes.h"
 #include "support/library_test.h"
 
 namespace {
 
 using dfd_test::Bytes;
-using dfd_test::printed_by;
+using dfd_test::in_own_process;
 using testing::ElementsAre;
 using vchassis::Op;
 
 constexpr int kBus = 1;
 constexpr int kAddr = 0x48;
 constexpr int kOwnSlot = 5;
-constexpr std::uint8_t kIndex = 2;
 constexpr char kMacFile[] = "/tmp/bspinfo/mac_temp";
 
-// Lines of a sensor, read in the item's format from register 0 of the slave.
+// Lines of a sensor that is read from register 0 of the slave; at is "_SLOT_INDEX".
 std::string sensor(const std::string &at, const std::string &type, const std::string &frmt,
                    const std::string &src = "i2c") {
+    const std::string ctrl = "card_temp_ctrl.";
     return "card_temp_info.temp_name" + at + "=inlet\ncard_temp_info.type" + at + "=" + type +
-           "\ncard_temp_ctrl.mode" + at + "=config\ncard_temp_ctrl.src" + at + "=" + src +
-           "\ncard_temp_ctrl.frmt" + at + "=" + frmt + "\ncard_temp_ctrl.len" + at +
-           "=2\ncard_temp_ctrl.fpath" + at + "=/dev/i2c-1\ncard_temp_ctrl.addr" + at + "=0x48\n";
+           "\n" + ctrl + "mode" + at + "=config\n" + ctrl + "src" + at + "=" + src + "\n" + ctrl +
+           "frmt" + at + "=" + frmt + "\n" + ctrl + "len" + at + "=2\n" + ctrl + "fpath" + at +
+           "=/dev/i2c-1\n" + ctrl + "addr" + at + "=0x48\n";
 }
 
 class TemperatureTest : public dfd_test::LibraryTest {
@@ -34,8 +31,7 @@ class TemperatureTest : public dfd_test::LibraryTest {
             "[[registers]]\npath = \"/dev/cpld0\"\nsize = 256\n"
             "[[i2c]]\nbus = 1\naddr = 0x48\nmodel = \"registers\"\nsize = 256\n");
     }
-    // On a board in slot 5.
-    void start_card(const std::string &config) {
+    void start_in_slot_5(const std::string &config) {
         start("my_slotid.mode=constant\nmy_slotid.int_cons=5\n" + config);
     }
 };
@@ -44,30 +40,23 @@ TEST_F(TemperatureTest, SensorsAreConvertedByTheirType) {
     struct Row {
         const char *type;
         const char *frmt;
-        Bytes bytes;
+        std::uint8_t high, low;
         int degrees;
     };
-    const Row kRows[] = {
-        {"lm75", "num_buf", {0x19, 0x00}, 25},
-        {"lm75", "num_buf", {0x19, 0x80}, 25},
-        {"lm75", "num_buf", {0xFF, 0x80}, 0},
-        {"lm75", "num_buf", {0xE7, 0x00}, -25},
-        {"lm75", "num_buf", {0x00, 0xFF}, 0},
-        {"lm75", "num_buf", {0x80, 0x00}, -128},
-        {"lm75", "bit", {0xFF, 0xFF}, 3},
-        {"tmp411", "num_buf", {0x00, 0x80}, -64},
-        {"tmp411", "num_buf", {0x59, 0x80}, 25},
-        {"none", "num_bytes", {0x01, 0x02}, 0x102},
-        {"lm75", "num_bytes", {0x19, 0x00}, 0x1900},
-    };
-    for (const Row &row : kRows) {
-        dfd_test::in_own_process(row.type, [&] {
+    for (const Row &row :
+         {Row{"lm75", "num_buf", 0x19, 0x00, 25}, Row{"lm75", "num_buf", 0x19, 0x80, 25},
+          Row{"lm75", "num_buf", 0xFF, 0x80, 0}, Row{"lm75", "num_buf", 0xE7, 0x00, -25},
+          Row{"lm75", "num_buf", 0x80, 0x00, -128}, Row{"lm75", "num_buf", 0xFF, 0x01, 0},
+          Row{"lm75", "bit", 0xFF, 0xFF, 3}, Row{"tmp411", "num_buf", 0x00, 0x80, -64},
+          Row{"tmp411", "num_buf", 0x59, 0x80, 25}, Row{"none", "num_bytes", 0x01, 0x02, 0x102}}) {
+        in_own_process(row.type, [&] {
             // 0 is the own card, 31 stands for slots 30 and 31.
-            start_card(sensor("_0_2", row.type, row.frmt) + sensor("_31_2", row.type, row.frmt));
-            chassis.set_slave(kBus, kAddr, 0, row.bytes);
+            start_in_slot_5(sensor("_0_2", row.type, row.frmt) +
+                            sensor("_31_2", row.type, row.frmt));
+            chassis.set_slave(kBus, kAddr, 0, Bytes{row.high, row.low});
             for (const int slot : {kOwnSlot, 30, 31}) {
                 int temp = 999;
-                EXPECT_EQ(sdd_get_card_temp(slot, kIndex, &temp), 0);
+                EXPECT_EQ(sdd_get_card_temp(slot, 2, &temp), 0);
                 EXPECT_EQ(temp, row.degrees) << slot;
             }
         });
@@ -76,9 +65,9 @@ TEST_F(TemperatureTest, SensorsAreConvertedByTheirType) {
 }
 
 TEST_F(TemperatureTest, SensorsThatGiveNoTemperature) {
-    start_card(sensor("_0_2", "mac", "num_buf") + "card_temp_info.type_0_3=lm75\n" +
-               sensor("_0_4", "none", "num_buf") + sensor("_0_5", "lm75", "num_buf", "none") +
-               "card_temp_info.type_0_6=lm75\ncard_temp_ctrl.mode_0_6=fru\n");
+    start_in_slot_5(sensor("_0_2", "mac", "num_buf") + "card_temp_info.type_0_3=lm75\n" +
+                    sensor("_0_4", "none", "num_buf") + sensor("_0_5", "lm75", "num_buf", "none") +
+                    "card_temp_info.type_0_6=lm75\ncard_temp_ctrl.mode_0_6=fru\n");
     struct Row {
         int slot;
         std::uint8_t index;
@@ -91,39 +80,35 @@ TEST_F(TemperatureTest, SensorsThatGiveNoTemperature) {
         EXPECT_EQ(sdd_get_card_temp(row.slot, row.index, &temp), row.code) << int{row.index};
         EXPECT_EQ(temp, 999);
     }
-    EXPECT_EQ(sdd_get_card_temp(kOwnSlot, 5, nullptr), -8);
     EXPECT_EQ(sdd_check_temp_valid(kOwnSlot, 3), 1) << "the control item is not asked for";
     EXPECT_EQ(sdd_check_temp_valid(kOwnSlot, 9), 0);
     EXPECT_EQ(sdd_check_temp_valid(0, 2), 0) << "slot 0 is not the own card";
 }
 
 TEST_F(TemperatureTest, NamesFitWithTheirTerminator) {
-    const std::string longest(127, 'n');
-    start_card(sensor("_0_2", "lm75", "num_buf") + "card_temp_info.temp_name_7_1=" + longest +
-               "x\n");
-    const auto name = [](int slot, std::uint8_t index, int size) {
-        std::string dst(static_cast<std::size_t>(std::max(size, 1)), '~');
-        const auto exact = std::make_unique<char[]>(dst.size());
-        std::memcpy(exact.get(), dst.data(), dst.size());
-        const int code = sdd_get_temp_name(slot, index, exact.get(), size);
-        return std::pair(code, std::string(exact.get(), dst.size()));
+    start_in_slot_5(sensor("_0_2", "lm75", "num_buf"));
+    struct Row {
+        int slot;
+        int size;
+        int code;
+        std::string_view bytes;
     };
-    using Found = std::pair<int, std::string>;
-    EXPECT_EQ(name(0, 2, 6), Found(0, std::string("inlet\0", 6)));
-    EXPECT_EQ(name(0, 2, 9), Found(0, std::string("inlet\0\0\0\0", 9)));
-    EXPECT_EQ(name(0, 2, 5), Found(-5, "~~~~~"));
-    EXPECT_EQ(name(0, 2, -1), Found(-5, "~"));
-    EXPECT_EQ(name(kOwnSlot, 2, 9).first, -6) << "the slot as it is";
-    EXPECT_EQ(name(7, 1, 128), Found(0, longest + '\0'));
+    using namespace std::literals;
+    for (const Row &row :
+         {Row{0, 6, 0, "inlet\0"sv}, Row{0, 9, 0, "inlet\0\0\0\0"sv}, Row{0, 5, -5, "~~~~~"sv},
+          Row{0, -1, -5, "~"sv}, Row{kOwnSlot, 9, -6, "~~~~~~~~~"sv}}) {
+        std::vector<char> exact(row.bytes.size(), '~');
+        EXPECT_EQ(sdd_get_temp_name(row.slot, 2, exact.data(), row.size), row.code) << row.size;
+        EXPECT_EQ(std::string_view(exact.data(), exact.size()), row.bytes);
+    }
     EXPECT_EQ(sdd_get_temp_name(0, 2, nullptr, 9), -8);
 }
 
 TEST_F(TemperatureTest, SetUpPutsTmp411IntoExtendedRange) {
     // The kind stands under the slot, the control item under the virtual slot.
-    start_card("card_temp_info.type_5_2=tmp411\ncard_temp_info.type_6_2=tmp411\n" +
-               sensor("_5_3", "lm75", "num_buf") + sensor("_0_2", "none", "num_buf") +
-               sensor("_6_2", "tmp411", "num_buf", "localbus") +
-               "card_temp_info.type_7_2=tmp411\n");
+    start_in_slot_5("card_temp_info.type_5_2=tmp411\ncard_temp_info.type_7_2=tmp411\n" +
+                    sensor("_5_3", "lm75", "num_buf") + sensor("_0_2", "none", "num_buf") +
+                    sensor("_6_2", "tmp411", "num_buf", "localbus"));
     EXPECT_EQ(sdd_set_card_temp_cfg(kOwnSlot, 3), 0) << "not a tmp411";
     EXPECT_EQ(sdd_set_card_temp_cfg(kOwnSlot, 9), -6) << "no sensor";
     EXPECT_EQ(sdd_set_card_temp_cfg(6, 2), -6) << "not on I2C";
@@ -140,52 +125,32 @@ TEST_F(TemperatureTest, SetUpPutsTmp411IntoExtendedRange) {
 }
 
 TEST_F(TemperatureTest, ThresholdsHaveFractionBitsInRegistersOnly) {
-    const std::string alarm = "sys_alarm_temp.mode=";
-    const std::string from_register =
-        "config\nsys_alarm_temp.src=localbus\nsys_alarm_temp.frmt=num_bytes\n"
-        "sys_alarm_temp.fpath=/dev/cpld0\nsys_alarm_temp.len=";
+    const std::string reg =
+        "src=localbus\n%.fpath=/dev/cpld0\n%.frmt=num_bytes\n%.mode=config\n%.len=";
     chassis.set_reg("/dev/cpld0", 0, 0x02);
     chassis.set_reg("/dev/cpld0", 1, 0xA8);
+    chassis.set_reg("/dev/cpld0", 16, 0xFF);
     struct Row {
-        std::string config;
+        std::string members;
         int code;
         int temp;
     };
-    const Row kRows[] = {
-        {alarm + "constant\nsys_alarm_temp.int_cons=85\n", 0, 85},
-        {alarm + from_register + "2\n", 0, 85},
-        {alarm + from_register + "0\n", -5, 999},
-        {alarm + "fru\n", 4, 999},
-        {"", -6, 999},
-    };
-    for (const Row &row : kRows) {
-        dfd_test::in_own_process(row.config, [&] {
-            start(row.config);
+    for (const Row &row : {Row{"mode=constant\n%.int_cons=85", 0, 85}, Row{reg + "2", 0, 85},
+                           Row{reg + "0", -5, 999}, Row{reg + "1\n%.reg_offset=16", 0, 31},
+                           Row{"mode=fru", 4, 999}, Row{"", -6, 999}}) {
+        in_own_process(row.members, [&] {
+            std::string alarm = row.members.empty() ? "" : "%." + row.members + "\n";
+            for (std::size_t at = 0; (at = alarm.find('%', at)) != std::string::npos;) {
+                alarm.replace(at, 1, "sys_alarm_temp");
+            }
+            start("sys_danger_temp.mode=constant\nsys_danger_temp.int_cons=-8\n" + alarm);
             int temp = 999;
             EXPECT_EQ(sdd_get_sys_card_alarm_temp(&temp), row.code);
             EXPECT_EQ(temp, row.temp);
-            EXPECT_EQ(sdd_get_sys_card_shutdown_temp(&temp), -6);
+            EXPECT_EQ(sdd_get_sys_card_shutdown_temp(&temp), 0);
+            EXPECT_EQ(temp, -8);
         });
     }
-    start(
-        "sys_danger_temp.mode=config\nsys_danger_temp.src=localbus\n"
-        "sys_danger_temp.frmt=num_bytes\nsys_danger_temp.len=4\n"
-        "sys_danger_temp.fpath=/dev/cpld0\nsys_danger_temp.reg_offset=16\n");
-    for (std::uint32_t at = 16; at < 20; ++at) {
-        chassis.set_reg("/dev/cpld0", at, 0xFF);
-    }
-    int temp = 999;
-    EXPECT_EQ(sdd_get_sys_card_shutdown_temp(&temp), 0);
-    EXPECT_EQ(temp, -1) << "the sign is kept";
-    EXPECT_EQ(sdd_get_sys_card_shutdown_temp(nullptr), -8);
-}
-
-std::string mac_file(std::initializer_list<std::int32_t> figures, std::size_t size = 88) {
-    std::string text(size, '.');
-    for (const std::int32_t figure : figures) {
-        text.append(reinterpret_cast<const char *>(&figure), sizeof figure);
-    }
-    return text;
 }
 
 TEST_F(TemperatureTest, MacFiguresComeFromTheirFile) {
@@ -193,46 +158,42 @@ TEST_F(TemperatureTest, MacFiguresComeFromTheirFile) {
         return "card_temp_ctrl.fpath_0_" + std::to_string(index) + "=" + path + "\n";
     };
     start(ctrl(41, kMacFile) + ctrl(0, kMacFile) + ctrl(42, "/tmp/bspinfo/nothing") +
-          ctrl(43, "/tmp/bspinfo"));
-    EXPECT_EQ(sdd_is_support_mac_temp(), 0);
+          "mac_temp_file=\n");
     struct Row {
         int n;
-        std::string file;
+        std::vector<std::int32_t> file;  // from byte 88 on
         std::vector<int> figures;
     };
-    for (const Row &row :
-         {Row{0, mac_file({41, -2, 43}), {41, -2, 43}}, Row{215, mac_file({1, 2, 3, 4}), {1, 2, 3}},
-          Row{0, mac_file({7}), {7, 0, 0}}, Row{-41, "", {0, 0, 0}}}) {
-        chassis.write_file(kMacFile, row.file);
-        int a = 9;
-        int b = 9;
-        int c = 9;
-        EXPECT_EQ(sdd_get_mac_temp_state(row.n, &a, &b, &c), 0);
-        EXPECT_THAT((std::vector{a, b, c}), row.figures) << row.n;
+    for (const Row &row : {Row{0, {41, -2, 43}, {41, -2, 43}}, Row{215, {1, 2, 3, 4}, {1, 2, 3}},
+                           Row{0, {7}, {7, 0, 0}}}) {
+        chassis.write_file(
+            kMacFile,
+            std::string(88, '.') + std::string(reinterpret_cast<const char *>(row.file.data()),
+                                               row.file.size() * sizeof(std::int32_t)));
+        std::vector<int> figures(3, 9);
+        EXPECT_EQ(sdd_get_mac_temp_state(row.n, &figures[0], &figures[1], &figures[2]), 0);
+        EXPECT_EQ(figures, row.figures) << row.n;
     }
     int a = 9;
     EXPECT_EQ(sdd_get_mac_temp_state(1, &a, &a, &a), -10) << "no file";
-    EXPECT_EQ(sdd_get_mac_temp_state(2, &a, &a, &a), -10) << "a directory";
-    EXPECT_EQ(sdd_get_mac_temp_state(3, &a, &a, &a), -6);
+    EXPECT_EQ(sdd_get_mac_temp_state(2, &a, &a, &a), -6);
     EXPECT_EQ(sdd_get_mac_temp_state(0, &a, &a, nullptr), -8);
     EXPECT_EQ(a, 9);
-    const auto exact = std::make_unique<char[]>(DFD_MAC_TEMP_FILE_SIZE);
+    std::vector<char> exact(DFD_MAC_TEMP_FILE_SIZE);
     chassis.write_file(kMacFile, std::string(300, 'x'));
-    EXPECT_EQ(sdd_get_mac_temp_from_file(kMacFile, exact.get()), 100);
-    EXPECT_EQ(sdd_get_mac_temp_from_file("/tmp/bspinfo/nothing", exact.get()), -6);
-    EXPECT_EQ(sdd_get_mac_temp_from_file("/tmp/bspinfo", exact.get()), -1);
-    EXPECT_EQ(sdd_get_mac_temp_from_file(nullptr, exact.get()), -8);
-    EXPECT_EQ(count(Op::open), count(Op::close) + 2) << "the two that failed";
+    EXPECT_EQ(sdd_get_mac_temp_from_file(kMacFile, exact.data()), 100);
+    EXPECT_EQ(sdd_get_mac_temp_from_file("/tmp/bspinfo/nothing", exact.data()), -6);
+    EXPECT_EQ(sdd_get_mac_temp_from_file("/tmp/bspinfo", exact.data()), -1) << "a directory";
+    EXPECT_EQ(sdd_is_support_mac_temp(), 1);
 }
 
-TEST_F(TemperatureTest, MacSupportIsAnItemAndNothingOfTheModuleIsLogged) {
-    start_card("mac_temp_file=\ncard_temp_info.type_0_2=mac\n");
+TEST_F(TemperatureTest, TheModuleLogsNothing) {
+    start_in_slot_5("card_temp_info.type_0_2=mac\n");
     dfd_debug = DFD_DEBUG_ERR | DFD_DEBUG_VBOSE;
-    EXPECT_EQ(printed_by([] {
-                  int temp = 0;
-                  EXPECT_EQ(sdd_is_support_mac_temp(), 1);
+    int temp = 0;
+    EXPECT_EQ(dfd_test::printed_by([&] {
+                  EXPECT_EQ(sdd_is_support_mac_temp(), 0);
                   EXPECT_EQ(sdd_get_card_temp(kOwnSlot, 2, &temp), -1);
-                  EXPECT_EQ(sdd_get_card_temp(kOwnSlot, 3, &temp), -6);
                   EXPECT_EQ(sdd_get_mac_temp_state(0, &temp, &temp, &temp), -6);
                   EXPECT_EQ(sdd_set_card_temp_cfg(kOwnSlot, 2), -6);
               }),
