@@ -39,17 +39,19 @@ TEST_F(ConversionTest, FirstMatchInLoadingOrderWins) {
 }
 
 TEST_F(ConversionTest, NoMatchAndNullAreLoggedAndLeaveTheResult) {
-    start("power_name_1=ABC\nfan_name_7_0=FAN\nfan_speedlvl_convert_1=0x10\n");
+    // A name that is too long is no item, and no entry either.
+    start("power_name_1=ABC\nfan_name_7_0=FAN\nfan_speedlvl_convert_1=0x10\nfan_name_8_0=" +
+          std::string(64, 'x') + "\n");
     std::uint32_t type = 99;
     int level = 99;
     EXPECT_EQ(logged_by(DFD_DEBUG_ERR,
                         [&] {
-                            EXPECT_EQ(dfd_lib_cfg_get_fan_speedlvl_by_regval(0x2F, &level), -1);
+                            EXPECT_EQ(dfd_lib_cfg_get_fan_speedlvl_by_regval(0x110, &level), -1);
                             EXPECT_EQ(dfd_lib_cfg_get_card_type_by_pid_str("TES", &type), -1);
                             EXPECT_EQ(dfd_lib_cfg_get_power_type_by_name("AB", &type), -1);
                             EXPECT_EQ(dfd_lib_cfg_get_fan_type_by_name("fan", &type), -1);
                         }),
-              "get fan speed level by regval[0x2f] fail\r\n"
+              "get fan speed level by regval[0x110] fail\r\n"
               "get card type by pid str[TES] fail\r\n"
               "get power type by name[AB] fail\r\n"
               "get fan type by name[fan] fail\r\n");

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include <regex>
+
 #include "support/library_test.h"
 
 namespace {
@@ -26,6 +28,7 @@ TEST(DebugGate, TypesSetAndClearOneBit) {
     EXPECT_EQ(dfd_debug_set(4, 2), 0);
     EXPECT_EQ(dfd_debug_set(1, 1), 0);
     EXPECT_EQ(dfd_debug_set(4, 0), 0);
+    EXPECT_EQ(dfd_debug_set(3, 0), 0) << "clear already";
     EXPECT_EQ(dfd_debug, 2U);
     for (const int type : {5, -1}) {
         EXPECT_EQ(printed_by([type] { EXPECT_EQ(dfd_debug_set(type, 1), -5); }), "");
@@ -33,29 +36,57 @@ TEST(DebugGate, TypesSetAndClearOneBit) {
     EXPECT_EQ(dfd_debug, 2U);
 }
 
-TEST(DebugGate, MessageHasHeaderWithModuleFunctionAndLine) {
-    dfd_debug = DFD_DEBUG_ERR;
-    const std::string text = printed_by([] { dfd_debug_set(5, 1); });
-    int line = 0;
-    EXPECT_EQ(
-        std::sscanf(text.c_str(),
-                    "[DFD-err]:<File:framework/dfd_debug.cpp, Func:dfd_debug_set, Line:%d>", &line),
-        1)
-        << text;
-    EXPECT_GT(line, 0);
-    EXPECT_THAT(text, testing::EndsWith(">\nunknow dfd debug type=5\n"));
+TEST(DebugGate, MessageHasHeaderWithLevelModuleFunctionAndLine) {
+    struct Row {
+        std::function<void()> call;
+        std::uint32_t gate;
+        const char *text;
+    };
+    int out = 0;
+    const Row kRows[] = {
+        {[] { dfd_debug_set(5, 1); }, DFD_DEBUG_ERR,
+         "[DFD-err]:<File:framework/dfd_debug.cpp, Func:dfd_debug_set, Line:#>\n"
+         "unknow dfd debug type=5\n"},
+        {[] { dfd_lib_cfg_print_item(0, nullptr); }, DFD_DEBUG_ERR,
+         "[DFD-err]:<File:framework/dfd_lib_cfg.cpp, Func:dfd_lib_cfg_print_item, Line:#>\n"
+         "input arguments error\r\n"},
+        {[&] { dfd_info_get_int_by_index(0x39000000, 1, &out, nullptr); }, DFD_DEBUG_WARN,
+         "[DFD-warn]:<File:framework/dfd_info.cpp, Func:dfd_info_get_int_by_index, Line:#>\n"
+         "get info ctrl fail, key=0x39000000\r\n"},
+        {[] { dfd_i2c_write(0, 0, 0, nullptr, 0); }, DFD_DEBUG_VBOSE,
+         "[DFD-vbose]:<File:service/intf.cpp, Func:dfd_i2c_write, Line:#>\nbuf == null\r\n"},
+        {[&] { sdd_get_bp_scale_mac(&out); }, DFD_DEBUG_ERR,
+         "[DFD-err]:<File:hal/core.cpp, Func:sdd_get_bp_scale_mac, Line:#>\n"
+         "get backplane scale mac config fail, key=0x19000000\r\n"},
+        {[] { dfd_get_e2prom_info(nullptr, 0, nullptr); }, DFD_DEBUG_ERR,
+         "[DFD-err]:<File:hal/e2prom.cpp, Func:dfd_get_e2prom_info, Line:#>\n"
+         "Invalid parameter!\n"},
+        {[] { ipmi_fru_product_info_area(nullptr, 0, nullptr, nullptr); }, DFD_DEBUG_ERR,
+         "[DFD-err]:<File:hal/dfd_frueeprom.cpp, Func:ipmi_fru_product_info_area, Line:#>\n"
+         "Invalid Parameter.\n"},
+    };
+    for (const Row &row : kRows) {
+        dfd_debug = ~row.gate;
+        EXPECT_EQ(printed_by(row.call), "") << "its own bit is the gate";
+        dfd_debug = row.gate;
+        const std::string text = printed_by(row.call);
+        EXPECT_EQ(std::regex_replace(text, std::regex("Line:[1-9][0-9]*>"), "Line:#>"), row.text);
+    }
 }
 
 TEST(Store, FindsInsertsAndDeletesByKey) {
-    const dfd_test::NeverFreed never_freed;
-    btree_root root{};
-    ASSERT_EQ(btree_init_root(&root), 0);
-    EXPECT_EQ(btree_find_node(&root, 1), nullptr);
     int first = 1;
     int second = 2;
-    EXPECT_EQ(btree_insert_node(&root, 0xBB000207, &first), 0);
-    EXPECT_EQ(btree_insert_node(&root, 0xBB000207, &second), 1);
-    EXPECT_EQ(btree_insert_node(&root, 0x23000000, &second), 0);
+    btree_root root{};
+    root.tree = &first;
+    ASSERT_EQ(btree_init_root(&root), 0);
+    EXPECT_EQ(btree_find_node(&root, 1), nullptr);
+    {
+        const dfd_test::NeverFreed never_freed;
+        EXPECT_EQ(btree_insert_node(&root, 0xBB000207, &first), 0);
+        EXPECT_EQ(btree_insert_node(&root, 0x23000000, &second), 0);
+    }
+    EXPECT_EQ(btree_insert_node(&root, 0xBB000207, &second), 1) << "its entry is freed";
     EXPECT_EQ(btree_find_node(&root, 0xBB000207), &first);
     EXPECT_EQ(btree_find_node(&root, 0x23000000), &second);
     EXPECT_EQ(btree_delete_node(&root, 0xBB000207), 0);

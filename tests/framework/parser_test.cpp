@@ -61,6 +61,7 @@ TEST_F(ParserTest, NamesAndIndexesToKeys) {
         {"fan_speedlvl_convert_3=1", 0x0E000300},
         {"fan_speed_level_support=1", 0x10000000},
         {"sslot_fpga_out_port_3_8=1", 0x1C000308},
+        {"sslot_fpga_out_port_4_5_6=1", 0x1C000405},
         {"fan_e2prom_i2c_id_16_9=1", 0x08001000},
         {"power_regval_convert_0x10=1", 0x0D001000},
         {"fan_e2prom_i2c_id_17=1", std::nullopt},
@@ -69,6 +70,7 @@ TEST_F(ParserTest, NamesAndIndexesToKeys) {
         {"power_eeprom_i2c_id=1", std::nullopt},
         {"sslot_fpga_out_port_3=1", std::nullopt},
         {"sslot_fpga_out_port_3_9=1", std::nullopt},
+        {"sslot_fpga_out_port_3_-1=1", std::nullopt},
         {"none=1", std::nullopt},
         {"end_int=1", std::nullopt},
         {"fan_nu=1", std::nullopt},
@@ -87,9 +89,10 @@ TEST_F(ParserTest, NamesAndIndexesToKeys) {
             ++stored;
         }
     }
-    EXPECT_EQ(stored, 8U);
+    EXPECT_EQ(stored, 9U);
     EXPECT_EQ(number(DFD_MAKE_KEY(DFD_KEY_FAN_E2PROM_I2C_ID, 17, 0)), std::nullopt);
     EXPECT_EQ(number(DFD_MAKE_KEY(DFD_KEY_SSLOT_FPGA_OUT_PORT, 3, 9)), std::nullopt);
+    EXPECT_EQ(number(DFD_MAKE_KEY(DFD_KEY_SSLOT_FPGA_OUT_PORT, 3, -1)), std::nullopt);
     EXPECT_EQ(number(DFD_MAKE_KEY(DFD_KEY_SLOT_BASE, 0, 0)), 9);
 }
 
@@ -116,7 +119,11 @@ TEST_F(ParserTest, MembersOfEveryRecordKind) {
         "card_temp_info.temp_name_2_7=inlet\ncard_temp_info.type_2_7=lm75\n"
         "irq_ctrl_info.irq_flag=1\nirq_ctrl_info.irq_clr_flag=2\nirq_ctrl_info.irq_clr_bit=3\n"
         "irq_info.type_0x102_3=poe_power_ac\nirq_info.val2_0x102_3=9\n"
-        "irq_info.type_0x0_8=unheard_of\n");
+        "irq_info.type_0x0_8=unheard_of\nirq_info.val1_0x102_3=8\nirq_info.val0_0x102_3=7\n"
+        "mb_fan_led_info.green=2\nmb_fan_led_info.red=3\nmb_fan_led_info.yellow=4\n"
+        "mb_fan_led_info.fspark_open=6\nirq_info.type_0_0=fe_offline\n"
+        "card_temp_info.type_3_0=tmp411\ncard_temp_info.type_4_0=mac\n"
+        "temp_name_1=\ta#b\tc\n");
     const auto *ctrl = item<info_ctrl_t>(0x39000500);
     ASSERT_NE(ctrl, nullptr);
     EXPECT_EQ(ctrl->mode, INFO_CTRL_MODE_CONFIG);
@@ -141,21 +148,25 @@ TEST_F(ParserTest, MembersOfEveryRecordKind) {
     EXPECT_EQ(dev->addr, 0x40U);
     const auto *led = item<led_info_t>(DFD_MAKE_KEY(DFD_KEY_MB_FAN_LED_INFO, 0, 0));
     ASSERT_NE(led, nullptr);
-    EXPECT_EQ(led->dark, 1U);
-    EXPECT_EQ(led->green, 0U) << "a member that no line mentions";
-    EXPECT_EQ(led->spark, LED_REGVAL_UNSET) << "an emptied member";
-    EXPECT_EQ(led->fspark_close, 7U);
+    EXPECT_EQ((std::vector{led->dark, led->green, led->red, led->yellow, led->spark,
+                           led->fspark_open, led->fspark_close}),
+              (std::vector{1U, 2U, 3U, 4U, LED_REGVAL_UNSET, 6U, 7U}));
     const auto *temp = item<temp_info_t>(0xBB000207);
     ASSERT_NE(temp, nullptr);
     EXPECT_STREQ(temp->temp_name, "inlet");
     EXPECT_EQ(temp->type, TEMP_INFO_LM75);
+    EXPECT_EQ(item<temp_info_t>(0xBB000300)->type, TEMP_INFO_TMP411);
+    EXPECT_EQ(item<temp_info_t>(0xBB000400)->type, TEMP_INFO_MAC);
+    EXPECT_STREQ(item<temp_info_t>(0xBB000400)->temp_name, "") << "a member that no line mentions";
+    EXPECT_STREQ(item<char>(0x27000100), "a#b") << "the first word; no comment inside a line";
     const auto *irq_ctrl = item<irq_ctrl_t>(DFD_MAKE_KEY(DFD_KEY_IRQ_CTRL_INFO, 0, 0));
     ASSERT_NE(irq_ctrl, nullptr);
     EXPECT_EQ(irq_ctrl->irq_flag * 100 + irq_ctrl->irq_clr_flag * 10 + irq_ctrl->irq_clr_bit, 123U);
     const auto *irq = item<irq_info_t>(DFD_MAKE_KEY(DFD_KEY_IRQ_INFO, 0x102, 3));
     ASSERT_NE(irq, nullptr);
     EXPECT_EQ(irq->type, IRQ_TYPE_POE_POWER);
-    EXPECT_EQ(irq->val2, 9U);
+    EXPECT_EQ(irq->val0 * 100 + irq->val1 * 10 + irq->val2, 789U);
+    EXPECT_EQ(item<irq_info_t>(DFD_MAKE_KEY(DFD_KEY_IRQ_INFO, 0, 0))->type, IRQ_TYPE_FE_OFFLINE);
     EXPECT_EQ(item<irq_info_t>(DFD_MAKE_KEY(DFD_KEY_IRQ_INFO, 0, 8))->type, IRQ_TYPE_UNKNOWN);
 }
 
@@ -203,7 +214,8 @@ TEST_F(ParserTest, VerboseTraceSaysWhatEachLineBecame) {
     const std::string text = log_of(DFD_DEBUG_VBOSE,
                                     "  \r\n#x=1\nfan_num = 4\ncpld_i2c_dev.addr_0=0x40\n"
                                     "cpld_i2c_dev.addr_0=0x41\nmb_fan_led_info.red=3\n"
-                                    "irq_info.val0_1_2=9\nirq_info.val0_1_2=8\ntemp_name_1=a\n");
+                                    "irq_info.val0_1_2=9\nirq_info.val0_1_2=8\ntemp_name_1=a\n"
+                                    "irq_ctrl_info.irq_flag=1\ncpld_i2c_dev.bus_0=\n");
     for (const char *line : {"line1: space line\r\n", "line2: comment line\r\n",
                              "line3: config_line[fan_num=4] name[fan_num] value[4]\r\n"
                              "line3: add int item[4] success, key=0x23000000\r\n",
@@ -213,7 +225,9 @@ TEST_F(ParserTest, VerboseTraceSaysWhatEachLineBecame) {
                              // The interrupt kinds go by the info_ctrl names.
                              "line7: add info_ctrl item[.int_cons=9] success, key=0xaf000102\r\n",
                              "line8: replace info_ctrl item[.int_cons=8], key=0xaf000102\r\n",
-                             "line9: add string item[a] success, key=0x27000100\r\n"}) {
+                             "line9: add string item[a] success, key=0x27000100\r\n",
+                             "line10: add info_ctrl item[.mode=1] success, key=0xad000000\r\n",
+                             "line11: replace i2c_dev item[.bus=-1], key=0x32000000\r\n"}) {
         EXPECT_THAT(text, HasSubstr(line));
     }
 }
@@ -241,9 +255,9 @@ TEST_F(ParserTest, OnlyLinesWithoutEqualsOrNameFailAFile) {
 
 TEST_F(ParserTest, LongLinesAreSeveralLines) {
     // 255 characters fill the buffer; what follows is line 2.
-    std::string line = "slot_base=1";
-    line.resize(255, ' ');
-    start(line + "sslot_base=2\n");
+    std::string line = "slot_base=";
+    line.resize(254, ' ');
+    start(line + "1sslot_base=2\n");
     EXPECT_EQ(number(DFD_MAKE_KEY(DFD_KEY_SLOT_BASE, 0, 0)), 1);
     EXPECT_EQ(number(DFD_MAKE_KEY(DFD_KEY_SSLOT_BASE, 0, 0)), 2);
 }
@@ -273,6 +287,10 @@ TEST_F(ParserTest, DumpsWhateverTheGate) {
         EXPECT_EQ(printed_by([&] { dfd_lib_cfg_show_item(row.key); }), row.text);
     }
     EXPECT_EQ(printed_by([] { dfd_lib_cfg_print_item(0x23000000, nullptr); }), "");
+    EXPECT_EQ(printed_by([] { dfd_lib_cfg_show_convert_lst(1); }),
+              "card pid string convert list:\r\n"
+              "index1=0x0001 index2=0x00 int_val=0 str_val=TEST\r\n");
+    EXPECT_EQ(printed_by([] { dfd_lib_cfg_show_convert_lst(2); }), "power name convert list:\r\n");
     EXPECT_EQ(printed_by([] { dfd_lib_cfg_show_convert_lst(0); }),
               "fan speed level convert list:\r\nindex1=0x0002 index2=0x00 int_val=48 str_val=\r\n");
     EXPECT_EQ(printed_by([] { dfd_lib_cfg_show_convert_lst(3); }),

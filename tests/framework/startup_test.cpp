@@ -32,13 +32,18 @@ class StartupTest : public dfd_test::LibraryTest {
 
 TEST_F(StartupTest, ProductIdDecidesFirst) {
     add_e2prom(0, 0x57, legacy(2, 10, 5, 0));
-    write_board("ABC-1234567890\n", "card_pid_str_42_0=ABC-12345\ncard_pid_str_43_0=ABC\n");
+    write_board("ABC-1234567890\n",
+                "card_pid_str_44_0=ABC-123456\ncard_pid_str_42_0=ABC-12345\n"
+                "card_pid_str_43_0=ABC\n");
     write_list(42, "one\ntwo\r\n");
     write_config("one", "slot_base=1\nfan_num=1\n");
     write_config("two", "slot_base=2\n");
     chassis.write_file("/etc/cfg/dfd/chassis/42.cfg", "fan_num=9\n");
-    EXPECT_EQ(dev_drv_init(), 0);
-    EXPECT_EQ(drv_get_my_dev_type(), 42) << "the first nine characters suffice";
+    const std::string trace = logged_by(DFD_DEBUG_VBOSE, [] { EXPECT_EQ(dev_drv_init(), 0); });
+    EXPECT_THAT(trace, HasSubstr("start parsing card pid file[/etc/cfg/dfd/cfg_file/card_pid.cfg]"
+                                 "\r\nline1: "));
+    EXPECT_THAT(trace, HasSubstr("start parsing config file[/etc/cfg/dfd/cfg_file/two.cfg]\r\n"));
+    EXPECT_EQ(drv_get_my_dev_type(), 42) << "the first nine characters are looked at";
     EXPECT_EQ(sdd_get_my_chassis_type(), 42) << "no backplane item: the board type";
     EXPECT_EQ(number(kSlotBase), 2);
     EXPECT_EQ(number(kFanNum), 9) << "the chassis file comes last";
@@ -60,7 +65,7 @@ TEST_F(StartupTest, BoardTypeFromTheBoardE2prom) {
         {"layout 1, 0x9c, 0x11", legacy(1, 0x9C, 0, 0x11), 14},
         {"layout 1, 0x9c, 1", legacy(1, 0x9C, 0, 1), 15},
         {"layout 1, 0x9c, other", legacy(1, 0x9C, 0, 2), 41},
-        {"layout 1, 0x9e", legacy(1, 0x9E, 0, 1), 42},
+        {"layout 1, 0x9e", legacy(1, 0x9E, 0, 2), 42},
         {"layout 1, sub 1", legacy(1, 130, 0, 1), 30},
         {"layout 1, other sub", legacy(1, 130, 0, 0), 50},
         {"layout 2", legacy(2, 10, 5, 0), 62},
@@ -77,6 +82,7 @@ TEST_F(StartupTest, BoardTypeFromTheBoardE2prom) {
         in_own_process(row.what, [&] {
             chassis.set_slave(0, 0x57, 0, row.image);
             EXPECT_EQ(dfd_get_dev_type(), row.type);
+            EXPECT_EQ(chassis.log(Op::transfer).front().messages[1].bytes.size(), 128U);
             EXPECT_EQ(drv_get_my_dev_type(), row.type);
             write_list(static_cast<unsigned>(row.type), "board\n");
             write_config("board", "fan_num=3\n");
@@ -95,8 +101,16 @@ TEST_F(StartupTest, LegacyTypeAloneIgnoresTheTlvFlag) {
     chassis.set_slave(0, 0x57, 0, image);
     EXPECT_EQ(logged_by(DFD_DEBUG_VBOSE, [] { EXPECT_EQ(dfd_my_type_from_e2(), 130 + 47); }),
               "CA type is177\r\n");
-    chassis.fail({.addr = 0x57, .count = 0, .error = ENXIO});
-    EXPECT_EQ(dfd_my_type_from_e2(), -1);
+    chassis.fail({.addr = 0x57, .count = 0, .error = 0, .result = -9});
+    EXPECT_EQ(dfd_my_type_from_e2(), -9);
+}
+
+TEST_F(StartupTest, ATypeOfZeroLeavesTheDecisionToTheE2prom) {
+    write_board("ABC", "card_pid_str_0_0=ABC\n");
+    ASSERT_EQ(dfd_lib_cfg_init_pre(), 0);
+    EXPECT_EQ(dfd_get_dev_type(), 0) << "no EEPROM answers: the identifier's word counts after all";
+    add_e2prom(0, 0x57, legacy(2, 10, 5, 0));
+    EXPECT_EQ(dfd_get_dev_type(), 62);
 }
 
 TEST_F(StartupTest, WithoutProductIdAndE2promThereIsNoBoardTypeYet) {
@@ -104,8 +118,10 @@ TEST_F(StartupTest, WithoutProductIdAndE2promThereIsNoBoardTypeYet) {
     write_list(42, "");
     const std::string log = logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(dev_drv_init(), -1); });
     EXPECT_THAT(log, HasSubstr("get my dev type fail, rv=-1\r\n"));
+    EXPECT_EQ(sdd_get_my_chassis_type(), -1);
     chassis.write_file("/tmp/bspinfo/ProductID", "ABC");
     EXPECT_EQ(drv_get_my_dev_type(), 42) << "-1 is not kept";
+    EXPECT_EQ(sdd_get_my_chassis_type(), -1) << "as a chassis type it is";
     chassis.remove_file("/tmp/bspinfo/ProductID");
     EXPECT_EQ(drv_get_my_dev_type(), 42) << "a type is";
     EXPECT_EQ(dfd_get_dev_type(), -1);
@@ -178,31 +194,36 @@ TEST_F(StartupTest, ChassisTypeFromTheBackplane) {
     struct Row {
         const char *what;
         std::string config;
-        const char *bp1;  // null: unreadable
-        const char *bp2;
+        std::string bp1;  // empty: unreadable
+        std::string bp2;
         int type;
     };
     const Row kRows[] = {
         {"source 1", source1 + source2, "\x05...", "\x06...", 5},
-        {"source 1 fails", source1 + source2, nullptr, "\x06...", 6},
-        {"source 1 fails, 2 not configured", source1, nullptr, nullptr, 1},
-        {"source 1 not configured", source2, nullptr, "\x06...", 1},
-        {"both fail", source1 + source2, nullptr, nullptr, -1},
+        {"source 1 fails", source1 + source2, "", "\x06...", 6},
+        {"source 1 fails, 2 not configured", source1, "", "", 1},
+        {"source 1 not configured", source2, "", "\x06...", 1},
+        {"both fail", source1 + source2, "", "", -1},
+        {"type 0 names no file", source1, std::string(4, '\0'), "", 0},
     };
     for (const Row &row : kRows) {
         in_own_process(row.what, [&] {
             for (const auto &[path, text] :
                  {std::pair{"/tmp/bp1", row.bp1}, {"/tmp/bp2", row.bp2}}) {
                 chassis.remove_file(path);
-                if (text != nullptr) {
+                if (!text.empty()) {
                     chassis.write_file(path, text);
                 }
             }
+            chassis.write_file("/etc/cfg/dfd/chassis/0.cfg", "fan_num=99\n");
             chassis.write_file("/etc/cfg/dfd/chassis/5.cfg", "fan_num=50\n");
             chassis.write_file("/etc/cfg/dfd/chassis/6.cfg", "fan_num=60\n");
             chassis.write_file("/etc/cfg/dfd/chassis/1.cfg", "fan_num=10\n");
             start(row.config);
-            EXPECT_EQ(sdd_get_my_chassis_type(), row.type);
+            chassis.remove_file("/tmp/bp1");
+            chassis.remove_file("/tmp/bp2");
+            EXPECT_EQ(sdd_get_my_chassis_type(), row.type != 0 ? row.type : 1)
+                << "a type is kept, 0 is asked again";
             EXPECT_EQ(number(kFanNum), row.type > 0 ? row.type * 10 : -999);
         });
     }
