@@ -12,7 +12,7 @@ class DeviceFileTest : public dfd_test::LibraryTest {
   protected:
     DeviceFileTest() {
         chassis.describe(
-            "[[registers]]\npath = \"/dev/cpld1\"\nsize = 0x2000\n"
+            "[[registers]]\npath = \"/dev/cpld1\"\nsize = 0x10000\n"
             "[[registers]]\npath = \"/dev/fpga0\"\nsize = 0x20000\n");
     }
 };
@@ -25,8 +25,9 @@ TEST_F(DeviceFileTest, EveryAccessOpensSeeksTransfersAndCloses) {
     EXPECT_THAT(accesses(Op::open), ElementsAre(testing::StartsWith("open /dev/cpld1 O_RDWR = ")));
     EXPECT_THAT(accesses(Op::read), ElementsAre("read /dev/cpld1 @0x1234 [a5] = 1"));
     EXPECT_EQ(count(Op::close), 1U);
-    EXPECT_EQ(dfd_cpld_write(0x01FF1234, 0x5A), 0) << "bits 23 to 16 do not count";
-    EXPECT_EQ(chassis.reg("/dev/cpld1", 0x1234), 0x5A);
+    EXPECT_EQ(dfd_cpld_write(0x01FF9234, 0x5A), 0) << "bits 23 to 16 do not count";
+    EXPECT_EQ(chassis.reg("/dev/cpld1", 0x9234), 0x5A);
+    EXPECT_EQ(sdd_device_write("/dev/cpld1", 0, &byte, 1), 0) << "no count";
     EXPECT_EQ(dfd_fpga_write(0x10001, 7), 0);
     EXPECT_EQ(dfd_fpga_read(0x10001, &byte), 0);
     EXPECT_EQ(byte, 7);

@@ -42,7 +42,7 @@ std::string lines(unsigned slot, const Item &item) {
 }
 
 int sum_processor(std::uint8_t *bytes, int len, int *value) {
-    *value = 1000;
+    *value = 1000 * len;
     for (int i = 0; i < len; ++i) {
         *value += bytes[i];
     }
@@ -90,6 +90,7 @@ TEST_F(EngineTest, IntegersInEveryFormat) {
         {{.frmt = "bit", .pola = "negative", .len = 2, .bit = 3, .reg = 0x20}, 0},
         {{.frmt = "bit", .len = 0, .reg = 0x20}, 0},
         {{.frmt = "bit", .len = 8, .bit = 4, .reg = 0x20}, 0xB},
+        {{.frmt = "bit", .len = 1, .bit = 7, .reg = 0x20}, 1},
         {{.frmt = "bit", .pola = "negative", .len = 40, .bit = 4, .reg = 0x20}, 0x4},
         {{.frmt = "bit", .len = 4, .bit = 3, .reg = 0x20}, 1007, sum_processor},
         {{.frmt = "byte"}, 0x12},
@@ -104,7 +105,11 @@ TEST_F(EngineTest, IntegersInEveryFormat) {
         {{.src = "file", .frmt = "num_str", .len = 31, .reg = 4, .path = "/tmp/bspinfo/count"}, 0},
         {{.src = "file", .frmt = "byte", .len = 3, .reg = 8, .path = "/tmp/bspinfo/count"},
          'e' << 16 | 's' << 8},
-        {{.frmt = "num_buf", .len = 2}, 1000 + 0x12 + 0x34, sum_processor},
+        {{.frmt = "num_buf", .len = 2}, 2000 + 0x12 + 0x34, sum_processor},
+        // The file ends after two of the bytes; the processor gets what the item asks for.
+        {{.src = "file", .frmt = "num_buf", .len = 3, .reg = 8, .path = "/tmp/bspinfo/count"},
+         3000 + 'e' + 's',
+         sum_processor},
         // Without a bit field or a num_buf the processor has no say.
         {{.frmt = "byte"}, 0x12, failing_processor},
     };
@@ -217,7 +222,9 @@ TEST_F(EngineTest, ProcessorsAndTransfersThatFail) {
 }
 
 TEST_F(EngineTest, LocalbusBytesAreSeparateAccesses) {
-    start_items({{.frmt = "num_bytes", .len = 3}, {.frmt = "num_bytes", .len = 2, .reg = 0x0A}});
+    start_items({{.frmt = "num_bytes", .len = 3},
+                 {.frmt = "num_bytes", .len = 2, .reg = 0x0A},
+                 {.frmt = "bit", .len = 2, .bit = 3}});
     int value = 0;
     EXPECT_EQ(dfd_info_get_int(slot_online(0), &value, nullptr), 0);
     EXPECT_THAT(accesses(Op::read),
@@ -226,6 +233,8 @@ TEST_F(EngineTest, LocalbusBytesAreSeparateAccesses) {
     EXPECT_EQ(count(Op::open), 3U);
     EXPECT_EQ(dfd_info_get_int_by_index(slot_online(1), 3, &value, nullptr), 0);
     EXPECT_EQ(value, 0x1234) << "register 0x0a + 2 x 3";
+    EXPECT_EQ(dfd_info_get_int_by_index(slot_online(2), 2, &value, nullptr), 0);
+    EXPECT_EQ(value, 0x9A >> 3 & 3) << "the width of a bit field counts as bytes here";
     // The second byte fails: the register is still named as the item has it.
     chassis.fail({.op = Op::read, .path = "/dev/cpld0", .offset = 0x11, .count = 0});
     EXPECT_THAT(
@@ -233,7 +242,7 @@ TEST_F(EngineTest, LocalbusBytesAreSeparateAccesses) {
                   [&] { EXPECT_EQ(dfd_info_get_int(slot_online(0), &value, nullptr), -7); }),
         StartsWith("read info[addr=0x10 read_bytes=3] from cpld fail, reading_byte=1 "
                    "rv=-1\r\n"));
-    EXPECT_EQ(value, 0x1234);
+    EXPECT_EQ(value, 0x9A >> 3 & 3);
 }
 
 TEST_F(EngineTest, SuccessIsTraced) {
@@ -253,19 +262,20 @@ TEST_F(EngineTest, SuccessIsTraced) {
 TEST_F(EngineTest, BuffersRawAndThroughAProcessor) {
     start_items({{.frmt = "buf", .len = 4},
                  {.src = "i2c", .frmt = "buf", .len = 6, .path = "/dev/i2c-1"},
-                 {.src = "file", .frmt = "buf", .len = 200, .reg = 1, .path = "/tmp/bspinfo/count"},
+                 {.src = "file", .frmt = "buf", .len = 255, .reg = 1, .path = "/tmp/bspinfo/count"},
                  {.frmt = "buf", .len = 256},
                  {.frmt = "buf", .len = 0},
                  {.frmt = "byte"},
                  {.mode = "tlv", .frmt = "buf"},
                  {.mode = "none", .frmt = "buf"},
-                 {.frmt = "buf", .path = "/dev/cpld7"}});
+                 {.frmt = "buf", .path = "/dev/cpld7"},
+                 {.src = "file", .frmt = "buf", .reg = 99, .path = "/tmp/bspinfo/count"}});
     std::array<char, 256> buf{};
     EXPECT_EQ(dfd_info_get_buf(slot_online(0), buf.data(), 4, nullptr), 4);
     EXPECT_EQ(std::string_view(buf.data(), 5), std::string_view("\x12\x34\x56\x78\0", 5));
     EXPECT_EQ(dfd_info_get_buf(slot_online(1), buf.data(), 256, nullptr), 6);
     EXPECT_EQ(dfd_info_get_buf(slot_online(2), buf.data(), 256, nullptr), 9) << "what the file has";
-    EXPECT_EQ(dfd_info_get_buf(slot_online(2), buf.data(), 200, sdd_get_string_by_buf), 2);
+    EXPECT_EQ(dfd_info_get_buf(slot_online(2), buf.data(), 255, sdd_get_string_by_buf), 2);
     EXPECT_STREQ(buf.data(), "42");
     struct Row {
         unsigned slot;
@@ -299,6 +309,14 @@ TEST_F(EngineTest, BuffersRawAndThroughAProcessor) {
                   [&] { EXPECT_EQ(dfd_info_get_buf(slot_online(8), buf.data(), 9, nullptr), -7); }),
         HasSubstr("read buf info[key=0x39000800 src=localbus frmt=buf fpath=/dev/cpld7 "
                   "addr=0x48 len=1] fail, rv=-1\r\n"));
+    EXPECT_EQ(dfd_info_get_buf(slot_online(9), buf.data(), 9, nullptr), -7) << "nothing there";
+    EXPECT_EQ(logged_by(DFD_DEBUG_ERR,
+                        [] {
+                            char byte = 0;
+                            dfd_info_get_buf(slot_online(12), &byte, 1, nullptr);
+                        }),
+              "")
+        << "a missing item is a warning to a reader";
     EXPECT_EQ(logged_by(DFD_DEBUG_ERR,
                         [&] {
                             EXPECT_EQ(dfd_info_get_buf(slot_online(0), buf.data(), 4,
@@ -344,15 +362,41 @@ TEST_F(EngineTest, WritesOneByteUnderTheMask) {
 }
 
 TEST_F(EngineTest, I2cWritesTheWholePreparedByte) {
-    start_items(
-        {{.src = "i2c", .frmt = "bit", .len = 1, .bit = 5, .path = "/dev/i2c-1"},
-         {.src = "i2c", .frmt = "bit", .pola = "negative", .bit = 5, .path = "/dev/i2c-1"}});
+    start_items({{.src = "i2c", .frmt = "bit", .len = 1, .bit = 5, .path = "/dev/i2c-1"},
+                 {.src = "i2c", .frmt = "bit", .pola = "negative", .bit = 5, .path = "/dev/i2c-1"},
+                 {.src = "i2c", .frmt = "num_bytes", .len = 4, .path = "/dev/i2c-1"}});
     EXPECT_EQ(logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(dfd_info_set_int(slot_online(0), 1), 0); }),
               "warning i2c write addr 0x48 write_bytes 1 val 0x20\r\n");
     EXPECT_EQ(dfd_info_set_int(slot_online(1), 1), 0);
+    EXPECT_EQ(dfd_info_set_int(slot_online(2), 0x1234), 0);
     EXPECT_THAT(accesses(Op::transfer),
                 ElementsAre("transfer /dev/i2c-1 {w 0x48 [10]} {w 0x48 nostart [20]} = 2",
-                            "transfer /dev/i2c-1 {w 0x48 [10]} {w 0x48 nostart [df]} = 2"));
+                            "transfer /dev/i2c-1 {w 0x48 [10]} {w 0x48 nostart [df]} = 2",
+                            "transfer /dev/i2c-1 {w 0x48 [10]} {w 0x48 nostart [34]} = 2"));
+}
+
+TEST_F(EngineTest, SourcesAnswerInTheirOwnWay) {
+    std::uint8_t byte = 1;
+    EXPECT_EQ(dfd_write_info(INFO_SRC_I2C, "/dev/i2c-1", 0x48, 0, 1, &byte, 0xFF), 2) << "raw";
+    EXPECT_EQ(dfd_read_info(INFO_SRC_I2C, "/dev/i2c-1", 0x48, 0, 1, &byte), 1) << "the length";
+    chassis.fail({.addr = 0x48, .error = 0, .result = 0});
+    EXPECT_EQ(dfd_read_info(INFO_SRC_I2C, "/dev/i2c-1", 0x48, 0, 1, &byte), 1) << "of 0 as well";
+    chassis.fail({.addr = 0x48, .count = 5, .error = 0, .result = -9});
+    EXPECT_EQ(dfd_read_info(INFO_SRC_I2C, "/dev/i2c-1", 0x48, 0, 1, &byte), -9);
+    chassis.fail({.op = Op::read, .error = 0, .result = -9});
+    EXPECT_EQ(sdd_read_info_localbus("/dev/cpld0", 0, 1, &byte), -9);
+    chassis.fail({.op = Op::write, .error = 0, .result = -9});
+    EXPECT_EQ(sdd_write_info_localbus("/dev/cpld0", 0, 1, &byte, 0xFF), -1);
+    chassis.fail({.op = Op::read, .error = 0, .result = -9});
+    EXPECT_EQ(sdd_write_info_localbus("/dev/cpld0", 0, 1, &byte, 0x0F), -1);
+    EXPECT_EQ(logged_by(DFD_DEBUG_ERR,
+                        [&] {
+                            EXPECT_EQ(
+                                dfd_write_info(INFO_SRC_I2C, "/dev/i2c-1", 0x48, 0, 2, &byte, 0xFF),
+                                -1);
+                        }),
+              "not support write info to other i2c more than 1 byte\r\n");
+    EXPECT_EQ(dfd_write_info(9, "/dev/cpld0", 0, 0, 1, &byte, 0xFF), -1);
 }
 
 TEST_F(EngineTest, WriteRefusalsAndFailures) {
@@ -364,7 +408,8 @@ TEST_F(EngineTest, WriteRefusalsAndFailures) {
                  {.src = "file", .path = "/tmp/bspinfo/count"},
                  {.src = "none"},
                  {.frmt = "bit", .path = "/dev/cpld7"},
-                 {.path = "/dev/cpld7"}});
+                 {.path = "/dev/cpld7"},
+                 {.mode = "none"}});
     const auto fail_text = [](unsigned slot, const char *src, const char *frmt, const char *path) {
         return "write int info[key=0x39000" + std::to_string(slot) + "00 src=" + src +
                " frmt=" + frmt + " fpath=" + path + " addr=0x48 len=1 val=1] fail, rv=-1\r\n";
@@ -383,7 +428,8 @@ TEST_F(EngineTest, WriteRefusalsAndFailures) {
         {slot_online(5), -7,
          "not support write info to file\r\n" + fail_text(5, "file", "byte", "/tmp/bspinfo/count")},
         {slot_online(6), -7, "info src[0] error\r\n" + fail_text(6, "none", "byte", "/dev/cpld0")},
-        {slot_online(9), -6, "get info ctrl fail, key=0x39000900\r\n"},
+        {slot_online(9), -5, "info ctrl[key=0x39000900] ctrl mode[0] warnning\r\n"},
+        {slot_online(12), -6, "get info ctrl fail, key=0x39000c00\r\n"},
         {0x24000000, -8, "input arguments error, key=0x24000000\r\n"},
         {slot_online(7), -7, fail_text(7, "localbus", "bit", "/dev/cpld7")},
         // A missing device swallows a whole byte without a word.
@@ -395,9 +441,6 @@ TEST_F(EngineTest, WriteRefusalsAndFailures) {
             row.message);
     }
     EXPECT_EQ(count(Op::write), 0U);
-    const std::uint8_t byte = 1;
-    EXPECT_EQ(dfd_write_info(INFO_SRC_I2C, "/dev/i2c-1", 0x48, 0, 2, &byte, 0xFF), -1);
-    EXPECT_EQ(dfd_write_info(9, "/dev/cpld0", 0, 0, 1, &byte, 0xFF), -1);
 }
 
 TEST_F(EngineTest, LedTablesBothWays) {
@@ -426,6 +469,9 @@ TEST_F(EngineTest, LedTablesBothWays) {
     std::uint32_t out = 99;
     EXPECT_EQ(dfd_get_led_info_regval(kMissing, 0, &out), -6);
     EXPECT_EQ(dfd_get_led_info_state(kMissing, 0, &out), -6);
+    EXPECT_EQ(logged_by(DFD_DEBUG_WARN, [&] { dfd_get_led_info_state(kMissing, 0, &out); }),
+              "get info ctrl fail, key=0xb5000000\r\n");
+    EXPECT_EQ(dfd_get_led_info_state(kKey, 0, nullptr), -8);
     EXPECT_EQ(dfd_get_led_info_regval(0xB0000000, 0, &out), -8);
     EXPECT_EQ(dfd_get_led_info_state(0xBA000000, 0, &out), -8);
     EXPECT_EQ(dfd_get_led_info_regval(kKey, 0, nullptr), -8);
