@@ -29,6 +29,17 @@ std::string constant(const std::string &key, int value) {
     return key + ".mode_1=constant\n" + key + ".int_cons_1=" + std::to_string(value) + "\n";
 }
 
+// The same items of backplane 2, with a file of their own.
+std::string of_backplane2(std::string config) {
+    for (const auto &[one, two] : {std::pair{"_1=", "_2="}, {"bspinfo/bp", "bspinfo/b2"}}) {
+        const std::string_view from = one;
+        for (std::size_t at = 0; (at = config.find(from, at)) != std::string::npos; ++at) {
+            config.replace(at, from.size(), two);
+        }
+    }
+    return config;
+}
+
 std::string fields() {
     return text_field("backplane_hw_ver", 0, 7) + text_field("backplane_sn", 7, 16) +
            text_field("backplane_mac", 23, 17) + text_field("backplane_serial0", 41, 1, "num_str") +
@@ -43,6 +54,7 @@ class BackplaneTest : public dfd_test::LibraryTest {
         record.chassis_type = 5;
         memcpy(record.sn, "BP-SN", 5);
         memcpy(record.mac, "\x00\x11\x22\x33\x44\x55", 6);
+        record.serial[0] = 8;
         record.serial[3] = 9;
         record.reserved[5] = 0xAB;
         return record;
@@ -71,9 +83,10 @@ TEST_F(BackplaneTest, RecordFromTheE2promInSevenTransfersOnce) {
     EXPECT_EQ(sdd_get_backplane_info(1, &record), 0);
     EXPECT_EQ(record.chassis_type, 5);
     EXPECT_EQ(count(Op::transfer), 7U) << "the second answer is the cache's";
-    std::uint8_t mac[6] = {};
+    std::uint8_t mac[8] = {};
     EXPECT_EQ(drv_get_bp_mac(1, mac, 6), 0);
-    EXPECT_EQ(mac[5], 0x55);
+    EXPECT_EQ(drv_get_bp_mac(1, mac, 8), 0);
+    EXPECT_EQ(Bytes(mac + 4, mac + 8), (Bytes{0x44, 0x55, 0, 0})) << "six bytes, not more";
 }
 
 TEST_F(BackplaneTest, FailedReadsAreCachedAndNotReported) {
@@ -103,6 +116,24 @@ TEST_F(BackplaneTest, RecordFieldByField) {
     EXPECT_EQ(Bytes(record.serial, record.serial + 4), (Bytes{7, 0xF2, 3, 4}));
 }
 
+TEST_F(BackplaneTest, EachBackplaneHasItsOwnRecord) {
+    chassis.write_file("/tmp/bspinfo/bp", kFieldFile);
+    chassis.write_file("/tmp/bspinfo/b2", "V2.0 abBP-SN-0002      00:11:22:33:44:EE 8");
+    start(fields() + of_backplane2(fields()));
+    backplane_info_t first{};
+    backplane_info_t second{};
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(sdd_get_backplane_info(1, &first), 0);
+        EXPECT_EQ(sdd_get_backplane_info(2, &second), 0);
+        EXPECT_STREQ(reinterpret_cast<char *>(first.hw_ver), "V1.0");
+        EXPECT_STREQ(reinterpret_cast<char *>(second.hw_ver), "V2.0");
+        EXPECT_STREQ(reinterpret_cast<char *>(second.sn), "BP-SN-0002");
+        EXPECT_EQ(second.mac[5], 0xEE);
+        EXPECT_EQ(second.serial[0], 8);
+        EXPECT_EQ(first.serial[0], 7);
+    }
+}
+
 TEST_F(BackplaneTest, FieldsEndAtTheFirstFailure) {
     chassis.write_file("/tmp/bspinfo/bp", kFieldFile);
     start(text_field("backplane_hw_ver", 0, 7) + text_field("backplane_sn", 7, 19) +
@@ -124,7 +155,7 @@ TEST_F(BackplaneTest, MacTakesAnAmountWithCarry) {
     for (const Row &row : {Row{"00:11:22:33:44:FF", "1", {0, 0x11, 0x22, 0x33, 0x45, 0}},
                            Row{"FF:FF:FF:FF:FF:FF", "1", {0, 0, 0, 0, 0, 0}},
                            Row{"00:11:22:33:FF:80", "255", {0, 0x11, 0x22, 0x34, 0, 0x7F}},
-                           Row{"00:11:22:33:44:80", "300", {0, 0x11, 0x22, 0x33, 0x45, 0xAC}},
+                           Row{"00:11:22:33:44:80", "700", {0, 0x11, 0x22, 0x33, 0x45, 0x3C}},
                            Row{"00:11:22:33:44:05", "-6", {0, 0x11, 0x22, 0x33, 0x44, 0xFF}},
                            Row{"00:11:2:33:44:55..", "", {0, 0x11, 2, 0, 0, 0}},
                            Row{"no MAC at all....", "", {0, 0, 0, 0, 0, 0}}}) {
@@ -132,7 +163,7 @@ TEST_F(BackplaneTest, MacTakesAnAmountWithCarry) {
             chassis.write_file("/tmp/bspinfo/bp", row.text);
             const std::string amount =
                 *row.amount != '\0' ? std::string("backplane_scale_mac=") + row.amount : "";
-            start(text_field("backplane_mac", 0, 17) + amount);
+            start(text_field("backplane_mac", 0, 32) + amount);
             std::uint8_t mac[6] = {9, 9, 9, 9, 9, 9};
             EXPECT_EQ(sdd_get_bp_mac(1, mac), 0);
             EXPECT_EQ(Bytes(mac, mac + 6), row.mac) << row.text;
@@ -197,6 +228,9 @@ TEST_F(BackplaneTest, Refusals) {
               "get backplane scale mac config fail, key=0x19000000\r\n");
     EXPECT_EQ(logged_by(DFD_DEBUG_ERR, [&] { EXPECT_EQ(sdd_get_bp_mac(1, mac), -6); }),
               "get backplane[1] mac buf fail, rv=-6\r\n");
+    char text[8];
+    EXPECT_EQ(logged_by(DFD_DEBUG_ERR, [&] { EXPECT_EQ(sdd_get_bp_hw_ver(1, text, 8), -6); }),
+              "get backplane[1] hw version buf fail, rv=-6\r\n");
 }
 
 TEST_F(BackplaneTest, ChassisRecordTakesThirtyEightBytes) {

@@ -13,6 +13,7 @@ using dfd_test::e2prom_image;
 using dfd_test::logged_by;
 using dfd_test::tlv_entry;
 using dfd_test::tlv_image;
+using dfd_test::operator+;
 using testing::EndsWith;
 using testing::HasSubstr;
 
@@ -49,7 +50,11 @@ class FruTest : public dfd_test::LibraryTest {
   protected:
     FruTest() { add_e2prom(2, kAddr, Bytes(256, 0xFF)); }
     void put(const Bytes &area) {
-        chassis.set_slave(2, kAddr, 0, e2prom_image({{0, common_header(1)}, {8, area}}));
+        // What stands behind the area can be told apart.
+        Bytes image(256);
+        std::iota(image.begin(), image.end(), std::uint8_t{0});
+        chassis.set_slave(2, kAddr, 0, image);
+        chassis.set_slave(2, kAddr, 0, common_header(1) + area);
         chassis.advance_us(100000);
     }
     Bytes area(std::size_t size) const {
@@ -59,9 +64,10 @@ class FruTest : public dfd_test::LibraryTest {
     using Query = int (*)(const char *, std::uint32_t, std::uint16_t, void *, int *);
     static std::pair<int, std::string> query(Query function, std::uint32_t type,
                                              int capacity = 64) {
-        char buf[300] = "";
+        char buf[300] = "untouched";
         int len = capacity;
         const int code = function(kBus, type, kAddr, buf, &len);
+        EXPECT_TRUE(code == 0 || (len == capacity && std::string(buf) == "untouched"));
         return {code, code == 0 ? std::string(buf, static_cast<std::size_t>(len)) : ""};
     }
     static int fru_data(const char *dev, std::uint32_t type, std::uint16_t addr, void *buf,
@@ -81,6 +87,10 @@ TEST_F(FruTest, FieldsByInformationType) {
     EXPECT_EQ(query(fru_data, 2, 4), Found(0, "PSU-")) << "a small buffer cuts";
     EXPECT_THAT(logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(query(fru_data, 4).first, -1); }),
                 EndsWith("Not support to get info: 4.\n"));
+    chassis.set_slave(2, kAddr, 7, Bytes{0});
+    EXPECT_THAT(logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(query(fru_data, 2).first, -1); }),
+                HasSubstr("Failed to validate common header\n"
+                          "Read eeprom info head error(dev: /dev/i2c-2, addr: 52, buf: 0x"));
     // An end mark in front, or a field that runs past the area, ends the list: a success.
     put(product_area({}, 2));
     EXPECT_EQ(query(fru_data, 2), Found(0, ""));
@@ -112,6 +122,10 @@ TEST_F(FruTest, ParserFillsWhatIsAskedFor) {
     }
     EXPECT_STREQ(reinterpret_cast<char *>(custom[0].data), "custom one");
     EXPECT_STREQ(reinterpret_cast<char *>(custom[1].data), "two");
+    const Bytes empty = product_area({}, 2);
+    EXPECT_EQ(ipmi_fru_product_info_area(empty.data(), 16, &info, offsets), 0);
+    EXPECT_EQ(all[6].len + custom[1].len + all[6].data[0] + custom[1].data[0], 0U)
+        << "fields that are not there are cleared";
     fru_product_info_t nothing{};
     EXPECT_EQ(ipmi_fru_product_info_area(area.data(), 80, &nothing, offsets), 0);
     EXPECT_EQ(ipmi_fru_product_info_area(nullptr, 80, &nothing, offsets), -1);
@@ -123,7 +137,10 @@ TEST_F(FruTest, ParserFillsWhatIsAskedFor) {
 TEST_F(FruTest, ChecksAndTheirMessages) {
     Bytes header = common_header(1);
     header.push_back(0x5A);
-    EXPECT_EQ(ipmi_validate_common_hdr(header.data(), 8), 0);
+    EXPECT_EQ(logged_by(DFD_DEBUG_VBOSE,
+                        [&] { EXPECT_EQ(ipmi_validate_common_hdr(header.data(), 8), 0); }),
+              "SUCCESS: Validated [0x1] in entry_1 of fru_data\n"
+              "SUCCESS: Checksum matches:[0xFE]\n");
     header[7] ^= 1;
     EXPECT_EQ(logged_by(DFD_DEBUG_ERR,
                         [&] { EXPECT_EQ(ipmi_validate_common_hdr(header.data(), 9), -1); }),
@@ -154,14 +171,47 @@ TEST_F(FruTest, BadParametersAndSilentChips) {
     EXPECT_EQ(dfd_set_fru_product_info(nullptr, &field, 2), -22);
     EXPECT_EQ(dfd_set_fru_product_info(&info, nullptr, 2), -22);
     EXPECT_EQ(dfd_set_fru_product_info(&info, &field, 4), -1);
-    EXPECT_EQ(query(sdd_get_e2prom_info_by_type_fru, 2, 0).first, -22);
+    info.manufacturer = &field;
+    EXPECT_EQ(dfd_set_fru_product_info(&info, &field, 3), 0);
+    EXPECT_TRUE(info.manufacturer == nullptr && info.serial_number == &field);
+    struct Refusal {
+        Query function;
+        const char *message;
+    };
+    for (const Refusal &row :
+         {Refusal{fru_data, "Invalid parameter!\n"},
+          Refusal{sdd_get_e2prom_info_by_type, "Invalid parameter info by type form e2prom!\n"},
+          Refusal{sdd_get_e2prom_info_by_type_fru, "Invalid parameter info by type form e2prom!\n"},
+          Refusal{sdd_get_e2prom_info_by_type_fru_compatible,
+                  "Invalid fru parameter info by type form e2prom!\n"}}) {
+        EXPECT_EQ(
+            logged_by(DFD_DEBUG_ERR, [&] { EXPECT_EQ(query(row.function, 2, 0).first, -22); }),
+            row.message);
+    }
     put(product_area(kFields, 8));
-    chassis.fail({.addr = kAddr, .offset = 9, .count = 5, .error = 0, .result = -9});
-    EXPECT_EQ(query(fru_data, 2).first, -22) << "the area length";
-    chassis.fail({.addr = kAddr, .offset = 8, .count = 5, .error = 0, .result = -9});
-    EXPECT_EQ(query(fru_data, 2).first, -9) << "the area";
-    chassis.fail({.addr = kAddr, .offset = 0, .count = 5, .error = 0, .result = -9});
-    EXPECT_EQ(query(fru_data, 2).first, -9) << "the header";
+    struct Row {
+        int offset;  // of the transfer that fails
+        int code;
+        const char *message;
+    };
+    for (const Row &row :
+         {Row{9, -22,
+              "read eeprom info product_offset(dev: /dev/i2c-2, addr: 52, product offset:1).\n"},
+          Row{8, -9, "Get FRU data error.\n"},
+          Row{0, -9, "Read eeprom head info error(dev: /dev/i2c-2, addr: 52).\n"}}) {
+        for (const bool update : {false, true}) {
+            chassis.fail(
+                {.addr = kAddr, .offset = row.offset, .count = 5, .error = 0, .result = -9});
+            const std::string log = logged_by(DFD_DEBUG_ERR, [&] {
+                EXPECT_EQ(update ? dfd_set_fan_info_fru(kBus, kAddr, "SN0002", nullptr)
+                                 : query(fru_data, 2).first,
+                          row.code);
+            });
+            EXPECT_THAT(log, HasSubstr(row.message));
+        }
+    }
+    chassis.fail({.addr = kAddr, .offset = 12, .count = 5, .error = 0, .result = -9});
+    EXPECT_EQ(dfd_set_fan_info_fru(kBus, kAddr, "SN0002", nullptr), -1) << "the write";
 }
 
 TEST_F(FruTest, AnswersFromATlvImageWhenThereIsNoFru) {
@@ -179,16 +229,25 @@ TEST_F(FruTest, CompatibleVersionIsSpread) {
     };
     for (const Row &row :
          {Row{"123", 64, {0, "1.23"}}, Row{"1234", 64, {0, "1234"}}, Row{"1.2", 64, {0, "1..2"}},
-          Row{"123", 4, {0, "1.23"}}, Row{"123", 3, {-22, ""}}, Row{"", 64, {-22, ""}},
-          Row{std::string("a\0b", 3), 64, {0, std::string("a\0\0", 3)}}}) {
+          Row{"123", 4, {0, "1.23"}}, Row{"12345", 4, {0, "1234"}}, Row{"123", 3, {-22, ""}},
+          Row{"", 64, {-22, ""}}, Row{std::string("a\0b", 3), 64, {0, std::string("a\0\0", 3)}}}) {
         std::vector<std::string> fields = kFields;
         fields[3] = row.stored;
         put(product_area(fields, 8));
         EXPECT_EQ(query(sdd_get_e2prom_info_by_type_fru_compatible, 5, row.capacity), row.found)
             << row.stored;
     }
-    put(product_area(kFields, 8));
-    EXPECT_EQ(query(sdd_get_e2prom_info_by_type_fru_compatible, 3), Found(0, "SN0001"));
+    std::vector<std::string> fields = kFields;
+    fields[4] = "ABC";
+    fields[3] = "";
+    put(product_area(fields, 8));
+    EXPECT_EQ(query(sdd_get_e2prom_info_by_type_fru_compatible, 3), Found(0, "ABC"));
+    EXPECT_EQ(query(sdd_get_e2prom_info_by_type_fru_compatible, 4), Found(-1, ""));
+    EXPECT_EQ(
+        logged_by(DFD_DEBUG_ERR, [] { query(sdd_get_e2prom_info_by_type_fru_compatible, 5); }),
+        "Return invalid fru info form e2prom!\n");
+    EXPECT_THAT(logged_by(DFD_DEBUG_VBOSE, [] { query(sdd_get_e2prom_info_by_type_fru, 3); }),
+                HasSubstr("Read eeprom fru success(dev: /dev/i2c-2, addr: 52, buf: 0x"));
 }
 
 TEST_F(FruTest, UpdateRenewsLengthAndChecksum) {
@@ -202,6 +261,7 @@ TEST_F(FruTest, UpdateRenewsLengthAndChecksum) {
     for (const Row &row :
          {Row{"same length", "SN0002", nullptr, "SN0002", "123", 8},
           Row{"longer: one block more", "SN000203", "", "SN000203", "123", 9},
+          Row{"a whole block: one more yet", "SN000100000008", "", "SN000100000008", "123", 10},
           Row{"both", "SN00020", "1.23", "SN00020", "1.23", 10},
           Row{"too long for six bits", std::string(64, 's'), nullptr, "SN0001", "123", 8}}) {
         put(product_area(kFields, 8));
@@ -211,6 +271,8 @@ TEST_F(FruTest, UpdateRenewsLengthAndChecksum) {
         EXPECT_EQ(query(fru_data, 3), Found(0, row.stored_sn)) << row.what;
         EXPECT_EQ(query(fru_data, 5), Found(0, row.stored_hw)) << row.what;
         EXPECT_EQ(query(fru_data, 2), Found(0, "PSU-650")) << row.what;
+        const auto growth = row.stored_sn.size() + row.stored_hw.size() - strlen("SN0001123");
+        EXPECT_EQ(chassis.slave(2, kAddr)[255], 255 - growth) << row.what << ": the chip's end";
     }
 }
 
@@ -219,6 +281,8 @@ TEST_F(FruTest, ShorterFieldKeepsTheLengthByteAndMovesTheChecksum) {
     EXPECT_EQ(dfd_set_fan_info_fru(kBus, kAddr, "S1", nullptr), 0);
     const Bytes after = area(64);
     EXPECT_EQ(after[1], 8);
+    EXPECT_EQ(Bytes(after.begin() + 25, after.begin() + 29), (Bytes{0xC2, 'S', '1', 0xC0}));
+    EXPECT_EQ(chassis.slave(2, kAddr)[251], 255) << "all that follows moves up";
     EXPECT_EQ(std::accumulate(after.begin(), after.begin() + 60, 0) % 256, 0) << "the new end";
     chassis.advance_us(100000);
     EXPECT_EQ(query(fru_data, 3).first, -1) << "over the stored length the sum does not hold";
@@ -226,20 +290,38 @@ TEST_F(FruTest, ShorterFieldKeepsTheLengthByteAndMovesTheChecksum) {
 
 TEST_F(FruTest, UpdateThatDoesNotFitWritesBackWhatItRead) {
     Bytes area_bytes = product_area(kFields, 8);
-    area_bytes[25] = 6;  // serial number of type code 0
-    put_checksum(area_bytes);
-    put(area_bytes);
-    const Bytes before = chassis.slave(2, kAddr);
-    EXPECT_THAT(
-        logged_by(DFD_DEBUG_ERR,
-                  [] { EXPECT_EQ(dfd_set_fan_info_fru(kBus, kAddr, "SN0002", nullptr), 0); }),
-        HasSubstr("FRU str type error.\n"));
-    EXPECT_EQ(chassis.slave(2, kAddr), before);
-    EXPECT_EQ(i2c_writes().size(), 248U / 4) << "from the area to the end of the chip";
-    chassis.advance_us(100000);
+    for (const int type_code : {0, 1, 2}) {
+        area_bytes[25] = static_cast<std::uint8_t>(type_code << 6 | 6);  // the serial number
+        put_checksum(area_bytes);
+        put(area_bytes);
+        const Bytes before = chassis.slave(2, kAddr);
+        chassis.clear_log();
+        EXPECT_THAT(
+            logged_by(DFD_DEBUG_ERR,
+                      [] { EXPECT_EQ(dfd_set_fan_info_fru(kBus, kAddr, "SN0002", nullptr), 0); }),
+            HasSubstr("FRU str type error.\n"));
+        EXPECT_EQ(chassis.slave(2, kAddr), before);
+        EXPECT_EQ(i2c_writes().size(), 248U / 4) << "from the area to the end of the chip";
+        chassis.advance_us(100000);
+    }
     area_bytes[0] = 2;
     put(area_bytes);
-    EXPECT_EQ(dfd_set_fan_info_fru(kBus, kAddr, "SN0002", nullptr), -1);
+    EXPECT_THAT(
+        logged_by(DFD_DEBUG_ERR,
+                  [] { EXPECT_EQ(dfd_set_fan_info_fru(kBus, kAddr, "SN0002", nullptr), -1); }),
+        EndsWith("Failed to validate fru product info data\nanalysis FRU product info error.\n"));
+}
+
+TEST_F(FruTest, UpdateTakesFiveBitsOfTheAreaLengthLookUpAllEight) {
+    Bytes area_bytes = product_area(kFields, 8);
+    area_bytes[1] = 0x28;
+    put_checksum(area_bytes);
+    put(area_bytes);
+    EXPECT_EQ(query(fru_data, 3).first, -1) << "320 bytes, over which no checksum holds";
+    EXPECT_EQ(dfd_set_fan_info_fru(kBus, kAddr, "SN0002", nullptr), 0);
+    const Bytes after = area(64);
+    EXPECT_EQ(std::string(after.begin() + 26, after.begin() + 32), "SN0002");
+    EXPECT_EQ(std::accumulate(after.begin(), after.end(), 0) % 256, 0);
 }
 
 TEST_F(FruTest, ReplacementsThatWouldLeaveTheAreaAreRefusedUntouched) {
@@ -274,7 +356,10 @@ TEST_F(FruTest, ReplacementsThatWouldLeaveTheAreaAreRefusedUntouched) {
         EXPECT_EQ(copy, unchanged) << row.what;
     }
     int len = 64;
-    EXPECT_EQ(ipmi_fru_sn_hw_updata(area_bytes.data(), 64, 64, nullptr, nullptr, offsets), 0);
+    EXPECT_EQ(ipmi_fru_sn_hw_updata(area_bytes.data(), 64, 63, nullptr, nullptr, offsets), 0)
+        << "nothing to replace, nothing checked";
+    EXPECT_EQ(ipmi_fru_sn_hw_updata(area_bytes.data(), 64, 63, "SN0002", nullptr, offsets), -1)
+        << "no checksum at this end";
     EXPECT_EQ(insert_fru_str(area_bytes.data(), 64, &len, "SN00011", offsets[8], 0), -1)
         << "growth and text disagree";
     EXPECT_EQ(insert_fru_str(area_bytes.data(), 64, &len, "x", 200, 0), -1);

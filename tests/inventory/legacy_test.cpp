@@ -32,16 +32,18 @@ class LegacyTest : public dfd_test::LibraryTest {
         return {from, from + static_cast<std::ptrdiff_t>(size)};
     }
     static std::pair<int, std::string> fan(std::uint32_t type) {
-        char buf[16] = "";
+        char buf[16] = "ends in no NUL.";
         int len = 0;  // not looked at
         const int code = sdd_get_e2prom_legacy_info_by_type(kBus, type, kAddr, buf, &len);
+        EXPECT_TRUE(type != 5 || buf[len] == '\0');
         return {code, std::string(buf, static_cast<std::size_t>(len))};
     }
     static std::pair<int, std::string> power(std::uint32_t type, int offset) {
-        char buf[16] = "";
+        char buf[16] = "ends in no NUL.";
         int len = 0;
         const int code =
             sdd_get_e2prom_legacy_power_info_by_type(kBus, type, kAddr, offset, buf, &len);
+        EXPECT_TRUE(type != 5 || buf[len] == '\0');
         return {code, std::string(buf, static_cast<std::size_t>(len))};
     }
 };
@@ -64,11 +66,46 @@ TEST_F(LegacyTest, FieldsByInformationType) {
     EXPECT_EQ(count(Op::transfer), 0U);
     EXPECT_EQ(sdd_get_e2prom_legacy_info_by_type(kBus, 3, kAddr, nullptr, &len), -22);
     EXPECT_EQ(sdd_get_e2prom_legacy_power_info_by_type(kBus, 2, kAddr, 0, &type, nullptr), -22);
-    EXPECT_THAT(
-        logged_by(
-            DFD_DEBUG_ERR,
-            [&] { EXPECT_EQ(sdd_get_e2prom_legacy_info_by_type(kBus, 3, 0x10, &type, &len), -1); }),
-        EndsWith("Read fan eeprom error(dev: /dev/i2c-2, addr: 10).\n"));
+}
+
+TEST_F(LegacyTest, FailedReadsNameWhatTheyWereFor) {
+    struct Row {
+        std::function<int()> call;
+        const char *message;
+    };
+    char buf[16];
+    int len = 16;
+    const Row kRows[] = {
+        {[&] { return sdd_get_e2prom_legacy_info_by_type(kBus, 3, kAddr, buf, &len); },
+         "Read fan eeprom error(dev: /dev/i2c-2, addr: 53).\n"},
+        {[] { return dfd_set_fan_info_legacy(kBus, kAddr, nullptr, nullptr, "1.00"); },
+         "Read fan eeprom error(dev: /dev/i2c-2, addr: 53).\n"},
+        {[&] { return sdd_get_e2prom_legacy_power_info_by_type(kBus, 2, kAddr, 0x20, buf, &len); },
+         "Read power eeprom name error(dev: /dev/i2c-2, addr: 53, offset:20).\n"},
+        {[&] { return sdd_get_e2prom_legacy_power_info_by_type(kBus, 5, kAddr, 0x40, buf, &len); },
+         "Read power eeprom hw error(dev: /dev/i2c-2, addr: 53, offset:40).\n"},
+        {[] { return dfd_set_power_info_legacy(kBus, kAddr, 0x40, "1.00"); },
+         "Read power eeprom error(dev: /dev/i2c-2, addr: 53, offset: 40).\n"},
+    };
+    chassis.fail({.addr = kAddr, .count = 0, .error = 0, .result = -9});
+    for (const Row &row : kRows) {
+        EXPECT_THAT(logged_by(DFD_DEBUG_ERR, [&] { EXPECT_EQ(row.call(), -9); }),
+                    EndsWith("(ret -9)\r\n" + std::string(row.message)));
+    }
+}
+
+TEST_F(LegacyTest, TraceSaysWhatAnUpdateChanges) {
+    EXPECT_EQ(logged_by(DFD_DEBUG_VBOSE,
+                        [&] {
+                            dfd_set_fan_info_legacy(kBus, kAddr, nullptr, nullptr, "1.23");
+                            chassis.advance_us(100000);
+                            dfd_set_fan_info_legacy(kBus, kAddr, nullptr, "1234567890ABC", "");
+                            dfd_set_fan_info_legacy(kBus, kAddr, nullptr, "", nullptr);
+                            dfd_set_power_info_legacy(kBus, kAddr, kVersionAt, nullptr);
+                        }),
+              "Fan set sn:do nothing\nFan hw strtol:0x123Fan hw now:0x1 0x32\n"
+              "Fan set hw:do nothing\nSet fan do nothing, both sn and hw are empty!\n"
+              "Set power do nothing, hw are empty!\n");
 }
 
 TEST_F(LegacyTest, FanUpdateWritesTheWholeRecord) {
@@ -136,12 +173,13 @@ TEST_F(LegacyTest, PowerVersionIsKeptAsCharacters) {
     EXPECT_EQ(stored(kVersionAt, 3), bytes_of("31f"));
     chassis.advance_us(100000);
     EXPECT_EQ(power(5, kVersionAt), Found(0, "3.1f"));
-    chassis.fail({.addr = kAddr, .offset = kVersionAt, .skip = 1, .count = 0});
+    chassis.fail(
+        {.addr = kAddr, .offset = kVersionAt, .skip = 1, .count = 0, .error = 0, .result = -9});
     EXPECT_THAT(
         logged_by(
             DFD_DEBUG_ERR,
             [] { EXPECT_EQ(dfd_set_power_info_legacy(kBus, kAddr, kVersionAt, "1.00"), -1); }),
-        EndsWith("Write e2prom error:-1\n"));
+        EndsWith("Write e2prom error:-9\n"));
 }
 
 // The write-protect signals: register 0x30 + index of a CPLD.
@@ -158,14 +196,14 @@ class WriteProtectTest : public dfd_test::LibraryTest {
 };
 
 TEST_F(WriteProtectTest, GroupsSucceedWhenOneSignalCanBeWritten) {
-    start(signal(0) + signal(2) + signal(7) + signal(8, "none") + signal(10));
+    start(signal(0) + signal(1) + signal(4) + signal(7) + signal(8, "none") + signal(10));
     struct Row {
         int target;
         int code;
         std::vector<int> written;
     };
     for (const Row &row :
-         {Row{DFD_WP_BOARD, 0, {0}}, Row{DFD_WP_FANS, 0, {2}}, Row{DFD_WP_SUBCARDS, 0, {7}},
+         {Row{DFD_WP_BOARD, 0, {0}}, Row{DFD_WP_FANS, 0, {1, 4}}, Row{DFD_WP_SUBCARDS, 0, {7}},
           Row{DFD_WP_BACKPLANE, 0, {10}}, Row{2, -6, {}}, Row{11, -6, {}}}) {
         for (const int enable : {7, 0}) {
             chassis.clear_log();
@@ -181,6 +219,16 @@ TEST_F(WriteProtectTest, GroupsSucceedWhenOneSignalCanBeWritten) {
         logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(dfd_ctl_e2_write_pro(DFD_WP_SUBCARDS, 0), 0); });
     EXPECT_THAT(log, testing::HasSubstr("set subcard6 e2 write proctect fail, rv=-6\r\n"));
     EXPECT_THAT(log, testing::HasSubstr("set subcard8 e2 write proctect fail, rv=-7\r\n"));
+    EXPECT_THAT(logged_by(DFD_DEBUG_ERR, [] { dfd_ctl_e2_write_pro(DFD_WP_FANS, 0); }),
+                testing::Not(testing::HasSubstr("proctect")))
+        << "failures of fans are silent";
+}
+
+TEST_F(WriteProtectTest, TheBoardReportsTheEngineCode) {
+    start(signal(0, "none"));
+    EXPECT_THAT(
+        logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(dfd_ctl_e2_write_pro(DFD_WP_BOARD, 1), -7); }),
+        EndsWith("set board e2 write proctect fail, rv=-7\r\n"));
 }
 
 TEST_F(WriteProtectTest, NothingConfiguredIsNotSupported) {

@@ -65,7 +65,7 @@ TEST_F(TlvTest, QueriesByType) {
          {0, bytes_of("SN0123456789ABCD")}},
         {"version from the entry", tlv_image(1, 0x47, 0, entries), 5, 64, {0, bytes_of("1.23")}},
         {"type from the entry", tlv_image(1, 0, 0xF1, entries), 6, 64, {0, integer(300)}},
-        {"type from the header", tlv_image(1, 0, 0x23, entries), 6, 4, {0, integer(0x23)}},
+        {"type from the header", tlv_image(1, 0, 0xF2, entries), 6, 4, {0, integer(0xF2)}},
         {"type, no room", tlv_image(1, 0, 0x23, entries), 6, 3, {-1, {}}},
         {"type, no entry", tlv_image(1, 0, 0xF1, tlv_entry(2, {1})), 6, 64, {-1, {}}},
         {"type of two bytes", tlv_image(1, 0, 0xF1, tlv_entry(6, {1, 2})), 6, 64, {-1, {}}},
@@ -163,11 +163,30 @@ TEST_F(TlvTest, BadParametersAndSilentChips) {
         logged_by(DFD_DEBUG_ERR, [&] { EXPECT_EQ(dfd_get_e2prom_info(kBus, 0x52, header), -1); }),
         "Failed to get e2prom info: dev /dev/i2c-2 0x52, offset: 0(ret -1)\r\n"
         "Read eeprom error(dev: /dev/i2c-2, addr: 52).\n");
-    // The data area's read fails after header and check went well.
-    put(tlv_image(1, 0, 0, tlv_entry(3, {'x'})));
-    chassis.fail({.addr = kAddr, .skip = 2, .count = 5});
+    // The header's read succeeds; the check's, then the data area's fails.
+    put(tlv_image(1, 0x12, 0, tlv_entry(3, {'x'})));
+    chassis.fail({.addr = kAddr, .skip = 1, .count = 5, .error = 0, .result = -9});
     EXPECT_THAT(logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(query(3).code, -1); }),
+                EndsWith("Read eeprom error(dev name:/dev/i2c-2, addr: 0x51).\n"));
+    const auto fail_data_area = [&] {
+        chassis.fail({.addr = kAddr, .skip = 2, .count = 5, .error = 0, .result = -9});
+    };
+    fail_data_area();
+    EXPECT_THAT(logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(query(3).code, -9); }),
                 EndsWith("Get TLV data error.\n"));
+    fail_data_area();
+    EXPECT_EQ(dfd_set_fan_info_tlv(kBus, kAddr, "X", nullptr), -9);
+    fail_data_area();
+    EXPECT_EQ(query(5), (Answer{0, bytes_of("1.20")})) << "any failure leads to the header";
+}
+
+TEST_F(TlvTest, TraceShowsTheWalk) {
+    put(tlv_image(1, 0, 0x23, tlv_entry(3, {'x'})));
+    EXPECT_THAT(logged_by(DFD_DEBUG_VBOSE, [] { EXPECT_EQ(query(2).code, -1); }),
+                testing::MatchesRegex(
+                    "Len:9, chechsum_low:0x1, high:0x21, checksum:0x121\\.\nTLV Len:2\ntlv: 0x.*, "
+                    "tlv->type: 0x3, tlv->len: 0x1 \\*tlv_len: 0x3\nNot support to get info: "
+                    "2\\.\n"));
 }
 
 TEST_F(TlvTest, VersionTwoClaimsAreReadAsFarAsTheBusGoes) {
@@ -198,10 +217,11 @@ TEST_F(TlvTest, UpdateRewritesEntriesInPlaceWithTheChecksum) {
     const Bytes version = tlv_entry(3, bytes_of("ABCDEFGH")) +
                           tlv_entry(5, Bytes{'9', '.', 0, '3'}) + tlv_entry(5, bytes_of("v")) +
                           tlv_entry(3, bytes_of("12345678"));
-    for (const Row &row :
-         {Row{"every matching entry", 1, "XYZ", nullptr, shorter},
-          Row{"version 2", 2, "XYZ", "", shorter}, Row{"version text", 1, "", "9.", version},
-          Row{"too long by the terminator", 1, "12345678", "1.24", entries}}) {
+    for (const Row &row : {Row{"every matching entry", 1, "XYZ", nullptr, shorter},
+                           Row{"version 2", 2, "XYZ", "", shorter},
+                           Row{"nothing given: a fresh checksum", 2, nullptr, "", entries},
+                           Row{"version text", 1, "", "9.", version},
+                           Row{"too long by the terminator", 1, "12345678", "1.24", entries}}) {
         Bytes before = tlv_image(row.version, 0x12, 0x23, entries);
         if (row.version == 2) {
             before[10 + entries.size()] ^= 0xFF;  // unchecked, and renewed
