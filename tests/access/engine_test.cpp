@@ -450,13 +450,13 @@ TEST_F(EngineTest, LedTablesBothWays) {
     constexpr std::uint32_t kKey = DFD_MAKE_KEY(DFD_KEY_LOCATION_LED_INFO, 0, 0);
     constexpr std::uint32_t kMissing = DFD_MAKE_KEY(DFD_KEY_MB_FE_LED_INFO, 0, 0);
     struct Row {
-        int state;
+        std::uint32_t state;
         int result;
         std::uint32_t regval;
     };
     for (const Row &row :
          {Row{LED_STATE_DARK, 0, 0}, Row{LED_STATE_RED, 0, 2}, Row{LED_STATE_SPARK, -6, 99},
-          Row{LED_STATE_FSPARK_CLOSE, 0, 0}, Row{7, -6, 99}, Row{-1, -6, 99}}) {
+          Row{LED_STATE_FSPARK_CLOSE, 0, 0}, Row{7, -6, 99}, Row{0xFFFFFFFF, -6, 99}}) {
         std::uint32_t regval = 99;
         EXPECT_EQ(dfd_get_led_info_regval(kKey, row.state, &regval), row.result) << row.state;
         EXPECT_EQ(regval, row.regval) << row.state;
