@@ -33,13 +33,13 @@ enum fan_status {
 /*
  * State of a tray: enum fan_status.
  *
- * Presence is fan_state(fan), not 0. A present tray has failed
- *  - with fan_speed_floor(0) configured, when a rotor turns slower than that although its
- * configured speed level is above 0 (fan_real_speed(fan, rotor), get_fan_cfg_speed(fan, rotor);
- * rotors as sdd_get_fan_num says, at most 32). A rotor without fan_real_speed is passed over; one
- * whose speed cannot be read counts as standing still;
- *  - otherwise, also when the configured level of a slow rotor is not configured, when
- *    fan_fail_status(fan), if configured, is not 0.
+ * Presence is fan_state(fan), not 0. With fan_speed_floor(0) configured, a present tray has failed
+ * when a rotor turns slower than that although its configured speed level is above 0
+ * (fan_real_speed(fan, rotor), get_fan_cfg_speed(fan, rotor); rotors as sdd_get_fan_num says, at
+ * most 32). A rotor without fan_real_speed is passed over; one whose speed cannot be read counts as
+ * standing still. Without a floor, and also when the level of a slow rotor is not configured or
+ * its register value belongs to none, a tray has failed when fan_fail_status(fan) is configured
+ * and not 0.
  * The line failure is that of sdd_get_fan_line_fail_status.
  *
  * Returns the state, for a healthy tray the value of fan_state; -6: no fan_state; -7: fan_state or
