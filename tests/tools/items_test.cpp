@@ -81,7 +81,7 @@ TEST(Get, FailuresHaveAnExitStatusAndTheReason) {
         {"get fan_num 1", 2, "fan_num takes no index"},
         {"get fan_real_speed 1", 2, "two indexes, the first 0 to 16, the second 0 to 16"},
         {"get fan_real_speed 1 x", 2, "index 'x' is out of range"},
-        {"get slot_online 9", 3, "not configured on this board"},
+        {"get slot_online 11", 3, "not configured on this board"},
         {"get sslot_e2prom 1 --jsn", 2, "--jsn"},
         {"get fan_sn 4", 1, "the unit is not plugged"},
         {"get qqqq", 2, "unknown item 'qqqq'; 'dfdctl items' lists those of this board"},
@@ -116,13 +116,13 @@ TEST(Get, JsonHasTheSameKeysWhetherTheReadingWorksOrNot) {
     EXPECT_EQ(good["record"]["mode"], "tlv");
     EXPECT_EQ(good["reading"]["value"], "FT1F00240101");
     for (const char *arguments :
-         {"get fan_sn 4 --json", "get slot_online 9 --json", "get mb_status_led_ctrl --json"}) {
+         {"get fan_sn 4 --json", "get slot_online 11 --json", "get mb_status_led_ctrl --json"}) {
         const json other = board.dfdctl(arguments).json();
         EXPECT_EQ(keys(other), keys(good)) << arguments;
         EXPECT_EQ(keys(other["item"]), keys(good["item"])) << arguments;
         EXPECT_EQ(keys(other["reading"]), keys(good["reading"])) << arguments;
     }
-    const json missing = board.dfdctl("--json get slot_online 9").json();
+    const json missing = board.dfdctl("--json get slot_online 11").json();
     EXPECT_EQ(missing["reading"]["status"], "not_configured");
     EXPECT_EQ(missing["reading"]["value"], nullptr);
     EXPECT_EQ(missing["record"], nullptr);
@@ -196,7 +196,7 @@ TEST(Set, RefusesWhatCannotBeWrittenWithTheReason) {
         {"mb_alarm_led_ctrl spark", 2, "cannot show 'spark'"},
         {"mb_status_led_ctrl grene", 2, "did you mean 'green'"},
         {"power_type 1 X", 2, "can be set"},
-        {"slot_online 9 1", 3, "not configured"},
+        {"slot_online 11 1", 3, "not configured"},
         {"slot_online 1", 2, "slot_online takes one index"},
         {"fan_sn 3 short", 1, "the write failed"},
         {"fan_sn 1 much-too-long-for-this-entry", 1, "not written: it reads back as before"},
@@ -212,7 +212,7 @@ TEST(Set, RefusesWhatCannotBeWrittenWithTheReason) {
     const json document = board.dfdctl("--json set fan_sn 3 short").json();
     EXPECT_EQ(document["verified"], false);
     EXPECT_EQ(document["before"]["value"], document["after"]["value"]);
-    const Result missing = board.dfdctl("--json set slot_online 9 1");
+    const Result missing = board.dfdctl("--json set slot_online 11 1");
     EXPECT_EQ(missing.status, 3);
     EXPECT_EQ(keys(missing.json()), keys(document));
     EXPECT_EQ(missing.json()["before"]["status"], "not_configured");
