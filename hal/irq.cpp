@@ -4,6 +4,7 @@
 #include <dfd/framework.h>
 #include <dfd/irq.h>
 
+#include "framework/item.h"
 #include "hal/irq_distrib.h"
 
 namespace {
@@ -39,7 +40,7 @@ struct Dispatch {
 
     void report(uint32_t i, uint32_t j, uint32_t k) const {
         const uint32_t key = DFD_MAKE_KEY(DFD_KEY_IRQ_INFO, position_index(i, j), k);
-        const auto *const source = static_cast<const irq_info_t *>(dfd_lib_cfg_get_item(key));
+        const auto *const source = dfd::get_item<irq_info_t>(key);
         if (source != nullptr && handler != nullptr) {
             handler(source);
         }
@@ -100,8 +101,7 @@ void set_masks(uint32_t i, uint32_t j, uint32_t k, uint32_t value) {
 }  // namespace
 
 int sdd_get_irq_ctrl_num(void) {
-    const void *const num = dfd_lib_cfg_get_item(DFD_MAKE_KEY(DFD_KEY_IRQ_CTRL_NUM, 0, 0));
-    return num != nullptr ? *static_cast<const int *>(num) : DFD_ERR_NOT_SUPPORTED;
+    return dfd::int_item_or(DFD_KEY_IRQ_CTRL_NUM, DFD_ERR_NOT_SUPPORTED);
 }
 
 int drv_irq_cfg_init(void) {
@@ -111,8 +111,7 @@ int drv_irq_cfg_init(void) {
     }
     for (int c = 0; c < count; ++c) {
         // The configuration has one record for all controllers.
-        g_controllers[c] = static_cast<const irq_ctrl_t *>(
-            dfd_lib_cfg_get_item(DFD_MAKE_KEY(DFD_KEY_IRQ_CTRL_INFO, 0, 0)));
+        g_controllers[c] = dfd::get_item<irq_ctrl_t>(DFD_MAKE_KEY(DFD_KEY_IRQ_CTRL_INFO, 0, 0));
         if (g_controllers[c] == nullptr) {
             return DFD_ERR;
         }

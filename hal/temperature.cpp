@@ -6,17 +6,13 @@
 
 #include <cstring>
 
+#include "framework/item.h"
 #include "framework/platform.h"
 
 namespace {
 
 const temp_info_t *find_sensor(int slot, uint8_t index) {
-    return static_cast<const temp_info_t *>(
-        dfd_lib_cfg_get_item(DFD_MAKE_KEY(DFD_KEY_CARD_TEMP_INFO, slot, index)));
-}
-
-const info_ctrl_t *find_source(uint32_t key) {
-    return static_cast<const info_ctrl_t *>(dfd_lib_cfg_get_item(key));
+    return dfd::get_item<temp_info_t>(DFD_MAKE_KEY(DFD_KEY_CARD_TEMP_INFO, slot, index));
 }
 
 int lm75_processor(uint8_t *bytes, int len, int *value) {
@@ -57,7 +53,7 @@ constexpr RegisterByte kTmp411ExtendedRange[] = {
 int get_threshold(uint32_t item_type, int *temp) {
     constexpr int kFractionBits = 3;
     const uint32_t key = DFD_MAKE_KEY(item_type, 0, 0);
-    const info_ctrl_t *const source = find_source(key);
+    const info_ctrl_t *const source = dfd::get_item<info_ctrl_t>(key);
     if (source == nullptr) {
         return DFD_ERR_NOT_SUPPORTED;
     }
@@ -118,8 +114,8 @@ int sdd_set_card_temp_cfg(int slot, uint8_t index) {
     if (sensor->type != TEMP_INFO_TMP411) {
         return DFD_OK;
     }
-    const info_ctrl_t *const source =
-        find_source(DFD_MAKE_KEY(DFD_KEY_CARD_TEMP_CTRL, sdd_get_virtual_slotid(slot), index));
+    const info_ctrl_t *const source = dfd::get_item<info_ctrl_t>(
+        DFD_MAKE_KEY(DFD_KEY_CARD_TEMP_CTRL, sdd_get_virtual_slotid(slot), index));
     if (source == nullptr || source->src != INFO_SRC_I2C) {
         return DFD_ERR_NOT_SUPPORTED;
     }
@@ -143,12 +139,13 @@ int sdd_get_sys_card_alarm_temp(int *temp) {
 }
 
 int sdd_is_support_mac_temp(void) {
-    return dfd_lib_cfg_get_item(DFD_MAKE_KEY(DFD_KEY_MAC_TEMP_FILE, 0, 0)) != nullptr ? 1 : 0;
+    return dfd::is_configured(DFD_MAKE_KEY(DFD_KEY_MAC_TEMP_FILE, 0, 0)) ? 1 : 0;
 }
 
 int sdd_get_mac_temp_state(int n, int *a, int *b, int *c) {
     const uint32_t index = static_cast<uint32_t>(n) + kFirstMacIndex;
-    const info_ctrl_t *const source = find_source(DFD_MAKE_KEY(DFD_KEY_CARD_TEMP_CTRL, 0, index));
+    const info_ctrl_t *const source =
+        dfd::get_item<info_ctrl_t>(DFD_MAKE_KEY(DFD_KEY_CARD_TEMP_CTRL, 0, index));
     if (source == nullptr) {
         return DFD_ERR_NOT_SUPPORTED;
     }

@@ -9,6 +9,7 @@
 #include "framework/dfd_info/bits.h"
 #include "framework/dfd_info/module.h"
 #include "framework/dfd_lib_cfg/key_table.h"
+#include "framework/item.h"
 #include "framework/text.h"
 
 namespace {
@@ -26,7 +27,7 @@ bool is_info_ctrl_key(uint32_t key) {
 }
 
 const info_ctrl_t *find_info_ctrl(uint32_t key) {
-    return static_cast<const info_ctrl_t *>(dfd_lib_cfg_get_item(key));
+    return dfd::get_item<info_ctrl_t>(key);
 }
 
 using dfd::word_of;

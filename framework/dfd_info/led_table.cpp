@@ -4,6 +4,7 @@
 
 #include "framework/dfd_info/module.h"
 #include "framework/dfd_lib_cfg/key_table.h"
+#include "framework/item.h"
 
 namespace {
 
@@ -17,7 +18,7 @@ bool is_led_info_key(uint32_t key) {
 }
 
 const led_info_t *find_led_info(const char *func, uint32_t key) {
-    const auto *const info = static_cast<const led_info_t *>(dfd_lib_cfg_get_item(key));
+    const auto *const info = dfd::get_item<led_info_t>(key);
     if (info == nullptr) {
         LOG_WARN_IN(func, "get info ctrl fail, key=0x%08x\r\n", key);
     }

@@ -10,6 +10,7 @@
 #include "framework/dfd_lib_cfg/key_table.h"
 #include "framework/dfd_lib_cfg/lookup.h"
 #include "framework/dfd_lib_cfg/module.h"
+#include "framework/item.h"
 #include "framework/platform.h"
 
 btree_root g_item_root;
@@ -177,7 +178,7 @@ int store_member(const dfd::KeyRow &row, const MemberKindRow &kind, const char *
     const uint32_t key = DFD_MAKE_KEY(row.type, indexes.first, indexes.second);
     const int rv = kind.add(key, member, value, line);
     if (rv == DFD_OK && kind.kind == Kind::irq_info && member == kIrqInfoType) {
-        const auto *const info = static_cast<const irq_info_t *>(dfd_lib_cfg_get_item(key));
+        const auto *const info = dfd::get_item<irq_info_t>(key);
         dfd_irq_set_type_distrib(info->type, static_cast<int>(indexes.first),
                                  static_cast<int>(indexes.second));
     }

@@ -213,7 +213,7 @@ int sdd_get_string_by_buf(const uint8_t *src, int src_len, void *dst, int *dst_l
 int get_backplane_info_from_e2(uint32_t source, backplane_info_t *rec) {
     constexpr int kLoggedNumber = 95;  // log scripts know the line by it
     const uint32_t key = DFD_MAKE_KEY(DFD_KEY_E2_SETMAC, source, 0);
-    if (dfd_lib_cfg_get_item(key) == nullptr) {
+    if (!dfd::is_configured(key)) {
         return DFD_ERR_NOT_SUPPORTED;
     }
     if (rec == nullptr) {

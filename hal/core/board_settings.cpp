@@ -38,7 +38,7 @@ int get_ver_date(uint32_t type, char *text, int *len) {
 // An integer of the board straight through the caller's pointer.
 int get_flag(uint32_t type, int *value) {
     const uint32_t key = DFD_MAKE_KEY(type, 0, 0);
-    if (dfd_lib_cfg_get_item(key) == nullptr) {
+    if (!dfd::is_configured(key)) {
         return DFD_ERR_NOT_SUPPORTED;
     }
     return dfd_info_get_int(key, value, nullptr);
@@ -71,7 +71,7 @@ int sdd_get_support_lc_hwhb(int *flag) {
         return DFD_ERR_ARG;
     }
     const uint32_t key = DFD_MAKE_KEY(DFD_KEY_SUPPORT_LC_HWHB, 0, 0);
-    if (dfd_lib_cfg_get_item(key) == nullptr) {
+    if (!dfd::is_configured(key)) {
         return DFD_ERR_NOT_SUPPORTED;
     }
     int value = 0;

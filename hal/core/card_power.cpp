@@ -67,7 +67,7 @@ int sdd_get_card_power_status(int slot, int *status) {
     }
     const int vslot = sdd_get_virtual_slotid(slot);
     const uint32_t key = DFD_MAKE_KEY(DFD_KEY_CARD_POWER_STATUS, vslot, 0);
-    if (dfd_lib_cfg_get_item(key) == nullptr) {
+    if (!dfd::is_configured(key)) {
         *status = DFD_CARD_POWER_NONE;
         return DFD_OK;
     }

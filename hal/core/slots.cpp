@@ -7,7 +7,7 @@ namespace {
 // A slot or sub-slot number: the item's value plus the base, where one is configured.
 int own_number(uint32_t item_type, uint32_t base_type) {
     const uint32_t key = DFD_MAKE_KEY(item_type, 0, 0);
-    if (dfd_lib_cfg_get_item(key) == nullptr) {
+    if (!dfd::is_configured(key)) {
         return DFD_ERR_NOT_SUPPORTED;
     }
     int number = 0;

@@ -8,8 +8,8 @@
 
 namespace {
 
+using dfd::get_item;
 using dfd::fan::e2prom_addr;
-using dfd::fan::get_item;
 
 constexpr int kTextSize = 21;  // terminator included
 constexpr int kMaxTextLength = kTextSize - 1;

@@ -4,17 +4,12 @@
 
 #include <dfd/dfd.h>
 
+#include "framework/item.h"
 #include "framework/log.h"
 
 static constexpr char kLogFile[] = "hal/fan.cpp";
 
 namespace dfd::fan {
-
-// The record of a key as its kind, or null.
-template <typename Record>
-const Record *get_item(uint32_t key) {
-    return static_cast<const Record *>(dfd_lib_cfg_get_item(key));
-}
 
 // Where an EEPROM query or update of a tray goes.
 inline uint16_t e2prom_addr(const info_ctrl_t &ctrl) {

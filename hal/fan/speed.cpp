@@ -4,7 +4,7 @@
 
 namespace {
 
-using dfd::fan::get_item;
+using dfd::get_item;
 
 // Processor of the engine: the first byte is a level, or the register value of one.
 int sdd_get_fan_speed_level_by_buf(uint8_t *buf, int len, int *level) {
@@ -12,7 +12,7 @@ int sdd_get_fan_speed_level_by_buf(uint8_t *buf, int len, int *level) {
         LOG_ERR("input arguments error, len=%d\r\n", len);
         return DFD_ERR_ARG;
     }
-    if (dfd_lib_cfg_get_item(DFD_MAKE_KEY(DFD_KEY_FAN_SPEED_LEVEL_SUPPORT, 0, 0)) == nullptr) {
+    if (!dfd::is_configured(DFD_MAKE_KEY(DFD_KEY_FAN_SPEED_LEVEL_SUPPORT, 0, 0))) {
         *level = buf[0];
         return DFD_OK;
     }
@@ -43,7 +43,7 @@ int sdd_get_fan_num(uint32_t fan_id, int *num) {
         return DFD_ERR_ARG;
     }
     const uint32_t key = DFD_MAKE_KEY(DFD_KEY_SUBFAN_NUM, fan_id, 0);
-    if (dfd_lib_cfg_get_item(key) == nullptr) {
+    if (!dfd::is_configured(key)) {
         *num = 1;
         return DFD_OK;
     }
@@ -101,7 +101,7 @@ int sdd_set_fan_mode(uint32_t mode) {
 
 int sdd_get_fan_temp(uint32_t fan_id) {
     const uint32_t key = DFD_MAKE_KEY(DFD_KEY_FAN_TEMP, fan_id, 0);
-    if (dfd_lib_cfg_get_item(key) == nullptr) {
+    if (!dfd::is_configured(key)) {
         return DFD_ERR_NOT_SUPPORTED;
     }
     int temp = 0;

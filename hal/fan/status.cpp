@@ -6,7 +6,7 @@
 
 namespace {
 
-using dfd::fan::get_item;
+using dfd::get_item;
 
 constexpr int kBitmapBits = 32;
 
@@ -135,7 +135,7 @@ int sdd_get_fan_fail_bmp(uint32_t fan_id, int *bitmap) {
     }
     *bitmap = 0;
     const uint32_t key = DFD_MAKE_KEY(DFD_KEY_FAN_FAIL_BMP, fan_id, 0);
-    if (dfd_lib_cfg_get_item(key) != nullptr) {
+    if (dfd::is_configured(key)) {
         return dfd_info_get_int(key, bitmap, nullptr);
     }
     const int by_speed = sdd_get_fan_fail_status_by_speed(fan_id, bitmap);

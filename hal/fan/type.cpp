@@ -5,8 +5,8 @@
 
 namespace {
 
+using dfd::get_item;
 using dfd::fan::e2prom_addr;
-using dfd::fan::get_item;
 
 constexpr int kNameBytes = 64;
 constexpr int kTypeBytes = 4;

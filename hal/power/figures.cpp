@@ -58,8 +58,8 @@ int sdd_get_is_module_power(uint8_t *out) {
     if (out == nullptr) {
         return DFD_ERR_ARG;
     }
-    const auto *const configured = static_cast<const int *>(
-        dfd_lib_cfg_get_item(DFD_MAKE_KEY(DFD_KEY_IS_MODULE_POWER, kSystem, 0)));
+    const int *const configured =
+        dfd::get_item<int>(DFD_MAKE_KEY(DFD_KEY_IS_MODULE_POWER, kSystem, 0));
     if (configured == nullptr) {
         return DFD_ERR_NOT_SUPPORTED;
     }

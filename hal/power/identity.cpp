@@ -86,7 +86,7 @@ int get_text(const TextItem &item, uint32_t power_id, char *buf, int *len) {
         return DFD_ERR_ARG;
     }
     const uint32_t key = DFD_MAKE_KEY(item.key_type, power_id, 0);
-    const info_ctrl_t *const ctrl = dfd::power::find_info_ctrl(key);
+    const info_ctrl_t *const ctrl = dfd::get_item<info_ctrl_t>(key);
     if (ctrl == nullptr) {
         return DFD_ERR_NOT_SUPPORTED;
     }
@@ -130,7 +130,7 @@ int dfd_get_power_type_by_buf(uint8_t *buf, int len, int *type) {
 
 int sdd_get_power_type(uint32_t power_id) {
     const uint32_t key = DFD_MAKE_KEY(DFD_KEY_POWER_TYPE, power_id, 0);
-    const info_ctrl_t *const ctrl = dfd::power::find_info_ctrl(key);
+    const info_ctrl_t *const ctrl = dfd::get_item<info_ctrl_t>(key);
     if (ctrl == nullptr) {
         return DFD_ERR_NOT_SUPPORTED;
     }
@@ -158,7 +158,7 @@ int sdd_get_power_name(uint32_t power_id, char *buf, int *len) {
         return DFD_ERR_ARG;
     }
     const info_ctrl_t *const ctrl =
-        dfd::power::find_info_ctrl(DFD_MAKE_KEY(DFD_KEY_POWER_TYPE, power_id, 0));
+        dfd::get_item<info_ctrl_t>(DFD_MAKE_KEY(DFD_KEY_POWER_TYPE, power_id, 0));
     if (ctrl == nullptr) {
         return DFD_ERR_NOT_SUPPORTED;
     }
@@ -186,7 +186,7 @@ int sdd_get_power_sw_version(uint32_t power_id, char *buf, int *len) {
         return DFD_ERR_ARG;
     }
     const uint32_t key = DFD_MAKE_KEY(DFD_KEY_POWER_SW_VER, power_id, 0);
-    const info_ctrl_t *const ctrl = dfd::power::find_info_ctrl(key);
+    const info_ctrl_t *const ctrl = dfd::get_item<info_ctrl_t>(key);
     if (ctrl == nullptr) {
         return deliver_text(kNoVersion, sizeof kNoVersion - 1, buf, len);
     }
@@ -208,7 +208,7 @@ int sdd_set_power_hw_version(uint32_t power_id, const uint8_t *data) {
         return DFD_ERR_ARG;
     }
     const info_ctrl_t *const ctrl =
-        dfd::power::find_info_ctrl(DFD_MAKE_KEY(DFD_KEY_POWER_HW_VER, power_id, 0));
+        dfd::get_item<info_ctrl_t>(DFD_MAKE_KEY(DFD_KEY_POWER_HW_VER, power_id, 0));
     if (ctrl == nullptr || ctrl->mode != INFO_CTRL_MODE_LEGACY) {
         return DFD_ERR_NOT_SUPPORTED;
     }

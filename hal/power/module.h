@@ -4,16 +4,12 @@
 
 #include <dfd/dfd.h>
 
+#include "framework/item.h"
 #include "framework/log.h"
 
 static constexpr char kLogFile[] = "hal/power.cpp";
 
 namespace dfd::power {
-
-// The description of how a value is obtained, or null: not configured.
-inline const info_ctrl_t *find_info_ctrl(uint32_t key) {
-    return static_cast<const info_ctrl_t *>(dfd_lib_cfg_get_item(key));
-}
 
 // What an item in mode tlv stands for. The entry asked for is the record's spare word, always 0:
 // images of supplies rely on their value being looked up under entry 0.

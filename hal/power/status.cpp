@@ -20,7 +20,7 @@ int read_state(const info_ctrl_t &state, uint32_t power_id, int *value) {
 // Under the name that readers of the log know.
 int sdd_get_power_line_fail_status(uint32_t power_id, int *fail) {
     const uint32_t key = DFD_MAKE_KEY(DFD_KEY_POWER_LINE_FAIL, power_id, 0);
-    const info_ctrl_t *const ctrl = dfd::power::find_info_ctrl(key);
+    const info_ctrl_t *const ctrl = dfd::get_item<info_ctrl_t>(key);
     if (ctrl == nullptr) {
         LOG_ERR("get power[%d] line fail info ctrl fail, key=0x%08x\r\n", power_id, key);
         *fail = 0;
@@ -74,7 +74,7 @@ int sdd_func_get_power_status(uint32_t power_id, int *status) {
 
 int sdd_get_power_status(uint32_t power_id) {
     const uint32_t key = DFD_MAKE_KEY(DFD_KEY_POWER_STATE, power_id, 0);
-    const info_ctrl_t *const state = dfd::power::find_info_ctrl(key);
+    const info_ctrl_t *const state = dfd::get_item<info_ctrl_t>(key);
     if (state == nullptr) {
         return DFD_ERR_NOT_SUPPORTED;
     }

@@ -96,7 +96,7 @@ int sdd_get_power_osupply(uint32_t power_id) {
 
 int sdd_get_power_rated_supply(uint32_t power_id) {
     const uint32_t key = key_of(kRatedPower, power_id);
-    const info_ctrl_t *const ctrl = dfd::power::find_info_ctrl(key);
+    const info_ctrl_t *const ctrl = dfd::get_item<info_ctrl_t>(key);
     if (ctrl == nullptr) {
         return DFD_ERR_NOT_SUPPORTED;
     }

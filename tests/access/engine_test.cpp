@@ -478,14 +478,6 @@ TEST_F(EngineTest, LedTablesBothWays) {
     EXPECT_EQ(out, 99U);
 }
 
-TEST(InterruptTypes, PositionsOutsideTheTableAreRefused) {
-    // Under the sanitizers a write outside the table ends the test.
-    for (const auto &[index1, index2] :
-         {std::pair{0x0800, 0}, {0x0008, 0}, {0, 8}, {0, -1}, {0xFFFF, 7}, {-1, 0x7FFFFFFF}}) {
-        dfd_irq_set_type_distrib(IRQ_TYPE_FAN, index1, index2);
-    }
-}
-
 TEST(Bits, FieldsAndNumbersAtTheirLimits) {
     EXPECT_EQ(dfd::low_bits(0), 0);
     EXPECT_EQ(dfd::low_bits(7), 0x7F);

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+// Records of the item store by their kind.
+#pragma once
+
+#include <dfd/framework.h>
+
+namespace dfd {
+
+// The record of a key as the kind that its type stands for, or null: not configured.
+template <typename Record>
+const Record *get_item(uint32_t key) {
+    return static_cast<const Record *>(dfd_lib_cfg_get_item(key));
+}
+
+inline bool is_configured(uint32_t key) {
+    return dfd_lib_cfg_get_item(key) != nullptr;
+}
+
+// The value of an int item without indexes, or a default.
+inline int int_item_or(uint32_t type, int otherwise) {
+    const int *const item = get_item<int>(DFD_MAKE_KEY(type, 0, 0));
+    return item != nullptr ? *item : otherwise;
+}
+
+}  // namespace dfd
