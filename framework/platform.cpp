@@ -28,7 +28,9 @@ int read_file(const char *path, void *buf, int len) {
     return static_cast<int>(count);
 }
 
-bool file_exists(const char *path) { return access(path, F_OK) == 0; }
+bool file_exists(const char *path) {
+    return access(path, F_OK) == 0;
+}
 
 void pause_us(unsigned us) {
     usleep(us);

@@ -35,6 +35,11 @@ inline int number_in_base(const char *text, int base) {
     return static_cast<int>(std::strtoll(text, nullptr, base));
 }
 
+// Printable and no blank, whatever the locale of the program that loaded the library.
+constexpr bool is_graphic(uint8_t byte) {
+    return byte > ' ' && byte <= '~';
+}
+
 inline bool is_empty(const char *text) {
     return text == nullptr || *text == '\0';
 }

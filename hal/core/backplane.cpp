@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Backplane inventory: one EEPROM record, or fields from any configured source.
-#include <cctype>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "framework/text.h"
 #include "hal/board_bus.h"
 #include "hal/core/module.h"
 
@@ -201,7 +201,7 @@ int sdd_get_string_by_buf(const uint8_t *src, int src_len, void *dst, int *dst_l
     }
     auto *const text = static_cast<char *>(dst);
     int count = 0;
-    while (count < src_len && std::isgraph(src[count]) != 0) {
+    while (count < src_len && dfd::is_graphic(src[count])) {
         text[count] = static_cast<char>(src[count]);
         ++count;
     }

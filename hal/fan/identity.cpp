@@ -60,7 +60,7 @@ int read_e2prom(const Text &text, const E2promText &layout, const info_ctrl_t &c
     if (rv < 0) {
         return rv;
     }
-    if (length < capacity) {
+    if (length < capacity && std::memchr(buf, '\0', static_cast<std::size_t>(length)) == nullptr) {
         buf[length] = '\0';
     }
     if (!layout.leaves_length) {
@@ -123,19 +123,23 @@ int read_version_number(uint32_t key, const info_ctrl_t & /*ctrl*/, char *buf, i
 }
 
 int read_software_version(uint32_t key, const info_ctrl_t &ctrl, char *buf, int *len) {
-    char text[kTextSize] = "";
-    int rv = read_bytes(key, text);
+    constexpr int kE2promBytes = 256;
+    char text[kE2promBytes + 1] = "";
+    int rv = dfd_info_get_buf(key, text, kTextSize, nullptr);
+    int limit = kMaxTextLength;
     // The engine counts bytes here, so an item of 3 or 4 bytes is taken for one in mode tlv or fru:
     // boards that describe the version so have it answered from the EEPROM at .fpath, .addr.
     if (rv == DFD_FROM_TLV || rv == DFD_FROM_FRU) {
         const Query query =
             rv == DFD_FROM_TLV ? sdd_get_e2prom_info_by_type : sdd_get_e2prom_info_by_type_fru;
-        int length = std::min(*len, kMaxTextLength);
+        int length = std::min(*len, kE2promBytes);
+        limit = std::max(limit, length - 1);
         rv = query(ctrl.fpath, ctrl.spare, e2prom_addr(ctrl), text, &length);
     }
     if (rv < 0) {
         return rv;
     }
+    text[limit] = '\0';
     deliver(text, buf, len);
     return DFD_OK;
 }

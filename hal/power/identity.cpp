@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "framework/text.h"
 #include "hal/power/module.h"
 
 namespace {
@@ -13,14 +14,9 @@ constexpr int kMaxShownName = 255;     // longer than any text of a power_name i
 constexpr int kLegacyFieldBytes = 12;  // what a field of the legacy layout may need
 constexpr char kNoVersion[] = "N/A";
 
-// Whatever the locale of the program that loaded the library.
-constexpr bool is_graphic(uint8_t byte) {
-    return byte > ' ' && byte <= '~';
-}
-
 // How many of the len bytes come before the first that is not graphic.
 int graphic_length(const uint8_t *bytes, int len) {
-    return static_cast<int>(std::find_if_not(bytes, bytes + len, is_graphic) - bytes);
+    return static_cast<int>(std::find_if_not(bytes, bytes + len, dfd::is_graphic) - bytes);
 }
 
 int read_legacy(const info_ctrl_t &ctrl, uint32_t type, void *buf, int *len) {

@@ -47,7 +47,8 @@ DFD_API void sdd_reset_lc(int slot);
 DFD_API void sdd_reset_lc_all(void);
 
 /* Resets the peer master board: asserts item rst_master, waits until the peer is absent or neither
- * master nor ready, releases it. Sleeps up to 12 seconds. Returns the result of the releasing
+ * master nor ready, releases it. Sleeps about 12 seconds when the peer does not go down, up to
+ * 32 when its lines keep changing. Returns the result of the releasing
  * write; -1 when the peer did not go down; 0 at once when the first write returns 6. */
 DFD_API int sdd_reset_master(void);
 
@@ -167,7 +168,8 @@ enum dfd_reset_button {
 };
 
 /* Reset button (enum dfd_reset_button): item reset_button_type selects reset_button_tp_str by
- * index1. Returns 0 also when either is not configured or cannot be read. */
+ * index1. Returns 0 also when either is not configured or cannot be read; an item in mode tlv or
+ * fru counts as type 0. */
 DFD_API int drv_get_reset_button_type(void);
 
 DFD_END_DECLS

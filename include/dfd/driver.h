@@ -161,7 +161,7 @@ DFD_API int drv_get_fan_status(uint32_t fan_id);
 DFD_API int drv_get_fan_type(uint32_t fan_id);
 /* sdd_get_fan_temp. */
 DFD_API int drv_get_fan_temp(uint32_t fan_id);
-/* sdd_get_fan_sn. */
+/* sdd_get_fan_sn. buf holds 256 bytes where the serial number is in a TLV EEPROM, whatever *len. */
 DFD_API int drv_get_fan_sn(uint32_t fan_id, char *buf, int *len);
 /* sdd_get_fan_fail_bmp. */
 DFD_API int drv_get_fan_fail_bmp(uint32_t fan_id, int *bitmap);
@@ -267,7 +267,7 @@ DFD_API int drv_get_power_temp(uint32_t power_id, uint32_t sensor);
 DFD_API int drv_get_sys_power_rsupply(int *out);
 
 /* Temperature of a fan tray (sdd_get_fan_temp, fan.h). Returns 0 and *temp (65535: the reading
- * failed); a negative code without setting it; -8: null temp. */
+ * failed); a negative code, or a temperature below zero, without setting it; -8: null temp. */
 DFD_API int dfd_get_fan_temp(uint32_t fan_id, int *temp);
 
 /* sdd_get_fan_sw_version (fan.h). -1: null buf or len, or *len below 21. */

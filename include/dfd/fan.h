@@ -110,7 +110,8 @@ DFD_API int sdd_set_fan_mode(uint32_t mode);
 enum { FAN_TEMP_UNREADABLE = 65535 };
 
 /* Temperature of a tray, in the unit of fan_temp(fan), usually degrees Celsius. Returns it;
- * FAN_TEMP_UNREADABLE, not a code, when the read fails; -6: not configured. */
+ * FAN_TEMP_UNREADABLE, not a code, when the read fails; -6: not configured. Temperatures below zero
+ * look like codes. */
 DFD_API int sdd_get_fan_temp(uint32_t fan_id);
 
 /* ---- Type --------------------------------------------------------------------------------- */
@@ -170,13 +171,12 @@ DFD_API int sdd_get_fan_hw_version(uint32_t fan_id, char *buf, int *len);
 
 /*
  * Software version: the bytes of fan_sw_ver(fan) (mode config, format buf, up to 21 bytes), as
- * text up to the first 0 byte, at most 20 characters, terminated; *len the number of characters.
- * buf holds at least 21 bytes, whatever *len says.
- * An item of exactly 3 or 4 bytes is taken as a sign to read entry 0 of the TLV image (3) or FRU
- * image (4) at .fpath, .addr over them, into *len bytes, at most 20: give version items another
- * length.
- * Returns 0; -6: not configured; -5: another mode or format, or over 21 bytes; -7: the read failed;
- * -8: null pointer; for 3 and 4 bytes the result of the EEPROM query.
+ * text up to the first 0 byte, at most 20 characters or *len - 1, terminated; *len the number of
+ * characters. buf holds at least 21 bytes, whatever *len says. An item of exactly 3 or 4 bytes is
+ * taken as a sign to read entry 0 of the TLV image (3) or FRU image (4) at .fpath, .addr over them,
+ * into *len bytes, at most 256: give version items another length. Returns 0; -6: not configured;
+ * -5: another mode or format, or over 21 bytes; -7: the read failed; -8: null pointer; for 3 and 4
+ * bytes the result of the EEPROM query.
  */
 DFD_API int sdd_get_fan_sw_version(uint32_t fan_id, char *buf, int *len);
 
@@ -193,7 +193,7 @@ DFD_API int sdd_get_fan_cpld_version(uint32_t fan_id, char *buf, int *len);
  * Writes serial number and hardware version of a tray into its EEPROM: that of fan_hw_ver(fan),
  * by the item's mode with dfd_set_fan_info_tlv, dfd_set_fan_info_fru or dfd_set_fan_info_legacy,
  * which tell what the texts look like. A null or empty text leaves its field. type (legacy only,
- * low 8 bits) may be null; the first name passes null.
+ * low 8 bits) may be null and is only written together with a text; the first name passes null.
  * Write protection of the fans is lifted before and restored after, whatever the result:
  * dfd_ctl_e2_write_pro(DFD_WP_FANS), or where none of its items can be written, register 0x39 of
  * /dev/cpld0 (0xF0 lifts, 0xFF protects).

@@ -22,8 +22,9 @@ typedef int (*dfd_irq_handler_t)(const irq_info_t *source);
 DFD_API int sdd_get_irq_ctrl_num(void);
 
 /* Sets up the controllers from item irq_ctrl_info; call it once after dev_drv_init and before the
- * first dispatch. Returns the number of controllers; -6: irq_ctrl_num is not configured; -1:
- * irq_ctrl_info is not configured, or there are more than DFD_IRQ_CONTROLLERS_MAX controllers. */
+ * first dispatch. Returns the number of controllers, as configured where that is negative; -6:
+ * irq_ctrl_num is not configured; -1: irq_ctrl_info is not configured, or there are more than
+ * DFD_IRQ_CONTROLLERS_MAX controllers. */
 DFD_API int drv_irq_cfg_init(void);
 
 /*
@@ -31,9 +32,9 @@ DFD_API int drv_irq_cfg_init(void);
  * handler, if not null, for the irq_info item of each pending source (index1 i << 8 | j, index2 k,
  * from bit 0 up), and writes 1st_, 2nd_ and 3rd_irq_clear. A level that is not configured, or
  * cannot be read, ends the walk there: its parent bit is the source, with the lower positions 0.
- * Polarities come from irq_ctrl_info; all controllers share it and the registers. May sleep 50 ms
- * for each register on I2C that does not answer. Returns 0; -1: the first level is configured and
- * cannot be read, or the controller is not set up.
+ * Polarities come from irq_ctrl_info; all controllers share it and the registers. A status item in
+ * mode tlv or fru reads as 0. May sleep 50 ms for each register on I2C that does not answer.
+ * Returns 0; -1: the first level is configured and cannot be read, or the controller is not set up.
  */
 DFD_API int sdd_irq_dispatch(uint32_t controller, dfd_irq_handler_t handler);
 

@@ -68,7 +68,8 @@ DFD_API int dfd_set_en_soft_led(uint32_t type, uint8_t unit, uint32_t value);
 /*
  * State of an LED by its control item and table; fan and power: of unit 0. Return 0 with *state
  * set, or left as it was when the register holds no value of the table; of equal values the lowest
- * state. The negative code of dfd_info_get_int; -6 also when the table is not configured or state
+ * state. A control item in mode tlv or fru counts as register value 0. The
+ * negative code of dfd_info_get_int; -6 also when the table is not configured or state
  * is null.
  */
 DFD_API int sdd_get_mymb_status_led(uint32_t *state);

@@ -456,6 +456,7 @@ TEST_F(FanTest, HardwareVersionByLayout) {
 TEST_F(FanTest, SoftwareVersionsOfThreeOrFourBytesComeFromTheEeprom) {
     const Bytes entry = tlv_image(1, 0, 0, tlv_entry(0, bytes_of("9.9")));
     const Bytes long_entry = tlv_image(1, 0, 0, tlv_entry(0, Bytes(40, 'x')));
+    const Bytes padded = tlv_image(1, 0, 0, tlv_entry(0, bytes_of("1.00" + std::string(17, '\0'))));
     const std::vector<TextRow> rows = {
         {"", {}, 21, 4, -6, 4, "~"},
         {"fan_sw_ver=text:8", {}, 21, 0, 0, 8, "ABCDEFGH|~"},
@@ -464,7 +465,9 @@ TEST_F(FanTest, SoftwareVersionsOfThreeOrFourBytesComeFromTheEeprom) {
         {"fan_sw_ver=chip:3", entry, 21, 21, 0, 3, "9.9|~"},
         {"fan_sw_ver=chip:4", entry, 21, 21, 0, 3, "9.9|~"},
         {"fan_sw_ver=chip:3", kTlv, 21, 21, -1, 21, "~"},
-        {"fan_sw_ver=chip:3", long_entry, 21, 256, -1, 256, "~"},
+        {"fan_sw_ver=chip:3", long_entry, 256, 256, 0, 40, std::string(40, 'x') + "|~"},
+        {"fan_sw_ver=chip:3", long_entry, 21, 21, -1, 21, "~"},
+        {"fan_sw_ver=chip:3", padded, 21, 21, 0, 4, "1.00|~"},
         {"fan_sw_ver=chip:3", entry, 21, 0, -22, 0, "~"},
     };
     for_rows(rows, [](const TextRow &row) { expect_text(sdd_get_fan_sw_version, row); });
