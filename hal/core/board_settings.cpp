@@ -28,8 +28,8 @@ int get_ver_date(uint32_t type, char *text, int *len) {
     }
     // The engine has refused any .len beyond the date.
     for (uint32_t i = 0; i < ctrl->len; ++i) {
-        text[2 * i] = static_cast<char>('0' + (date[i] >> 4));
-        text[2 * i + 1] = static_cast<char>('0' + (date[i] & 0x0F));
+        *text++ = static_cast<char>('0' + (date[i] >> 4));
+        *text++ = static_cast<char>('0' + (date[i] & 0x0F));
     }
     *len = static_cast<int>(2 * ctrl->len);
     return DFD_OK;
