@@ -107,7 +107,8 @@ TEST(BadBoard, LinesWithoutEffectAreListed) {
 
 TEST(BadBoard, ASilentDeviceFailsTheReadingsBehindIt) {
     const Board board("demo");
-    board.replace("chassis.toml", "addr = 0x20", "addr = 0x21");
+    board.append("etc/cfg/dfd/cfg_file/cm8_ports.cfg",
+                 "port_sfp_state.addr_1=0x21\nbypass_state.addr_1=0x21\n");
     const Result get = board.dfdctl("get port_sfp_state 1 --json");
     EXPECT_EQ(get.status, 4);
     EXPECT_EQ(get.json()["reading"]["status"], "io_error");

@@ -90,22 +90,20 @@ ordered_json place_json(std::optional<int> number) {
 
 }  // namespace
 
-void print_page_json(std::FILE *out, const BoardPage &page) {
+ordered_json board_json(const BoardPage &page) {
     ordered_json board = type_json(page.board);
     board["slot"] = place_json(page.slot);
     board["sub_slot"] = place_json(page.sub_slot);
     const StartupLog &log = page.library.log;
-    print_json(out,
-               {{"command", "show board"},
-                {"started", page.library.usable()},
-                {"board", board},
-                {"chassis", type_json(page.chassis)},
-                {"list_file",
-                 {{"path", text_or_null(log.list_path)}, {"error", text_or_null(log.list_error)}}},
-                {"files", list_json(log.files, file_json)},
-                {"inventory", list_json(page.units, unit_json)},
-                {"backplanes", list_json(page.backplanes, backplane_json)},
-                {"readings", list_json(page.samples, sample_json)}});
+    return {{"started", page.library.usable()},
+            {"board", board},
+            {"chassis", type_json(page.chassis)},
+            {"list_file",
+             {{"path", text_or_null(log.list_path)}, {"error", text_or_null(log.list_error)}}},
+            {"files", list_json(log.files, file_json)},
+            {"inventory", list_json(page.units, unit_json)},
+            {"backplanes", list_json(page.backplanes, backplane_json)},
+            {"readings", list_json(page.samples, sample_json)}};
 }
 
 }  // namespace dfdctl

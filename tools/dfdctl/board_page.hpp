@@ -27,7 +27,11 @@ struct BoardPage {
     std::vector<Sample> samples;
 };
 
+BoardPage read_board_page(const Options &options);
 void print_page(std::FILE *out, const BoardPage &page);
-void print_page_json(std::FILE *out, const BoardPage &page);
+nlohmann::ordered_json board_json(const BoardPage &page);
+int exit_of_page(const BoardPage &page);
+/// Says on standard error why the library did not start, where it did not.
+void report_start(const BoardPage &page);
 
 }  // namespace dfdctl

@@ -38,8 +38,6 @@ void add_show(CLI::App &app, const Options &options, Action &action);
 void add_get(CLI::App &app, const Options &options, Action &action);
 void add_set(CLI::App &app, const Options &options, Action &action);
 void add_items(CLI::App &app, const Options &options, Action &action);
-
-/// Pages of `show`.
-int show_board(const Options &options);
+void add_controls(CLI::App &app, const Options &options, Action &action);
 
 }  // namespace dfdctl

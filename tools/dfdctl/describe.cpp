@@ -24,15 +24,6 @@ std::string_view member(const char *name) {
     return std::string_view(name).substr(1);
 }
 
-std::string_view irq_type_name(std::uint32_t type) {
-    for (const irq_type_name_t &row : g_irq_type_name) {
-        if (row.type == type) {
-            return row.name;
-        }
-    }
-    return "unknown";
-}
-
 using LedValues = std::array<std::uint32_t, 7>;
 
 LedValues led_values(const led_info_t &record) {
@@ -112,7 +103,7 @@ ordered_json led_json(const led_info_t &record) {
 }
 
 std::string describe_irq_info(const irq_info_t &record) {
-    return fmt::format("{}, values {} {} {}", irq_type_name(record.type), record.val0, record.val1,
+    return fmt::format("{}, values {} {} {}", irq_type_word(record.type), record.val0, record.val1,
                        record.val2);
 }
 
@@ -123,6 +114,15 @@ std::string describe_irq_ctrl(const irq_ctrl_t &record) {
 }
 
 }  // namespace
+
+std::string_view irq_type_word(std::uint32_t type) {
+    for (const irq_type_name_t &row : g_irq_type_name) {
+        if (row.type == type) {
+            return row.name;
+        }
+    }
+    return "unknown";
+}
 
 std::string_view mode_word(int mode) {
     return word(info_ctrl_mode_str, mode);
@@ -233,7 +233,7 @@ ordered_json record_json(const Item &item) {
             });
         case Kind::irq_info:
             return json(record_of<irq_info_t>(item), [](const irq_info_t &irq) -> ordered_json {
-                return {{"type", irq_type_name(irq.type)},
+                return {{"type", irq_type_word(irq.type)},
                         {"val0", irq.val0},
                         {"val1", irq.val1},
                         {"val2", irq.val2}};

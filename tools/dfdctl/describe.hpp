@@ -21,6 +21,8 @@ std::string describe(const struct info_ctrl &record);
 /// Name of an LED state, "?" for a number that is none.
 std::string_view led_state_name(std::uint32_t state);
 
+/// Name of an interrupt type (enum irq_type), "unknown" for a number that is none.
+std::string_view irq_type_word(std::uint32_t type);
 /// Words of the enumerations; "?" for a number that is none.
 std::string_view mode_word(int mode);
 std::string_view source_word(int source);

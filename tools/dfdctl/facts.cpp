@@ -20,10 +20,6 @@ constexpr Facts unit(std::uint32_t type, std::string_view name) {
     return {.type = type, .unit = name};
 }
 
-constexpr Facts telemetry(std::uint32_t type, std::string_view name, Convert convert) {
-    return {.type = type, .unit = name, .convert = convert};
-}
-
 constexpr Facts inventory(std::uint32_t type, std::uint32_t info, Legacy legacy) {
     return {.type = type, .info = info, .legacy = legacy};
 }
@@ -38,16 +34,15 @@ constexpr std::array kFacts = {
     unit(DFD_KEY_MGMT_MAX_MTU, "bytes"),
     unit(DFD_KEY_CURRENT_VOLTAGE, "V"),
     Facts{.type = DFD_KEY_POWER_TYPE,
-          .convert = Convert::power_type,
           .info = E2PROM_INFO_NAME,
           .legacy = Legacy::power,
           .type_names = DFD_KEY_POWER_ATTR_TYPE},
-    telemetry(DFD_KEY_POWER_IN_VOLTAGE, "V", Convert::linear11),
-    telemetry(DFD_KEY_POWER_IN_CURRENT, "A", Convert::linear11),
-    telemetry(DFD_KEY_POWER_OUT_VOLTAGE, "V", Convert::linear16),
-    telemetry(DFD_KEY_POWER_OUT_CURRENT, "A", Convert::linear11),
-    telemetry(DFD_KEY_POWER_RATE_SUPPLY, "W", Convert::linear11),
-    telemetry(DFD_KEY_POWER_TEMP, "C", Convert::linear11),
+    unit(DFD_KEY_POWER_IN_VOLTAGE, "V"),
+    unit(DFD_KEY_POWER_IN_CURRENT, "A"),
+    unit(DFD_KEY_POWER_OUT_VOLTAGE, "V"),
+    unit(DFD_KEY_POWER_OUT_CURRENT, "A"),
+    unit(DFD_KEY_POWER_RATE_SUPPLY, "W"),
+    unit(DFD_KEY_POWER_TEMP, "C"),
     inventory(DFD_KEY_POWER_SN, E2PROM_INFO_SN, Legacy::none),
     Facts{.type = DFD_KEY_POWER_HW_VER, .info = E2PROM_INFO_HW_VER, .legacy = Legacy::power},
     Facts{.type = DFD_KEY_FAN_TYPE,
@@ -56,13 +51,13 @@ constexpr std::array kFacts = {
           .type_names = DFD_KEY_FAN_ATTR_TYPE},
     fan_inventory(DFD_KEY_FAN_SN, E2PROM_INFO_SN),
     fan_inventory(DFD_KEY_FAN_HW_VER, E2PROM_INFO_HW_VER),
-    telemetry(DFD_KEY_FAN_TEMP, "C", Convert::plain),
-    telemetry(DFD_KEY_GET_FAN_CFG_SPEED, "", Convert::speed_level),
-    telemetry(DFD_KEY_CARD_RATE_POWER, "", Convert::power_class),
-    telemetry(DFD_KEY_CARD_TEMP_CTRL, "C", Convert::sensor),
-    Facts{.type = DFD_KEY_SYS_ALARM_TEMP, .unit = "C", .eighths = true},
-    Facts{.type = DFD_KEY_SYS_DANGER_TEMP, .unit = "C", .eighths = true},
-    Facts{.type = DFD_KEY_POWER_ENV_TEMP, .unit = "C", .eighths = true},
+    unit(DFD_KEY_FAN_TEMP, "C"),
+    unit(DFD_KEY_CARD_RATE_POWER, "W"),
+    unit(DFD_KEY_CARD_VOL_WATERLINE, "V"),
+    unit(DFD_KEY_CARD_TEMP_CTRL, "C"),
+    unit(DFD_KEY_SYS_ALARM_TEMP, "C"),
+    unit(DFD_KEY_SYS_DANGER_TEMP, "C"),
+    unit(DFD_KEY_POWER_ENV_TEMP, "C"),
     inventory(DFD_KEY_SSLOT_E2PROM, E2PROM_INFO_DEV_TYPE, Legacy::none),
     Facts{.type = DFD_KEY_RESET_BUTTON_TYPE, .type_names = DFD_KEY_RESET_BUTTON_TP_STR},
     led(DFD_KEY_MB_STATUS_LED_CTRL, DFD_KEY_MB_STATUS_LED_INFO),

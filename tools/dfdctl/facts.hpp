@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What is known of the meaning of a key type beyond its record: unit, conversion, what an
-// inventory EEPROM is asked for. One row a key type; types without a row are plain numbers.
+// What is known of the meaning of a key type beyond its record: unit, what an inventory EEPROM
+// is asked for. One row a key type; types without a row are plain numbers.
 #pragma once
 
 #include <cstdint>
@@ -8,25 +8,12 @@
 
 namespace dfdctl {
 
-/// How the bytes of a num_buf item become a number.
-enum class Convert {
-    plain,        ///< most significant byte first
-    linear11,     ///< PMBus: 5-bit exponent, 11-bit mantissa; thousandths
-    linear16,     ///< PMBus output voltage: fixed exponent -9; thousandths
-    sensor,       ///< by the type of the sensor of the same indexes; thousandths
-    power_type,   ///< product name to type, through the power_name items
-    speed_level,  ///< register value to level, through the fan_speedlvl_convert items
-    power_class   ///< register value to power, through the power_regval_convert items
-};
-
 /// Which legacy layout an EEPROM of this key type has.
 enum class Legacy { none, fan, power };
 
 struct Facts {
     std::uint32_t type;
     std::string_view unit = {};
-    Convert convert = Convert::plain;
-    bool eighths = false;    ///< a value read from hardware has three fraction bits
     std::uint32_t info = 0;  ///< enum e2prom_info_type; 0: no inventory information
     Legacy legacy = Legacy::none;
     std::uint32_t led_table = 0;       ///< key type of the LED's value table

@@ -9,6 +9,7 @@
 #include "dfdctl/startup.hpp"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 namespace {
 
@@ -23,7 +24,7 @@ constexpr const char *kFooter =
     "  0  done\n"
     "  1  some reading failed, or a value written does not read back\n"
     "  2  mistake on the command line, or the configuration cannot be used\n"
-    "  3  not supported: the item is not configured on this board\n"
+    "  3  not supported: not configured on this board\n"
     "  4  the hardware or the output cannot be accessed\n"
     "Without hardware: vchassis run DIR -- dfdctl ...";
 
@@ -47,49 +48,57 @@ const CLI::App *subcommand_named(const CLI::App &app, const std::string &name) {
     return nullptr;
 }
 
-/// A word in the place of a subcommand that is none; empty when there is no such word.
-std::string unknown_subcommand(const CLI::App &app, std::span<char *const> words) {
-    const CLI::App *at = &app;
+/// How far the words lead into the commands, and the word there that is none; empty when all are.
+struct Path {
+    const CLI::App *at;
+    std::string unknown;
+};
+
+Path follow(const CLI::App &app, std::span<char *const> words) {
+    Path path{&app, {}};
     for (std::size_t i = 0; i < words.size(); ++i) {
         const std::string word = words[i];
         if (word.starts_with('-')) {
             i += word == "--debug" ? 1 : 0;
             continue;
         }
-        if (at->get_subcommands({}).empty()) {
+        if (path.at->get_subcommands({}).empty()) {
             break;
         }
-        at = subcommand_named(*at, word);
-        if (at == nullptr) {
-            return word;
+        const CLI::App *next = subcommand_named(*path.at, word);
+        if (next == nullptr) {
+            return {path.at, word};
         }
+        path.at = next;
     }
-    return {};
+    return path;
 }
 
-/// All commands in full: "show board, get, set, items".
-std::string command_list(const CLI::App &app, const std::string &before = "") {
-    std::string list;
-    for (const CLI::App *subcommand : app.get_subcommands({})) {
-        const std::string name = before + subcommand->get_name();
-        const std::string pages = command_list(*subcommand, name + " ");
-        list += (list.empty() ? "" : ", ") + (pages.empty() ? name : pages);
-    }
-    return list;
-}
-
-/// What a mistyped word in the place of a command may have meant.
-std::string nearest_command(const CLI::App &app, const std::string &word) {
+std::vector<std::string> command_names(const CLI::App &app) {
     std::vector<std::string> names;
     for (const CLI::App *subcommand : app.get_subcommands({})) {
         names.push_back(subcommand->get_name());
-        for (const CLI::App *page : subcommand->get_subcommands({})) {
-            names.push_back(page->get_name());
-        }
+    }
+    return names;
+}
+
+/// "the commands are: show, get, set", behind "show": "board, slots, fans".
+std::string command_list(const CLI::App &app) {
+    const std::string behind =
+        app.get_parent() != nullptr ? fmt::format(" behind '{}'", app.get_name()) : std::string();
+    return fmt::format("the commands{} are: {}", behind, fmt::join(command_names(app), ", "));
+}
+
+/// What a mistyped word in the place of a command may have meant: one of there, or one below.
+std::string nearest_command(const CLI::App &app, const std::string &word) {
+    std::vector<std::string> names = command_names(app);
+    for (const CLI::App *subcommand : app.get_subcommands({})) {
+        const std::vector<std::string> below = command_names(*subcommand);
+        names.insert(names.end(), below.begin(), below.end());
     }
     const std::vector<std::string_view> views(names.begin(), names.end());
     const std::string guess = dfd_tools::did_you_mean(word, views);
-    return guess.empty() ? "; the commands are: " + command_list(app) : guess;
+    return guess.empty() ? "; " + command_list(app) : guess;
 }
 
 /// Options of the program and of the chosen commands.
@@ -119,12 +128,14 @@ std::string unexpected_word(const CLI::App &app, const std::string &word) {
 /// What is wrong with the command line, with the nearest names for a mistyped word.
 std::string usage_message(const CLI::App &app, const CLI::ParseError &error,
                           std::span<char *const> words) {
-    if (const std::string word = unknown_subcommand(app, words); !word.empty()) {
-        return fmt::format("unknown command '{}'{}", word, nearest_command(app, word));
+    const Path path = follow(app, words);
+    if (!path.unknown.empty()) {
+        return fmt::format("unknown command '{}'{}", path.unknown,
+                           nearest_command(*path.at, path.unknown));
     }
     if (dynamic_cast<const CLI::RequiredError *>(&error) != nullptr &&
-        (app.get_subcommands().empty() || !app.get_subcommands()[0]->get_subcommands({}).empty())) {
-        return "a command is missing; the commands are: " + command_list(app);
+        !path.at->get_subcommands({}).empty()) {
+        return "a command is missing; " + command_list(*path.at);
     }
     const std::vector<std::string> rest = app.remaining(true);
     if (dynamic_cast<const CLI::ExtrasError *>(&error) != nullptr && !rest.empty()) {
@@ -155,6 +166,7 @@ int run(int argc, char **argv, Options &options) {
     add_get(app, options, action);
     add_set(app, options, action);
     add_items(app, options, action);
+    add_controls(app, options, action);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success &success) {

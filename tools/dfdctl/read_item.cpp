@@ -2,13 +2,14 @@
 #include <dfd/access.h>
 #include <dfd/framework.h>
 #include <dfd/inventory.h>
+#include <dfd/power.h>
 #include <dfd/records.h>
 #include <array>
 #include <cstring>
 
-#include "dfdctl/convert.hpp"
 #include "dfdctl/describe.hpp"
 #include "dfdctl/inventory.hpp"
+#include "dfdctl/library.hpp"
 #include "dfdctl/reading.hpp"
 
 #include <fmt/format.h>
@@ -17,28 +18,11 @@ namespace dfdctl {
 
 namespace {
 
-constexpr int kEighthsShift = 3;
-constexpr int kEighthsMask = 127;
+constexpr int kByteBits = 8;
 constexpr std::size_t kBufferSize = 256;
 
 Reading not_configured() {
     return failure(Status::not_configured, DFD_ERR_NOT_SUPPORTED, "not configured on this board");
-}
-
-Reading engine_failure(int code) {
-    switch (code) {
-        case DFD_ERR_NOT_SUPPORTED:
-            return failure(Status::bad_data, code,
-                           "the value read has no meaning by the "
-                           "configuration's conversion items");
-        case DFD_ERR_IO:
-            return failure(Status::io_error, code, "the device cannot be read");
-        case DFD_ERR:
-            return failure(Status::bad_data, code, "the value read cannot be converted");
-        default:
-            return failure(Status::unusable, code,
-                           "mode, format, length or bit offset of the item do not allow reading");
-    }
 }
 
 Reading buffer_item(const Item &item) {
@@ -78,20 +62,38 @@ Reading number_reading(const Facts &facts, int value, int scale) {
     return reading;
 }
 
+/// A number of the library with the unit and the names of its item's type.
+Reading number_of(const Answer &answer, const Facts &facts, int scale) {
+    const auto *number = std::get_if<std::int64_t>(&answer.value);
+    return number != nullptr ? number_reading(facts, static_cast<int>(*number), scale)
+                             : engine_failure(answer.code);
+}
+
+/// Bytes without a conversion of their own: most significant first.
+int plain_number(std::uint8_t *bytes, int len, int *value) {
+    unsigned number = 0;
+    for (int i = 0; i < len; ++i) {
+        number = number << kByteBits | bytes[i];
+    }
+    *value = static_cast<int>(number);
+    return DFD_OK;
+}
+
+int first_byte(std::uint8_t *bytes, int /*len*/, int *value) {
+    *value = bytes[0];
+    return DFD_OK;
+}
+
 Reading integer_item(const Item &item, const info_ctrl_t &record, const Facts &facts) {
-    const bool is_converted = record.frmt == INFO_FRMT_NUM_BUF;
-    const Conversion conversion = conversion_of(item, facts.convert);
+    if (const LibraryValue *library = library_value_of(item)) {
+        return number_of(library->read({item.index1, item.index2}), facts, library->scale);
+    }
+    const bool is_type = item.type->type == DFD_KEY_POWER_TYPE;
+    const auto processor = is_type ? dfd_get_power_type_by_buf : plain_number;
     int value = 0;
-    const int result =
-        dfd_info_get_int(item.key(), &value, is_converted ? conversion.processor : nullptr);
-    if (result != DFD_OK) {
-        return engine_failure(result);
-    }
-    const bool is_constant = record.mode == INFO_CTRL_MODE_CONSTANT;
-    if (facts.eighths && !is_constant) {
-        value = (value >> kEighthsShift) & kEighthsMask;
-    }
-    return number_reading(facts, value, is_converted && !is_constant ? conversion.scale : 1);
+    const int result = dfd_info_get_int(item.key(), &value,
+                                        record.frmt == INFO_FRMT_NUM_BUF ? processor : nullptr);
+    return result == DFD_OK ? number_reading(facts, value, 1) : engine_failure(result);
 }
 
 Reading inventory_item(const Item &item, const info_ctrl_t &record, const Facts &facts) {
@@ -115,7 +117,8 @@ bool is_inventory_mode(int mode) {
 Reading info_ctrl_reading(const Item &item, const info_ctrl_t &record) {
     const Facts &facts = facts_of(item.type->type);
     const bool legacy = record.mode == INFO_CTRL_MODE_LEGACY && facts.legacy != Legacy::none;
-    if (is_inventory_mode(record.mode) || legacy) {
+    const bool is_figure = facts.info == 0 && library_value_of(item) != nullptr;
+    if ((is_inventory_mode(record.mode) || legacy) && !is_figure) {
         return inventory_item(item, record, facts);
     }
     return record.frmt == INFO_FRMT_BUF ? buffer_item(item) : integer_item(item, record, facts);
@@ -135,6 +138,22 @@ Reading text_reading(std::string text) {
 }
 
 }  // namespace
+
+Reading engine_failure(int code) {
+    switch (code) {
+        case DFD_ERR_NOT_SUPPORTED:
+            return failure(Status::bad_data, code,
+                           "the value read has no meaning by the "
+                           "configuration's conversion items");
+        case DFD_ERR_IO:
+            return failure(Status::io_error, code, "the device cannot be read");
+        case DFD_ERR:
+            return failure(Status::bad_data, code, "the value read cannot be converted");
+        default:
+            return failure(Status::unusable, code,
+                           "mode, format, length or bit offset of the item do not allow reading");
+    }
+}
 
 Reading read_item(const Item &item) {
     const void *record = dfd_lib_cfg_get_item(item.key());

@@ -42,6 +42,8 @@ struct Reading {
 };
 
 Reading failure(Status status, int code, std::string error);
+/// Why the library has no value, by its result for an item that is configured.
+Reading engine_failure(int code);
 /// Text and bytes of a buffer; the text ends at a NUL and is shown as hexadecimal when it has
 /// characters that cannot be printed.
 Reading buffer_reading(std::span<const std::uint8_t> bytes);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// dfdctl show board.
+// What dfdctl show board shows.
 #include <dfd/chassis.h>
 #include <dfd/records.h>
 #include <algorithm>
@@ -41,7 +41,9 @@ std::optional<int> place(std::uint32_t type, int number) {
     return number < 0 || is_mode ? std::nullopt : std::optional(number);
 }
 
-BoardPage collect(const Options &options) {
+}  // namespace
+
+BoardPage read_board_page(const Options &options) {
     BoardPage page{.library = start_library(options),
                    .board = {},
                    .chassis = {},
@@ -60,6 +62,8 @@ BoardPage collect(const Options &options) {
     page.samples = pick_samples(page.library.log);
     return page;
 }
+
+namespace {
 
 bool any_failed(std::initializer_list<Reading> readings) {
     return std::any_of(readings.begin(), readings.end(),
@@ -85,6 +89,8 @@ bool any_row_failed(const std::vector<Row> &rows) {
     return std::any_of(rows.begin(), rows.end(), [](const Row &row) { return has_failed(row); });
 }
 
+}  // namespace
+
 int exit_of_page(const BoardPage &page) {
     if (!page.library.usable() || page.library.incomplete()) {
         return kExitUsage;
@@ -94,21 +100,12 @@ int exit_of_page(const BoardPage &page) {
     return failed ? kExitReadingFailed : kExitOk;
 }
 
-}  // namespace
-
-int show_board(const Options &options) {
-    const BoardPage page = collect(options);
-    if (options.json) {
-        print_page_json(options.out, page);
-    } else {
-        print_page(options.out, page);
-    }
+void report_start(const BoardPage &page) {
     if (!page.library.usable()) {
         fmt::print(stderr, "dfdctl: the library did not start: {}\n",
                    page.board.type <= 0 ? "the board type is unknown"
                                         : "the board's list of configuration files is missing");
     }
-    return exit_of_page(page);
 }
 
 }  // namespace dfdctl

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+// The LEDs that the library knows.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+namespace dfdctl {
+
+struct Led {
+    const char *name;
+    std::uint32_t type;     ///< enum dfd_led_type
+    std::uint32_t control;  ///< key type of what drives it
+    std::uint32_t table;    ///< key type of its states
+    bool has_units;         ///< one for each tray or supply
+};
+
+std::span<const Led> leds();
+
+}  // namespace dfdctl
