@@ -124,6 +124,8 @@ std::unique_ptr<Machine> open_machine(const Place &place) {
     }
     auto machine = std::make_unique<Machine>(place.dir, state_directory(place));
     machine->load_directory();
+    const Store::Lock lock(machine->store());
+    machine->settle();
     return machine;
 }
 
@@ -156,6 +158,7 @@ int poke_bytes(const Access &access) {
         const std::uint32_t at = find_bytes(device, access.reg, bytes.size());
         const Store::Lock lock(machine->store());
         std::copy(bytes.begin(), bytes.end(), device.contents().subspan(at).begin());
+        machine->settle();
     });
 }
 

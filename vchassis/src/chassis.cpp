@@ -60,6 +60,11 @@ struct Chassis::Impl {
         session.journal().keep_log();
     }
 
+    void settle() {
+        const Store::Lock lock(session.machine().store());
+        session.machine().settle();
+    }
+
     Device &device(const std::string &name, std::uint64_t end) {
         Device *found = session.machine().find(name);
         if (found == nullptr) {
@@ -128,16 +133,20 @@ void Chassis::remove_file(std::string_view absolute_path) {
 
 std::uint8_t Chassis::reg(std::string_view device, std::uint32_t offset) const {
     const Inside inside;
+    impl_->settle();
     return impl_->device(std::string(device), std::uint64_t{offset} + 1).contents()[offset];
 }
 
 void Chassis::set_reg(std::string_view device, std::uint32_t offset, std::uint8_t value) {
     const Inside inside;
+    impl_->settle();
     impl_->device(std::string(device), std::uint64_t{offset} + 1).contents()[offset] = value;
+    impl_->settle();
 }
 
 std::vector<std::uint8_t> Chassis::slave(int bus, int addr) const {
     const Inside inside;
+    impl_->settle();
     const auto bytes = impl_->device(slave_name(bus, addr), 0).contents();
     return {bytes.begin(), bytes.end()};
 }
@@ -145,8 +154,10 @@ std::vector<std::uint8_t> Chassis::slave(int bus, int addr) const {
 void Chassis::set_slave(int bus, int addr, std::uint32_t offset,
                         std::span<const std::uint8_t> bytes) {
     const Inside inside;
+    impl_->settle();
     Device &device = impl_->device(slave_name(bus, addr), std::uint64_t{offset} + bytes.size());
     std::copy(bytes.begin(), bytes.end(), device.contents().subspan(offset).begin());
+    impl_->settle();
 }
 
 void Chassis::fail(const Fault &fault) {

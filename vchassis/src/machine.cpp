@@ -20,7 +20,7 @@ namespace {
 constexpr Range kBusNumbers{0, 255};
 // Addresses below 0x03 and from 0x78 on are reserved, but nothing stops a chip from using them.
 constexpr Range kSlaveAddresses{0x00, 0x7f};
-constexpr std::size_t kMaxSlaves = 1024;
+constexpr std::size_t kMaxScratches = 1024;
 constexpr const char *kScratchArea = "clock-and-pointers";
 constexpr const char *kDefaultOwned[] = {"/etc/cfg/dfd", "/tmp/bspinfo",
                                          "/tmp/.factory_disabale_cli_tty"};
@@ -123,6 +123,7 @@ void Machine::discard_unattached() {
     for (auto &[path, bus] : buses_) {
         bus->remove_if(unattached);
     }
+    wiring_.resize(wiring_attached_);
 }
 
 Machine::Built Machine::build_all(const Section &root) {
@@ -135,6 +136,11 @@ Machine::Built Machine::build_all(const Section &root) {
     }
     for (const Section *section : root.tables("i2c")) {
         build_slave(*section, built);
+    }
+    if (const Section *wiring = root.table("wiring")) {
+        for (std::unique_ptr<Wiring> &each : make_wiring(*wiring)) {
+            wiring_.push_back(std::move(each));
+        }
     }
     root.refuse_unknown();
     resolve(built);
@@ -221,43 +227,71 @@ Bus &Machine::bus_numbered(int number) {
 
 void Machine::resolve(const Built &built) {
     for (Device *device : built) {
-        for (Link *link : device->links()) {
-            Device *target = find(link->device);
-            if (target == nullptr) {
-                throw DescriptionError(
-                    fmt::format("{}: there is no device '{}' (devices are named "
-                                "like /dev/cpld0 or /dev/i2c-0:0x57)",
-                                link->where, link->device));
-            }
-            if (link->reg >= target->initial().size()) {
-                throw DescriptionError(fmt::format("{}: {} has no register 0x{:x}", link->where,
-                                                   link->device, link->reg));
-            }
-            link->target = target;
+        resolve(device->links());
+    }
+    for (std::size_t i = wiring_attached_; i < wiring_.size(); ++i) {
+        resolve(wiring_[i]->links());
+    }
+}
+
+void Machine::resolve(const std::vector<Link *> &links) {
+    for (Link *link : links) {
+        Device *target = find(link->device);
+        if (target == nullptr) {
+            throw DescriptionError(
+                fmt::format("{}: there is no device '{}' (devices are named "
+                            "like /dev/cpld0 or /dev/i2c-0:0x57)",
+                            link->where, link->device));
         }
+        const std::size_t last = std::size_t{link->reg} + link->width - 1;
+        if (last >= target->initial().size()) {
+            throw DescriptionError(
+                fmt::format("{}: {} has no register 0x{:x}", link->where, link->device, last));
+        }
+        link->target = target;
     }
 }
 
 void Machine::attach(const Built &built) {
     if (scratch_.empty()) {
-        const std::vector<std::uint8_t> zero(Clock::kSize + kMaxSlaves * Scratch::kSize);
+        const std::vector<std::uint8_t> zero(Clock::kSize + kMaxScratches * Scratch::kSize);
         scratch_ = store_.area(kScratchArea, zero);
         clock_.attach(scratch_.first(Clock::kSize));
     }
     for (Device *device : built) {
         device->attach(store_.area(area_name(device->path()), device->initial()));
         if (auto *slave = dynamic_cast<Slave *>(device)) {
-            attach_scratch(*slave);
+            slave->attach_scratch(next_scratch(), clock_);
         }
+    }
+    attach_wiring();
+}
+
+void Machine::attach_wiring() {
+    for (; wiring_attached_ < wiring_.size(); ++wiring_attached_) {
+        wiring_[wiring_attached_]->attach_scratch(next_scratch(), clock_);
     }
 }
 
-void Machine::attach_scratch(Slave &slave) {
-    if (scratch_used_ == kMaxSlaves) {
-        throw DescriptionError(fmt::format("more than {} devices on buses", kMaxSlaves));
+std::span<std::uint8_t> Machine::next_scratch() {
+    if (scratch_used_ == kMaxScratches) {
+        throw DescriptionError(
+            fmt::format("more than {} devices on buses, lines and rotors", kMaxScratches));
     }
     const std::size_t at = Clock::kSize + scratch_used_++ * Scratch::kSize;
-    slave.attach_scratch(scratch_.subspan(at, Scratch::kSize), clock_);
+    return scratch_.subspan(at, Scratch::kSize);
+}
+
+// One wiring may drive what another looks at, in any order; those that go in circles are left as
+// they are after so many rounds.
+void Machine::settle() {
+    bool changed = true;
+    for (std::size_t round = 0; changed && round <= wiring_.size(); ++round) {
+        changed = false;
+        for (const std::unique_ptr<Wiring> &wiring : wiring_) {
+            changed = wiring->settle() || changed;
+        }
+    }
 }
 
 RegisterSpace *Machine::registers(const std::string &path) const {

@@ -13,6 +13,7 @@
 #include "models/registers.h"
 #include "section.h"
 #include "store.h"
+#include "wiring.h"
 
 namespace vchassis {
 
@@ -47,6 +48,8 @@ class Machine {
 
     // Initial contents everywhere, nothing busy, time zero.
     void reset();
+    // Brings what wiring drives up to date. The caller holds the lock of the store.
+    void settle();
 
   private:
     using Built = std::vector<Device *>;
@@ -60,8 +63,10 @@ class Machine {
     void build_slave(const Section &section, Built &built);
     Bus &bus_numbered(int number);
     void attach(const Built &built);
-    void attach_scratch(Slave &slave);
+    void attach_wiring();
+    std::span<std::uint8_t> next_scratch();
     void resolve(const Built &built);
+    void resolve(const std::vector<Link *> &links);
 
     std::filesystem::path dir_;
     Store store_;
@@ -71,6 +76,8 @@ class Machine {
     std::map<std::string, std::unique_ptr<Bus>> buses_;
     std::span<std::uint8_t> scratch_;
     std::size_t scratch_used_ = 0;
+    std::vector<std::unique_ptr<Wiring>> wiring_;
+    std::size_t wiring_attached_ = 0;
     Clock clock_;
 };
 

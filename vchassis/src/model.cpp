@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <bit>
 #include <fstream>
 #include <iterator>
 
@@ -16,6 +17,7 @@ namespace {
 constexpr Range kByte{0, 0xff};
 constexpr Range kAddress{0, 0xffffff};
 constexpr Range kBit{0, 7};
+constexpr Range kMask{1, 0xff};
 constexpr Range kBitValue{0, 1};
 constexpr unsigned kByteBits = 8;
 constexpr std::size_t kPointerAt = 0;
@@ -103,15 +105,37 @@ std::uint8_t Link::value() const {
     return target->contents()[reg];
 }
 
-Condition::Condition(const Section &section)
-    : Link(section),
-      bit(static_cast<unsigned>(section.integer("bit", kBit))),
-      wanted(section.integer_or("value", kBitValue, 1) == 1) {
+bool Link::put(std::uint32_t index, std::uint8_t byte) const {
+    std::uint8_t &place = target->contents()[reg + index];
+    const bool changes = place != byte;
+    place = byte;
+    return changes;
+}
+
+Condition::Condition(const Section &section, unsigned shift)
+    : Link(section), wanted(section.integer_or("value", kBitValue, 1) == 1) {
+    mask = section.has("mask") && !section.has("bit")
+               ? static_cast<std::uint8_t>(section.integer("mask", kMask))
+               : static_cast<std::uint8_t>(
+                     1U << (section.integer("bit", {kBit.low, kBit.high - shift}) + shift));
     section.refuse_unknown();
+    if (section.has("mask") && section.has("bit")) {
+        section.fail_at("mask", "a condition has either 'bit' or 'mask'");
+    }
 }
 
 bool Condition::holds() const {
-    return ((value() >> bit & 1) == 1) == wanted;
+    const unsigned bits = wanted ? value() : ~unsigned{value()};
+    return (bits & mask) != 0;
+}
+
+bool Condition::is_one_bit() const {
+    return std::has_single_bit(mask);
+}
+
+void Condition::put(bool hold) const {
+    const unsigned others = value() & ~unsigned{mask};
+    Link::put(0, static_cast<std::uint8_t>(hold == wanted ? others | mask : others));
 }
 
 Slave::Slave(std::string path, const Section &section)

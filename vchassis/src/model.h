@@ -52,20 +52,27 @@ struct Link {
     explicit Link(const Section &section);
 
     std::uint8_t value() const;
+    // Sets byte `index` from the register on; whether it was another one.
+    bool put(std::uint32_t index, std::uint8_t byte) const;
 
     std::string device;
     std::uint32_t reg = 0;
+    std::uint32_t width = 1;  // registers from there on
     const Device *target = nullptr;
     std::string where;  // file:line:column, for messages
 };
 
-// "Bit b of register r of device d has value v."
+// "Bit b of register r of device d has value v", or one of several bits has it.
 struct Condition : Link {
-    explicit Condition(const Section &section);
+    // `shift` moves a single bit so many places up.
+    explicit Condition(const Section &section, unsigned shift = 0);
 
     bool holds() const;
+    bool is_one_bit() const;
+    // Makes it hold, or not.
+    void put(bool hold) const;
 
-    unsigned bit = 0;
+    std::uint8_t mask = 0;
     bool wanted = true;
 };
 

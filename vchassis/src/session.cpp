@@ -223,6 +223,7 @@ Outcome Session::move(int fd, const OpenFile &file, std::span<std::uint8_t> out,
     }
     const Store::Lock lock(machine_->store());
     const std::uint64_t from = at ? static_cast<std::uint64_t>(*at) : file.position;
+    machine_->settle();
     return {static_cast<std::int64_t>(file.registers->read(from, out)), 0};
 }
 
@@ -236,7 +237,9 @@ Outcome Session::move(int fd, const OpenFile &file, std::span<const std::uint8_t
     }
     const Store::Lock lock(machine_->store());
     const std::uint64_t from = at ? static_cast<std::uint64_t>(*at) : file.position;
+    machine_->settle();
     const std::size_t done = file.registers->write(from, in);
+    machine_->settle();
     return done == 0 && !in.empty() ? Outcome::failure(ENXIO)
                                     : Outcome{static_cast<std::int64_t>(done), 0};
 }
@@ -318,7 +321,9 @@ Outcome Session::transfer(const OpenFile &file, std::vector<Message> &messages,
     Outcome outcome = fault ? from_fault(*fault) : Outcome{};
     if (count > 0) {
         const Store::Lock lock(machine_->store());
+        machine_->settle();
         outcome = file.bus->transfer(std::span(messages).first(count));
+        machine_->settle();
     }
     if (!fault && outcome.result >= 0 && success >= 0) {
         outcome.result = success;
