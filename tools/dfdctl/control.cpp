@@ -189,7 +189,11 @@ std::vector<Change> slot_reset(const ControlWords &words) {
 std::vector<Change> slot_power(const ControlWords &words) {
     const std::uint32_t slot = index_of(words[0], "slot", DFD_KEY_CARD_POWER_CTRL);
     const bool on = is_on(words[1]);
-    const auto card = static_cast<std::uint32_t>(sdd_get_virtual_slotid(static_cast<int>(slot)));
+    const int virtual_slot = sdd_get_virtual_slotid(static_cast<int>(slot));
+    if (virtual_slot < 0) {
+        throw UsageError(fmt::format("there is no slot {}", slot));
+    }
+    const auto card = static_cast<std::uint32_t>(virtual_slot);
     Change change = switching(
         fmt::format("power of slot {}", slot), item_of(DFD_KEY_CARD_POWER_CTRL, card), on,
         [=] { return drv_control_card_power_on_off(static_cast<int>(slot), on ? 1 : 0); });
@@ -301,19 +305,26 @@ std::vector<Change> write_protect(const ControlWords &words) {
 }
 
 constexpr Control kControls[] = {
-    {"fan", "speed", "FAN [ROTOR] LEVEL", "Set the speed level of a fan tray or of one rotor", 2, 3,
-     fan_speed},
-    {"led", "set", "LED STATE [UNIT]", "Set an LED, by its name in 'show leds'", 2, 3, led_set},
-    {"slot", "reset", "SLOT|all", "Reset the line card of a slot, or all of them", 1, 1,
-     slot_reset},
-    {"slot", "power", "SLOT on|off", "Switch the power of a card", 2, 2, slot_power},
-    {"sfp", "tx", "PORT on|off", "Switch the transmitter of a port", 2, 2, sfp_tx},
-    {"irq", "mask", "TYPE on|off", "Mask (on) or unmask all interrupt sources of a type", 2, 2,
-     irq_mask},
-    {"master", "reset", "", "Reset the peer master board", 0, 0, master_reset},
-    {"write-protect", nullptr, "TARGET on|off",
-     "Switch the write protection of EEPROMs: board, fans, subcards, backplane", 2, 2,
-     write_protect},
+    {"fan", "speed", "FAN [ROTOR] LEVEL",
+     "Number of the fan tray, of one rotor or else all of them, and the speed level",
+     "Set the speed level of fans", 2, 3, fan_speed},
+    {"led", "set", "LED STATE [UNIT]",
+     "As 'show leds' names them: the LED, a state that it can show, and the unit where it has "
+     "units "
+     "(default 0)",
+     "Set an LED", 2, 3, led_set},
+    {"slot", "reset", "SLOT|all", "Number of the slot, or all",
+     "Reset the line card of a slot, or all of them", 1, 1, slot_reset},
+    {"slot", "power", "SLOT on|off", "Number of the slot, and what its power shall be",
+     "Switch the power of a card", 2, 2, slot_power},
+    {"sfp", "tx", "PORT on|off", "Number of the port, and what its transmitter shall be",
+     "Switch the transmitter of a port", 2, 2, sfp_tx},
+    {"irq", "mask", "TYPE on|off",
+     "Interrupt type as 'show irq' names it; on masks its sources, off lets them through",
+     "Mask or unmask all interrupt sources of a type", 2, 2, irq_mask},
+    {"master", "reset", "", "", "Reset the peer master board", 0, 0, master_reset},
+    {"write-protect", nullptr, "TARGET on|off", "board, fans, subcards or backplane, and on or off",
+     "Switch the write protection of EEPROMs", 2, 2, write_protect},
 };
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include "common/nearest.hpp"
 #include "dfdctl/command.hpp"
+#include "dfdctl/control.hpp"
 #include "dfdctl/startup.hpp"
 
 #include <fmt/format.h>
@@ -30,12 +31,13 @@ constexpr const char *kFooter =
 
 constexpr unsigned kMaxDebugLevel = 4;
 
-/// Where a positional's type name is a usage in brackets, the usage line shows that.
+/// Where a positional's type name is a usage, the usage line shows that.
 class UsageFormatter : public CLI::Formatter {
   public:
     std::string make_option_usage(const CLI::Option *option) const override {
         const std::string type = option->get_type_name();
-        return type.starts_with('[') ? type : CLI::Formatter::make_option_usage(option);
+        const bool speaks = type.starts_with('[') || option->get_name() == kWordsOption;
+        return speaks ? type : CLI::Formatter::make_option_usage(option);
     }
 };
 

@@ -286,10 +286,10 @@ void print_page(std::FILE *out, const PageData &data, bool first) {
     for (const SectionData &section : data.sections) {
         print_heading(out, section.section->title, first);
         first = false;
-        if (section.section->rows == nullptr) {
-            print_values(out, section);
-        } else if (section.rows.empty()) {
+        if (is_missing(section)) {
             fmt::print(out, "  not supported\n");
+        } else if (section.section->rows == nullptr) {
+            print_values(out, section);
         } else {
             print_table(out, section);
         }

@@ -158,14 +158,25 @@ int run(const Options &options, const Control &control, const Request &request) 
     return status;
 }
 
+/// What the commands of a group do.
+std::string group_description(std::string_view group) {
+    std::string text;
+    for (const Control &control : controls()) {
+        if (control.group == group) {
+            text += (text.empty() ? "" : "; ") + std::string(control.description);
+        }
+    }
+    return text;
+}
+
 void add_control(CLI::App &parent, const char *name, const Control &control, const Options &options,
                  Action &action) {
     auto request = std::make_shared<Request>();
     CLI::App *command = parent.add_subcommand(name, control.description);
     command->fallthrough();
     if (control.most > 0) {
-        command->add_option("WORDS", request->words, control.description)
-            ->type_name(fmt::format("[{}]", control.usage))
+        command->add_option(kWordsOption, request->words, control.words)
+            ->type_name(control.usage)
             ->expected(0, static_cast<int>(control.most));
     }
     command->add_flag("--yes", request->yes, "Do not ask, also where traffic is disturbed");
@@ -185,7 +196,7 @@ void add_controls(CLI::App &app, const Options &options, Action &action) {
         }
         CLI::App *&group = groups[control.group];
         if (group == nullptr) {
-            group = app.add_subcommand(control.group, fmt::format("Control: {}", control.group));
+            group = app.add_subcommand(control.group, group_description(control.group));
             group->require_subcommand(1);
             group->fallthrough();
         }
