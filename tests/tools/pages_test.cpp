@@ -77,6 +77,9 @@ TEST(Pages, WordsAndUnits) {
 TEST(Pages, StatesFollowTheHardware) {
     const Board board("demo");
     poke(board, "/dev/cpld0 0x12 0x01");
+    poke(board, "/dev/fpga0 0x42 0x01");
+    EXPECT_EQ(row(board.dfdctl("show fans --json").json()["trays"], "tray", 1)["state"]["meaning"],
+              "line failed");
     poke(board, "/dev/cpld0 0x20 0x02");
     poke(board, "/dev/cpld1 0x38 0x02");
     EXPECT_EQ(
@@ -98,6 +101,28 @@ TEST(Pages, AnAbsentUnitHasNoValuesAndIsNoFailure) {
     EXPECT_EQ(tray["serial_number"]["status"], "absent");
     EXPECT_EQ(tray["serial_number"]["value"], nullptr);
     EXPECT_EQ(rotor(result.json(), 4, 1)["speed"]["value"], nullptr);
+}
+
+TEST(Pages, NothingPluggedIsNotNothingSupported) {
+    const Board board("demo");
+    poke(board, "/dev/cpld0 0x10 0xff");
+    const Result result = board.dfdctl("show power");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.out, ContainsRegex("\n  1  *absent  *-  *-"));
+    EXPECT_THAT(result.out, testing::Not(HasSubstr("Not supported")));
+}
+
+TEST(Pages, ALineCard) {
+    const Board board("demo-linecard");
+    EXPECT_EQ(board.dfdctl("show fans").status, 3);
+    const json channels = board.dfdctl("show voltages --json").json()["channels"];
+    EXPECT_EQ(row(channels, "channel", 4)["voltage"]["value"], 12.0);
+    EXPECT_EQ(row(channels, "channel", 4)["voltage"]["unit"], "V");
+    EXPECT_EQ(row(channels, "channel", 0)["warning_level"]["value"], nullptr);
+    const json cards = board.dfdctl("show subcards --json").json()["sub_cards"];
+    EXPECT_EQ(row(cards, "sub_slot", 2)["type"]["value"], 211);
+    const json slots = board.dfdctl("show slots --json").json()["slots"];
+    EXPECT_EQ(row(slots, "slot", 5)["own"]["meaning"], "yes");
 }
 
 TEST(Pages, AFailedReadingSaysWhy) {

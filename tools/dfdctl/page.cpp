@@ -153,11 +153,14 @@ void print_values(std::FILE *out, const SectionData &data) {
     }
 }
 
+/// No unit that is plugged has it; of units that are not, nothing is known.
 bool is_supported(const SectionData &data, std::size_t column) {
-    return std::any_of(data.rows.begin(), data.rows.end(), [&](const Row &row) {
-        return row.cells[column].status != Status::none &&
-               row.cells[column].status != Status::absent;
-    });
+    const auto any = [&](auto condition) {
+        return std::any_of(data.rows.begin(), data.rows.end(),
+                           [&](const Row &row) { return condition(row.cells[column].status); });
+    };
+    return any([](Status status) { return status != Status::none && status != Status::absent; }) ||
+           !any([](Status status) { return status == Status::none; });
 }
 
 std::string upper(const char *heading) {

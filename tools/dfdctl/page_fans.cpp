@@ -49,7 +49,11 @@ Answer airflow(const Place &place) {
 }
 
 Answer rotor_state(const Place &place) {
+    constexpr std::uint32_t kBits = 31;
     int bitmap = 0;
+    if (place.index2 > kBits) {
+        return {.code = DFD_ERR_NOT_SUPPORTED};
+    }
     // A positive result is the state of the tray, which the bitmap follows.
     const int code = drv_get_fan_fail_bmp(place.index1, &bitmap);
     if (code < 0) {
