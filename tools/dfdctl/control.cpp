@@ -2,12 +2,14 @@
 // Commands that change the state of the hardware through the library's functions.
 #include "dfdctl/control.hpp"
 
+#include <dfd/access.h>
 #include <dfd/chassis.h>
 #include <dfd/driver.h>
 #include <dfd/fan.h>
 #include <dfd/irq.h>
 #include <dfd/led.h>
 #include <dfd/records.h>
+#include <algorithm>
 
 #include "common/nearest.hpp"
 #include "dfdctl/describe.hpp"

@@ -3,6 +3,7 @@
 
 #include <dfd/chassis.h>
 #include <dfd/records.h>
+#include <algorithm>
 
 #include "dfdctl/inventory.hpp"
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The backplanes' records.
 #include <dfd/inventory.h>
+#include <algorithm>
 
 #include "dfdctl/board.hpp"
 #include "dfdctl/page.hpp"

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 // LEDs, uplink ports and interrupts.
+#include <dfd/access.h>
 #include <dfd/chassis.h>
 #include <dfd/driver.h>
 #include <dfd/led.h>
 #include <dfd/records.h>
+#include <algorithm>
 
 #include "dfdctl/describe.hpp"
 #include "dfdctl/leds.hpp"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Slots and what stands in them: cards, the peer master board, sub-cards.
+#include <dfd/access.h>
 #include <dfd/card.h>
 #include <dfd/chassis.h>
 #include <dfd/driver.h>

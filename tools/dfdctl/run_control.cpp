@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: MIT
+#include <dfd/types.h>
 #include <unistd.h>
+#include <algorithm>
+#include <map>
+#include <memory>
 
 #include "dfdctl/control.hpp"
 #include "dfdctl/output.hpp"
