@@ -267,16 +267,6 @@ TEST(TextFilter, EndsAtTheFirstCharacterThatIsNotGraphic) {
     }
 }
 
-// Own slot, its mapping, and the kept card version.
-TEST_F(BackplaneTest, OwnSlotAndVirtualSlots) {
-    start("my_slotid.mode=constant\nmy_slotid.int_cons=25\nslot_base=5\nmy_sslotid.mode=fru\n");
-    EXPECT_EQ(sdd_get_my_slotid(), 30);
-    EXPECT_EQ(sdd_get_my_sslotid(), 4) << "what the read returned";
-    for (const auto &[slot, mapped] : {std::pair{0, -1}, {30, 0}, {31, 31}, {1, 1}, {29, 29}}) {
-        EXPECT_EQ(sdd_get_virtual_slotid(slot), mapped);
-    }
-}
-
 TEST_F(BackplaneTest, CardVersionDecidesTheFwedCheck) {
     write_board("TEST", "card_pid_str_74_0=TEST\n");
     write_list(74, "");
