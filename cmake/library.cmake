@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 # libdfd.so: C++20 inside, C interface outside, libc the only library it needs.
-add_library(dfd_objects OBJECT
+# What tools may watch at work (framework/watch.h) is compiled once more for them, with the hooks.
+set(dfd_watched_sources
   framework/btree.cpp
   framework/dfd_debug.cpp
   framework/dfd_info/engine.cpp
@@ -13,6 +14,9 @@ add_library(dfd_objects OBJECT
   framework/dfd_lib_cfg/startup.cpp
   framework/dfd_lib_cfg/words.cpp
   framework/platform.cpp
+  hal/device_file.cpp
+  hal/i2c.cpp)
+add_library(dfd_objects OBJECT
   hal/core/backplane.cpp
   hal/core/board_settings.cpp
   hal/core/board_type.cpp
@@ -24,7 +28,6 @@ add_library(dfd_objects OBJECT
   hal/core/slots.cpp
   hal/core/subcard.cpp
   hal/core/voltage.cpp
-  hal/device_file.cpp
   hal/dfd_frueeprom.cpp
   hal/e2prom/access.cpp
   hal/e2prom/fru.cpp
@@ -36,7 +39,6 @@ add_library(dfd_objects OBJECT
   hal/fan/speed.cpp
   hal/fan/status.cpp
   hal/fan/type.cpp
-  hal/i2c.cpp
   hal/irq.cpp
   hal/irq_distrib.cpp
   hal/led.cpp
@@ -47,21 +49,30 @@ add_library(dfd_objects OBJECT
   hal/temperature.cpp
   service/intf/bus.cpp
   service/intf/driver.cpp
-  service/intf/forward.cpp
-)
-target_include_directories(dfd_objects PRIVATE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
-target_compile_options(dfd_objects PRIVATE -fno-exceptions -fno-rtti -fno-threadsafe-statics
-  # Checked subscripts would call into the C++ library.
-  -U_GLIBCXX_ASSERTIONS -D_GLIBCXX_NO_ASSERTIONS)
-target_link_libraries(dfd_objects PRIVATE dfd_library_warnings dfd_sanitizers)
-set_target_properties(dfd_objects PROPERTIES
-  POSITION_INDEPENDENT_CODE ON
-  CXX_VISIBILITY_PRESET hidden
-  VISIBILITY_INLINES_HIDDEN ON)
+  service/intf/forward.cpp)
+add_library(dfd_plain_objects OBJECT ${dfd_watched_sources})
+add_library(dfd_watched_objects OBJECT EXCLUDE_FROM_ALL ${dfd_watched_sources} framework/watch.cpp)
+target_compile_definitions(dfd_watched_objects PRIVATE DFD_WATCHED)
+foreach(objects dfd_objects dfd_plain_objects dfd_watched_objects)
+  target_include_directories(${objects} PRIVATE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
+  target_compile_options(${objects} PRIVATE -fno-exceptions -fno-rtti -fno-threadsafe-statics
+    # Checked subscripts would call into the C++ library.
+    -U_GLIBCXX_ASSERTIONS -D_GLIBCXX_NO_ASSERTIONS)
+  target_link_libraries(${objects} PRIVATE dfd_library_warnings dfd_sanitizers)
+  set_target_properties(${objects} PROPERTIES
+    POSITION_INDEPENDENT_CODE ON
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON)
+  if(DFD_SANITIZE)
+    # Checks of types at run time need what the library is built without.
+    target_compile_options(${objects} PRIVATE -fno-sanitize=vptr
+      $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>)
+  endif()
+endforeach()
 
 # Linked as C and with --as-needed: a symbol of the C++ library that slips in shows as a second
 # library needed, which a test looks for.
-add_library(dfd SHARED $<TARGET_OBJECTS:dfd_objects>)
+add_library(dfd SHARED $<TARGET_OBJECTS:dfd_objects> $<TARGET_OBJECTS:dfd_plain_objects>)
 add_library(dfd::dfd ALIAS dfd)
 target_include_directories(dfd INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
@@ -69,11 +80,7 @@ target_include_directories(dfd INTERFACE
 target_link_options(dfd PRIVATE -static-libgcc -Wl,--as-needed
   -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/libdfd.map)
 target_link_libraries(dfd PRIVATE dfd_sanitizers)
-if(DFD_SANITIZE)
-  # Checks of types at run time need what the library is built without.
-  target_compile_options(dfd_objects PRIVATE -fno-sanitize=vptr
-    $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>)
-else()
+if(NOT DFD_SANITIZE)
   target_link_options(dfd PRIVATE -Wl,--no-undefined)
 endif()
 set_target_properties(dfd PROPERTIES
@@ -81,3 +88,12 @@ set_target_properties(dfd PROPERTIES
   VERSION ${PROJECT_VERSION}
   SOVERSION 0
   LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/libdfd.map)
+
+# The library as dfdctl has it: linked in, with the hooks.
+add_library(dfd_watched STATIC EXCLUDE_FROM_ALL
+  $<TARGET_OBJECTS:dfd_objects> $<TARGET_OBJECTS:dfd_watched_objects>)
+target_include_directories(dfd_watched PUBLIC ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
+target_compile_definitions(dfd_watched INTERFACE DFD_WATCHED)
+target_link_libraries(dfd_watched PRIVATE dfd_sanitizers)
+set_target_properties(dfd_watched PROPERTIES
+  ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/watched)

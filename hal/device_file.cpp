@@ -4,16 +4,13 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "framework/watch.h"
+
 namespace {
 
 constexpr mode_t kFileMode = 0600;
 
-}  // namespace
-
-int sdd_device_read(const char *path, int offset, uint8_t *buf, int len) {
-    if (buf == nullptr || path == nullptr || len < 0) {
-        return DFD_ERR;
-    }
+int read_device(const char *path, int offset, uint8_t *buf, int len) {
     const int fd = open(path, O_RDWR, kFileMode);
     if (fd < 0) {
         return DFD_ERR;
@@ -26,10 +23,7 @@ int sdd_device_read(const char *path, int offset, uint8_t *buf, int len) {
     return rv;
 }
 
-int sdd_device_write(const char *path, int offset, const uint8_t *buf, int len) {
-    if (buf == nullptr || path == nullptr || len < 0) {
-        return DFD_ERR;
-    }
+int write_device(const char *path, int offset, const uint8_t *buf, int len) {
     const int fd = open(path, O_RDWR, kFileMode);
     if (fd < 0) {
         // A device that is not there swallows writes: boards share configuration for parts that
@@ -42,4 +36,31 @@ int sdd_device_write(const char *path, int offset, const uint8_t *buf, int len) 
     }
     close(fd);
     return rv < 0 ? rv : DFD_OK;
+}
+
+}  // namespace
+
+int sdd_device_read(const char *path, int offset, uint8_t *buf, int len) {
+    if (buf == nullptr || path == nullptr || len < 0) {
+        return DFD_ERR;
+    }
+    return dfd::watch::transfer({.via = dfd::watch::Via::device,
+                                 .path = path,
+                                 .offset = static_cast<uint32_t>(offset),
+                                 .data = buf,
+                                 .len = static_cast<uint32_t>(len)},
+                                [=] { return read_device(path, offset, buf, len); });
+}
+
+int sdd_device_write(const char *path, int offset, const uint8_t *buf, int len) {
+    if (buf == nullptr || path == nullptr || len < 0) {
+        return DFD_ERR;
+    }
+    return dfd::watch::transfer({.via = dfd::watch::Via::device,
+                                 .is_write = true,
+                                 .path = path,
+                                 .offset = static_cast<uint32_t>(offset),
+                                 .data = const_cast<uint8_t *>(buf),
+                                 .len = static_cast<uint32_t>(len)},
+                                [=] { return write_device(path, offset, buf, len); });
 }

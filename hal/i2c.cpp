@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "framework/platform.h"
+#include "framework/watch.h"
 
 namespace {
 
@@ -69,8 +70,16 @@ int sdd_read_i2c_one_time(const char *path, uint16_t addr, uint16_t offset, uint
     }
     // Drivers that know wide offsets take this flag of a read for their sign.
     const uint16_t offset_flags = wide_offset != 0 ? I2C_M_TEN : 0;
-    return transfer(path, addr, offset_bytes(offset, wide_offset), offset_flags, I2C_M_RD, buf,
-                    len);
+    const OffsetBytes offset_out = offset_bytes(offset, wide_offset);
+    return dfd::watch::transfer(
+        {.via = dfd::watch::Via::i2c,
+         .path = path,
+         .addr = addr,
+         .offset = offset,
+         .offset_bytes = offset_out.count,
+         .data = buf,
+         .len = len},
+        [=] { return transfer(path, addr, offset_out, offset_flags, I2C_M_RD, buf, len); });
 }
 
 int sdd_write_i2c_one_time(const char *path, uint16_t addr, uint16_t offset, const uint8_t *data,
@@ -83,7 +92,17 @@ int sdd_write_i2c_one_time(const char *path, uint16_t addr, uint16_t offset, con
     }
     uint8_t copy[kMaxWriteBytes];
     std::memcpy(copy, data, len);
-    return transfer(path, addr, offset_bytes(offset, wide_offset), 0, I2C_M_NOSTART, copy, len);
+    const OffsetBytes offset_out = offset_bytes(offset, wide_offset);
+    return dfd::watch::transfer(
+        {.via = dfd::watch::Via::i2c,
+         .is_write = true,
+         .path = path,
+         .addr = addr,
+         .offset = offset,
+         .offset_bytes = offset_out.count,
+         .data = copy,
+         .len = len},
+        [=, &copy] { return transfer(path, addr, offset_out, 0, I2C_M_NOSTART, copy, len); });
 }
 
 int sdd_read_i2c(const char *path, uint16_t addr, uint16_t offset, uint8_t *buf, uint32_t len) {

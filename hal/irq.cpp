@@ -5,6 +5,7 @@
 #include <dfd/irq.h>
 
 #include "framework/item.h"
+#include "framework/state.h"
 #include "hal/irq_distrib.h"
 
 namespace {
@@ -14,7 +15,7 @@ constexpr uint32_t kMaskEntries = 16;  // of one source position
 constexpr uint32_t kUnmasked = 0;
 constexpr uint32_t kMasked = 0xFF;
 
-const irq_ctrl_t *g_controllers[DFD_IRQ_CONTROLLERS_MAX];
+DFD_STATE const irq_ctrl_t *g_controllers[DFD_IRQ_CONTROLLERS_MAX];
 
 constexpr uint32_t position_index(uint32_t i, uint32_t j) {
     return i << 8 | j;

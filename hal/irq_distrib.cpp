@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "hal/irq_distrib.h"
+#include "framework/state.h"
 
 #include <dfd/access.h>
 
-int32_t dfd::g_irq_type_distrib[kIrqBits][kIrqBits][kIrqBits];
+DFD_STATE int32_t dfd::g_irq_type_distrib[kIrqBits][kIrqBits][kIrqBits];
 
 void dfd_irq_set_type_distrib(uint32_t type, int index1, int index2) {
     const int i = (index1 >> 8) & 0xFF;

@@ -11,6 +11,7 @@
 #include "framework/dfd_lib_cfg/key_table.h"
 #include "framework/item.h"
 #include "framework/text.h"
+#include "framework/watch.h"
 
 namespace {
 
@@ -31,6 +32,7 @@ const info_ctrl_t *find_info_ctrl(uint32_t key) {
 }
 
 using dfd::word_of;
+using dfd::watch::Op;
 
 const char *src_of(const info_ctrl_t &ctrl) {
     return word_of(info_src_str, ctrl.src);
@@ -176,7 +178,23 @@ int read_int(const Access &access, uint32_t index, int *ret, dfd_info_num_proc_t
     return DFD_OK;
 }
 
-int get_int(const char *func, uint32_t key, uint32_t index, int *ret, dfd_info_num_proc_t proc) {
+int execute_get(const char *func, uint32_t key, const info_ctrl_t &ctrl, uint32_t index, int *ret,
+                dfd_info_num_proc_t proc) {
+    switch (ctrl.mode) {
+        case INFO_CTRL_MODE_CONSTANT:
+            *ret = ctrl.int_cons;
+            return DFD_OK;
+        case INFO_CTRL_MODE_TLV:
+            return DFD_FROM_TLV;
+        case INFO_CTRL_MODE_FRU:
+            return DFD_FROM_FRU;
+        default:
+            return read_int({func, key, ctrl}, index, ret, proc);
+    }
+}
+
+int get_int(const char *func, Op op, uint32_t key, uint32_t index, int *ret,
+            dfd_info_num_proc_t proc) {
     if (!is_info_ctrl_key(key) || ret == nullptr) {
         LOG_ERR_IN(func, "input arguments error, key=0x%08x\r\n", key);
         return DFD_ERR_ARG;
@@ -186,17 +204,10 @@ int get_int(const char *func, uint32_t key, uint32_t index, int *ret, dfd_info_n
         LOG_WARN_IN(func, "get info ctrl fail, key=0x%08x\r\n", key);
         return DFD_ERR_NOT_SUPPORTED;
     }
-    switch (ctrl->mode) {
-        case INFO_CTRL_MODE_CONSTANT:
-            *ret = ctrl->int_cons;
-            return DFD_OK;
-        case INFO_CTRL_MODE_TLV:
-            return DFD_FROM_TLV;
-        case INFO_CTRL_MODE_FRU:
-            return DFD_FROM_FRU;
-        default:
-            return read_int({func, key, *ctrl}, index, ret, proc);
-    }
+    return dfd::watch::engine(
+        {op, key, index, proc != nullptr},
+        [=] { return execute_get(func, key, *ctrl, index, ret, proc); },
+        [=] { return static_cast<uint32_t>(*ret); });
 }
 
 // Bytes of a buffer item through proc into the caller's buffer; the count delivered, or a code.
@@ -216,7 +227,7 @@ int deliver(const Access &access, std::span<const uint8_t> raw, void *buf, uint3
     return len;
 }
 
-int read_buf(const Access &access, void *buf, uint32_t buf_len, dfd_info_buf_proc_t proc) {
+int transfer_buf(const Access &access, void *buf, uint32_t buf_len, dfd_info_buf_proc_t proc) {
     const info_ctrl_t &ctrl = access.ctrl;
     const int len = static_cast<int>(ctrl.len);
     BufferBytes raw{};
@@ -231,6 +242,22 @@ int read_buf(const Access &access, void *buf, uint32_t buf_len, dfd_info_buf_pro
     }
     return deliver(access, std::span(raw).first(static_cast<std::size_t>(count)), buf, buf_len,
                    proc);
+}
+
+int execute_get_buf(const Access &access, void *buf, uint32_t buf_len, dfd_info_buf_proc_t proc) {
+    const info_ctrl_t &ctrl = access.ctrl;
+    if (ctrl.mode != INFO_CTRL_MODE_CONFIG) {
+        LOG_ERR_IN(access.func, "info ctrl[key=0x%08x] mode[%d] invalid\r\n", access.key,
+                   ctrl.mode);
+        return DFD_ERR_UNUSABLE;
+    }
+    if (ctrl.frmt != INFO_FRMT_BUF || ctrl.len < 1 || ctrl.len > kMaxBufferBytes ||
+        buf_len < ctrl.len) {
+        LOG_ERR_IN(access.func, "info ctrl[key=0x%08x] format=%d or len=%d invlaid, buf_len=%d\r\n",
+                   access.key, ctrl.frmt, ctrl.len, buf_len);
+        return DFD_ERR_UNUSABLE;
+    }
+    return transfer_buf(access, buf, buf_len, proc);
 }
 
 // The byte that a write puts into the register, and the bits of it that count.
@@ -291,14 +318,27 @@ int write_int(const Access &access, uint32_t value) {
     return DFD_OK;
 }
 
+int execute_set(const Access &access, uint32_t value) {
+    if (access.ctrl.mode != INFO_CTRL_MODE_CONFIG) {
+        LOG_ERR_IN(access.func, "info ctrl[key=0x%08x] ctrl mode[%d] warnning\r\n", access.key,
+                   access.ctrl.mode);
+        return DFD_ERR_UNUSABLE;
+    }
+    return write_int(access, value);
+}
+
+// As log readers know them, from inside a lambda too.
+constexpr char kGetBuf[] = "dfd_info_get_buf";
+constexpr char kSetInt[] = "dfd_info_set_int";
+
 }  // namespace
 
 int dfd_info_get_int(uint32_t key, int *ret, dfd_info_num_proc_t proc) {
-    return get_int(__func__, key, 0, ret, proc);
+    return get_int(__func__, Op::get_int, key, 0, ret, proc);
 }
 
 int dfd_info_get_int_by_index(uint32_t key, uint32_t index, int *ret, dfd_info_num_proc_t proc) {
-    return get_int(__func__, key, index, ret, proc);
+    return get_int(__func__, Op::get_int_by_index, key, index, ret, proc);
 }
 
 int dfd_info_get_buf(uint32_t key, void *buf, uint32_t buf_len, dfd_info_buf_proc_t proc) {
@@ -311,17 +351,14 @@ int dfd_info_get_buf(uint32_t key, void *buf, uint32_t buf_len, dfd_info_buf_pro
         LOG_WARN("get info ctrl fail, key=0x%08x\r\n", key);
         return DFD_ERR_NOT_SUPPORTED;
     }
-    if (ctrl->mode != INFO_CTRL_MODE_CONFIG) {
-        LOG_ERR("info ctrl[key=0x%08x] mode[%d] invalid\r\n", key, ctrl->mode);
-        return DFD_ERR_UNUSABLE;
-    }
-    if (ctrl->frmt != INFO_FRMT_BUF || ctrl->len < 1 || ctrl->len > kMaxBufferBytes ||
-        buf_len < ctrl->len) {
-        LOG_ERR("info ctrl[key=0x%08x] format=%d or len=%d invlaid, buf_len=%d\r\n", key,
-                ctrl->frmt, ctrl->len, buf_len);
-        return DFD_ERR_UNUSABLE;
-    }
-    return read_buf({__func__, key, *ctrl}, buf, buf_len, proc);
+    int count = 0;
+    return dfd::watch::engine(
+        {Op::get_buf, key, buf_len, proc != nullptr},
+        [&] {
+            count = execute_get_buf({kGetBuf, key, *ctrl}, buf, buf_len, proc);
+            return count;
+        },
+        [&] { return static_cast<uint32_t>(count); });
 }
 
 int dfd_info_set_int(uint32_t key, uint32_t value) {
@@ -335,9 +372,10 @@ int dfd_info_set_int(uint32_t key, uint32_t value) {
         LOG_ERR("get info ctrl fail, key=0x%08x\r\n", key);
         return DFD_ERR_NOT_SUPPORTED;
     }
-    if (ctrl->mode != INFO_CTRL_MODE_CONFIG) {
-        LOG_ERR("info ctrl[key=0x%08x] ctrl mode[%d] warnning\r\n", key, ctrl->mode);
-        return DFD_ERR_UNUSABLE;
-    }
-    return write_int({__func__, key, *ctrl}, value);
+    return dfd::watch::engine(
+        {Op::set_int, key, value, false},
+        [=] {
+            return execute_set({kSetInt, key, *ctrl}, value);
+        },
+        [=] { return value; });
 }

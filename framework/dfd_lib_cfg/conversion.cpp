@@ -4,15 +4,17 @@
 #include <cstring>
 
 #include "framework/dfd_lib_cfg/module.h"
+#include "framework/state.h"
+#include "framework/watch.h"
 
-dfd_list_head_t dfd_lib_cfg_fan_splvl_conv_lst = {&dfd_lib_cfg_fan_splvl_conv_lst,
-                                                  &dfd_lib_cfg_fan_splvl_conv_lst};
-dfd_list_head_t dfd_lib_cfg_pid_str_conv_lst = {&dfd_lib_cfg_pid_str_conv_lst,
-                                                &dfd_lib_cfg_pid_str_conv_lst};
-dfd_list_head_t dfd_lib_cfg_power_name_conv_lst = {&dfd_lib_cfg_power_name_conv_lst,
-                                                   &dfd_lib_cfg_power_name_conv_lst};
-dfd_list_head_t dfd_lib_cfg_fan_name_conv_lst = {&dfd_lib_cfg_fan_name_conv_lst,
-                                                 &dfd_lib_cfg_fan_name_conv_lst};
+DFD_STATE dfd_list_head_t dfd_lib_cfg_fan_splvl_conv_lst = {&dfd_lib_cfg_fan_splvl_conv_lst,
+                                                            &dfd_lib_cfg_fan_splvl_conv_lst};
+DFD_STATE dfd_list_head_t dfd_lib_cfg_pid_str_conv_lst = {&dfd_lib_cfg_pid_str_conv_lst,
+                                                          &dfd_lib_cfg_pid_str_conv_lst};
+DFD_STATE dfd_list_head_t dfd_lib_cfg_power_name_conv_lst = {&dfd_lib_cfg_power_name_conv_lst,
+                                                             &dfd_lib_cfg_power_name_conv_lst};
+DFD_STATE dfd_list_head_t dfd_lib_cfg_fan_name_conv_lst = {&dfd_lib_cfg_fan_name_conv_lst,
+                                                           &dfd_lib_cfg_fan_name_conv_lst};
 
 namespace {
 
@@ -34,6 +36,7 @@ bool find_type_by_text(const dfd_list_head_t &list, const char *text, uint32_t *
     const auto *node = find_node(list, [text](const val_convert_node_t &candidate) {
         return std::strncmp(text, candidate.str_val, std::strlen(candidate.str_val)) == 0;
     });
+    DFD_WATCH(converted, list, text, 0, node);
     if (node == nullptr) {
         return false;
     }
@@ -88,6 +91,7 @@ int dfd_lib_cfg_get_fan_speedlvl_by_regval(uint32_t regval, int *level) {
         find_node(dfd_lib_cfg_fan_splvl_conv_lst, [regval](const val_convert_node_t &candidate) {
             return candidate.int_val == static_cast<int>(regval);
         });
+    DFD_WATCH(converted, dfd_lib_cfg_fan_splvl_conv_lst, nullptr, regval, node);
     if (node == nullptr) {
         LOG_ERR("get fan speed level by regval[0x%x] fail\r\n", regval);
         return DFD_ERR;

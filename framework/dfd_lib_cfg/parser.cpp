@@ -12,11 +12,15 @@
 #include "framework/dfd_lib_cfg/module.h"
 #include "framework/item.h"
 #include "framework/platform.h"
+#include "framework/state.h"
+#include "framework/watch.h"
 
-btree_root g_item_root;
+DFD_STATE btree_root g_item_root;
 
 void *dfd_lib_cfg_get_item(uint32_t key) {
-    return btree_find_node(&g_item_root, key);
+    void *const record = btree_find_node(&g_item_root, key);
+    DFD_WATCH(looked_up, key, record);
+    return record;
 }
 
 int dfd_lib_cfg_get_value_from_char(const char *text, uint32_t *result, int line) {
@@ -40,6 +44,7 @@ int dfd_lib_cfg_check_array_index(const dfd::KeyRow &row, uint32_t index1, const
                                   int line) {
     const auto signed1 = static_cast<int>(index1);
     if (signed1 < 0 || signed1 > row.max_index1) {
+        DFD_WATCH_STEP(index1_range);
         LOG_ERR("line%d: index1[%d] invalid, max=%d\r\n", line, signed1, row.max_index1);
         return DFD_ERR;
     }
@@ -48,6 +53,7 @@ int dfd_lib_cfg_check_array_index(const dfd::KeyRow &row, uint32_t index1, const
     }
     const auto signed2 = static_cast<int>(*index2);
     if (signed2 < 0 || signed2 > row.max_index2) {
+        DFD_WATCH_STEP(index2_range);
         LOG_ERR("line%d: index2[%d] invalid, max=%d\r\n", line, signed2, row.max_index2);
         return DFD_ERR;
     }
@@ -57,6 +63,7 @@ int dfd_lib_cfg_check_array_index(const dfd::KeyRow &row, uint32_t index1, const
 // Both messages say '-' where the separator is '_': their text is part of the interface.
 int dfd_lib_cfg_analyse_index(const char *text, uint32_t *index1, uint32_t *index2, int line) {
     if (*text != '_') {
+        DFD_WATCH_STEP(no_index1);
         LOG_ERR("line%d: no '-' between name and index1\r\n", line);
         return DFD_ERR;
     }
@@ -66,6 +73,7 @@ int dfd_lib_cfg_analyse_index(const char *text, uint32_t *index1, uint32_t *inde
     }
     const char *const second = std::strchr(text + 1, '_');
     if (second == nullptr) {
+        DFD_WATCH_STEP(no_index2);
         LOG_ERR("line%d: no '-' between index1 and index2\r\n", line);
         return DFD_ERR;
     }
@@ -86,6 +94,8 @@ int read_indexes(const dfd::KeyRow &row, const char *text, Indexes *indexes, int
     if (dfd_lib_cfg_analyse_index(text, &indexes->first, second, line) != DFD_OK) {
         return DFD_ERR;
     }
+    DFD_WATCH_LINE(index1, indexes->first);
+    DFD_WATCH_LINE(index2, indexes->second);
     return dfd_lib_cfg_check_array_index(row, indexes->first, second, line);
 }
 
@@ -129,10 +139,13 @@ int store_plain(const dfd::KeyRow &row, const char *rest, const char *value, int
         return DFD_ERR;
     }
     const uint32_t key = DFD_MAKE_KEY(row.type, indexes.first, indexes.second);
+    DFD_WATCH_LINE(key, key);
+    DFD_WATCH_STEP(not_stored);
     const int rv = dfd::kind_of_type(row.type) == Kind::integer
                        ? dfd_lib_cfg_add_int_item(key, value, line)
                        : dfd_lib_cfg_add_str_item(key, value, line);
     if (rv == DFD_OK) {
+        DFD_WATCH_STEP(stored);
         feed_conversion_list(key, indexes);
     }
     return rv;
@@ -167,16 +180,23 @@ constexpr int kIrqInfoType = 0;  // position of irq_info .type
 int store_member(const dfd::KeyRow &row, const MemberKindRow &kind, const char *rest,
                  const char *value, int line) {
     int member = 0;
+    DFD_WATCH_STEP(unknown_member);
     if (kind.get_member(rest, &member, line) != DFD_OK) {
         return DFD_ERR;
     }
+    DFD_WATCH_LINE(member, member);
     rest += std::strlen(kind.names[static_cast<std::size_t>(member)]);
     Indexes indexes;
     if (read_indexes(row, rest, &indexes, line) != DFD_OK) {
         return DFD_ERR;
     }
     const uint32_t key = DFD_MAKE_KEY(row.type, indexes.first, indexes.second);
+    DFD_WATCH_LINE(key, key);
+    DFD_WATCH_STEP(not_stored);
     const int rv = kind.add(key, member, value, line);
+    if (rv == DFD_OK) {
+        DFD_WATCH_STEP(stored);
+    }
     if (rv == DFD_OK && kind.kind == Kind::irq_info && member == kIrqInfoType) {
         const auto *const info = dfd::get_item<irq_info_t>(key);
         dfd_irq_set_type_distrib(info->type, static_cast<int>(indexes.first),
@@ -189,7 +209,9 @@ int store_member(const dfd::KeyRow &row, const MemberKindRow &kind, const char *
 // skipped.
 int dispatch_item(const char *name, const char *value, int line) {
     const dfd::KeyRow *const row = dfd::find_key_row(name);
+    DFD_WATCH_LINE(row, row);
     if (row == nullptr) {
+        DFD_WATCH_STEP(unknown_key);
         return DFD_OK;
     }
     const char *const rest = name + row->name.size();
@@ -202,6 +224,7 @@ int dispatch_item(const char *name, const char *value, int line) {
             return store_member(*row, member_kind, rest, value, line);
         }
     }
+    DFD_WATCH_STEP(refused_type);
     return DFD_ERR;
 }
 
@@ -212,26 +235,36 @@ int dfd_lib_cfg_analyse_config_line(char *text, int line) {
         return DFD_OK;
     }
     if (*text == '#') {
+        DFD_WATCH_STEP(comment);
         LOG_VBOSE("line%d: comment line\r\n", line);
         return DFD_OK;
     }
     const char *const equals = std::strchr(text, '=');
     if (equals == nullptr) {
+        DFD_WATCH_STEP(no_equals);
         LOG_ERR("line%d: [%s]no '=' between name and value\r\n", line, text);
         return DFD_ERR;
     }
     char name[kLineSize] = "";
     char value[kLineSize] = "";
     if (std::sscanf(text, "%255[^ =]", name) != 1) {
+        DFD_WATCH_STEP(no_name);
         LOG_ERR("line%d: [%s]sscanf arg to memory error\r\n", line, text);
         return DFD_ERR;
     }
     // Nothing behind the "=" leaves the empty value.
     std::sscanf(equals + 1, "%255s", value);
     LOG_VBOSE("line%d: config_line[%s] name[%s] value[%s]\r\n", line, text, name, value);
+    DFD_WATCH_PAIR(name, value);
     // An item that cannot be stored is skipped, not a failure of the file.
     dispatch_item(name, value, line);
     return DFD_OK;
+}
+
+void report_failed_line(const char *path, int line, const char *text) {
+    if (!DFD_WATCH_FLAG(is_silent)) {
+        std::printf("!!!!file[%s] config line[%d %s] analyse fail\r\n", path, line, text);
+    }
 }
 
 }  // namespace
@@ -248,17 +281,22 @@ void dfd_lib_cfg_trim(char *line) {
 
 int dfd_lib_cfg_analyse_config_file(const char *path) {
     dfd::LineReader file(path);
+    DFD_WATCH(file_opened, path, file.is_open() ? 0 : errno);
     if (!file.is_open()) {
         LOG_ERR("open config file[%s] fail, error=%s\n", path, std::strerror(errno));
         return DFD_ERR;
     }
     char text[kLineSize] = "";
-    for (int line = 1; file.next(text, sizeof text); ++line) {
-        const int rv = dfd_lib_cfg_analyse_config_line(text, line);
+    int rv = DFD_OK;
+    for (int line = 1; rv >= 0 && file.next(text, sizeof text); ++line) {
+        DFD_WATCH_BEGIN_LINE(path, line, text);
+        rv = dfd_lib_cfg_analyse_config_line(text, line);
+        DFD_WATCH_END_LINE();
         if (rv < 0) {
-            std::printf("!!!!file[%s] config line[%d %s] analyse fail\r\n", path, line, text);
-            return rv;
+            report_failed_line(path, line, text);
+            rv = DFD_WATCH_FLAG(goes_on) ? DFD_OK : rv;
         }
     }
-    return DFD_OK;
+    DFD_WATCH(file_closed, path, rv);
+    return rv;
 }

@@ -6,6 +6,7 @@
 
 #include "framework/dfd_lib_cfg/module.h"
 #include "framework/platform.h"
+#include "framework/watch.h"
 
 namespace {
 
@@ -23,17 +24,20 @@ int load_listed_files(int board_type) {
     char path[kPathSize];
     std::snprintf(path, sizeof path, "%s0x%x", kListDirectory, static_cast<unsigned>(board_type));
     dfd::LineReader list(path);
+    DFD_WATCH(list_opened, path, list.is_open() ? 0 : errno);
     if (!list.is_open()) {
         LOG_ERR_IN("dfd_lib_cfg_init", "open config file[%s] fail, error=%s\n", path,
                    std::strerror(errno));
         return DFD_ERR;
     }
     char name[kListLineSize] = "";
-    while (list.next(name, sizeof name)) {
+    for (int line = 1; list.next(name, sizeof name); ++line) {
+        DFD_WATCH_BEGIN_LINE(path, line, name);
         dfd_lib_cfg_trim(name);
         std::snprintf(path, sizeof path, "%s%s.cfg", kFileDirectory, name);
         LOG_VBOSE_IN("dfd_lib_cfg_init", "start parsing config file[%s]\r\n", path);
-        if (dfd_lib_cfg_analyse_config_file(path) < 0) {
+        DFD_WATCH(listed, line, dfd::watch::current_line.raw, path);
+        if (dfd_lib_cfg_analyse_config_file(path) < 0 && !DFD_WATCH_FLAG(goes_on)) {
             break;
         }
     }

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "framework/state.h"
 #include "framework/text.h"
 #include "hal/board_bus.h"
 #include "hal/core/module.h"
@@ -27,7 +28,7 @@ struct CachedRecord {
     backplane_info_t record;
 };
 
-CachedRecord g_cache[dfd::kLastBackplane + 1];
+DFD_STATE CachedRecord g_cache[dfd::kLastBackplane + 1];
 
 bool is_backplane(uint32_t id) {
     return id >= dfd::kFirstBackplane && id <= dfd::kLastBackplane;

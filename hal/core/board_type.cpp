@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What board this is, and what chassis it sits in.
 #include "framework/platform.h"
+#include "framework/state.h"
 #include "hal/board_bus.h"
 #include "hal/core/module.h"
 
@@ -16,8 +17,8 @@ constexpr uint8_t kLayout1 = 1;
 constexpr uint8_t kLayout2 = 2;
 constexpr uint8_t kTlvFlag = 0x7E;
 
-int g_board_type;    // 0: not yet known
-int g_chassis_type;  // 0: not yet known
+DFD_STATE int g_board_type;    // 0: not yet known
+DFD_STATE int g_chassis_type;  // 0: not yet known
 
 // Where the layouts keep what tells the board type.
 constexpr int kLayoutAt = 0;

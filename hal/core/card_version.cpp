@@ -2,6 +2,7 @@
 // Hardware version text of the card, as the platform told it.
 #include <cstring>
 
+#include "framework/state.h"
 #include "hal/core/module.h"
 
 namespace {
@@ -9,7 +10,7 @@ namespace {
 constexpr int kTextSize = 24;
 constexpr int kMaxLength = 21;
 
-char g_card_hw_ver[kTextSize] = "0.00";
+DFD_STATE char g_card_hw_ver[kTextSize] = "0.00";
 
 }  // namespace
 

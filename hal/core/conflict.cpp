@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Whether the board is of the type that the setmac file says it is.
+#include "framework/state.h"
 #include "framework/text.h"
 #include "hal/core/module.h"
 
@@ -9,7 +10,7 @@ constexpr int kSetmacBytes = 10;
 constexpr int kSetmacTypeBase = 47;
 constexpr int kBase16 = 16;
 
-int g_setmac_type;  // 0: not yet known
+DFD_STATE int g_setmac_type;  // 0: not yet known
 
 }  // namespace
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Chip family and fabric mode: what the platform installs, kept for the life of the process.
+#include "framework/state.h"
 #include "hal/core/module.h"
 
 namespace {
@@ -7,8 +8,8 @@ namespace {
 constexpr uint32_t kMaxChipMode = 7;
 
 // One word for both names, chip family and system chip mode: platforms set one and read the other.
-uint32_t g_chip_mode;
-uint32_t g_fabric_mode;
+DFD_STATE uint32_t g_chip_mode;
+DFD_STATE uint32_t g_fabric_mode;
 
 bool is_fabric_mode(uint32_t mode) {
     return (mode >= 81 && mode <= 88) || mode == 102;

@@ -46,7 +46,7 @@ void print_files(std::FILE *out, const StartupLog &log) {
         table.add({file.path, fmt::format("{:>5}", file.lines), fmt::format("{:>5}", file.items),
                    file_status(file)});
     }
-    if (!log.list_path.empty()) {
+    if (!log.list_error.empty()) {
         table.add({log.list_path, "    -", "    -", "not loaded: " + log.list_error});
     }
     table.print(out);

@@ -2,11 +2,8 @@
 #include "dfdctl/startup.hpp"
 
 #include <dfd/framework.h>
-#include <sys/mman.h>
 #include <unistd.h>
 #include <cerrno>
-#include <cstring>
-#include <fstream>
 #include <system_error>
 
 #include <fmt/format.h>
@@ -15,64 +12,8 @@ namespace dfdctl {
 
 namespace {
 
-constexpr std::string_view kChassisDirectory = "/etc/cfg/dfd/chassis/";
-
 [[noreturn]] void throw_errno(const char *what) {
     throw std::system_error(errno, std::generic_category(), what);
-}
-
-/// Collects what is printed to standard output while it lives.
-class Capture {
-  public:
-    Capture() : memory_(memfd_create("dfdctl-log", MFD_CLOEXEC)), saved_(dup(STDOUT_FILENO)) {
-        if (memory_ < 0 || saved_ < 0) {
-            throw_errno("capturing the library's log");
-        }
-        std::fflush(stdout);
-        dup2(memory_, STDOUT_FILENO);
-    }
-    ~Capture() {
-        close(memory_);
-        close(saved_);
-    }
-    Capture(const Capture &) = delete;
-    Capture &operator=(const Capture &) = delete;
-
-    /// Ends the capture and returns what it holds.
-    std::string finish() const {
-        std::fflush(stdout);
-        dup2(saved_, STDOUT_FILENO);
-        const off_t size = lseek(memory_, 0, SEEK_END);
-        std::string text(static_cast<std::size_t>(size > 0 ? size : 0), '\0');
-        std::size_t done = 0;
-        while (done < text.size()) {
-            const ssize_t count =
-                pread(memory_, text.data() + done, text.size() - done, static_cast<off_t>(done));
-            if (count <= 0) {
-                throw_errno("reading the library's log");
-            }
-            done += static_cast<std::size_t>(count);
-        }
-        return text;
-    }
-
-  private:
-    int memory_;
-    int saved_;
-};
-
-bool is_empty_file(const std::string &path) {
-    std::ifstream file(path);
-    return file && file.peek() == std::ifstream::traits_type::eof();
-}
-
-/// The log names the chassis file only when it cannot be opened.
-void name_chassis_file(StartupLog &log) {
-    for (ConfigFile &file : log.files) {
-        if (file.role == FileRole::chassis && file.path.empty()) {
-            file.path = fmt::format("{}{}.cfg", kChassisDirectory, sdd_get_my_chassis_type());
-        }
-    }
 }
 
 void report(const ConfigFile &file) {
@@ -126,17 +67,11 @@ int exit_of(const Reading &reading, const Library &library) {
 
 Library start_library(const Options &options) {
     dfd_open_debug(options.debug);
-    const std::uint32_t wanted = dfd_debug;
-    dfd_debug |= DFD_DEBUG_ERR | DFD_DEBUG_WARN | DFD_DEBUG_VBOSE;
-    const Capture capture;
+    LoadWatcher watcher;
+    watcher.hooks().is_silent = true;  // report() says it with the reason
+    const Watching watching(watcher.hooks());
     const int result = dev_drv_init();
-    const std::string text = capture.finish();
-    dfd_debug = wanted;
-    if ((wanted & DFD_DEBUG_VBOSE) != 0) {
-        fmt::print(stderr, "{}", text);
-    }
-    Library library{result, parse_startup_log(text, is_empty_file)};
-    name_chassis_file(library.log);
+    Library library{result, watcher.take()};
     for (const ConfigFile &file : library.log.files) {
         report(file);
     }
@@ -148,7 +83,7 @@ Library require_library(const Options &options) {
     if (library.usable()) {
         return library;
     }
-    if (!library.log.list_path.empty()) {
+    if (!library.log.list_error.empty()) {
         throw UsageError(
             fmt::format("the board's list of configuration files {} cannot be opened: {}",
                         library.log.list_path, library.log.list_error));

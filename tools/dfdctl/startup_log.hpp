@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: MIT
-// What the library's log of its start-up says: which configuration files were loaded, which failed
-// and why, and which line set each item.
+// What the library did while it loaded its configuration, as watched: which files, which lines,
+// what became of each, and which line set each item.
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "framework/watch.h"
 
 namespace dfdctl {
 
@@ -20,7 +21,7 @@ struct Problem {
 };
 
 struct ConfigFile {
-    std::string path;  ///< empty for the chassis file: the log does not name it
+    std::string path;  ///< as the library names it
     FileRole role;
     bool opened = true;
     std::string error;    ///< why it could not be opened, or why loading stopped
@@ -35,23 +36,89 @@ struct ConfigFile {
 /// A line that set an item or a member of it.
 struct Origin {
     std::size_t file;  ///< index in StartupLog::files
+    int line;          ///< as an editor counts
+    int member;        ///< dfd::watch::kNoMember for items without members
+    std::string value;
+    std::size_t source;  ///< index in StartupLog::lines
+};
+
+/// A line as the parser saw it; a line that is longer than its reader takes is several.
+struct SourceLine {
+    std::size_t file;
+    int line;          ///< as an editor counts
+    int number;        ///< as the library counts
+    bool is_rest;      ///< goes on where the one before was split
+    std::string raw;   ///< line end included
+    std::string name;  ///< empty where there is none
+    std::string value;
+    const dfd::KeyRow *row;
+    int member;
+    std::uint32_t index1;
+    std::uint32_t index2;
+    std::uint32_t key;
+    dfd::watch::Step step;
+};
+
+/// A line of the board's list of files.
+struct ListLine {
     int line;
+    std::string raw;   ///< line end included
+    std::string path;  ///< the file that it stands for
 };
 
 struct StartupLog {
     std::vector<ConfigFile> files;
+    std::vector<SourceLine> lines;
     std::map<std::uint32_t, std::vector<Origin>> origins;  ///< by key, in the order of loading
-    std::string list_path;  ///< the board's list of files, where it could not be opened
-    std::string list_error;
+    std::string list_path;                                 ///< the board's list of files
+    std::string list_error;                                ///< why it could not be opened
+    std::vector<ListLine> list;
 
     /// Where an item was set: "cm8_fans.cfg:41-47"; the last file that set it counts.
     std::string origin_of(std::uint32_t key) const;
 };
 
-/// Parses what the library printed with all log levels open. is_empty tells whether a file has no
-/// lines at all; only that separates an empty listed file from the chassis file behind it, whose
-/// beginning the log does not announce.
-StartupLog parse_startup_log(std::string_view text,
-                             const std::function<bool(const std::string &)> &is_empty);
+/// What became of a line that did nothing; empty for one that did, or was not meant to.
+std::string problem_of(const SourceLine &line);
+
+/// Installs hooks for as long as it lives.
+class Watching {
+  public:
+    explicit Watching(const dfd::watch::Hooks &hooks) : outer_(dfd::watch::hooks) {
+        dfd::watch::hooks = &hooks;
+    }
+    ~Watching() { dfd::watch::hooks = outer_; }
+    Watching(const Watching &) = delete;
+    Watching &operator=(const Watching &) = delete;
+
+  private:
+    const dfd::watch::Hooks *outer_;
+};
+
+/// Fills a log: hooks() is to be installed while the library loads.
+class LoadWatcher {
+  public:
+    LoadWatcher();
+    LoadWatcher(const LoadWatcher &) = delete;
+    LoadWatcher &operator=(const LoadWatcher &) = delete;
+
+    /// Configuration files are read below this directory.
+    void set_root(std::string root);
+    /// Goes on behind lines and files that fail, as the library does not, and prints nothing.
+    void read_everything();
+
+    dfd::watch::Hooks &hooks() { return hooks_; }
+    StartupLog take() { return std::move(log_); }
+
+  private:
+    void file_opened(std::string_view path, int error);
+    void line(const dfd::watch::Line &line);
+
+    dfd::watch::Hooks hooks_;
+    StartupLog log_;
+    std::string root_;
+    std::string mapped_path_;
+    bool goes_on_in_line_ = false;
+};
 
 }  // namespace dfdctl
