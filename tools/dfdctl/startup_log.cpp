@@ -120,6 +120,20 @@ void LoadWatcher::read_everything() {
     hooks_.is_silent = true;
 }
 
+void LoadWatcher::set_answers(std::function<void(const dfd::watch::EngineCall &)> engine_begin,
+                              std::function<int(const dfd::watch::Transfer &)> answer) {
+    engine_begin_ = std::move(engine_begin);
+    answer_ = std::move(answer);
+    hooks_.engine_begin = [](void *context, const dfd::watch::EngineCall &call) {
+        self(context).engine_begin_(call);
+    };
+    hooks_.answer = [](void *context, const dfd::watch::Transfer &transfer, int *result) {
+        *result = self(context).answer_(transfer);
+        return true;
+    };
+    hooks_.pause = [](void * /*context*/, unsigned /*us*/) { return true; };
+}
+
 void LoadWatcher::file_opened(std::string_view path, int error) {
     const bool is_listed = !log_.list.empty() && log_.list.back().path == path;
     const FileRole role = is_listed          ? FileRole::listed

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
@@ -106,6 +107,10 @@ class LoadWatcher {
     void set_root(std::string root);
     /// Goes on behind lines and files that fail, as the library does not, and prints nothing.
     void read_everything();
+    /// Answers all that the library asks of the outside while it loads, with the result of
+    /// `answer`; it does not sleep.
+    void set_answers(std::function<void(const dfd::watch::EngineCall &)> engine_begin,
+                     std::function<int(const dfd::watch::Transfer &)> answer);
 
     dfd::watch::Hooks &hooks() { return hooks_; }
     StartupLog take() { return std::move(log_); }
@@ -119,6 +124,8 @@ class LoadWatcher {
     std::string root_;
     std::string mapped_path_;
     bool goes_on_in_line_ = false;
+    std::function<void(const dfd::watch::EngineCall &)> engine_begin_;
+    std::function<int(const dfd::watch::Transfer &)> answer_;
 };
 
 }  // namespace dfdctl

@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: MIT
+// Findings in a board's configuration. What a line means is never judged here a second time: the
+// library parses, and the rules look at what it did.
+#pragma once
+
+#include <set>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "dfdctl/startup_log.hpp"
+
+namespace dfdctl::lint {
+
+enum class Severity { error, warning, note };
+
+/// What a rule has to see: a rule that needs a whole board is left out where single files are
+/// checked.
+enum class Scope { line, item, board };
+
+struct Rule {
+    std::string_view id;
+    Severity severity;
+    Scope scope;
+    std::string_view rationale;  ///< one line
+    std::string_view page;       ///< below docs/configuration, without ".md"
+};
+
+/// The one table of all rules, by id.
+std::span<const Rule> rules();
+/// Null when there is none of that id.
+const Rule *find_rule(std::string_view id);
+
+struct Finding {
+    const Rule *rule;
+    std::string file;  ///< as the user names it: below the root, or as on the command line
+    int line;          ///< 1 for a finding about a file as a whole
+    int column;        ///< of bytes, from 1
+    std::string text;
+
+    auto operator<=>(const Finding &) const = default;
+};
+
+/// What was loaded, and what is found in it. Records are in the library's store meanwhile.
+class Check {
+  public:
+    /// `root` stands before the paths of the log; `skipped` are the ids switched off for all files.
+    Check(const StartupLog &log, std::string root, const std::set<std::string> &skipped);
+
+    const StartupLog &log() const { return log_; }
+
+    /// At a position of a line: an offset in it once spaces are deleted, as the parser counts.
+    void add(std::string_view rule, const SourceLine &line, std::size_t trimmed_offset,
+             std::string text);
+    /// At the name, the index part or the value of a line.
+    void at_name(std::string_view rule, const SourceLine &line, std::string text);
+    void at_index(std::string_view rule, const SourceLine &line, std::string text);
+    void at_value(std::string_view rule, const SourceLine &line, std::string text);
+    /// At the line that set a member last (its value); at the item's first line when none did.
+    void at_member(std::string_view rule, std::uint32_t key, int member, std::string text);
+    /// At the item's first line.
+    void at_item(std::string_view rule, std::uint32_t key, std::string text);
+    /// About a file as the library names it (the list, a listed file), at a line of it.
+    void at_file(std::string_view rule, std::string_view path, int line, std::string text);
+
+    /// The line that set a member last, or null.
+    const SourceLine *line_of(std::uint32_t key, int member) const;
+    /// "cm8_fans.cfg:41", for texts that name another line.
+    std::string place(const SourceLine &line) const;
+
+    /// Sorted, each once; what the files' own "# lint: allow" lines switch off is gone.
+    std::vector<Finding> take();
+
+  private:
+    const StartupLog &log_;
+    std::string root_;
+    const std::set<std::string> &skipped_;
+    std::vector<Finding> findings_;
+};
+
+// The checks. Each goes over the whole log and the store once.
+void check_lines(Check &check);      ///< lines_*.cpp: what a line says
+void check_replaced(Check &check);   ///< lines that replace, shadow or swallow others
+void check_items(Check &check);      ///< items.cpp: descriptions that can never work
+void check_together(Check &check);   ///< together_*.cpp: items that belong together
+void check_addresses(Check &check);  ///< addresses.cpp: buses, addresses, the register map
+void check_files(Check &check);      ///< files.cpp: list file, missing files, chassis file
+
+}  // namespace dfdctl::lint
