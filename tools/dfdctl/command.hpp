@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: MIT
-// What all commands share: exit status, options, start of the library.
+// What all commands share: exit status, options, how a command is put on the command line.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
 
 namespace dfdctl {
 
@@ -33,11 +37,38 @@ struct Options {
 /// What the command line asks for; set by the chosen subcommand, run after parsing.
 using Action = std::function<int()>;
 
+/// A command under construction. Keeps the headers of the command-line library out of the files
+/// that use it: they take seconds to compile. Values must outlive the parsing.
+class Command {
+  public:
+    Command(CLI::App &app, Action &action) : app_(&app), action_(&action) {}
+
+    Command subcommand(const std::string &name, const std::string &description);
+    /// One of its subcommands must follow.
+    void needs_subcommand();
+    /// A word that must be given.
+    void word(const std::string &name, std::string &value, const std::string &help);
+    /// fewest to most words; `usage` stands in the usage line.
+    void words(const std::string &name, std::vector<std::string> &values, const std::string &help,
+               const std::string &usage, std::size_t fewest, std::size_t most);
+    void option(const std::string &name, std::string &value, const std::string &help,
+                const std::string &type);
+    /// May be given several times.
+    void option(const std::string &name, std::vector<std::string> &values, const std::string &help,
+                const std::string &type);
+    void flag(const std::string &name, bool &value, const std::string &help);
+    void runs(Action action);
+
+  private:
+    CLI::App *app_;
+    Action *action_;
+};
+
 /// Each adds a subcommand.
-void add_show(CLI::App &app, const Options &options, Action &action);
-void add_get(CLI::App &app, const Options &options, Action &action);
-void add_set(CLI::App &app, const Options &options, Action &action);
-void add_items(CLI::App &app, const Options &options, Action &action);
-void add_controls(CLI::App &app, const Options &options, Action &action);
+void add_show(Command &top, const Options &options);
+void add_get(Command &top, const Options &options);
+void add_set(Command &top, const Options &options);
+void add_items(Command &top, const Options &options);
+void add_controls(Command &top, const Options &options);
 
 }  // namespace dfdctl

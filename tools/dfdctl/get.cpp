@@ -42,17 +42,13 @@ int get(const Options &options, const Arguments &arguments) {
 
 }  // namespace
 
-void add_get(CLI::App &app, const Options &options, Action &action) {
+void add_get(Command &top, const Options &options) {
     auto arguments = std::make_shared<Arguments>();
-    CLI::App *command = app.add_subcommand("get", "Read one configured item");
-    command->add_option("NAME", arguments->name, "Name of the item ('dfdctl items' lists them)")
-        ->required();
-    command->add_option("INDEX", arguments->indexes, "Its indexes, where it takes any")
-        ->type_name("[INDEX [INDEX]]")
-        ->expected(0, 2);
-    command->callback([&options, &action, arguments] {
-        action = [&options, arguments] { return get(options, *arguments); };
-    });
+    Command command = top.subcommand("get", "Read one configured item");
+    command.word("NAME", arguments->name, "Name of the item ('dfdctl items' lists them)");
+    command.words("INDEX", arguments->indexes, "Its indexes, where it takes any", "[INDEX [INDEX]]",
+                  0, 2);
+    command.runs([&options, arguments] { return get(options, *arguments); });
 }
 
 }  // namespace dfdctl

@@ -118,19 +118,16 @@ int items(const Options &options, const Arguments &arguments) {
 
 }  // namespace
 
-void add_items(CLI::App &app, const Options &options, Action &action) {
+void add_items(Command &top, const Options &options) {
     auto arguments = std::make_shared<Arguments>();
-    CLI::App *command = app.add_subcommand("items", "List the configured items");
-    command
-        ->add_option("--type", arguments->type,
-                     "Only items of this name, or of this kind: int, string, i2c_dev, "
-                     "info_ctrl, irq_ctrl, irq_info, led_info, temp_info")
-        ->type_name("NAME");
-    command->add_flag("--values", arguments->values,
-                      "Read each item and show its value instead of its description");
-    command->callback([&options, &action, arguments] {
-        action = [&options, arguments] { return items(options, *arguments); };
-    });
+    Command command = top.subcommand("items", "List the configured items");
+    command.option("--type", arguments->type,
+                   "Only items of this name, or of this kind: int, string, i2c_dev, info_ctrl, "
+                   "irq_ctrl, irq_info, led_info, temp_info",
+                   "NAME");
+    command.flag("--values", arguments->values,
+                 "Read each item and show its value instead of its description");
+    command.runs([&options, arguments] { return items(options, *arguments); });
 }
 
 }  // namespace dfdctl

@@ -164,11 +164,12 @@ int run(int argc, char **argv, Options &options) {
         ->type_name("LEVEL")
         ->check(CLI::Range(0U, kMaxDebugLevel));
     Action action;
-    add_show(app, options, action);
-    add_get(app, options, action);
-    add_set(app, options, action);
-    add_items(app, options, action);
-    add_controls(app, options, action);
+    Command top(app, action);
+    add_show(top, options);
+    add_get(top, options);
+    add_set(top, options);
+    add_items(top, options);
+    add_controls(top, options);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success &success) {

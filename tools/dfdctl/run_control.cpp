@@ -173,38 +173,33 @@ std::string group_description(std::string_view group) {
     return text;
 }
 
-void add_control(CLI::App &parent, const char *name, const Control &control, const Options &options,
-                 Action &action) {
+void add_control(Command &parent, const char *name, const Control &control,
+                 const Options &options) {
     auto request = std::make_shared<Request>();
-    CLI::App *command = parent.add_subcommand(name, control.description);
-    command->fallthrough();
+    Command command = parent.subcommand(name, control.description);
     if (control.most > 0) {
-        command->add_option(kWordsOption, request->words, control.words)
-            ->type_name(control.usage)
-            ->expected(0, static_cast<int>(control.most));
+        command.words(kWordsOption, request->words, control.words, control.usage, 0, control.most);
     }
-    command->add_flag("--yes", request->yes, "Do not ask, also where traffic is disturbed");
-    command->callback([&, request] {
-        action = [&options, &control, request] { return run(options, control, *request); };
-    });
+    command.flag("--yes", request->yes, "Do not ask, also where traffic is disturbed");
+    command.runs([&options, &control, request] { return run(options, control, *request); });
 }
 
 }  // namespace
 
-void add_controls(CLI::App &app, const Options &options, Action &action) {
-    std::map<std::string, CLI::App *> groups;
+void add_controls(Command &top, const Options &options) {
+    std::map<std::string, Command> groups;
     for (const Control &control : controls()) {
         if (control.name == nullptr) {
-            add_control(app, control.group, control, options, action);
+            add_control(top, control.group, control, options);
             continue;
         }
-        CLI::App *&group = groups[control.group];
-        if (group == nullptr) {
-            group = app.add_subcommand(control.group, group_description(control.group));
-            group->require_subcommand(1);
-            group->fallthrough();
+        auto group = groups.find(control.group);
+        if (group == groups.end()) {
+            Command command = top.subcommand(control.group, group_description(control.group));
+            command.needs_subcommand();
+            group = groups.emplace(control.group, command).first;
         }
-        add_control(*group, control.name, control, options, action);
+        add_control(group->second, control.name, control, options);
     }
 }
 

@@ -242,21 +242,16 @@ int set(const Options &options, const Arguments &arguments) {
 
 }  // namespace
 
-void add_set(CLI::App &app, const Options &options, Action &action) {
+void add_set(Command &top, const Options &options) {
     auto arguments = std::make_shared<Arguments>();
-    CLI::App *command =
-        app.add_subcommand("set", "Write one configured item and read it back: old -> new");
-    command->add_option("NAME", arguments->name, "Name of the item")->required();
-    command
-        ->add_option("VALUE", arguments->rest,
-                     "Its indexes, where it takes any, then the value: a number, the state of an "
-                     "LED (green), or a text for an inventory EEPROM")
-        ->type_name("[INDEX [INDEX]] VALUE")
-        ->expected(1, 3)
-        ->required();
-    command->callback([&options, &action, arguments] {
-        action = [&options, arguments] { return set(options, *arguments); };
-    });
+    Command command =
+        top.subcommand("set", "Write one configured item and read it back: old -> new");
+    command.word("NAME", arguments->name, "Name of the item");
+    command.words("VALUE", arguments->rest,
+                  "Its indexes, where it takes any, then the value: a number, the state of an LED "
+                  "(green), or a text for an inventory EEPROM",
+                  "[INDEX [INDEX]] VALUE", 1, 3);
+    command.runs([&options, arguments] { return set(options, *arguments); });
 }
 
 }  // namespace dfdctl

@@ -78,12 +78,11 @@ int show_all(const Options &options) {
 
 }  // namespace
 
-void add_show(CLI::App &app, const Options &options, Action &action) {
-    CLI::App *command = app.add_subcommand("show", "Show a page about one subject");
-    command->require_subcommand(1);
-    command->fallthrough();
+void add_show(Command &top, const Options &options) {
+    Command command = top.subcommand("show", "Show a page about one subject");
+    command.needs_subcommand();
     const auto add = [&](const char *name, const char *description, Action show) {
-        command->add_subcommand(name, description)->callback([&action, show] { action = show; });
+        command.subcommand(name, description).runs(std::move(show));
     };
     add("board",
         "Board and chassis, how they were found out, the configuration files, the inventory, and "
