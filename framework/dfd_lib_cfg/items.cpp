@@ -1,82 +1,23 @@
 // SPDX-License-Identifier: MIT
 #include "framework/dfd_lib_cfg/items.h"
 
-#include <cstddef>
 #include <cstdlib>
 
 #include "framework/dfd_lib_cfg/lookup.h"
+#include "framework/dfd_lib_cfg/members.h"
 #include "framework/dfd_lib_cfg/module.h"
 
 namespace {
 
-using dfd::Words;
-
-enum class Field { number, word, text, irq_type };
-
-// Where a member lies in its record and how its value is read.
-struct MemberRow {
-    std::size_t offset;
-    std::size_t size;
-    Field field;
-    Words words;
-};
-
-struct MemberKind {
-    const char *noun;  // what messages call the kind
-    Words names;
-    Words log_names;  // what messages call the members
-    std::span<const MemberRow> rows;
-    std::size_t record_size;
-};
-
-#define MEMBER(record, member, field, words) \
-    { offsetof(record, member), sizeof(record::member), field, words }
-#define NUMBER(record, member) MEMBER(record, member, Field::number, {})
-#define WORD(record, member, words) MEMBER(record, member, Field::word, words)
-#define TEXT(record, member) MEMBER(record, member, Field::text, {})
-
-constexpr MemberRow kI2cDevRows[] = {NUMBER(i2c_dev_t, bus), NUMBER(i2c_dev_t, addr)};
-constexpr MemberRow kInfoCtrlRows[] = {
-    WORD(info_ctrl_t, mode, info_ctrl_mode_str),
-    NUMBER(info_ctrl_t, int_cons),
-    WORD(info_ctrl_t, src, info_src_str),
-    WORD(info_ctrl_t, frmt, info_frmt_str),
-    WORD(info_ctrl_t, pola, info_pola_str),
-    TEXT(info_ctrl_t, fpath),
-    NUMBER(info_ctrl_t, addr),
-    NUMBER(info_ctrl_t, reg_offset),
-    NUMBER(info_ctrl_t, len),
-    NUMBER(info_ctrl_t, bit_offset),
-};
-constexpr MemberRow kLedInfoRows[] = {
-    NUMBER(led_info_t, dark),         NUMBER(led_info_t, green), NUMBER(led_info_t, red),
-    NUMBER(led_info_t, yellow),       NUMBER(led_info_t, spark), NUMBER(led_info_t, fspark_open),
-    NUMBER(led_info_t, fspark_close),
-};
-constexpr MemberRow kTempInfoRows[] = {TEXT(temp_info_t, temp_name),
-                                       WORD(temp_info_t, type, temp_info_type_str)};
-constexpr MemberRow kIrqCtrlRows[] = {NUMBER(irq_ctrl_t, irq_flag),
-                                      NUMBER(irq_ctrl_t, irq_clr_flag),
-                                      NUMBER(irq_ctrl_t, irq_clr_bit)};
-constexpr MemberRow kIrqInfoRows[] = {MEMBER(irq_info_t, type, Field::irq_type, {}),
-                                      NUMBER(irq_info_t, val0), NUMBER(irq_info_t, val1),
-                                      NUMBER(irq_info_t, val2)};
-
-constexpr MemberKind kI2cDev = {"i2c_dev", dfd_i2c_dev_mem_str, dfd_i2c_dev_mem_str, kI2cDevRows,
-                                sizeof(i2c_dev_t)};
-// The other five all go by the name of the first: log filters rely on it.
-constexpr char kNoun[] = "info_ctrl";
-constexpr MemberKind kInfoCtrl = {kNoun, info_ctrl_mem_str, info_ctrl_mem_str, kInfoCtrlRows,
-                                  sizeof(info_ctrl_t)};
-constexpr MemberKind kLedInfo = {kNoun, led_info_mem_str, led_info_mem_str, kLedInfoRows,
-                                 sizeof(led_info_t)};
-constexpr MemberKind kTempInfo = {kNoun, temp_info_mem_str, temp_info_mem_str, kTempInfoRows,
-                                  sizeof(temp_info_t)};
-// Log readers know the interrupt members by the info_ctrl names at the same positions.
-constexpr MemberKind kIrqCtrl = {kNoun, irq_ctrl_mem_str, info_ctrl_mem_str, kIrqCtrlRows,
-                                 sizeof(irq_ctrl_t)};
-constexpr MemberKind kIrqInfo = {kNoun, irq_info_mem_str, info_ctrl_mem_str, kIrqInfoRows,
-                                 sizeof(irq_info_t)};
+using dfd::Field;
+using dfd::kI2cDev;
+using dfd::kInfoCtrl;
+using dfd::kIrqCtrl;
+using dfd::kIrqInfo;
+using dfd::kLedInfo;
+using dfd::kTempInfo;
+using dfd::MemberKind;
+using dfd::MemberRow;
 
 // A member keeps at most size - 1 characters; longer values are cut, not refused.
 void set_text(char *field, std::size_t size, const char *value) {

@@ -3,6 +3,8 @@
 // library parses, and the rules look at what it did.
 #pragma once
 
+#include <compare>
+#include <map>
 #include <set>
 #include <span>
 #include <string>
@@ -31,12 +33,14 @@ struct Rule {
 std::span<const Rule> rules();
 /// Null when there is none of that id.
 const Rule *find_rule(std::string_view id);
+/// "'x' is no rule, did you mean 'y'?"
+std::string unknown_rule(std::string_view id);
 
 struct Finding {
-    const Rule *rule;
     std::string file;  ///< as the user names it: below the root, or as on the command line
     int line;          ///< 1 for a finding about a file as a whole
     int column;        ///< of bytes, from 1
+    const Rule *rule;  ///< in the table, whose order is that of the ids
     std::string text;
 
     auto operator<=>(const Finding &) const = default;
@@ -50,6 +54,8 @@ class Check {
 
     const StartupLog &log() const { return log_; }
 
+    /// At a byte of what the reader delivered of a line.
+    void at_byte(std::string_view rule, const SourceLine &line, std::size_t byte, std::string text);
     /// At a position of a line: an offset in it once spaces are deleted, as the parser counts.
     void add(std::string_view rule, const SourceLine &line, std::size_t trimmed_offset,
              std::string text);
@@ -73,11 +79,20 @@ class Check {
     std::vector<Finding> take();
 
   private:
+    /// Bytes of a line before the part of it that the reader delivered.
+    std::size_t bytes_before(const SourceLine &line) const;
+    void keep(std::string_view rule, std::string file, int line, int column, std::string text);
+    void read_allowances();
+
     const StartupLog &log_;
     std::string root_;
     const std::set<std::string> &skipped_;
     std::vector<Finding> findings_;
+    std::map<std::string, std::set<std::string>> allowed_;  ///< ids by file
 };
+
+/// What stands behind the key and the member of a line's name.
+std::string_view index_part(const SourceLine &line);
 
 // The checks. Each goes over the whole log and the store once.
 void check_lines(Check &check);      ///< lines_*.cpp: what a line says
@@ -86,5 +101,16 @@ void check_items(Check &check);      ///< items.cpp: descriptions that can never
 void check_together(Check &check);   ///< together_*.cpp: items that belong together
 void check_addresses(Check &check);  ///< addresses.cpp: buses, addresses, the register map
 void check_files(Check &check);      ///< files.cpp: list file, missing files, chassis file
+/// All of them.
+void check_all(Check &check);
+
+/// A board's directory as a whole, once all its boards are loaded: files that none of them loads.
+struct Directory {
+    const std::string &root;
+    const std::set<std::string> &listed;  ///< files that the lists name, below the root
+    const std::set<std::string> &skipped;
+    std::vector<Finding> &findings;
+};
+void check_directory(const Directory &directory);
 
 }  // namespace dfdctl::lint

@@ -1,0 +1,207 @@
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+
+#include "common/nearest.hpp"
+#include "dfdctl/lint/lint.hpp"
+#include "framework/dfd_lib_cfg/members.h"
+
+#include <fmt/format.h>
+
+namespace dfdctl::lint {
+
+namespace {
+
+using dfd::watch::Step;
+
+constexpr std::string_view kBlanks = " \t\r\n";
+
+/// What the parser deletes anywhere in a line.
+bool is_deleted(char c) {
+    return c == ' ' || c == '\r' || c == '\n';
+}
+
+/// The byte of a raw line that a position in the line without spaces stands for.
+std::size_t byte_of(std::string_view raw, std::size_t trimmed_offset) {
+    std::size_t byte = 0;
+    for (; byte < raw.size(); ++byte) {
+        if (is_deleted(raw[byte])) {
+            continue;
+        }
+        if (trimmed_offset == 0) {
+            break;
+        }
+        --trimmed_offset;
+    }
+    return byte;
+}
+
+/// Takes the next word off a text; empty at its end.
+std::string_view take_word(std::string_view &text) {
+    const std::size_t begin = std::min(text.find_first_not_of(kBlanks), text.size());
+    const std::size_t end = std::min(text.find_first_of(kBlanks, begin), text.size());
+    const std::string_view word = text.substr(begin, end - begin);
+    text.remove_prefix(end);
+    return word;
+}
+
+/// The ids behind "# lint: allow"; nothing for any other comment.
+std::string_view allowance(std::string_view comment) {
+    comment.remove_prefix(std::min(comment.find_first_not_of(kBlanks), comment.size()));
+    comment.remove_prefix(comment.empty() ? 0 : 1);
+    return take_word(comment) == "lint:" && take_word(comment) == "allow" ? comment
+                                                                          : std::string_view();
+}
+
+std::vector<std::string_view> rule_ids() {
+    std::vector<std::string_view> ids;
+    for (const Rule &rule : rules()) {
+        ids.push_back(rule.id);
+    }
+    return ids;
+}
+
+/// Where the value begins; behind the "=" when there is none.
+std::size_t value_byte(const SourceLine &line) {
+    const std::size_t behind = line.raw.find('=') + 1;
+    const std::size_t begin = line.raw.find_first_not_of(kBlanks, behind);
+    return begin != std::string::npos ? begin : behind;
+}
+
+}  // namespace
+
+std::string_view index_part(const SourceLine &line) {
+    std::string_view rest = line.name;
+    rest.remove_prefix(line.row != nullptr ? line.row->name.size() : 0);
+    if (line.member != dfd::watch::kNoMember) {
+        const auto *const kind = dfd::member_kind(dfd::kind_of_type(line.row->type));
+        rest.remove_prefix(std::strlen(kind->names[static_cast<std::size_t>(line.member)]));
+    }
+    return rest;
+}
+
+std::string unknown_rule(std::string_view id) {
+    return fmt::format("'{}' is no rule{}", id, dfd_tools::did_you_mean(id, rule_ids()));
+}
+
+Check::Check(const StartupLog &log, std::string root, const std::set<std::string> &skipped)
+    : log_(log), root_(std::move(root)), skipped_(skipped) {
+    read_allowances();
+}
+
+void Check::read_allowances() {
+    for (const SourceLine &line : log_.lines) {
+        if (line.step != Step::comment) {
+            continue;
+        }
+        std::string_view ids = allowance(line.raw);
+        for (auto id = take_word(ids); !id.empty(); id = take_word(ids)) {
+            if (find_rule(id) != nullptr) {
+                allowed_[root_ + log_.files[line.file].path].emplace(id);
+            } else {
+                at_byte("unknown-rule", line, static_cast<std::size_t>(id.data() - line.raw.data()),
+                        unknown_rule(id));
+            }
+        }
+    }
+}
+
+void Check::keep(std::string_view rule, std::string file, int line, int column, std::string text) {
+    const Rule *const row = find_rule(rule);
+    assert(row != nullptr);
+    if (row != nullptr && !skipped_.contains(std::string(rule))) {
+        findings_.push_back({std::move(file), line, column, row, std::move(text)});
+    }
+}
+
+std::size_t Check::bytes_before(const SourceLine &line) const {
+    std::size_t bytes = 0;
+    for (const SourceLine *part = &line; part->is_rest; --part) {
+        bytes += part[-1].raw.size();
+    }
+    return bytes;
+}
+
+void Check::at_byte(std::string_view rule, const SourceLine &line, std::size_t byte,
+                    std::string text) {
+    const std::size_t column = bytes_before(line) + byte + 1;
+    keep(rule, root_ + log_.files[line.file].path, line.line, static_cast<int>(column),
+         std::move(text));
+}
+
+void Check::add(std::string_view rule, const SourceLine &line, std::size_t trimmed_offset,
+                std::string text) {
+    at_byte(rule, line, byte_of(line.raw, trimmed_offset), std::move(text));
+}
+
+void Check::at_name(std::string_view rule, const SourceLine &line, std::string text) {
+    add(rule, line, 0, std::move(text));
+}
+
+void Check::at_index(std::string_view rule, const SourceLine &line, std::string text) {
+    add(rule, line, line.name.size() - index_part(line).size(), std::move(text));
+}
+
+void Check::at_value(std::string_view rule, const SourceLine &line, std::string text) {
+    at_byte(rule, line, value_byte(line), std::move(text));
+}
+
+const SourceLine *Check::line_of(std::uint32_t key, int member) const {
+    const auto found = log_.origins.find(key);
+    if (found == log_.origins.end()) {
+        return nullptr;
+    }
+    const auto &origins = found->second;
+    const auto last =
+        std::find_if(origins.rbegin(), origins.rend(),
+                     [member](const Origin &origin) { return origin.member == member; });
+    return last != origins.rend() ? &log_.lines[last->source] : nullptr;
+}
+
+void Check::at_member(std::string_view rule, std::uint32_t key, int member, std::string text) {
+    const SourceLine *const line = line_of(key, member);
+    if (line != nullptr) {
+        at_value(rule, *line, std::move(text));
+    } else {
+        at_item(rule, key, std::move(text));
+    }
+}
+
+void Check::at_item(std::string_view rule, std::uint32_t key, std::string text) {
+    const auto found = log_.origins.find(key);
+    assert(found != log_.origins.end());
+    if (found != log_.origins.end()) {
+        at_name(rule, log_.lines[found->second.front().source], std::move(text));
+    }
+}
+
+void Check::at_file(std::string_view rule, std::string_view path, int line, std::string text) {
+    keep(rule, root_ + std::string(path), line, 1, std::move(text));
+}
+
+std::string Check::place(const SourceLine &line) const {
+    const std::string &path = log_.files[line.file].path;
+    return fmt::format("{}:{}", path.substr(path.rfind('/') + 1), line.line);
+}
+
+std::vector<Finding> Check::take() {
+    std::erase_if(findings_, [this](const Finding &finding) {
+        const auto file = allowed_.find(finding.file);
+        return file != allowed_.end() && file->second.contains(std::string(finding.rule->id));
+    });
+    std::sort(findings_.begin(), findings_.end());
+    findings_.erase(std::unique(findings_.begin(), findings_.end()), findings_.end());
+    return std::move(findings_);
+}
+
+void check_all(Check &check) {
+    check_lines(check);
+    check_replaced(check);
+    check_items(check);
+    check_together(check);
+    check_addresses(check);
+    check_files(check);
+}
+
+}  // namespace dfdctl::lint

@@ -1,0 +1,200 @@
+// SPDX-License-Identifier: MIT
+#include "dfdctl/lint/run.hpp"
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+
+#include "dfdctl/command.hpp"
+#include "dfdctl/offline.hpp"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+namespace dfdctl::lint {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char *kConfiguration = "etc/cfg/dfd";
+
+bool holds_board(const fs::path &directory) {
+    std::error_code error;
+    return fs::is_directory(directory / kConfiguration, error);
+}
+
+/// The directories of boards in and below one, sorted.
+std::vector<std::string> roots_below(const std::string &directory) {
+    std::error_code error;
+    if (!fs::is_directory(directory, error)) {
+        throw UsageError(fmt::format("'{}' is no directory", directory));
+    }
+    if (holds_board(directory)) {
+        return {directory};
+    }
+    std::vector<std::string> roots;
+    fs::recursive_directory_iterator entry(directory, fs::directory_options::skip_permission_denied,
+                                           error);
+    for (; entry != fs::recursive_directory_iterator(); entry.increment(error)) {
+        if (entry->is_directory(error) && holds_board(entry->path())) {
+            roots.push_back(entry->path());
+            entry.disable_recursion_pending();
+        }
+    }
+    if (roots.empty()) {
+        throw UsageError(
+            fmt::format("no board in or below '{}': a board is a directory that holds {}",
+                        directory, kConfiguration));
+    }
+    std::sort(roots.begin(), roots.end());
+    return roots;
+}
+
+/// What stands before the library's paths.
+std::string prefix_of(std::string root) {
+    root.erase(root.find_last_not_of('/') + 1);
+    return root;
+}
+
+class Run {
+  public:
+    explicit Run(std::set<std::string> skipped) : skipped_(std::move(skipped)) {}
+
+    void board(const std::string &root, int board_type) {
+        // Which of the chassis files is loaded, a backplane EEPROM may tell; else the board type
+        // does, and the other ones change nothing.
+        const std::vector<int> chassis = chassis_types(root);
+        const int first = chassis.empty() ? 0 : chassis.front();
+        bool is_told_by_eeprom = load(root, board_type, first);
+        for (std::size_t i = 1; i < chassis.size() && is_told_by_eeprom; ++i) {
+            is_told_by_eeprom = load(root, board_type, chassis[i]);
+        }
+    }
+
+    void files(const std::vector<std::string> &paths) { check(load_files(paths), ""); }
+
+    void directory(const std::string &root) {
+        check_directory({root, listed_, skipped_, report_.findings});
+    }
+
+    Report take() {
+        auto &findings = report_.findings;
+        std::sort(findings.begin(), findings.end());
+        findings.erase(std::unique(findings.begin(), findings.end()), findings.end());
+        return std::move(report_);
+    }
+
+  private:
+    /// Whether the chassis type was asked for.
+    bool load(const std::string &root, int board_type, int chassis_type) {
+        const StartupLog log = load_offline({.root = root,
+                                             .board_type = board_type,
+                                             .chassis_type = chassis_type,
+                                             .reads_everything = true});
+        check(log, root);
+        report_.files.insert(root + log.list_path);
+        for (const ListLine &line : log.list) {
+            listed_.insert(root + line.path);
+        }
+        return !log.files.empty() &&
+               log.files.back().path.ends_with(fmt::format("/{}.cfg", chassis_type));
+    }
+
+    void check(const StartupLog &log, const std::string &root) {
+        Check check(log, root, skipped_);
+        check_all(check);
+        std::ranges::move(check.take(), std::back_inserter(report_.findings));
+        for (const ConfigFile &file : log.files) {
+            if (file.opened) {
+                report_.files.insert(root + file.path);
+            }
+        }
+    }
+
+    std::set<std::string> skipped_;
+    std::set<std::string> listed_;
+    Report report_;
+};
+
+void check_readable(const std::string &path) {
+    std::error_code error;
+    if (fs::is_directory(path, error)) {
+        throw UsageError(
+            fmt::format("'{}' is a directory; --root checks the boards below one", path));
+    }
+    std::FILE *const file = std::fopen(path.c_str(), "r");
+    if (file == nullptr) {
+        throw UsageError(fmt::format("cannot read '{}': {}", path, std::strerror(errno)));
+    }
+    std::fclose(file);
+}
+
+Report run_files(const Request &request) {
+    std::for_each(request.files.begin(), request.files.end(), check_readable);
+    std::set<std::string> skipped = request.switched_off;
+    for (const Rule &rule : rules()) {
+        if (rule.scope == Scope::board) {
+            skipped.emplace(rule.id);
+        }
+    }
+    Run run(std::move(skipped));
+    run.files(request.files);
+    return run.take();
+}
+
+[[noreturn]] void refuse_type(int board_type, const std::set<int> &known) {
+    throw UsageError(known.empty()
+                         ? "there is no list of files, so no board type is known"
+                         : fmt::format("no list of files for board type 0x{:x}; there are 0x{:x}",
+                                       board_type, fmt::join(known, ", 0x")));
+}
+
+Report run_boards(const Request &request) {
+    const std::vector<std::string> roots = roots_below(request.root.value_or("/"));
+    Run run(request.switched_off);
+    std::set<int> known;
+    bool is_found = !request.board_type.has_value();
+    for (const std::string &directory : roots) {
+        const std::string root = prefix_of(directory);
+        for (const int type : board_types(root)) {
+            known.insert(type);
+            if (type == request.board_type.value_or(type)) {
+                run.board(root, type);
+                is_found = true;
+            }
+        }
+        if (!request.board_type.has_value()) {
+            run.directory(root);
+        }
+    }
+    if (!is_found) {
+        refuse_type(*request.board_type, known);
+    }
+    return run.take();
+}
+
+}  // namespace
+
+int Report::count(Severity severity) const {
+    return static_cast<int>(std::ranges::count(
+        findings, severity, [](const Finding &finding) { return finding.rule->severity; }));
+}
+
+Report run(const Request &request) {
+    return request.files.empty() ? run_boards(request) : run_files(request);
+}
+
+std::string_view severity_word(Severity severity) {
+    switch (severity) {
+        case Severity::error:
+            return "error";
+        case Severity::warning:
+            return "warning";
+        case Severity::note:
+            break;
+    }
+    return "note";
+}
+
+}  // namespace dfdctl::lint
