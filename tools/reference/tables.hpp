@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+// What stands in the generated blocks.
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "dfdctl/keys.hpp"
+#include "reference/page.hpp"
+
+namespace reference {
+
+/// On which page each key type stands, and the keys of each block that lists keys.
+class KeyIndex {
+  public:
+    /// Throws PageError unless each key that a configuration can set is listed exactly once.
+    explicit KeyIndex(const std::vector<Page> &pages);
+
+    const std::string &page_of(const dfdctl::KeyType &key) const { return page_of_.at(key.name); }
+
+  private:
+    std::map<std::string_view, std::string> page_of_;
+};
+
+/// The lines of a block. Throws PageError for a block or word that does not exist.
+std::string block_content(const Page &page, const Block &block, const KeyIndex &index);
+
+/// Throws PageError unless a page that lists keys has the headings of all such pages.
+void check_headings(const Page &page);
+
+}  // namespace reference
