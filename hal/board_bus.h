@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Bus devices by number, and where the board EEPROM stands.
+// Bus devices by number, and where a board is told from others.
 #pragma once
 
 #include <cstdint>
@@ -14,5 +14,7 @@ struct BusPath {
 
 inline constexpr char kBoardBus[] = "/dev/i2c-0";
 inline constexpr uint16_t kBoardE2promAddr = 0x57;
+// Characters of the product identifier that are read.
+inline constexpr int kProductIdLength = 9;
 
 }  // namespace dfd

@@ -72,10 +72,13 @@ struct Loading {
     Eeproms eeproms;
 };
 
-/// "0x3e" or "8"; nothing else counts.
-bool whole_number(std::string_view text, int base, int *number) {
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), *number, base);
-    return result.ec == std::errc() && result.ptr == text.data() + text.size();
+/// A number as the library writes it into a path: "3e" or "8", not "3E" or "08".
+bool plain_number(std::string_view text, int base, int *number) {
+    std::from_chars(text.data(), text.data() + text.size(), *number, base);
+    std::array<char, 16> written{};
+    const auto end =
+        std::to_chars(written.data(), written.data() + written.size(), *number, base).ptr;
+    return text == std::string_view(written.data(), end);
 }
 
 /// Numbers in the names of files of a directory, between a prefix and a suffix.
@@ -89,7 +92,7 @@ std::vector<int> numbers_in(const std::string &directory, std::string_view prefi
         int number = 0;
         if (view.size() > prefix.size() + suffix.size() && view.starts_with(prefix) &&
             view.ends_with(suffix) &&
-            whole_number(view.substr(prefix.size(), view.size() - prefix.size() - suffix.size()),
+            plain_number(view.substr(prefix.size(), view.size() - prefix.size() - suffix.size()),
                          base, &number)) {
             numbers.push_back(number);
         }

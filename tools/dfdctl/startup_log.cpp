@@ -164,7 +164,8 @@ void LoadWatcher::line(const dfd::watch::Line &line) {
                           .key = line.key,
                           .step = line.step});
     const SourceLine &kept = log_.lines.back();
-    goes_on_in_line_ = !kept.raw.ends_with('\n');
+    // A shorter one without line end is the last, or is cut by a zero byte.
+    goes_on_in_line_ = !kept.raw.ends_with('\n') && kept.raw.size() >= kReaderBytes;
     if (line.step == Step::stored) {
         auto &origins = log_.origins[line.key];
         file.items += origins.empty() ? 1 : 0;

@@ -43,6 +43,9 @@ struct Origin {
     std::size_t source;  ///< index in StartupLog::lines
 };
 
+/// What the parser's reader takes of a line at a time.
+constexpr std::size_t kReaderBytes = 255;
+
 /// A line as the parser saw it; a line that is longer than its reader takes is several.
 struct SourceLine {
     std::size_t file;

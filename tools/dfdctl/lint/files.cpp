@@ -1,11 +1,224 @@
 // SPDX-License-Identifier: MIT
 // The board's list, the files that it names, the chassis file.
+#include <algorithm>
+#include <filesystem>
+#include <map>
+
+#include "common/nearest.hpp"
 #include "dfdctl/lint/lint.hpp"
+#include "dfdctl/offline.hpp"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
 
 namespace dfdctl::lint {
 
-void check_files(Check & /*check*/) {}
+namespace {
 
-void check_directory(const Directory & /*directory*/) {}
+namespace fs = std::filesystem;
+
+using dfd::watch::Step;
+
+constexpr std::string_view kListDirectory = "/etc/cfg/dfd/file_name/";
+constexpr std::string_view kFileDirectory = "/etc/cfg/dfd/cfg_file/";
+constexpr std::string_view kChassisDirectory = "/etc/cfg/dfd/chassis/";
+constexpr std::string_view kSuffix = ".cfg";
+constexpr std::string_view kPidFile = "card_pid.cfg";
+constexpr int kNameBytes = 30;  // its line end and the terminator fill the library's buffer
+
+std::vector<std::string> files_in(const std::string &directory) {
+    std::vector<std::string> names;
+    std::error_code error;
+    for (const fs::directory_entry &entry : fs::directory_iterator(directory, error)) {
+        std::string name = entry.path().filename();
+        if (!name.starts_with('.') && !entry.is_directory(error)) {
+            names.push_back(std::move(name));
+        }
+    }
+    return names;
+}
+
+/// The name that a line of the list stands for.
+std::string name_of(const ListLine &line) {
+    return line.path.substr(kFileDirectory.size(),
+                            line.path.size() - kFileDirectory.size() - kSuffix.size());
+}
+
+const ConfigFile *loaded(const StartupLog &log, const std::string &path) {
+    const auto found = std::ranges::find(log.files, path, &ConfigFile::path);
+    return found != log.files.end() ? &*found : nullptr;
+}
+
+std::string hint_of_name(const Check &check, const std::string &name) {
+    if (name.starts_with('#')) {
+        return "; a list takes no comments";
+    }
+    if (name.find('\t') != std::string::npos) {
+        return "; a tab is part of the name";
+    }
+    if (name.ends_with(kSuffix)) {
+        return "; write the name without '.cfg'";
+    }
+    std::vector<std::string> there = files_in(check.root() + std::string(kFileDirectory));
+    std::erase_if(there, [](const std::string &file) { return !file.ends_with(kSuffix); });
+    std::sort(there.begin(), there.end());
+    std::vector<std::string_view> names;
+    for (const std::string &file : there) {
+        names.push_back(std::string_view(file).substr(0, file.size() - kSuffix.size()));
+    }
+    return dfd_tools::did_you_mean(name, names);
+}
+
+/// A list while it is walked: lines as an editor counts them.
+class ListWalk {
+  public:
+    explicit ListWalk(Check &check) : check_(check) {}
+
+    void line(const ListLine &line) {
+        const bool is_rest = goes_on_;
+        goes_on_ = !line.raw.ends_with('\n');
+        if (is_rest) {
+            at("list-name-long",
+               fmt::format("a name of over {} characters is read as two: here as '{}' and '{}'; "
+                           "loading stops at the first that is no file",
+                           kNameBytes, last_name_, name_of(line)));
+            return;
+        }
+        ++number_;
+        last_name_ = name_of(line);
+        judge(line);
+    }
+
+  private:
+    void judge(const ListLine &line) {
+        if (last_name_.empty()) {
+            at("list-line-empty",
+               "an empty line stands for the file '.cfg': loading stops here; delete the line");
+            return;
+        }
+        const auto [earlier, is_new] = seen_.emplace(line.path, number_);
+        if (!is_new) {
+            at("list-duplicate",
+               fmt::format("'{}' is listed in line {} already: the second time its lines replace "
+                           "what files between them have set",
+                           last_name_, earlier->second));
+        }
+        const ConfigFile *const file = loaded(check_.log(), line.path);
+        if (is_new && file != nullptr && !file->opened) {
+            at("file-missing",
+               fmt::format("{} cannot be opened ({}): loading stops here, files behind it are "
+                           "lost{}",
+                           line.path, file->error, hint_of_name(check_, last_name_)));
+        }
+    }
+
+    void at(std::string_view rule, std::string text) {
+        check_.at_file(rule, check_.log().list_path, number_, std::move(text));
+    }
+
+    Check &check_;
+    std::map<std::string, int> seen_;
+    std::string last_name_;
+    int number_ = 0;
+    bool goes_on_ = false;
+};
+
+/// Board types that product identifiers lead to and that have no list.
+void check_types(Check &check) {
+    const std::vector<int> known = board_types(check.root());
+    const SourceLine *first = nullptr;
+    std::set<std::uint32_t> unknown;
+    for (const SourceLine &line : check.log().lines) {
+        const bool is_pid = line.step == Step::stored && line.row->type == DFD_KEY_CARD_PID_STR;
+        if (is_pid && !std::ranges::binary_search(known, static_cast<int>(line.index1))) {
+            first = first == nullptr ? &line : first;
+            unknown.insert(line.index1);
+        }
+    }
+    if (first != nullptr) {
+        check.at_index("list-unknown-type", *first,
+                       fmt::format("no list of files for board types 0x{:x}: the library does not "
+                                   "start there",
+                                   fmt::join(unknown, ", 0x")));
+    }
+}
+
+bool is_decimal_name(const std::string &name) {
+    const std::string_view stem =
+        std::string_view(name).substr(0, name.size() - std::min(name.size(), kSuffix.size()));
+    return name.ends_with(kSuffix) && !stem.empty() && stem.front() != '0' &&
+           std::ranges::all_of(stem, [](char c) { return c >= '0' && c <= '9'; });
+}
+
+bool is_hex_name(const std::string &name) {
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    return name == "0x0" || (name.size() > 2 && name.starts_with("0x") && name[2] != '0' &&
+                             name.find_first_not_of(kDigits, 2) == std::string::npos);
+}
+
+struct NameRule {
+    std::string_view directory;
+    bool (*is_right)(const std::string &name);
+    std::string_view text;
+};
+
+constexpr NameRule kNameRules[] = {
+    {kListDirectory, is_hex_name,
+     "never read: the library takes the board type in hexadecimal, as in '0x3e'"},
+    {kChassisDirectory, is_decimal_name,
+     "never read: the library takes the chassis type in decimal, as in '8.cfg'"},
+};
+
+}  // namespace
+
+void check_files(Check &check) {
+    const StartupLog &log = check.log();
+    if (log.list_path.empty()) {
+        return;
+    }
+    if (log.list.empty()) {
+        check.at_file("list-empty", log.list_path, 1,
+                      log.list_error.empty() ? "the list names no file: nothing is configured"
+                                             : "the list cannot be read: " + log.list_error);
+    }
+    ListWalk walk(check);
+    std::ranges::for_each(log.list, [&](const ListLine &line) { walk.line(line); });
+    for (const ConfigFile &file : log.files) {
+        if (!file.opened && file.role == FileRole::card_pid) {
+            check.at_file("pid-file-missing", file.path, 1,
+                          fmt::format("{}: no product identifier tells a board type, only the "
+                                      "board EEPROM can",
+                                      file.error));
+        }
+        if (!file.opened && file.role == FileRole::chassis) {
+            check.at_file("chassis-file-missing", file.path, 1,
+                          fmt::format("{}: in this chassis the board has the values of its own "
+                                      "files only",
+                                      file.error));
+        }
+    }
+    check_types(check);
+}
+
+void check_directory(const std::string &root, const std::set<std::string> &listed, Check &check) {
+    if (board_types(root).empty()) {
+        check.at_file("list-empty", kListDirectory, 1,
+                      "no list of files here: the library starts on no board");
+    }
+    for (const NameRule &rule : kNameRules) {
+        const std::string directory(rule.directory);
+        for (const std::string &name : files_in(root + directory)) {
+            if (!rule.is_right(name)) {
+                check.at_file("file-name-odd", directory + name, 1, std::string(rule.text));
+            }
+        }
+    }
+    for (const std::string &name : files_in(root + std::string(kFileDirectory))) {
+        const std::string path = std::string(kFileDirectory) + name;
+        if (name != kPidFile && !listed.contains(path)) {
+            check.at_file("file-unlisted", path, 1, "no list names this file: it is never loaded");
+        }
+    }
+}
 
 }  // namespace dfdctl::lint

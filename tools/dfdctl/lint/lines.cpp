@@ -1,9 +1,222 @@
 // SPDX-License-Identifier: MIT
-// What a line says: its name, its indexes.
-#include "dfdctl/lint/lint.hpp"
+// What a line says: the walk over all lines, bytes that do not mean what they look like.
+#include "dfdctl/lint/lines.hpp"
+
+#include <algorithm>
+
+#include <fmt/format.h>
 
 namespace dfdctl::lint {
 
-void check_lines(Check & /*check*/) {}
+namespace {
+
+using dfd::watch::Step;
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view kBlanks = " \t\r\n\v\f";
+
+/// Kept for one finding a file, at the first of the lines.
+struct Habit {
+    const SourceLine *first = nullptr;
+    std::size_t byte = 0;
+    int lines = 0;
+
+    void seen(const SourceLine &line, std::size_t at) {
+        if (first == nullptr) {
+            first = &line;
+            byte = at;
+        }
+        ++lines;
+    }
+    std::string count() const { return fmt::format("{} line{}", lines, lines == 1 ? "" : "s"); }
+};
+
+bool ends_line(const std::string &raw, std::size_t byte) {
+    return raw.find_first_not_of("\r\n", byte) == std::string::npos;
+}
+
+bool is_control(char c) {
+    return (c >= '\0' && c < ' ' && kBlanks.find(c) == std::string_view::npos) || c == '\x7F';
+}
+
+/// The first byte of a line that is neither printable ASCII nor blank.
+std::size_t find_odd_byte(std::string_view raw) {
+    const auto odd = [](char c) { return c < '\0' || is_control(c) || c == '\v' || c == '\f'; };
+    return static_cast<std::size_t>(std::find_if(raw.begin(), raw.end(), odd) - raw.begin());
+}
+
+/// The reader's text ends at a zero byte though the file goes on.
+bool is_cut_by_zero(const Check &check, const SourceLine &line) {
+    const SourceLine *const next = &line + 1;
+    const bool is_last =
+        next == check.log().lines.data() + check.log().lines.size() || next->file != line.file;
+    return !is_last && !line.raw.ends_with('\n') && line.raw.size() < kReaderBytes;
+}
+
+std::string outcome(const SourceLine &rest) {
+    switch (rest.step) {
+        case Step::no_equals:
+        case Step::no_name:
+            return "ends the loading of this file";
+        case Step::stored:
+            return fmt::format("sets '{}'", rest.name);
+        default:
+            return "has no effect";
+    }
+}
+
+/// The part of a long line that the library takes for another line, and what it does.
+const SourceLine *harmful_rest(const Check &check, const SourceLine &line) {
+    const auto &lines = check.log().lines;
+    const auto first = static_cast<std::size_t>(&line - lines.data());
+    for (std::size_t i = first + 1; i < lines.size() && lines[i].is_rest; ++i) {
+        const bool is_blank = lines[i].step == Step::blank;
+        const bool is_comment = lines[i].step == Step::comment && line.step == Step::comment;
+        if (!is_blank && !is_comment) {
+            return &lines[i];
+        }
+    }
+    return nullptr;
+}
+
+bool check_length(Check &check, const SourceLine &line) {
+    const SourceLine *const rest = harmful_rest(check, line);
+    if (rest == nullptr) {
+        return true;
+    }
+    constexpr std::size_t kShown = 30;
+    std::string shown = rest->raw.substr(0, kShown);
+    shown.erase(shown.find_last_not_of("\r\n") + 1);
+    check.at_byte(
+        "line-too-long", *rest, 0,
+        fmt::format("the library reads {} bytes of a line at a time: '{}{}' is a line of "
+                    "its own to it, which {}; break the line",
+                    kReaderBytes, shown, rest->raw.size() > kShown ? "..." : "", outcome(*rest)));
+    return false;
+}
+
+void check_odd_bytes(Check &check, const SourceLine &line) {
+    if (is_cut_by_zero(check, line)) {
+        check.at_byte("unprintable", line, line.raw.size(),
+                      "a zero byte: the library does not see the rest of this line");
+        return;
+    }
+    const std::size_t odd = find_odd_byte(line.raw);
+    if (odd < line.raw.size()) {
+        check.at_byte("unprintable", line, odd,
+                      fmt::format("the byte 0x{:02x} is no printable ASCII and is taken as it is; "
+                                  "configurations are plain ASCII",
+                                  static_cast<unsigned char>(line.raw[odd])));
+    }
+    const std::size_t cr = line.raw.find('\r');
+    if (cr != std::string::npos && !ends_line(line.raw, cr)) {
+        check.at_byte("carriage-return", line, cr,
+                      "a carriage return inside the line is deleted and joins what stands around "
+                      "it; end lines with a line feed");
+    }
+}
+
+class FileHabits {
+  public:
+    explicit FileHabits(Check &check) : check_(check) {}
+
+    void seen(const SourceLine &line) {
+        if (last_ != nullptr && last_->file != line.file) {
+            report();
+        }
+        last_ = &line;
+        const bool is_crlf = line.raw.ends_with("\r\n");
+        if (is_crlf) {
+            crlf_.seen(line, line.raw.size() - 2);
+        }
+        const std::size_t tab = line.raw.find('\t');
+        if (tab != std::string::npos && line.step == Step::stored) {
+            tabs_.seen(line, tab);
+        }
+    }
+
+    void report() {
+        if (last_ == nullptr) {
+            return;
+        }
+        if (crlf_.first != nullptr) {
+            check_.at_byte("crlf", *crlf_.first, crlf_.byte,
+                           fmt::format("{} of this file end with a carriage return; the library "
+                                       "deletes it, other tools may not",
+                                       crlf_.count()));
+        }
+        if (tabs_.first != nullptr) {
+            check_.at_byte("tab", *tabs_.first, tabs_.byte,
+                           fmt::format("tabs in {} of this file: not deleted as spaces are, only "
+                                       "harmless behind names and around values; use spaces",
+                                       tabs_.count()));
+        }
+        if (!last_->raw.ends_with('\n')) {
+            check_.at_byte("no-final-newline", *last_, last_->raw.size(),
+                           "the last line has no line end: it counts, but a line appended to the "
+                           "file will be joined to it");
+        }
+        *this = FileHabits(check_);
+    }
+
+    FileHabits &operator=(const FileHabits &other) {
+        crlf_ = other.crlf_;
+        tabs_ = other.tabs_;
+        last_ = other.last_;
+        return *this;
+    }
+
+  private:
+    Check &check_;
+    Habit crlf_;
+    Habit tabs_;
+    const SourceLine *last_ = nullptr;
+};
+
+}  // namespace
+
+std::string_view without_end(std::string_view text) {
+    const std::size_t last = text.find_last_not_of(kBlanks);
+    return text.substr(0, last == std::string_view::npos ? 0 : last + 1);
+}
+
+std::string loss(const Check &check, const SourceLine &line) {
+    const bool is_listed = check.log().files[line.file].role == FileRole::listed;
+    return is_listed ? "the library stops here: the rest of this file and all files that the list "
+                       "names behind it are lost"
+                     : "the library stops here: the rest of this file is lost";
+}
+
+bool check_bytes(Check &check, const SourceLine &line) {
+    if (line.number == 1 && line.raw.starts_with(kByteOrderMark)) {
+        check.at_byte("byte-order-mark", line, 0,
+                      "the file begins with a byte order mark, which is part of its first line to "
+                      "the library; save it without");
+        return false;
+    }
+    if (!check_length(check, line)) {
+        return false;
+    }
+    if (line.step == Step::comment) {
+        return true;
+    }
+    check_odd_bytes(check, line);
+    return true;
+}
+
+void check_lines(Check &check) {
+    FileHabits habits(check);
+    for (const SourceLine &line : check.log().lines) {
+        habits.seen(line);
+        if (line.is_rest || !check_bytes(check, line)) {
+            continue;
+        }
+        check_name(check, line);
+        if (line.step == Step::stored || line.step == Step::not_stored) {
+            check_value(check, line);
+        }
+    }
+    habits.report();
+}
 
 }  // namespace dfdctl::lint

@@ -6,7 +6,26 @@
 
 namespace dfdctl::lint {
 
+/// Bytes that do not mean what they look like; false when the line needs no further judgement.
+bool check_bytes(Check &check, const SourceLine &line);
+/// The name of a line: its key, member and indexes.
+void check_name(Check &check, const SourceLine &line);
 /// The value of a line that was stored, or was refused for it.
 void check_value(Check &check, const SourceLine &line);
+
+/// How a text reads as the number that it is meant to be.
+struct NumberText {
+    enum class Flaw { none, empty, rubbish, octal, range };
+    Flaw flaw;
+    std::size_t digits;  ///< length of the part that the library reads
+};
+NumberText judge_number(std::string_view text);
+/// What the library makes of it.
+std::string number_read(std::string_view text);
+
+/// A text without what stands behind its last character that is no blank.
+std::string_view without_end(std::string_view text);
+/// What files behind this one lose when its loading ends.
+std::string loss(const Check &check, const SourceLine &line);
 
 }  // namespace dfdctl::lint

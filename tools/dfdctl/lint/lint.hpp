@@ -53,6 +53,7 @@ class Check {
     Check(const StartupLog &log, std::string root, const std::set<std::string> &skipped);
 
     const StartupLog &log() const { return log_; }
+    const std::string &root() const { return root_; }
 
     /// At a byte of what the reader delivered of a line.
     void at_byte(std::string_view rule, const SourceLine &line, std::size_t byte, std::string text);
@@ -104,13 +105,8 @@ void check_files(Check &check);      ///< files.cpp: list file, missing files, c
 /// All of them.
 void check_all(Check &check);
 
-/// A board's directory as a whole, once all its boards are loaded: files that none of them loads.
-struct Directory {
-    const std::string &root;
-    const std::set<std::string> &listed;  ///< files that the lists name, below the root
-    const std::set<std::string> &skipped;
-    std::vector<Finding> &findings;
-};
-void check_directory(const Directory &directory);
+/// A board's directory as a whole, once all its boards are loaded; `listed` are the files that
+/// their lists name.
+void check_directory(const std::string &root, const std::set<std::string> &listed, Check &check);
 
 }  // namespace dfdctl::lint

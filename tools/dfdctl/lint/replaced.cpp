@@ -1,9 +1,207 @@
 // SPDX-License-Identifier: MIT
-// Lines that replace, shadow or swallow others.
+// Lines that replace others, and conversion entries that hide others.
+#include <dfd/framework.h>
+
+#include <array>
+#include <unordered_map>
+
 #include "dfdctl/lint/lint.hpp"
+#include "framework/dfd_lib_cfg/lookup.h"
+#include "hal/board_bus.h"
+
+#include <fmt/format.h>
 
 namespace dfdctl::lint {
 
-void check_replaced(Check & /*check*/) {}
+namespace {
+
+using dfd::watch::Step;
+
+bool is_name_list(std::uint32_t type) {
+    return type == DFD_KEY_CARD_PID_STR || type == DFD_KEY_POWER_NAME || type == DFD_KEY_FAN_NAME;
+}
+
+bool feeds_list(std::uint32_t type) {
+    return is_name_list(type) || type == DFD_KEY_FAN_SPEEDLVL_CONVERT;
+}
+
+std::string indexes_of(const SourceLine &line) {
+    return line.row->max_index2 < 0 ? fmt::format("{}", line.index1)
+                                    : fmt::format("{}, {}", line.index1, line.index2);
+}
+
+/// A line that sets what an earlier one has set.
+void check_pair(Check &check, const SourceLine &earlier, const SourceLine &later) {
+    const std::uint32_t type = later.row->type;
+    const std::string place = check.place(earlier);
+    if (earlier.index1 != later.index1 || earlier.index2 != later.index2) {
+        // Names are looked up by their lists, which keep the whole indexes.
+        if (!is_name_list(type)) {
+            check.at_index("index-collision", later,
+                           fmt::format("replaces the value of {}: the key keeps 16 bits of the "
+                                       "first index and 8 of the second, so that {} and {} are "
+                                       "one item",
+                                       place, indexes_of(earlier), indexes_of(later)));
+        }
+    } else if (earlier.value == later.value) {
+        check.at_name("repeat", later, fmt::format("{} sets the same already", place));
+    } else if (feeds_list(type)) {
+        check.at_value("conversion-replaced", later,
+                       fmt::format("replaces '{}' of {} in the item only: look-ups go on finding "
+                                   "the earlier entry as well, and first",
+                                   earlier.value, place));
+    } else {
+        check.at_value(earlier.file == later.file ? "replace" : "override", later,
+                       fmt::format("replaces '{}' of {}", earlier.value, place));
+    }
+}
+
+void check_origins(Check &check, const std::vector<Origin> &origins) {
+    constexpr std::size_t kMostMembers = 16;
+    std::array<const SourceLine *, kMostMembers> last{};
+    for (const Origin &origin : origins) {
+        const SourceLine &line = check.log().lines[origin.source];
+        const SourceLine *&earlier = last[static_cast<std::size_t>(origin.member + 1)];
+        if (earlier != nullptr) {
+            check_pair(check, *earlier, line);
+        }
+        earlier = &line;
+    }
+}
+
+void check_cut(Check &check, const SourceLine &line) {
+    constexpr std::uint32_t kKeyBits1 = 0xFFFF;
+    constexpr std::uint32_t kKeyBits2 = 0xFF;
+    const bool is_cut = line.index1 > kKeyBits1 || line.index2 > kKeyBits2;
+    if (is_cut && !is_name_list(line.row->type)) {
+        check.at_index("index-cut", line,
+                       fmt::format("stored under {}, {}: the key keeps 16 bits of the first index "
+                                   "and 8 of the second",
+                                   line.index1 & kKeyBits1, line.index2 & kKeyBits2));
+    }
+}
+
+/// One conversion list: the lines that fed it, and its look-up.
+struct Conversion {
+    std::uint32_t type;
+    const dfd_list_head_t *list;
+    void (*look_up)(const std::string &value);
+};
+
+template <auto Function>
+void look_up_text(const std::string &value) {
+    std::uint32_t type = 0;
+    Function(value.c_str(), &type);
+}
+
+void look_up_speed(const std::string &value) {
+    const auto *const record = value.c_str();
+    int level = 0;
+    dfd_lib_cfg_get_fan_speedlvl_by_regval(dfd::number_from_text(record), &level);
+}
+
+const Conversion kConversions[] = {
+    {DFD_KEY_FAN_SPEEDLVL_CONVERT, &dfd_lib_cfg_fan_splvl_conv_lst, look_up_speed},
+    {DFD_KEY_CARD_PID_STR, &dfd_lib_cfg_pid_str_conv_lst,
+     look_up_text<dfd_lib_cfg_get_card_type_by_pid_str>},
+    {DFD_KEY_POWER_NAME, &dfd_lib_cfg_power_name_conv_lst,
+     look_up_text<dfd_lib_cfg_get_power_type_by_name>},
+    {DFD_KEY_FAN_NAME, &dfd_lib_cfg_fan_name_conv_lst,
+     look_up_text<dfd_lib_cfg_get_fan_type_by_name>},
+};
+
+/// The entry that the library's own look-up ends at.
+class LookUps {
+  public:
+    explicit LookUps(const Conversion &conversion) : conversion_(conversion) {
+        hooks_.context = this;
+        hooks_.converted = [](void *context, const dfd_list_head_t &, const char *, std::uint32_t,
+                              const val_convert_node_t *found) {
+            static_cast<LookUps *>(context)->found_ = found;
+        };
+        std::size_t ordinal = 0;
+        for (const auto *link = conversion.list->next; link != conversion.list; link = link->next) {
+            ordinals_.emplace(link, ordinal++);
+        }
+    }
+
+    /// Position in the list; that behind the last one when nothing is found.
+    std::size_t find(const std::string &value) {
+        found_ = nullptr;
+        const Watching watching(hooks_);
+        conversion_.look_up(value);
+        return found_ == nullptr ? ordinals_.size() : ordinals_.at(&found_->lst);
+    }
+
+  private:
+    const Conversion &conversion_;
+    dfd::watch::Hooks hooks_;
+    std::unordered_map<const dfd_list_head_t *, std::size_t> ordinals_;
+    const val_convert_node_t *found_ = nullptr;
+};
+
+void check_hidden(Check &check, const SourceLine &line, const SourceLine &winner) {
+    const bool same_line_again = winner.key == line.key && winner.value == line.value;
+    if (winner.value.empty() || same_line_again) {
+        return;
+    }
+    const std::string found = fmt::format("a look-up of '{}' ends at '{}' of {}, which comes first",
+                                          line.value, winner.value, check.place(winner));
+    if (winner.index1 == line.index1) {
+        check.at_value("conversion-redundant", line,
+                       fmt::format("{} and has the same result", found));
+    } else {
+        check.at_value(
+            "conversion-shadowed", line,
+            fmt::format("never found: {} and gives {}, not {}; put the longer text first", found,
+                        winner.index1, line.index1));
+    }
+}
+
+void check_conversion(Check &check, const Conversion &conversion) {
+    std::vector<const SourceLine *> entries;
+    for (const SourceLine &line : check.log().lines) {
+        if (line.step == Step::stored && line.row->type == conversion.type) {
+            entries.push_back(&line);
+        }
+    }
+    LookUps look_ups(conversion);
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const SourceLine &line = *entries[i];
+        if (is_name_list(conversion.type) && line.value.empty()) {
+            check.at_value("conversion-empty", line,
+                           fmt::format("an empty text fits every text: look-ups that come here "
+                                       "give {}, and no entry behind it is ever found",
+                                       line.index1));
+        }
+        if (const std::size_t found = look_ups.find(line.value); found < i) {
+            check_hidden(check, line, *entries[found]);
+        }
+        if (conversion.type == DFD_KEY_CARD_PID_STR &&
+            line.value.size() > std::size_t{dfd::kProductIdLength}) {
+            check.at_value(
+                "pid-too-long", line,
+                fmt::format("{} characters of the product identifier are read: this text "
+                            "of {} never fits it",
+                            dfd::kProductIdLength, line.value.size()));
+        }
+    }
+}
+
+}  // namespace
+
+void check_replaced(Check &check) {
+    for (const auto &[key, origins] : check.log().origins) {
+        check_origins(check, origins);
+    }
+    for (const SourceLine &line : check.log().lines) {
+        if (line.step == Step::stored) {
+            check_cut(check, line);
+        }
+    }
+    for (const Conversion &conversion : kConversions) {
+        check_conversion(check, conversion);
+    }
+}
 
 }  // namespace dfdctl::lint

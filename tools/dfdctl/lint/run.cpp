@@ -75,7 +75,11 @@ class Run {
     void files(const std::vector<std::string> &paths) { check(load_files(paths), ""); }
 
     void directory(const std::string &root) {
-        check_directory({root, listed_, skipped_, report_.findings});
+        const StartupLog nothing;
+        Check check(nothing, root, skipped_);
+        check_directory(root, listed_, check);
+        std::ranges::move(check.take(), std::back_inserter(report_.findings));
+        listed_.clear();
     }
 
     Report take() {
@@ -95,7 +99,7 @@ class Run {
         check(log, root);
         report_.files.insert(root + log.list_path);
         for (const ListLine &line : log.list) {
-            listed_.insert(root + line.path);
+            listed_.insert(line.path);
         }
         return !log.files.empty() &&
                log.files.back().path.ends_with(fmt::format("/{}.cfg", chassis_type));
