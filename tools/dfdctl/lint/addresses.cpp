@@ -1,9 +1,231 @@
 // SPDX-License-Identifier: MIT
-// Buses, addresses and the registers that items claim.
-#include "dfdctl/lint/lint.hpp"
+// Buses and their addresses, and registers that several items claim.
+#include <dfd/keys.h>
+#include <dfd/records.h>
+#include <algorithm>
+#include <array>
+#include <map>
+#include <tuple>
+
+#include "dfdctl/lint/registers.hpp"
+#include "dfdctl/lint/survey.hpp"
+#include "dfdctl/lint/uses.hpp"
+
+#include <fmt/format.h>
 
 namespace dfdctl::lint {
 
-void check_addresses(Check & /*check*/) {}
+namespace {
+
+constexpr std::uint32_t kLastAddress = 0x7F;
+constexpr std::uint32_t kLast8BitAddress = 0xFF;
+constexpr std::uint32_t kFirstDeviceAddress = 0x08;
+constexpr std::uint32_t kLastDeviceAddress = 0x77;
+constexpr int kDevBus = 0;
+constexpr int kDevAddr = 1;
+constexpr std::string_view kI2cPrefix = "/dev/i2c-";
+constexpr std::string_view kCpldPrefix = "/dev/cpld";
+constexpr std::string_view kFpgaPath = "/dev/fpga0";
+
+void check_address(Check &check, const Item &item, int member, std::uint32_t addr) {
+    if (!is_set(check, item, member)) {
+        check.at_item("i2c-address-missing", item.key(),
+                      fmt::format("{} has no .addr: address 0, at which no device answers, is used",
+                                  item.name()));
+    } else if (addr > kLastAddress) {
+        const bool is_shifted = addr <= kLast8BitAddress;
+        check.at_member(
+            "i2c-address-wide", item.key(), member,
+            fmt::format("an I2C address has 7 bits, {:#x} is none{}", addr,
+                        is_shifted
+                            ? fmt::format(": without its read/write bit it is {:#04x}", addr >> 1)
+                            : ""));
+    } else if (addr < kFirstDeviceAddress || addr > kLastDeviceAddress) {
+        check.at_member("i2c-address-reserved", item.key(), member,
+                        fmt::format("I2C address {:#04x} is reserved by the bus: devices have 0x08 "
+                                    "to 0x77",
+                                    addr));
+    }
+}
+
+bool is_on_i2c(const Item &item, const info_ctrl_t &ctrl) {
+    return item.type->type == DFD_KEY_SSLOT_E2PROM || is_eeprom_mode(ctrl.mode) ||
+           (is_hardware_mode(ctrl.mode) && !is_place_only(item) && ctrl.src == INFO_SRC_I2C);
+}
+
+void check_i2c_item(Check &check, const Item &item, const info_ctrl_t &ctrl) {
+    check_address(check, item, kAddr, ctrl.addr);
+    const std::string_view path = ctrl.fpath;
+    if (!path.empty() && !is_numbered_path(path, kI2cPrefix)) {
+        check.at_member(
+            "i2c-path", item.key(), kFpath,
+            fmt::format("'{}' is no I2C bus, which is /dev/i2c-N: the transfer fails", path));
+    }
+}
+
+void check_localbus_item(Check &check, const Item &item, const info_ctrl_t &ctrl) {
+    const std::string_view path = ctrl.fpath;
+    if (path.empty() || path == kFpgaPath || is_numbered_path(path, kCpldPrefix)) {
+        return;
+    }
+    if (is_numbered_path(path, kI2cPrefix)) {
+        check.at_member("localbus-i2c", item.key(), kFpath,
+                        fmt::format("'{}' is an I2C bus, but the source is localbus: registers are "
+                                    "not read through it; write .src=i2c and .addr",
+                                    path));
+    } else {
+        check.at_member("localbus-path", item.key(), kFpath,
+                        fmt::format("'{}' is none of /dev/cpldN and /dev/fpga0, the devices with "
+                                    "registers",
+                                    path));
+    }
+}
+
+void check_device_item(Check &check, const Item &item, const i2c_dev_t &device) {
+    check_address(check, item, kDevAddr, device.addr);
+    if (!is_set(check, item, kDevBus)) {
+        check.at_item("i2c-bus-missing", item.key(),
+                      fmt::format("{} has no .bus: bus 0 is used", item.name()));
+    }
+}
+
+void check_buses(Check &check) {
+    for (const Item &item : configured(check, Kind::i2c_dev)) {
+        check_device_item(check, item, *record_of<i2c_dev_t>(item));
+    }
+    for (const Item &item : configured(check, Kind::info_ctrl)) {
+        const auto &ctrl = *record_of<info_ctrl_t>(item);
+        if (is_on_i2c(item, ctrl)) {
+            check_i2c_item(check, item, ctrl);
+        } else if (is_hardware_mode(ctrl.mode) && ctrl.src == INFO_SRC_LOCALBUS) {
+            check_localbus_item(check, item, ctrl);
+        }
+    }
+}
+
+/// Units of these types share a register on many boards: one mask for a group of sources, one speed
+/// for all rotors, one LED or one protection for all units, switches of two cards in one.
+constexpr std::array<std::uint32_t, 9> kShared = {
+    DFD_KEY_IRQ_MASK,        DFD_KEY_FAN_CFG_SPEED,    DFD_KEY_GET_FAN_CFG_SPEED,
+    DFD_KEY_SOFT_LED_CTRL,   DFD_KEY_MB_FAN_LED_CTRL,  DFD_KEY_MB_FAN_IN_FAN_LED_CTRL,
+    DFD_KEY_MB_PWR_LED_CTRL, DFD_KEY_E2_WRITE_PROTECT, DFD_KEY_CARD_POWER_CTRL,
+};
+
+bool may_share(std::uint32_t type) {
+    return std::find(kShared.begin(), kShared.end(), type) != kShared.end();
+}
+
+/// What two items disagree about, as a rule and a text; a rule without a name: nothing.
+struct Conflict {
+    std::string_view rule = {};
+    std::string text = {};
+};
+
+/// Two items in the same bits of the same register.
+Conflict conflict_in_same_bits(const Claim &a, const Claim &b) {
+    const bool is_same_type = a.item.type == b.item.type;
+    if (is_same_type && !may_share(a.item.type->type)) {
+        return {"register-twice",
+                "both read the same place: a copied line whose register was not changed?"};
+    }
+    const bool is_number = a.is_field || (a.bytes > 1 && a.ctrl->frmt == b.ctrl->frmt);
+    if (is_number && (a.ctrl->pola == INFO_POLA_NEGATIVE) != (b.ctrl->pola == INFO_POLA_NEGATIVE)) {
+        return {"register-meaning", a.is_field
+                                        ? "one inverts the bits, the other does not"
+                                        : "one takes the first byte as most significant, the other "
+                                          "as least"};
+    }
+    return {};
+}
+
+/// Two items in some of the same bits.
+Conflict conflict_in_some_bits(const Device &device, const Claim &a, const Claim &b) {
+    if (a.is_field && b.is_field) {
+        return {"register-overlap",
+                fmt::format("the fields overlap: bits {:#04x} and bits {:#04x} of register {:#04x}",
+                            a.mask, b.mask, a.first)};
+    }
+    const bool both_written = is_written(a.item.type->type) && is_written(b.item.type->type);
+    if (a.first == b.first && both_written) {
+        return {"register-overwritten",
+                "both write the register: the one that writes all of it overwrites the bits of the "
+                "other"};
+    }
+    // Registers of an I2C device may each have several bytes; a buffer may be read across others.
+    const bool are_numbers = a.ctrl->frmt != INFO_FRMT_BUF && b.ctrl->frmt != INFO_FRMT_BUF;
+    const bool is_nested =
+        (a.first <= b.first && a.end() >= b.end()) || (b.first <= a.first && b.end() >= a.end());
+    if (device.source != INFO_SRC_I2C && are_numbers && !is_nested) {
+        return {"register-overlap",
+                fmt::format("the numbers overlap: {:#04x} to {:#04x} and {:#04x} to {:#04x}",
+                            a.first, a.end() - 1, b.first, b.end() - 1)};
+    }
+    return {};
+}
+
+Conflict conflict_of(const Device &device, const Claim &a, const Claim &b) {
+    if (a == b) {
+        return conflict_in_same_bits(a, b);
+    }
+    const bool meet = a.first < b.end() && b.first < a.end() && (a.mask & b.mask) != 0;
+    return meet ? conflict_in_some_bits(device, a, b) : Conflict{};
+}
+
+void add_conflict(Check &check, const Claim &at, const Claim &other, const Conflict &conflict) {
+    const CtrlMember member = at.is_field ? kBitOffset : kRegOffset;
+    const SourceLine *line = check.line_of(other.item.key(), kRegOffset);
+    check.at_member(conflict.rule, at.item.key(), member,
+                    fmt::format("{} and {}{}: {}", at.item.name(), other.item.name(),
+                                line != nullptr ? fmt::format(" ({})", check.place(*line)) : "",
+                                conflict.text));
+}
+
+/// Each claim against those before it that may reach so far; one finding a claim.
+void check_registers(Check &check, const Device &device, const std::vector<Claim> &claims) {
+    constexpr std::uint32_t kLongest = 255;
+    std::size_t first_near = 0;
+    for (std::size_t i = 0; i < claims.size(); ++i) {
+        while (claims[first_near].first + kLongest < claims[i].first) {
+            ++first_near;
+        }
+        for (std::size_t j = first_near; j < i; ++j) {
+            const Conflict conflict = conflict_of(device, claims[j], claims[i]);
+            if (!conflict.rule.empty()) {
+                add_conflict(check, claims[i], claims[j], conflict);
+                break;
+            }
+        }
+    }
+}
+
+/// EEPROM images of two units at one address.
+void check_images(Check &check) {
+    std::map<std::tuple<std::uint32_t, std::string, std::uint32_t, std::uint32_t>, Item> seen;
+    for (const Item &item : configured(check, Kind::info_ctrl)) {
+        const auto &ctrl = *record_of<info_ctrl_t>(item);
+        if (ctrl.fpath[0] == '\0' ||
+            (!is_eeprom_mode(ctrl.mode) && item.type->type != DFD_KEY_SSLOT_E2PROM)) {
+            continue;
+        }
+        const auto [at, is_new] =
+            seen.try_emplace({item.type->type, ctrl.fpath, ctrl.addr, ctrl.reg_offset}, item);
+        if (!is_new) {
+            check.at_member("eeprom-twice", item.key(), kAddr,
+                            fmt::format("{} and {} are read from the same EEPROM: a copied line "
+                                        "whose address was not changed?",
+                                        item.name(), at->second.name()));
+        }
+    }
+}
+
+}  // namespace
+
+void check_addresses(Check &check) {
+    check_buses(check);
+    check_images(check);
+    for (const auto &[device, claims] : claims_of(check)) {
+        check_registers(check, device, claims);
+    }
+}
 
 }  // namespace dfdctl::lint

@@ -1,9 +1,297 @@
 // SPDX-License-Identifier: MIT
-// Descriptions that can never work.
-#include "dfdctl/lint/lint.hpp"
+// Descriptions that can never work. Whether an item can be read or written at all is asked of the
+// library's engine, with every transfer answered.
+#include <dfd/access.h>
+#include <dfd/framework.h>
+#include <dfd/keys.h>
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+
+#include "dfdctl/lint/survey.hpp"
+#include "dfdctl/lint/uses.hpp"
+
+#include <fmt/format.h>
 
 namespace dfdctl::lint {
 
-void check_items(Check & /*check*/) {}
+namespace {
+
+constexpr std::uint32_t kMaxBytes = 255;
+constexpr std::uint32_t kIntegerBytes = 4;
+constexpr std::uint32_t kRegisterBits = 8;
+constexpr std::uint32_t kLastI2cRegister = 0xFF;
+
+/// Whoever converts the bytes: here only the engine is on trial.
+int convert(std::uint8_t * /*bytes*/, int /*count*/, int *value) {
+    *value = 0;
+    return DFD_OK;
+}
+
+/// The engine with every transfer answered, and what it says when it refuses.
+class Engine {
+  public:
+    Engine() : log_(open_memstream(&text_, &size_)), outer_out_(stdout), outer_debug_(dfd_debug) {
+        hooks_.answer = [](void * /*context*/, const dfd::watch::Transfer &transfer, int *result) {
+            if (!transfer.is_write && transfer.data != nullptr) {
+                std::memset(transfer.data, 0, transfer.len);
+            }
+            *result = static_cast<int>(transfer.len);
+            return true;
+        };
+        hooks_.pause = [](void * /*context*/, unsigned /*us*/) { return true; };
+        outer_hooks_ = dfd::watch::hooks;
+        dfd::watch::hooks = &hooks_;
+        dfd_debug = DFD_DEBUG_ERR;
+        stdout = log_;
+    }
+    ~Engine() {
+        stdout = outer_out_;
+        dfd_debug = outer_debug_;
+        dfd::watch::hooks = outer_hooks_;
+        std::fclose(log_);
+        std::free(text_);
+    }
+    Engine(const Engine &) = delete;
+    Engine &operator=(const Engine &) = delete;
+
+    bool reads_number(std::uint32_t key) {
+        std::rewind(log_);
+        int value = 0;
+        return dfd_info_get_int(key, &value, convert) >= DFD_OK;
+    }
+    bool reads_buffer(std::uint32_t key) {
+        std::rewind(log_);
+        std::array<char, kMaxBytes> buffer{};
+        return dfd_info_get_buf(key, buffer.data(), kMaxBytes, nullptr) >= DFD_OK;
+    }
+    bool writes(std::uint32_t key) {
+        std::rewind(log_);
+        return dfd_info_set_int(key, 0) >= DFD_OK;
+    }
+    /// Of the last call.
+    std::string said() {
+        std::fflush(log_);
+        return {text_, size_};
+    }
+
+  private:
+    char *text_ = nullptr;
+    std::size_t size_ = 0;
+    std::FILE *log_;
+    std::FILE *outer_out_;
+    std::uint32_t outer_debug_;
+    const dfd::watch::Hooks *outer_hooks_;
+    dfd::watch::Hooks hooks_;
+};
+
+/// What the engine means by a message, and the member that it is about.
+struct Refusal {
+    std::string_view message;
+    CtrlMember member;
+    std::string_view meaning;
+};
+
+constexpr std::array kRefusals = {
+    Refusal{"bit_offsest[", kBitOffset, "a bit field begins at bit 0 to 7"},
+    Refusal{"] len[", kLen, "a number has 1 to 31 bytes"},
+    Refusal{"]  format[", kFrmt, "a number is bit, byte, num_bytes, num_str or num_buf"},
+    Refusal{"] format[", kFrmt, "only bit, byte, num_bytes and num_buf can be written"},
+    Refusal{"] format=", kLen, "a buffer has 1 to 255 bytes"},
+    Refusal{"] ctrl mode[", kMode, "only mode config can be written"},
+    Refusal{"not support str int set", kFrmt, "a text cannot be written"},
+    Refusal{"write info to file", kSrc, "a file cannot be written"},
+    Refusal{"info src[", kSrc, "a source is localbus, i2c or file"},
+};
+
+struct Seen {
+    const Check &check;
+    Item item;
+    const info_ctrl_t &ctrl;
+
+    bool sets(CtrlMember member) const { return is_set(check, item, member); }
+    bool is_hardware() const { return is_hardware_mode(ctrl.mode); }
+    bool is_hardware(int src) const { return is_hardware() && ctrl.src == src; }
+    bool has_format(std::initializer_list<int> formats) const {
+        return is_hardware() &&
+               std::find(formats.begin(), formats.end(), ctrl.frmt) != formats.end();
+    }
+};
+
+/// ".len is 40", "there is no .len".
+std::string state_of(const Seen &seen, CtrlMember member) {
+    const std::string_view name = info_ctrl_mem_str[member];
+    const SourceLine *line = seen.check.line_of(seen.item.key(), member);
+    return line != nullptr ? fmt::format("{} is '{}'", name, line->value)
+                           : fmt::format("there is no {}", name);
+}
+
+void add_refusal(Check &check, const Seen &seen, std::string_view rule, std::string_view verdict,
+                 const std::string &said) {
+    for (const Refusal &refusal : kRefusals) {
+        if (said.find(refusal.message) != std::string::npos) {
+            check.at_member(rule, seen.item.key(), refusal.member,
+                            fmt::format("{} {}: {}, but {}", seen.item.name(), verdict,
+                                        state_of(seen, refusal.member), refusal.meaning));
+            return;
+        }
+    }
+    check.at_item(rule, seen.item.key(),
+                  fmt::format("{} {}: the library says '{}'", seen.item.name(), verdict, said));
+}
+
+void try_engine(Check &check, Engine &engine, const Seen &seen) {
+    const std::uint32_t key = seen.item.key();
+    const bool is_buffer = seen.ctrl.frmt == INFO_FRMT_BUF;
+    const bool writes = engine.writes(key);
+    const std::string write_said = writes ? "" : engine.said();
+    if (!writes && !(is_buffer ? engine.reads_buffer(key) : engine.reads_number(key))) {
+        add_refusal(check, seen, "item-refused", "can never be read", engine.said());
+    } else if (!writes && is_written(seen.item.type->type)) {
+        add_refusal(check, seen, "write-refused", "can never be written", write_said);
+    }
+}
+
+/// A combination of members that does not do what it says.
+struct MemberRule {
+    std::string_view rule;
+    CtrlMember member;
+    bool (*is_broken)(const Seen &seen);
+    std::string_view text;
+};
+
+bool is_relative(const Seen &seen) {
+    return seen.ctrl.mode != INFO_CTRL_MODE_CONSTANT && seen.ctrl.fpath[0] != '\0' &&
+           seen.ctrl.fpath[0] != '/';
+}
+
+bool has_leftovers(const Seen &seen) {
+    return seen.ctrl.mode == INFO_CTRL_MODE_CONSTANT &&
+           (seen.sets(kSrc) || seen.sets(kFpath) || seen.sets(kRegOffset));
+}
+
+bool has_no_path(const Seen &seen) {
+    return seen.ctrl.fpath[0] == '\0' &&
+           (seen.is_hardware() ? seen.ctrl.src != INFO_SRC_NONE : is_eeprom_mode(seen.ctrl.mode));
+}
+
+constexpr std::array kMemberRules = {
+    MemberRule{"bit-field-empty", kLen,
+               [](const Seen &s) { return s.has_format({INFO_FRMT_BIT}) && s.ctrl.len == 0; },
+               "a bit field of no bits always reads 0, and a write changes nothing: .len is the "
+               "width in bits, 1 for a flag"},
+    MemberRule{
+        "bit-field-wide", kLen,
+        [](const Seen &s) {
+            return s.has_format({INFO_FRMT_BIT}) && s.ctrl.len > 0 &&
+                   s.ctrl.bit_offset < kRegisterBits &&
+                   (s.ctrl.len > kRegisterBits || s.ctrl.bit_offset + s.ctrl.len > kRegisterBits);
+        },
+        "the field goes past bit 7, where there is nothing: .bit_offset + .len is at most 8"},
+    MemberRule{"number-wide", kLen,
+               [](const Seen &s) {
+                   return s.has_format({INFO_FRMT_BYTE, INFO_FRMT_NUM_BYTES}) &&
+                          s.ctrl.len > kIntegerBytes;
+               },
+               "an integer holds 4 bytes: the more significant bytes of this number are lost"},
+    MemberRule{
+        "i2c-bit-write", kFrmt,
+        [](const Seen &s) {
+            return s.has_format({INFO_FRMT_BIT}) && s.ctrl.src == INFO_SRC_I2C &&
+                   is_written(s.item.type->type);
+        },
+        "a write over I2C writes the whole register: the bits beside this field become 0, or "
+        "1 with negative polarity; give the field a register of its own"},
+    MemberRule{"write-one-byte", kLen,
+               [](const Seen &s) {
+                   return s.has_format({INFO_FRMT_BYTE, INFO_FRMT_NUM_BYTES, INFO_FRMT_NUM_BUF}) &&
+                          s.ctrl.len > 1 && is_written(s.item.type->type);
+               },
+               "only the low byte of a value is written, at .reg_offset, whatever .len says"},
+    MemberRule{
+        "constant-missing", kMode,
+        [](const Seen &s) { return s.ctrl.mode == INFO_CTRL_MODE_CONSTANT && !s.sets(kIntCons); },
+        "a constant without .int_cons is 0"},
+    MemberRule{"constant-source", kSrc, has_leftovers,
+               "a constant is not read from anywhere: source, path and register count for nothing"},
+    MemberRule{
+        "constant-unused", kIntCons,
+        [](const Seen &s) { return s.ctrl.mode != INFO_CTRL_MODE_CONSTANT && s.sets(kIntCons); },
+        ".int_cons counts with .mode=constant only"},
+    MemberRule{
+        "mode-none", kMode, [](const Seen &s) { return s.ctrl.mode == INFO_CTRL_MODE_NONE; },
+        "without a mode numbers are read as with config, but buffers and writes are refused: "
+        "write .mode=config"},
+    MemberRule{"mode-func", kMode,
+               [](const Seen &s) {
+                   return s.ctrl.mode == INFO_CTRL_MODE_FUNC &&
+                          s.item.type->type != DFD_KEY_POWER_STATE;
+               },
+               "func has a meaning for power_state only; here numbers are read as with config, but "
+               "buffers and writes are refused"},
+    MemberRule{"polarity-inverts-nothing", kPola,
+               [](const Seen &s) {
+                   return s.has_format({INFO_FRMT_BYTE, INFO_FRMT_NUM_BYTES}) && s.ctrl.len == 1 &&
+                          s.ctrl.pola == INFO_POLA_NEGATIVE;
+               },
+               "the polarity of a number is its byte order: of one byte nothing is inverted; an "
+               "active-low value is a bit field"},
+    MemberRule{"polarity-unused", kPola,
+               [](const Seen &s) {
+                   return s.has_format({INFO_FRMT_NUM_STR, INFO_FRMT_NUM_BUF, INFO_FRMT_BUF}) &&
+                          s.ctrl.pola != INFO_POLA_NONE;
+               },
+               "this format has no polarity"},
+    MemberRule{"bit-offset-unused", kBitOffset,
+               [](const Seen &s) {
+                   return s.is_hardware() && s.ctrl.frmt != INFO_FRMT_NONE &&
+                          s.ctrl.frmt != INFO_FRMT_BIT && s.ctrl.bit_offset != 0;
+               },
+               "a bit offset counts with .frmt=bit only: the value is not shifted"},
+    MemberRule{"address-unused", kAddr,
+               [](const Seen &s) {
+                   return (s.is_hardware(INFO_SRC_LOCALBUS) || s.is_hardware(INFO_SRC_FILE)) &&
+                          s.sets(kAddr);
+               },
+               ".addr is a device on an I2C bus; the register of this source is .reg_offset"},
+    MemberRule{
+        "register-cut", kRegOffset,
+        [](const Seen &s) {
+            return s.is_hardware(INFO_SRC_I2C) && s.ctrl.reg_offset > kLastI2cRegister;
+        },
+        "a register of an I2C device is one byte: the upper bits are cut, another register is "
+        "accessed"},
+    MemberRule{"path-missing", kFpath, has_no_path,
+               "without .fpath no device is opened: every read fails (-7)"},
+    MemberRule{"path-relative", kFpath, is_relative,
+               "a relative path depends on the directory that a program was started in: begin it "
+               "with '/'"},
+};
+
+void check_members(Check &check, const Seen &seen) {
+    for (const MemberRule &rule : kMemberRules) {
+        if (rule.is_broken(seen)) {
+            check.at_member(rule.rule, seen.item.key(), rule.member,
+                            fmt::format("{}: {}", seen.item.name(), rule.text));
+        }
+    }
+}
+
+}  // namespace
+
+void check_items(Check &check) {
+    Engine engine;
+    for (const Item &item : configured(check, Kind::info_ctrl)) {
+        const Seen seen{check, item, *record_of<info_ctrl_t>(item)};
+        if (is_place_only(item)) {
+            continue;
+        }
+        check_members(check, seen);
+        if (is_hardware_mode(seen.ctrl.mode) || seen.ctrl.mode == INFO_CTRL_MODE_CONSTANT) {
+            try_engine(check, engine, seen);
+        }
+    }
+}
 
 }  // namespace dfdctl::lint

@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: MIT
+// A section for each device, a block for each register: its bits, then the items in them. Each item
+// has a letter; a bit that several items claim has '*'.
+#include "dfdctl/lint/bitmap.hpp"
+
+#include <dfd/records.h>
+#include <algorithm>
+
+#include "dfdctl/describe.hpp"
+#include "dfdctl/lint/registers.hpp"
+#include "dfdctl/lint/survey.hpp"
+#include "dfdctl/lint/uses.hpp"
+#include "dfdctl/output.hpp"
+
+#include <fmt/format.h>
+
+namespace dfdctl::lint {
+
+namespace {
+
+constexpr unsigned kBits = 8;
+constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
+constexpr char kFree = '.';
+constexpr char kShared = '*';
+
+std::string heading(const Device &device) {
+    return device.source == INFO_SRC_I2C
+               ? fmt::format("{}, device {:#04x}", device.path, device.addr)
+               : fmt::format("{} ({})", device.path, source_word(device.source));
+}
+
+char letter(std::size_t position) {
+    return kLetters[position % kLetters.size()];
+}
+
+/// "0x10", "0x10-0x13".
+std::string registers_of(const Claim &claim) {
+    return claim.bytes == 1 ? fmt::format("{:#04x}", claim.first)
+                            : fmt::format("{:#04x}-{:#04x}", claim.first, claim.end() - 1);
+}
+
+/// ". . . . b b a a", bit 7 first.
+std::string bits_of(std::span<const Claim> claims) {
+    std::string text;
+    for (unsigned bit = kBits; bit-- > 0;) {
+        char shown = kFree;
+        for (std::size_t i = 0; i < claims.size(); ++i) {
+            if ((claims[i].mask >> bit & 1) != 0) {
+                shown = shown == kFree ? letter(i) : kShared;
+            }
+        }
+        text += shown;
+        text += bit > 0 ? " " : "";
+    }
+    return text;
+}
+
+/// How a value is made of the bits.
+std::string meaning_of(const info_ctrl_t &ctrl) {
+    const bool is_negative = ctrl.pola == INFO_POLA_NEGATIVE;
+    switch (ctrl.frmt) {
+        case INFO_FRMT_BIT:
+            return is_negative ? "inverted" : "";
+        case INFO_FRMT_BYTE:
+        case INFO_FRMT_NUM_BYTES:
+            return ctrl.len == 1 ? "number"
+                                 : (is_negative ? "number, low first" : "number, high first");
+        case INFO_FRMT_NUM_STR:
+            return "decimal text";
+        case INFO_FRMT_NUM_BUF:
+            return "converted";
+        default:
+            return "bytes";
+    }
+}
+
+std::string use_of(const Item &item) {
+    const std::string use = fmt::format("{}{}", is_read(item.type->type) ? "R" : "",
+                                        is_written(item.type->type) ? "W" : "");
+    return use.empty() ? "-" : use;
+}
+
+std::string place_of(const Check &check, const Item &item) {
+    for (const int member : {int{kRegOffset}, int{kFpath}}) {
+        if (const SourceLine *line = check.line_of(item.key(), member)) {
+            return check.place(*line);
+        }
+    }
+    return "";
+}
+
+/// Claims of the same registers.
+void add_block(const Check &check, std::span<const Claim> claims, Table &table) {
+    for (std::size_t i = 0; i < claims.size(); ++i) {
+        const Claim &claim = claims[i];
+        table.add({i == 0 ? registers_of(claim) : "", i == 0 ? bits_of(claims) : "",
+                   fmt::format("{} {}", letter(i), claim.item.name()), use_of(claim.item),
+                   meaning_of(*claim.ctrl), place_of(check, claim.item)});
+    }
+}
+
+}  // namespace
+
+void print_bitmap(const Check &check, std::FILE *out) {
+    bool is_first = true;
+    for (const auto &[device, claims] : claims_of(check)) {
+        print_heading(out, heading(device), is_first);
+        is_first = false;
+        Table table({"register", "7 6 5 4 3 2 1 0", "item", "use", "value", "line"});
+        for (auto begin = claims.begin(); begin != claims.end();) {
+            const auto end = std::find_if(begin, claims.end(), [&](const Claim &claim) {
+                return claim.first != begin->first || claim.bytes != begin->bytes;
+            });
+            add_block(check, {begin, end}, table);
+            begin = end;
+        }
+        table.print(out);
+    }
+}
+
+}  // namespace dfdctl::lint

@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdio>
+
+#include "dfdctl/lint/lint.hpp"
+
+namespace dfdctl::lint {
+
+/// The register map of each device that the board's items name, for a hardware engineer to review.
+void print_bitmap(const Check &check, std::FILE *out);
+
+}  // namespace dfdctl::lint

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: MIT
+#include "dfdctl/lint/survey.hpp"
+
+#include <dfd/framework.h>
+#include <dfd/keys.h>
+#include <algorithm>
+
+#include <fmt/format.h>
+
+namespace dfdctl::lint {
+
+namespace {
+
+/// Index2 of card_temp_ctrl from which on a card's own sensors are files of the switch chip.
+constexpr std::uint32_t kFirstMacSensor = 41;
+
+bool has_hex_index(std::uint32_t type) {
+    return type == DFD_KEY_IRQ_INFO || type == DFD_KEY_IRQ_MASK;
+}
+
+}  // namespace
+
+std::vector<Item> configured(const Check &check, std::uint32_t type) {
+    const auto &origins = check.log().origins;
+    std::vector<Item> items;
+    for (auto at = origins.lower_bound(DFD_MAKE_KEY(type, 0, 0));
+         at != origins.end() && DFD_KEY_TYPE(at->first) == type; ++at) {
+        items.push_back(item_of_key(at->first));
+    }
+    return items;
+}
+
+std::vector<Item> configured(const Check &check, Kind kind) {
+    std::vector<Item> items;
+    for (const auto &[key, origins] : check.log().origins) {
+        const Item item = item_of_key(key);
+        if (item.type->kind == kind) {
+            items.push_back(item);
+        }
+    }
+    return items;
+}
+
+bool has(std::uint32_t type, std::uint32_t index1, std::uint32_t index2) {
+    return dfd_lib_cfg_get_item(DFD_MAKE_KEY(type, index1, index2)) != nullptr;
+}
+
+bool has_any(const Check &check, std::uint32_t type) {
+    const auto &origins = check.log().origins;
+    const auto at = origins.lower_bound(DFD_MAKE_KEY(type, 0, 0));
+    return at != origins.end() && DFD_KEY_TYPE(at->first) == type;
+}
+
+int int_value(std::uint32_t type, int missing) {
+    const int *value = record_of<int>(item_of(type));
+    return value != nullptr ? *value : missing;
+}
+
+bool is_set(const Check &check, const Item &item, int member) {
+    return check.line_of(item.key(), member) != nullptr;
+}
+
+std::string as_written(const Item &item, std::string_view member) {
+    std::string text = fmt::format("{}{}", item.type->name, member);
+    if (item.type->index_count() > 0) {
+        text += has_hex_index(item.type->type) ? fmt::format("_{:#06x}", item.index1)
+                                               : fmt::format("_{}", item.index1);
+    }
+    if (item.type->index_count() > 1) {
+        text += fmt::format("_{}", item.index2);
+    }
+    return text;
+}
+
+bool is_eeprom_mode(int mode) {
+    return mode == INFO_CTRL_MODE_TLV || mode == INFO_CTRL_MODE_FRU ||
+           mode == INFO_CTRL_MODE_LEGACY;
+}
+
+bool is_hardware_mode(int mode) {
+    return mode != INFO_CTRL_MODE_CONSTANT && !is_eeprom_mode(mode);
+}
+
+bool is_place_only(const Item &item) {
+    return item.type->type == DFD_KEY_SSLOT_E2PROM ||
+           (item.type->type == DFD_KEY_CARD_TEMP_CTRL && item.index1 == 0 &&
+            item.index2 >= kFirstMacSensor);
+}
+
+bool is_numbered_path(std::string_view path, std::string_view prefix) {
+    return path.starts_with(prefix) && path.size() > prefix.size() &&
+           std::all_of(path.begin() + static_cast<std::ptrdiff_t>(prefix.size()), path.end(),
+                       [](char c) { return c >= '0' && c <= '9'; });
+}
+
+}  // namespace dfdctl::lint

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+// What the rules ask about the items of the loaded board.
+#pragma once
+
+#include <dfd/records.h>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "dfdctl/keys.hpp"
+#include "dfdctl/lint/lint.hpp"
+
+namespace dfdctl::lint {
+
+/// Members of info_ctrl, in the order of info_ctrl_mem_str.
+enum CtrlMember {
+    kMode,
+    kIntCons,
+    kSrc,
+    kFrmt,
+    kPola,
+    kFpath,
+    kAddr,
+    kRegOffset,
+    kLen,
+    kBitOffset,
+    kCtrlMembers
+};
+
+/// Configured items of a type, by index.
+std::vector<Item> configured(const Check &check, std::uint32_t type);
+/// Configured items of a kind, by key.
+std::vector<Item> configured(const Check &check, Kind kind);
+bool has(std::uint32_t type, std::uint32_t index1 = 0, std::uint32_t index2 = 0);
+bool has_any(const Check &check, std::uint32_t type);
+/// Value of an int item, or what stands for a missing one.
+int int_value(std::uint32_t type, int missing);
+/// A line says something of this member.
+bool is_set(const Check &check, const Item &item, int member);
+
+/// As a line begins: "fan_real_speed_1_2", "irq_info_0x0102_3"; with a member
+/// "fan_real_speed.len_1_2".
+std::string as_written(const Item &item, std::string_view member = {});
+
+/// An image that is decoded: its items need a path and an address only.
+bool is_eeprom_mode(int mode);
+/// Read or written by its description.
+bool is_hardware_mode(int mode);
+/// The library takes only the path (and address) of this item, whatever else it says.
+bool is_place_only(const Item &item);
+/// "/dev/i2c-3" for "/dev/i2c-".
+bool is_numbered_path(std::string_view path, std::string_view prefix);
+
+}  // namespace dfdctl::lint

@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: MIT
+// Slots, cards and sub-slots, the reset button, the frame sizes of the management port.
+#include <dfd/keys.h>
+#include <dfd/records.h>
+#include <array>
+
+#include "dfdctl/lint/survey.hpp"
+#include "dfdctl/lint/together.hpp"
+
+#include <fmt/format.h>
+
+namespace dfdctl::lint {
+
+namespace {
+
+constexpr std::uint32_t kFirstFabricSlot = 30;
+constexpr std::uint32_t kFabricCard = 31;
+constexpr std::uint32_t kLastSubSlot = 8;
+
+/// Items that are looked up by card: slots 30 and 31 are both card 31.
+constexpr std::array kCardTypes = {DFD_KEY_CARD_TEMP_CTRL,    DFD_KEY_CARD_RATE_POWER,
+                                   DFD_KEY_CARD_POWER_STATUS, DFD_KEY_CARD_POWER_LACK,
+                                   DFD_KEY_CARD_POWER_CTRL,   DFD_KEY_CARD_VOL_LOW,
+                                   DFD_KEY_CARD_VOL_HIGH,     DFD_KEY_CARD_VOL_WATERLINE};
+
+void check_card_numbers(Check &check) {
+    for (const std::uint32_t type : kCardTypes) {
+        for (const Item &item : configured(check, type)) {
+            if (item.index1 == kFirstFabricSlot) {
+                check.at_item("card-30", item.key(),
+                              fmt::format("{} is never looked at: for slot 30 as for slot 31 the "
+                                          "item of card {} is taken",
+                                          item.name(), kFabricCard));
+            }
+        }
+    }
+}
+
+void check_power_status(Check &check) {
+    for (const Item &item : configured(check, DFD_KEY_CARD_POWER_STATUS)) {
+        const bool is_own = item.index1 == 0;
+        if (is_own || has(DFD_KEY_SSLOT_STATE, item.index1)) {
+            continue;
+        }
+        if (item.index1 > kLastSubSlot) {
+            check.at_item(
+                "card-status-beyond", item.key(),
+                fmt::format("{}: only cards 1 to 8 can have the sslot_state that is asked "
+                            "first: the power status of this one is always 0",
+                            item.name()));
+        } else {
+            check.at_item("card-status-hidden", item.key(),
+                          fmt::format("{} is read only when sslot_state_{} reads 1, which is not "
+                                      "configured: the power status is always 0",
+                                      item.name(), item.index1));
+        }
+    }
+}
+
+void check_sub_slots(Check &check) {
+    const int sub_slots = int_value(DFD_KEY_SSLOT_NUM, -1);
+    for (const Item &item : configured(check, DFD_KEY_SSLOT_E2PROM)) {
+        const bool is_beyond =
+            sub_slots >= 0 && item.index1 > static_cast<std::uint32_t>(sub_slots);
+        if (item.index1 == 0 || is_beyond) {
+            check.at_item("subcard-beyond", item.key(),
+                          fmt::format("{}: {}", item.name(),
+                                      item.index1 == 0
+                                          ? "sub-slots count from 1, number 0 is refused (-8)"
+                                          : fmt::format("there are {} sub-slots (sslot_num), "
+                                                        "platform software never asks for this one",
+                                                        sub_slots)));
+        }
+    }
+}
+
+void check_button_texts(Check &check) {
+    for (const Item &item : configured(check, DFD_KEY_RESET_BUTTON_TP_STR)) {
+        const std::string_view text = record_of<char>(item);
+        if (!text.starts_with("long") && !text.starts_with("short")) {
+            check.at_member("button-text", item.key(), dfd::watch::kNoMember,
+                            fmt::format("'{}' begins neither with long nor with short: the type of "
+                                        "the reset button is 0",
+                                        text));
+        }
+    }
+}
+
+void check_frame_sizes(Check &check) {
+    const int smallest = int_value(DFD_KEY_MGMT_MIN_MTU, 0);
+    const int largest = int_value(DFD_KEY_MGMT_MAX_MTU, smallest);
+    const int usual = int_value(DFD_KEY_MGMT_DEF_MTU, smallest);
+    const auto at = [&](std::uint32_t type, const std::string &text) {
+        if (has(type)) {
+            check.at_member("mtu-order", item_of(type).key(), dfd::watch::kNoMember, text);
+        }
+    };
+    if (smallest > largest) {
+        at(DFD_KEY_MGMT_MIN_MTU, fmt::format("mgmt_min_mtu {} is above mgmt_max_mtu {}: no frame "
+                                             "size is allowed",
+                                             smallest, largest));
+    } else if (usual < smallest || usual > largest) {
+        at(DFD_KEY_MGMT_DEF_MTU,
+           fmt::format("mgmt_def_mtu {} lies outside {} to {}", usual, smallest, largest));
+    }
+}
+
+/// my_rate_power is looked up by board type, which the list file's name tells.
+void check_own_power(Check &check) {
+    constexpr int kHex = 16;
+    const std::string &path = check.log().list_path;
+    const auto type = static_cast<std::uint32_t>(
+        std::strtoul(path.substr(path.rfind('/') + 1).c_str(), nullptr, kHex));
+    const std::vector<Item> items = configured(check, DFD_KEY_MY_RATE_POWER);
+    if (!items.empty() && type != 0 && !has(DFD_KEY_MY_RATE_POWER, type)) {
+        check.at_item("own-power-missing", items.front().key(),
+                      fmt::format("my_rate_power goes by board type, and there is none for this "
+                                  "board: my_rate_power_{}; its rated power is not supported (-6)",
+                                  type));
+    }
+}
+
+}  // namespace
+
+void check_cards(Check &check) {
+    check_card_numbers(check);
+    check_power_status(check);
+    check_sub_slots(check);
+    check_button_texts(check);
+    check_frame_sizes(check);
+    check_own_power(check);
+}
+
+}  // namespace dfdctl::lint

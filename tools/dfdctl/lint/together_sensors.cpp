@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: MIT
+// Temperature sensors, the files of the switch chip, and voltage channels.
+#include <dfd/keys.h>
+#include <dfd/records.h>
+#include <array>
+#include <set>
+
+#include "dfdctl/lint/survey.hpp"
+#include "dfdctl/lint/together.hpp"
+
+#include <fmt/format.h>
+
+namespace dfdctl::lint {
+
+namespace {
+
+constexpr int kTempName = 0;
+constexpr int kTempType = 1;
+
+void check_sensor(Check &check, const Item &item, const temp_info_t &sensor) {
+    if (sensor.temp_name[0] == '\0') {
+        check.at_member("sensor-without-name", item.key(), kTempName,
+                        fmt::format("{} has no name: its .temp_name is shown", item.name()));
+    }
+    if (!is_set(check, item, kTempType)) {
+        check.at_item(
+            "sensor-without-type", item.key(),
+            fmt::format("{} has no .type: the plain number of its control item counts as "
+                        "degrees; write .type=none when it does, else lm75, tmp411 or mac",
+                        item.name()));
+    }
+    const Item control = item_of(DFD_KEY_CARD_TEMP_CTRL, item.index1, item.index2);
+    if (sensor.type == TEMP_INFO_MAC && !is_place_only(control)) {
+        check.at_member(
+            "mac-sensor-place", item.key(), kTempType,
+            fmt::format("{}: a switch chip's temperature is read from the file that "
+                        "card_temp_ctrl_0_41 and on name, never from these indexes (-1)",
+                        item.name()));
+    }
+}
+
+/// A file of the switch chip and the item that says that there is one.
+void check_mac_files(Check &check) {
+    const Item flag = item_of(DFD_KEY_MAC_TEMP_FILE);
+    const bool has_flag = has(DFD_KEY_MAC_TEMP_FILE);
+    bool has_file = false;
+    for (const Item &item : configured(check, DFD_KEY_CARD_TEMP_CTRL)) {
+        if (!is_place_only(item)) {
+            continue;
+        }
+        if (!has_file && !has_flag) {
+            check.at_item("mac-file-half", item.key(),
+                          fmt::format("{} is a file of the switch chip, but no mac_temp_file: "
+                                      "platform software is told that there is none",
+                                      item.name()));
+        }
+        has_file = true;
+    }
+    if (has_flag && !has_file) {
+        check.at_item("mac-file-half", flag.key(),
+                      "mac_temp_file, but no card_temp_ctrl_0_41: no file is read (-6); its path "
+                      "is .fpath there");
+    }
+}
+
+bool has_channel(std::uint32_t card, std::uint32_t channel) {
+    return has(DFD_KEY_CARD_VOL_LOW, card, channel) || has(DFD_KEY_CARD_VOL_HIGH, card, channel);
+}
+
+void check_card_channels(Check &check, const Item &first, std::uint32_t channels) {
+    std::string missing;
+    for (std::uint32_t channel = 0; channel <= channels; ++channel) {
+        if (!has_channel(first.index1, channel)) {
+            missing += fmt::format("{}{}", missing.empty() ? "" : ", ", channel);
+        }
+    }
+    if (!missing.empty()) {
+        check.at_item("voltage-missing", first.key(),
+                      fmt::format("card {} has no card_vol_low and card_vol_high of channel {}: "
+                                  "there are {} (card_vol_num) and the reference, channel 0, which "
+                                  "every reading needs; a missing one fails (-6) and leaves the "
+                                  "lock taken",
+                                  first.index1, missing, channels));
+    }
+}
+
+void check_voltages(Check &check) {
+    constexpr std::array kTypes = {DFD_KEY_CARD_VOL_LOW, DFD_KEY_CARD_VOL_HIGH,
+                                   DFD_KEY_CARD_VOL_WATERLINE};
+    constexpr int kMaxChannels = 255;
+    const int number = int_value(DFD_KEY_CARD_VOL_NUM, -1);
+    if (number < 0) {
+        return;
+    }
+    const auto channels = static_cast<std::uint32_t>(std::min(number, kMaxChannels));
+    std::set<std::uint32_t> cards;
+    for (const std::uint32_t type : kTypes) {
+        for (const Item &item : configured(check, type)) {
+            if (item.index2 > channels) {
+                check.at_item("voltage-beyond", item.key(),
+                              fmt::format("{}: there are {} channels (card_vol_num), this one is "
+                                          "refused (-1)",
+                                          item.name(), channels));
+            }
+            if (type != DFD_KEY_CARD_VOL_WATERLINE && cards.insert(item.index1).second) {
+                check_card_channels(check, item, channels);
+            }
+        }
+    }
+}
+
+}  // namespace
+
+void check_sensors(Check &check) {
+    for (const Item &item : configured(check, DFD_KEY_CARD_TEMP_INFO)) {
+        check_sensor(check, item, *record_of<temp_info_t>(item));
+    }
+    check_mac_files(check);
+    check_voltages(check);
+}
+
+}  // namespace dfdctl::lint
