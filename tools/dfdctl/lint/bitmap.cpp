@@ -23,6 +23,18 @@ constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNO
 constexpr char kFree = '.';
 constexpr char kShared = '*';
 
+/// "Board 0x3e, chassis 8.cfg".
+std::string title(const StartupLog &log) {
+    const auto name = [](const std::string &path) { return path.substr(path.rfind('/') + 1); };
+    std::string text = log.list_path.empty() ? "Files" : "Board " + name(log.list_path);
+    for (const ConfigFile &file : log.files) {
+        text += file.role == FileRole::chassis && !log.list_path.empty() && file.opened
+                    ? ", chassis " + name(file.path)
+                    : "";
+    }
+    return text;
+}
+
 std::string heading(const Device &device) {
     return device.source == INFO_SRC_I2C
                ? fmt::format("{}, device {:#04x}", device.path, device.addr)
@@ -33,10 +45,14 @@ char letter(std::size_t position) {
     return kLetters[position % kLetters.size()];
 }
 
-/// "0x10", "0x10-0x13".
-std::string registers_of(const Claim &claim) {
-    return claim.bytes == 1 ? fmt::format("{:#04x}", claim.first)
-                            : fmt::format("{:#04x}-{:#04x}", claim.first, claim.end() - 1);
+/// "0x10", "0x10-0x13"; registers of an I2C device may be of several bytes: "0x88 2 bytes".
+std::string registers_of(const Device &device, const Claim &claim) {
+    if (claim.bytes == 1) {
+        return fmt::format("{:#04x}", claim.first);
+    }
+    return device.source == INFO_SRC_I2C
+               ? fmt::format("{:#04x} {} bytes", claim.first, claim.bytes)
+               : fmt::format("{:#04x}-{:#04x}", claim.first, claim.end() - 1);
 }
 
 /// ". . . . b b a a", bit 7 first.
@@ -81,7 +97,7 @@ std::string use_of(const Item &item) {
 }
 
 std::string place_of(const Check &check, const Item &item) {
-    for (const int member : {int{kRegOffset}, int{kFpath}}) {
+    for (const int member : {int{kRegOffset}, int{kFpath}, kDevAddr}) {
         if (const SourceLine *line = check.line_of(item.key(), member)) {
             return check.place(*line);
         }
@@ -90,30 +106,46 @@ std::string place_of(const Check &check, const Item &item) {
 }
 
 /// Claims of the same registers.
-void add_block(const Check &check, std::span<const Claim> claims, Table &table) {
+void add_block(const Check &check, const Device &device, std::span<const Claim> claims,
+               Table &table) {
     for (std::size_t i = 0; i < claims.size(); ++i) {
         const Claim &claim = claims[i];
-        table.add({i == 0 ? registers_of(claim) : "", i == 0 ? bits_of(claims) : "",
+        table.add({i == 0 ? registers_of(device, claim) : "", i == 0 ? bits_of(claims) : "",
                    fmt::format("{} {}", letter(i), claim.item.name()), use_of(claim.item),
                    meaning_of(*claim.ctrl), place_of(check, claim.item)});
+    }
+}
+
+void add_claims(const Check &check, const Device &device, const std::vector<Claim> &claims,
+                Table &table) {
+    for (auto begin = claims.begin(); begin != claims.end();) {
+        const auto end = std::find_if(begin, claims.end(), [&](const Claim &claim) {
+            return claim.first != begin->first || claim.bytes != begin->bytes;
+        });
+        add_block(check, device, {begin, end}, table);
+        begin = end;
     }
 }
 
 }  // namespace
 
 void print_bitmap(const Check &check, std::FILE *out) {
-    bool is_first = true;
-    for (const auto &[device, claims] : claims_of(check)) {
-        print_heading(out, heading(device), is_first);
-        is_first = false;
+    fmt::print(out, "{}\n", title(check.log()));
+    auto claims = claims_of(check);
+    const auto images = images_of(check);
+    for (const auto &[device, items] : images) {
+        claims.try_emplace(device);
+    }
+    for (const auto &[device, of_device] : claims) {
+        print_heading(out, heading(device));
         Table table({"register", "7 6 5 4 3 2 1 0", "item", "use", "value", "line"});
-        for (auto begin = claims.begin(); begin != claims.end();) {
-            const auto end = std::find_if(begin, claims.end(), [&](const Claim &claim) {
-                return claim.first != begin->first || claim.bytes != begin->bytes;
-            });
-            add_block(check, {begin, end}, table);
-            begin = end;
+        if (const auto found = images.find(device); found != images.end()) {
+            for (const Image &image : found->second) {
+                table.add({"EEPROM", "", "  " + image.item.name(), use_of(image.item),
+                           std::string(image.layout), place_of(check, image.item)});
+            }
         }
+        add_claims(check, device, of_device, table);
         table.print(out);
     }
 }

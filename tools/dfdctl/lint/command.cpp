@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "dfdctl/keys.hpp"
+#include "dfdctl/lint/bitmap.hpp"
 #include "dfdctl/lint/run.hpp"
 
 #include <fmt/format.h>
@@ -27,6 +28,7 @@ struct Arguments {
     bool strict = false;
     bool sarif = false;
     bool rules = false;
+    bool bitmap = false;
 };
 
 int parse_board(const std::string &text) {
@@ -76,7 +78,13 @@ int lint_command(const Options &options, const Arguments &arguments) {
         lint::print_rules(options.out, options.json);
         return kExitClean;
     }
-    const lint::Report report = lint::run(request_of(arguments));
+    lint::Request request = request_of(arguments);
+    if (arguments.bitmap) {
+        request.visit = [&](const lint::Check &check) { lint::print_bitmap(check, options.out); };
+        lint::run(request);
+        return kExitClean;
+    }
+    const lint::Report report = lint::run(request);
     print(options, arguments, report);
     const int counting =
         report.count(Severity::error) + (arguments.strict ? report.count(Severity::warning) : 0);
@@ -102,6 +110,8 @@ void add_lint(Command &top, const Options &options) {
                    "RULE");
     command.flag("--strict", arguments->strict, "Exit with 1 for warnings as well");
     command.flag("--sarif", arguments->sarif, "Print SARIF 2.1.0, for editors and CI");
+    command.flag("--bitmap", arguments->bitmap,
+                 "Print in place of findings which item has which bits of which register");
     command.flag("--rules", arguments->rules, "List the rules");
     command.runs([&options, arguments] { return lint_command(options, *arguments); });
 }

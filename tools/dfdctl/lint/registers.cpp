@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "dfdctl/lint/registers.hpp"
 
+#include <dfd/keys.h>
 #include <dfd/records.h>
 #include <algorithm>
 #include <tuple>
 
+#include "dfdctl/describe.hpp"
 #include "dfdctl/lint/survey.hpp"
 #include "framework/dfd_info/bits.h"
+
+#include <fmt/format.h>
 
 namespace dfdctl::lint {
 
@@ -31,6 +35,24 @@ Claim claim_of(const Item &item, const info_ctrl_t &ctrl) {
 }
 
 }  // namespace
+
+std::map<Device, std::vector<Image>> images_of(const Check &check) {
+    std::map<Device, std::vector<Image>> devices;
+    for (const Item &item : configured(check, DFD_KEY_BP_E2PROM_DEV)) {
+        const auto &device = *record_of<i2c_dev_t>(item);
+        devices[{INFO_SRC_I2C, fmt::format("/dev/i2c-{}", device.bus), device.addr}].push_back(
+            {item, "record"});
+    }
+    for (const Item &item : configured(check, Kind::info_ctrl)) {
+        const auto &ctrl = *record_of<info_ctrl_t>(item);
+        const bool is_sub_card = item.type->type == DFD_KEY_SSLOT_E2PROM;
+        if (is_eeprom_mode(ctrl.mode) || is_sub_card) {
+            devices[{INFO_SRC_I2C, ctrl.fpath, ctrl.addr}].push_back(
+                {item, is_sub_card ? "tlv" : mode_word(ctrl.mode)});
+        }
+    }
+    return devices;
+}
 
 std::map<Device, std::vector<Claim>> claims_of(const Check &check) {
     std::map<Device, std::vector<Claim>> devices;

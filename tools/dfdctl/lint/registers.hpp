@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "dfdctl/keys.hpp"
@@ -36,6 +37,15 @@ struct Claim {
         return first == other.first && bytes == other.bytes && mask == other.mask;
     }
 };
+
+/// An EEPROM that is decoded as a whole.
+struct Image {
+    Item item;
+    std::string_view layout;
+};
+
+/// By device; EEPROMs have no claims.
+std::map<Device, std::vector<Image>> images_of(const Check &check);
 
 /// By register, fields of one by their lowest bit.
 std::map<Device, std::vector<Claim>> claims_of(const Check &check);

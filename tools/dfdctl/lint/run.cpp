@@ -59,7 +59,8 @@ std::string prefix_of(std::string root) {
 
 class Run {
   public:
-    explicit Run(std::set<std::string> skipped) : skipped_(std::move(skipped)) {}
+    Run(const Request &request, std::set<std::string> skipped)
+        : request_(request), skipped_(std::move(skipped)) {}
 
     void board(const std::string &root, int board_type) {
         // Which of the chassis files is loaded, a backplane EEPROM may tell; else the board type
@@ -107,6 +108,9 @@ class Run {
 
     void check(const StartupLog &log, const std::string &root) {
         Check check(log, root, skipped_);
+        if (request_.visit) {
+            request_.visit(check);
+        }
         check_all(check);
         std::ranges::move(check.take(), std::back_inserter(report_.findings));
         for (const ConfigFile &file : log.files) {
@@ -116,6 +120,7 @@ class Run {
         }
     }
 
+    const Request &request_;
     std::set<std::string> skipped_;
     std::set<std::string> listed_;
     Report report_;
@@ -142,7 +147,7 @@ Report run_files(const Request &request) {
             skipped.emplace(rule.id);
         }
     }
-    Run run(std::move(skipped));
+    Run run(request, std::move(skipped));
     run.files(request.files);
     return run.take();
 }
@@ -156,7 +161,7 @@ Report run_files(const Request &request) {
 
 Report run_boards(const Request &request) {
     const std::vector<std::string> roots = roots_below(request.root.value_or("/"));
-    Run run(request.switched_off);
+    Run run(request, request.switched_off);
     std::set<int> known;
     bool is_found = !request.board_type.has_value();
     for (const std::string &directory : roots) {

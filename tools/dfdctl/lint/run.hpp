@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdio>
+#include <functional>
 #include <optional>
 #include <set>
 #include <string>
@@ -17,6 +18,8 @@ struct Request {
     std::optional<int> board_type;       ///< unset: all
     std::vector<std::string> files;      ///< in place of boards
     std::set<std::string> switched_off;  ///< ids
+    /// Called with each board while it is loaded.
+    std::function<void(const Check &check)> visit = {};
 };
 
 struct Report {

@@ -28,6 +28,10 @@ enum CtrlMember {
     kCtrlMembers
 };
 
+/// Member of i2c_dev.
+inline constexpr int kDevBus = 0;
+inline constexpr int kDevAddr = 1;
+
 /// Configured items of a type, by index.
 std::vector<Item> configured(const Check &check, std::uint32_t type);
 /// Configured items of a kind, by key.
