@@ -71,5 +71,6 @@ void add_set(Command &top, const Options &options);
 void add_items(Command &top, const Options &options);
 void add_controls(Command &top, const Options &options);
 void add_lint(Command &top, const Options &options);
+void add_new_board(Command &top, const Options &options);
 
 }  // namespace dfdctl

@@ -171,6 +171,7 @@ int run(int argc, char **argv, Options &options) {
     add_items(top, options);
     add_controls(top, options);
     add_lint(top, options);
+    add_new_board(top, options);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success &success) {

@@ -29,9 +29,6 @@ class Image {
     std::vector<std::string> owner_;  ///< what placed each byte; empty for filled ones
 };
 
-/// Reads the description in a TOML file and builds its image. Throws Error.
-Bytes build_image(const std::string &path);
-
 /// The layouts; each takes its section of the description and places its bytes.
 void build_tlv(Section &section, Image &image);
 void build_fru(Section &section, Image &image);

@@ -5,8 +5,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "eeprom/build.hpp"
 #include "eeprom/dump.hpp"
-#include "eeprom/image.hpp"
 
 #include <fmt/format.h>
 

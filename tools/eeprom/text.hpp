@@ -4,19 +4,13 @@
 #include <toml++/toml.h>
 #include <cstdint>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "eeprom/build.hpp"
+
 namespace eeprom {
-
-using Bytes = std::vector<std::uint8_t>;
-
-/// What is wrong with a description; the text begins with file:line:column.
-struct Error : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
 
 [[noreturn]] void fail(const toml::source_region &where, const std::string &message);
 

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+// Building images, for programs that do not want the headers behind it.
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace eeprom {
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// What is wrong with a description; the text begins with file:line:column.
+struct Error : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// Reads the description in a TOML file and builds its image. Throws Error.
+Bytes build_image(const std::string &path);
+
+}  // namespace eeprom
