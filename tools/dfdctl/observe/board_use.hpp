@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+// Who uses what on a board: every getter, setter and control observed with every unit.
+#pragma once
+
+#include <map>
+
+#include "dfdctl/observe/observer.hpp"
+#include "dfdctl/observe/units.hpp"
+
+namespace dfdctl::observe {
+
+/// A call under one set of answers.
+struct Run {
+    Answers answers;
+    Observation seen;
+};
+
+/// A call under several sets of answers, none of them from hardware: which keys it asks for depends
+/// on what it reads.
+struct Exploration {
+    std::vector<Run> runs;
+    std::size_t deepest = 0;  ///< of the runs: asks for the most keys
+
+    const Run &best() const { return runs[deepest]; }
+    /// All keys of all runs, in the order of their discovery.
+    std::vector<std::uint32_t> keys() const;
+    /// Some run was a success: the result is not negative.
+    bool works() const;
+    /// 0 where some run was a success; otherwise the result of the deepest run.
+    int code() const;
+};
+
+/// `given` answers come before all that is tried.
+Exploration explore(const Observer &observer, const Units &units, const Call &call,
+                    const Args &args, const Answers &given = {});
+
+/// Whether observe_board calls the function: getters, setters and controls of the board.
+bool is_of_board(const Call &call);
+
+/// What a function makes of a key.
+struct Use {
+    const Call *call;
+    Args args;             ///< of the first call that asked
+    bool is_read = false;  ///< asked of the engine; otherwise only the record was looked at
+    dfd::watch::Op op = {};
+    bool has_processor = false;  ///< the function converts the bytes itself
+    bool worked = false;         ///< the engine did it at least once
+    int refused = 0;             ///< negative code of the engine although everything answered
+    std::string reason = {};     ///< what the library's log says of that
+};
+
+/// A call with its arguments.
+struct CallUse {
+    const Call *call;
+    Args args;
+    std::vector<std::uint32_t> keys;  ///< in the order of asking
+    bool works = false;               ///< Exploration::works
+    int code = 0;                     ///< Exploration::code
+};
+
+struct BoardUse {
+    std::map<std::uint32_t, std::vector<Use>> keys;  ///< asked for, configured or not
+    /// Key types whose items are looked up as a list, by a text or a register value.
+    std::map<std::uint32_t, std::vector<const Call *>> lists;
+    std::vector<CallUse> calls;
+};
+
+BoardUse observe_board(const Observer &observer, const Units &units);
+
+}  // namespace dfdctl::observe

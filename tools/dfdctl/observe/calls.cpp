@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: MIT
+#include "dfdctl/observe/calls.hpp"
+
+#include <algorithm>
+
+#include "dfdctl/observe/call_tables.hpp"
+#include "dfdctl/observe/roles.hpp"
+
+#include <fmt/format.h>
+
+namespace dfdctl::observe {
+
+namespace {
+
+constexpr std::string_view kSubsystemNames[] = {"board", "cards", "power",     "fans", "temps",
+                                                "leds",  "irq",   "inventory", "bus",  "framework"};
+constexpr std::string_view kDoesNames[] = {"get", "set",     "control", "pure",
+                                           "bus", "startup", "internal"};
+
+constexpr bool roles_are_in_order() {
+    for (std::size_t i = 0; i < std::size(kRoles); ++i) {
+        if (kRoles[i].role != static_cast<Role>(i)) {
+            return false;
+        }
+    }
+    return std::size(kRoles) == static_cast<std::size_t>(Role::none) + 1;
+}
+static_assert(roles_are_in_order());
+
+std::vector<Call> sorted_calls() {
+    std::vector<Call> all;
+    for (const auto part : {chassis_calls(), unit_calls(), access_calls()}) {
+        all.insert(all.end(), part.begin(), part.end());
+    }
+    std::sort(all.begin(), all.end(), [](const Call &a, const Call &b) { return a.name < b.name; });
+    return all;
+}
+
+bool is_input(const Param &param) {
+    const RoleKind kind = facts_of(param.role).kind;
+    return kind != RoleKind::output && kind != RoleKind::support;
+}
+
+std::string upper(std::string_view word) {
+    std::string text(word);
+    std::transform(text.begin(), text.end(), text.begin(), [](char c) {
+        return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c == '_' ? '-' : c;
+    });
+    return text;
+}
+
+}  // namespace
+
+std::string_view subsystem_name(Subsystem subsystem) {
+    return kSubsystemNames[static_cast<std::size_t>(subsystem)];
+}
+
+std::string_view does_name(Does does) {
+    return kDoesNames[static_cast<std::size_t>(does)];
+}
+
+const RoleFacts &facts_of(Role role) {
+    return kRoles[static_cast<std::size_t>(role)];
+}
+
+std::vector<const Param *> Call::inputs() const {
+    std::vector<const Param *> result;
+    for (const Param &param : params()) {
+        if (is_input(param)) {
+            result.push_back(&param);
+        }
+    }
+    return result;
+}
+
+std::string Call::usage() const {
+    std::string text;
+    for (const Param *param : inputs()) {
+        text += (text.empty() ? "" : " ") + upper(facts_of(param->role).word);
+    }
+    return text;
+}
+
+std::string text_of(const Call &call, const Args &args) {
+    std::string text;
+    std::size_t number = 0;
+    std::size_t word = 0;
+    for (const Param *param : call.inputs()) {
+        const RoleFacts &facts = facts_of(param->role);
+        text += text.empty() ? "" : ", ";
+        if (facts.kind == RoleKind::text) {
+            text += fmt::format(
+                "\"{}\"", word < args.texts.size() ? args.texts[word] : std::string(facts.text));
+            ++word;
+        } else {
+            const bool is_given = number < args.numbers.size();
+            text += fmt::format("{}", is_given ? args.numbers[number] : facts.standard);
+            ++number;
+        }
+    }
+    return fmt::format("{}({})", call.name, text);
+}
+
+std::span<const Call> calls() {
+    static const std::vector<Call> all = sorted_calls();
+    return all;
+}
+
+const Call *find_call(std::string_view name) {
+    const auto all = calls();
+    const auto found =
+        std::lower_bound(all.begin(), all.end(), name,
+                         [](const Call &call, std::string_view text) { return call.name < text; });
+    return found != all.end() && found->name == name ? &*found : nullptr;
+}
+
+std::span<const std::string_view> call_names() {
+    static const std::vector<std::string_view> names = [] {
+        std::vector<std::string_view> result;
+        for (const Call &call : calls()) {
+            result.push_back(call.name);
+        }
+        return result;
+    }();
+    return names;
+}
+
+}  // namespace dfdctl::observe

@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: MIT
+#include "dfdctl/observe/recorder.hpp"
+
+#include <dfd/framework.h>
+#include <algorithm>
+#include <cstdlib>
+#include <stdexcept>
+
+namespace dfdctl::observe {
+
+namespace {
+
+using dfd::watch::EngineCall;
+using dfd::watch::Transfer;
+
+/// A getter makes some ten; what goes on and on is a loop that waits, or masks interrupts.
+constexpr std::size_t kMaxEvents = 20000;
+/// Events of one round of the longest loop that waits.
+constexpr std::size_t kMaxPeriod = 40;
+
+bool has_data(const Transfer &transfer, int result) {
+    return transfer.data != nullptr && (transfer.is_write || result > 0);
+}
+
+}  // namespace
+
+LogCapture::LogCapture() : stream_(open_memstream(&buffer_, &size_)), outer_(stdout) {
+    if (stream_ == nullptr) {
+        throw std::runtime_error("no memory for the library's log");
+    }
+    gate_ = dfd_debug;
+    // The library prints to what this variable says.
+    stdout = stream_;
+    constexpr std::uint32_t kAll = 3;
+    dfd_open_debug(kAll);
+}
+
+LogCapture::~LogCapture() {
+    dfd_debug = gate_;
+    stdout = outer_;
+    std::fclose(stream_);
+    std::free(buffer_);
+}
+
+std::string LogCapture::text() const {
+    std::fflush(stream_);
+    return std::string(buffer_, size_);
+}
+
+std::size_t LogCapture::size() const {
+    std::fflush(stream_);
+    return size_;
+}
+
+Recorder::Recorder(const Answers &answers, const Plausible &plausible, const LogCapture *log)
+    : answerer_(answers, plausible),
+      makes_pauses_(answers.from == Answers::From::hardware),
+      log_(log) {
+    hooks_.context = this;
+    hooks_.looked_up = [](void *context, std::uint32_t key, const void *record) {
+        Recorder &recorder = self(context);
+        recorder.answerer_.looked_up(key, record);
+        recorder.add({.kind = Event::Kind::lookup, .key = key, .found = record != nullptr});
+    };
+    hooks_.converted = [](void *context, const dfd_list_head_t &list, const char *text,
+                          std::uint32_t number, const val_convert_node_t *found) {
+        self(context).add(
+            {.kind = Event::Kind::conversion,
+             .found = found != nullptr,
+             .value = found != nullptr ? static_cast<std::uint32_t>(found->index1) : 0,
+             .list = &list,
+             .number = number,
+             .text = text != nullptr ? text : ""});
+    };
+    hooks_.engine_begin = [](void *context, const EngineCall &call) {
+        Recorder &recorder = self(context);
+        recorder.answerer_.engine_begin(call);
+        if (recorder.add({.kind = Event::Kind::engine, .key = call.key, .op = call.op})) {
+            recorder.engine_ = static_cast<int>(recorder.seen_.events.size()) - 1;
+        }
+        recorder.log_at_ = recorder.log_ != nullptr ? recorder.log_->size() : 0;
+    };
+    hooks_.engine_end = [](void *context, const EngineCall &call, int result, std::uint32_t value) {
+        self(context).engine_end(call, result, value);
+    };
+    hooks_.answer = [](void *context, const Transfer &transfer, int *result) {
+        return self(context).answerer_.answer(transfer, result);
+    };
+    hooks_.transferred = [](void *context, const Transfer &transfer, int result) {
+        self(context).transferred(transfer, result);
+    };
+    hooks_.pause = [](void *context, unsigned us) {
+        self(context).add({.kind = Event::Kind::pause, .number = us});
+        return !self(context).makes_pauses_;
+    };
+}
+
+bool Recorder::add(Event event) {
+    if (seen_.events.size() >= kMaxEvents) {
+        ++seen_.dropped;
+        return false;
+    }
+    event.engine = engine_;
+    seen_.events.push_back(std::move(event));
+    if (seen_.events.back().kind != Event::Kind::engine) {
+        fold();
+    }
+    return true;
+}
+
+/// Drops the last `period` events when they are those before once more.
+bool Recorder::fold_period(std::size_t period) {
+    auto &events = seen_.events;
+    const std::size_t begin = engine_ == kOutside ? 0 : static_cast<std::size_t>(engine_) + 1;
+    if (events.size() < begin + 2 * period) {
+        return false;
+    }
+    const auto last = events.end() - static_cast<std::ptrdiff_t>(period);
+    if (!std::equal(last, events.end(), last - static_cast<std::ptrdiff_t>(period))) {
+        return false;
+    }
+    const std::size_t first = events.size() - 2 * period;
+    events.erase(last, events.end());
+    const bool goes_on = !seen_.repeats.empty() && seen_.repeats.back().first == first &&
+                         seen_.repeats.back().count == period;
+    if (goes_on) {
+        ++seen_.repeats.back().times;
+    } else {
+        seen_.repeats.push_back({first, period, 2});
+    }
+    return true;
+}
+
+void Recorder::fold() {
+    for (std::size_t period = 1; period <= kMaxPeriod; ++period) {
+        if (fold_period(period)) {
+            return;
+        }
+    }
+}
+
+void Recorder::engine_end(const EngineCall &call, int result, std::uint32_t value) {
+    answerer_.engine_end();
+    if (engine_ == kOutside || seen_.events.size() <= static_cast<std::size_t>(engine_)) {
+        return;
+    }
+    Event &event = seen_.events[static_cast<std::size_t>(engine_)];
+    event.argument = call.argument;
+    event.has_processor = call.has_processor;
+    event.found = true;
+    event.result = result;
+    event.value = value;
+    if (log_ != nullptr && result < 0) {
+        event.text = log_->text().substr(log_at_);
+    }
+    engine_ = kOutside;
+    fold();
+}
+
+void Recorder::transferred(const Transfer &transfer, int result) {
+    Event event{.kind = Event::Kind::transfer,
+                .result = result,
+                .text = transfer.path != nullptr ? transfer.path : "",
+                .via = transfer.via,
+                .is_write = transfer.is_write,
+                .addr = transfer.addr,
+                .offset = transfer.offset,
+                .offset_bytes = transfer.offset_bytes,
+                .len = transfer.len};
+    if (has_data(transfer, result)) {
+        // Messages are counted on I2C, bytes elsewhere.
+        const bool counts_bytes = !transfer.is_write && transfer.via != dfd::watch::Via::i2c;
+        const std::uint32_t count = counts_bytes
+                                        ? std::min(transfer.len, static_cast<std::uint32_t>(result))
+                                        : transfer.len;
+        event.bytes.assign(transfer.data, transfer.data + count);
+    }
+    add(std::move(event));
+}
+
+}  // namespace dfdctl::observe

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+// The hooks that fill an observation.
+#pragma once
+
+#include <cstdio>
+
+#include "dfdctl/observe/observer.hpp"
+
+namespace dfdctl::observe {
+
+/// The library's log while it lives: into a text, with the gate open.
+class LogCapture {
+  public:
+    LogCapture();
+    ~LogCapture();
+    LogCapture(const LogCapture &) = delete;
+    LogCapture &operator=(const LogCapture &) = delete;
+
+    std::string text() const;
+    std::size_t size() const;
+
+  private:
+    char *buffer_ = nullptr;
+    std::size_t size_ = 0;
+    std::FILE *stream_;
+    std::FILE *outer_;
+    std::uint32_t gate_;
+};
+
+class Recorder {
+  public:
+    Recorder(const Answers &answers, const Plausible &plausible, const LogCapture *log);
+
+    const dfd::watch::Hooks &hooks() const { return hooks_; }
+    Observation take() { return std::move(seen_); }
+
+  private:
+    /// False when there is no room for it.
+    bool add(Event event);
+    void fold();
+    bool fold_period(std::size_t period);
+    void engine_end(const dfd::watch::EngineCall &call, int result, std::uint32_t value);
+    void transferred(const dfd::watch::Transfer &transfer, int result);
+
+    static Recorder &self(void *context) { return *static_cast<Recorder *>(context); }
+
+    dfd::watch::Hooks hooks_;
+    Answerer answerer_;
+    bool makes_pauses_;
+    const LogCapture *log_;
+    Observation seen_;
+    int engine_ = kOutside;
+    std::size_t log_at_ = 0;
+};
+
+}  // namespace dfdctl::observe

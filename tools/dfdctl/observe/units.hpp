@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+// Which numbers the indexes of a call can have on the board that is loaded.
+#pragma once
+
+#include <set>
+
+#include "dfdctl/observe/calls.hpp"
+#include "dfdctl/startup_log.hpp"
+
+namespace dfdctl::observe {
+
+class Units {
+  public:
+    /// Of the items that are configured: constants in them count, nothing is read.
+    explicit Units(const StartupLog &log);
+
+    /// Numbers of an index, given the numbers before it in the same call; the standard number
+    /// alone for what is no index. Rotors depend on the tray, channels on the slot.
+    std::vector<std::uint32_t> values(Role role, std::span<const std::uint32_t> before = {}) const;
+
+    /// Every combination of the numbers of a call; other numbers have their standard.
+    std::vector<Args> all_args(const Call &call) const;
+
+    /// The slot of this card, by which others see it: as configured where that is a constant,
+    /// otherwise a number that no other card of the configuration has.
+    std::uint32_t own_slot() const { return own_slot_; }
+    /// What my_slotid has to read for that.
+    std::uint32_t own_slot_value() const { return own_slot_value_; }
+
+  private:
+    using Numbers = std::set<std::uint32_t>;
+
+    Numbers index1_of(std::initializer_list<std::uint32_t> types) const;
+    Numbers index2_of(std::uint32_t type, std::uint32_t index1) const;
+    Numbers one_to(std::uint32_t count) const;
+    Numbers numbers(Role role, std::span<const std::uint32_t> before) const;
+    Numbers slots() const;
+    Numbers rotors(std::uint32_t fan) const;
+    Numbers led_types() const;
+    Numbers led_units(std::uint32_t led_type) const;
+    Numbers macs() const;
+    Numbers irq_types() const;
+    Numbers counted(std::uint32_t count, std::initializer_list<std::uint32_t> types) const;
+    std::vector<std::uint32_t> values_of(const Call &call, Role role,
+                                         std::span<const std::uint32_t> before) const;
+    void find_own_slot();
+    std::uint32_t card_of(std::uint32_t slot) const;
+
+    const StartupLog &log_;
+    std::uint32_t own_slot_ = 0;
+    std::uint32_t own_slot_value_ = 0;
+};
+
+}  // namespace dfdctl::observe
