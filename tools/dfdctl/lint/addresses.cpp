@@ -57,7 +57,9 @@ void check_i2c_item(Check &check, const Item &item, const info_ctrl_t &ctrl) {
     if (!path.empty() && !is_numbered_path(path, kI2cPrefix)) {
         check.at_member(
             "i2c-path", item.key(), kFpath,
-            fmt::format("'{}' is no I2C bus, which is /dev/i2c-N: the transfer fails", path));
+            fmt::format("'{}' is no I2C bus: those are /dev/i2c-N; on any other device the "
+                        "transfer fails",
+                        path));
     }
 }
 
@@ -124,7 +126,7 @@ Conflict conflict_in_same_bits(const Claim &a, const Claim &b) {
     const bool is_same_type = a.item.type == b.item.type;
     if (is_same_type && !may_share(a.item.type->type)) {
         return {"register-twice",
-                "both read the same place: a copied line whose register was not changed?"};
+                "both are the same place: a copied line whose register was not changed?"};
     }
     const bool is_number = a.is_field || (a.bytes > 1 && a.ctrl->frmt == b.ctrl->frmt);
     if (is_number && (a.ctrl->pola == INFO_POLA_NEGATIVE) != (b.ctrl->pola == INFO_POLA_NEGATIVE)) {

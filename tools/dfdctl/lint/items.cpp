@@ -20,6 +20,7 @@ namespace {
 
 constexpr std::uint32_t kMaxBytes = 255;
 constexpr std::uint32_t kIntegerBytes = 4;
+constexpr std::uint32_t kNumberBytes = 31;  // more are refused
 constexpr std::uint32_t kRegisterBits = 8;
 constexpr std::uint32_t kLastI2cRegister = 0xFF;
 
@@ -192,7 +193,7 @@ constexpr std::array kMemberRules = {
     MemberRule{"number-wide", kLen,
                [](const Seen &s) {
                    return s.has_format({INFO_FRMT_BYTE, INFO_FRMT_NUM_BYTES}) &&
-                          s.ctrl.len > kIntegerBytes;
+                          s.ctrl.len > kIntegerBytes && s.ctrl.len <= kNumberBytes;
                },
                "an integer holds 4 bytes: the more significant bytes of this number are lost"},
     MemberRule{

@@ -72,6 +72,10 @@ std::string as_written(const Item &item, std::string_view member) {
     return text;
 }
 
+std::string is_or_are(std::uint32_t count, std::string_view what) {
+    return count == 1 ? fmt::format("is 1 {}", what) : fmt::format("are {} {}s", count, what);
+}
+
 bool is_eeprom_mode(int mode) {
     return mode == INFO_CTRL_MODE_TLV || mode == INFO_CTRL_MODE_FRU ||
            mode == INFO_CTRL_MODE_LEGACY;

@@ -47,6 +47,9 @@ bool is_set(const Check &check, const Item &item, int member);
 /// "fan_real_speed.len_1_2".
 std::string as_written(const Item &item, std::string_view member = {});
 
+/// "is 1 tray", "are 4 trays".
+std::string is_or_are(std::uint32_t count, std::string_view what);
+
 /// An image that is decoded: its items need a path and an address only.
 bool is_eeprom_mode(int mode);
 /// Read or written by its description.

@@ -90,7 +90,7 @@ constexpr std::array kNeeds = {
     Need{"peer-half", DFD_KEY_MCPU_RDY_STATUS, Where::only, DFD_KEY_MCPU_MASTER_STATUS,
          "the peer master board is always reported as absent"},
     Need{"peer-half", DFD_KEY_MCPU_RDY_STATUS, Where::only, DFD_KEY_MCPU_PRESENT,
-         "the state of the peer master board cannot be told (-5)"},
+         "with the other two lines read, the state of the peer master board fails (-5)"},
     Need{"peer-half", DFD_KEY_MCPU_MASTER_CONFIG, Where::only, DFD_KEY_MCPU_RDY_CONFIG,
          "the peer never sees this board as ready"},
     Need{"peer-half", DFD_KEY_MCPU_RDY_CONFIG, Where::only, DFD_KEY_MCPU_MASTER_CONFIG,

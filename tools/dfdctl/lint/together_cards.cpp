@@ -63,13 +63,15 @@ void check_sub_slots(Check &check) {
         const bool is_beyond =
             sub_slots >= 0 && item.index1 > static_cast<std::uint32_t>(sub_slots);
         if (item.index1 == 0 || is_beyond) {
-            check.at_item("subcard-beyond", item.key(),
-                          fmt::format("{}: {}", item.name(),
-                                      item.index1 == 0
-                                          ? "sub-slots count from 1, number 0 is refused (-8)"
-                                          : fmt::format("there are {} sub-slots (sslot_num), "
-                                                        "platform software never asks for this one",
-                                                        sub_slots)));
+            check.at_item(
+                "subcard-beyond", item.key(),
+                fmt::format(
+                    "{}: {}", item.name(),
+                    item.index1 == 0
+                        ? "sub-slots count from 1, number 0 is refused (-8)"
+                        : fmt::format(
+                              "there {} (sslot_num), platform software never asks for this one",
+                              is_or_are(static_cast<std::uint32_t>(sub_slots), "sub-slot"))));
         }
     }
 }
@@ -87,21 +89,21 @@ void check_button_texts(Check &check) {
 }
 
 void check_frame_sizes(Check &check) {
+    if (!has(DFD_KEY_MGMT_MIN_MTU) || !has(DFD_KEY_MGMT_MAX_MTU)) {
+        return;
+    }
     const int smallest = int_value(DFD_KEY_MGMT_MIN_MTU, 0);
-    const int largest = int_value(DFD_KEY_MGMT_MAX_MTU, smallest);
+    const int largest = int_value(DFD_KEY_MGMT_MAX_MTU, 0);
     const int usual = int_value(DFD_KEY_MGMT_DEF_MTU, smallest);
-    const auto at = [&](std::uint32_t type, const std::string &text) {
-        if (has(type)) {
-            check.at_member("mtu-order", item_of(type).key(), dfd::watch::kNoMember, text);
-        }
-    };
     if (smallest > largest) {
-        at(DFD_KEY_MGMT_MIN_MTU, fmt::format("mgmt_min_mtu {} is above mgmt_max_mtu {}: no frame "
-                                             "size is allowed",
-                                             smallest, largest));
+        check.at_member("mtu-order", item_of(DFD_KEY_MGMT_MIN_MTU).key(), dfd::watch::kNoMember,
+                        fmt::format("mgmt_min_mtu {} is above mgmt_max_mtu {}: no frame size is "
+                                    "allowed",
+                                    smallest, largest));
     } else if (usual < smallest || usual > largest) {
-        at(DFD_KEY_MGMT_DEF_MTU,
-           fmt::format("mgmt_def_mtu {} lies outside {} to {}", usual, smallest, largest));
+        check.at_member(
+            "mtu-order", item_of(DFD_KEY_MGMT_DEF_MTU).key(), dfd::watch::kNoMember,
+            fmt::format("mgmt_def_mtu {} lies outside {} to {}", usual, smallest, largest));
     }
 }
 

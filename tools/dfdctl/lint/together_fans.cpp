@@ -37,19 +37,20 @@ void check_trays(Check &check) {
     if (trays < 0) {
         return;
     }
+    const auto count = static_cast<std::uint32_t>(trays);
     const bool is_chassis = is_told_by_chassis(check);
     for (const std::uint32_t type : kTrayTypes) {
         for (const Item &item : configured(check, type)) {
-            const bool is_beyond = item.index1 > static_cast<std::uint32_t>(trays);
+            const bool is_beyond = item.index1 > count;
             if (item.index1 == 0 || (is_beyond && !is_chassis)) {
                 check.at_item("fan-beyond", item.key(),
-                              fmt::format("{}: there are {} trays (fan_num), counted from 1: "
-                                          "platform software never asks for this one",
-                                          item.name(), trays));
+                              fmt::format("{}: there {} (fan_num), counted from 1: platform "
+                                          "software never asks for this one",
+                                          item.name(), is_or_are(count, "tray")));
             } else if (is_beyond) {
-                check.at_item(
-                    "fan-beyond-chassis", item.key(),
-                    fmt::format("{}: this chassis has {} trays (fan_num)", item.name(), trays));
+                check.at_item("fan-beyond-chassis", item.key(),
+                              fmt::format("{}: there {} in this chassis (fan_num)", item.name(),
+                                          is_or_are(count, "tray")));
             }
         }
     }
@@ -72,12 +73,10 @@ void check_rotors(Check &check) {
         for (const Item &item : configured(check, type)) {
             const std::optional<std::uint32_t> rotors = rotors_of(item.index1);
             if (rotors && (item.index2 == 0 || item.index2 > *rotors)) {
-                check.at_item(
-                    "rotor-beyond", item.key(),
-                    fmt::format("{}: the tray has {} (subfan_num; 1 without it), counted "
-                                "from 1: this rotor is never looked at",
-                                item.name(),
-                                *rotors == 1 ? "1 rotor" : fmt::format("{} rotors", *rotors)));
+                check.at_item("rotor-beyond", item.key(),
+                              fmt::format("{}: there {} in the tray (subfan_num; 1 without it), "
+                                          "counted from 1: this one is never looked at",
+                                          item.name(), is_or_are(*rotors, "rotor")));
             }
         }
     }

@@ -15,11 +15,20 @@ namespace dfdctl::lint {
 
 namespace {
 
+/// The status of a supply is made of its presence and its failures.
+bool is_composed(const Item &item) {
+    return item.type->type == DFD_KEY_POWER_STATE &&
+           record_of<info_ctrl_t>(item)->mode == INFO_CTRL_MODE_FUNC;
+}
+
 /// Trays and supplies of which something is known, but not whether they are there; once a unit.
 void check_presence(Check &check) {
     std::set<std::pair<std::uint32_t, std::uint32_t>> said;
     for (const Item &item : configured(check, Kind::info_ctrl)) {
         const std::uint32_t presence = presence_type_of(item.type->type);
+        if (is_composed(item)) {
+            continue;
+        }
         if (presence == 0 || has(presence, item.index1) ||
             !said.emplace(presence, item.index1).second) {
             continue;
@@ -32,8 +41,7 @@ void check_presence(Check &check) {
 
 void check_composed_state(Check &check) {
     for (const Item &item : configured(check, DFD_KEY_POWER_STATE)) {
-        const auto &ctrl = *record_of<info_ctrl_t>(item);
-        if (ctrl.mode == INFO_CTRL_MODE_FUNC && !has(DFD_KEY_POWER_PRESENT, item.index1)) {
+        if (is_composed(item) && !has(DFD_KEY_POWER_PRESENT, item.index1)) {
             check.at_member(
                 "power-composed", item.key(), kMode,
                 fmt::format("{}: func composes the status from {}, which is not there: "

@@ -18,9 +18,9 @@ constexpr int kTempName = 0;
 constexpr int kTempType = 1;
 
 void check_sensor(Check &check, const Item &item, const temp_info_t &sensor) {
-    if (sensor.temp_name[0] == '\0') {
-        check.at_member("sensor-without-name", item.key(), kTempName,
-                        fmt::format("{} has no name: its .temp_name is shown", item.name()));
+    if (!is_set(check, item, kTempName)) {
+        check.at_item("sensor-without-name", item.key(),
+                      fmt::format("{} has no .temp_name, by which it is shown", item.name()));
     }
     if (!is_set(check, item, kTempType)) {
         check.at_item(
@@ -75,12 +75,12 @@ void check_card_channels(Check &check, const Item &first, std::uint32_t channels
         }
     }
     if (!missing.empty()) {
-        check.at_item("voltage-missing", first.key(),
-                      fmt::format("card {} has no card_vol_low and card_vol_high of channel {}: "
-                                  "there are {} (card_vol_num) and the reference, channel 0, which "
-                                  "every reading needs; a missing one fails (-6) and leaves the "
-                                  "lock taken",
-                                  first.index1, missing, channels));
+        check.at_item(
+            "voltage-missing", first.key(),
+            fmt::format("card {} has no card_vol_low and card_vol_high of channel {}: "
+                        "there {} (card_vol_num) and the reference, channel 0, which every reading "
+                        "needs; a missing one fails (-6) and leaves the lock taken",
+                        first.index1, missing, is_or_are(channels, "channel")));
     }
 }
 
@@ -98,9 +98,8 @@ void check_voltages(Check &check) {
         for (const Item &item : configured(check, type)) {
             if (item.index2 > channels) {
                 check.at_item("voltage-beyond", item.key(),
-                              fmt::format("{}: there are {} channels (card_vol_num), this one is "
-                                          "refused (-1)",
-                                          item.name(), channels));
+                              fmt::format("{}: there {} (card_vol_num), this one is refused (-1)",
+                                          item.name(), is_or_are(channels, "channel")));
             }
             if (type != DFD_KEY_CARD_VOL_WATERLINE && cards.insert(item.index1).second) {
                 check_card_channels(check, item, channels);
