@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// dfd-reference [--check] DIR: fills the generated blocks of the configuration reference, or checks
-// that they are up to date.
+// dfd-reference [--check] PAGES BOARDS: fills the generated blocks of the configuration reference,
+// or checks that they are up to date. Who asks for an item is observed on the boards.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -33,14 +33,15 @@ void print_difference(const Page &page, const std::string &expected) {
                line_at(found, at.first), line_at(expected, at.second));
 }
 
-int run(const char *directory, bool checks_only) {
+int run(const char *directory, const char *boards, bool checks_only) {
     const std::vector<Page> pages = reference::read_pages(directory);
     const reference::KeyIndex index(pages);
+    const reference::Readers readers(boards);
     int status = kOk;
     for (const Page &page : pages) {
         reference::check_headings(page);
         const std::string text = page.filled([&](const reference::Block &block) {
-            return reference::block_content(page, block, index);
+            return reference::block_content(page, block, index, readers);
         });
         if (text == page.text()) {
             continue;
@@ -62,12 +63,12 @@ int run(const char *directory, bool checks_only) {
 
 int main(int argc, char **argv) {
     const bool checks_only = argc > 1 && std::strcmp(argv[1], "--check") == 0;
-    if (argc != (checks_only ? 3 : 2)) {
-        fmt::print(stderr, "usage: dfd-reference [--check] DIR\n");
+    if (argc != (checks_only ? 4 : 3)) {
+        fmt::print(stderr, "usage: dfd-reference [--check] PAGES BOARDS\n");
         return kUsage;
     }
     try {
-        return run(argv[argc - 1], checks_only);
+        return run(argv[argc - 2], argv[argc - 1], checks_only);
     } catch (const std::exception &error) {
         fmt::print(stderr, "{}\n", error.what());
         return kUsage;

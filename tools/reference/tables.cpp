@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <span>
 
 #include "common/nearest.hpp"
 #include "dfdctl/lint/lint.hpp"
@@ -16,6 +17,8 @@ using dfdctl::KeyType;
 using dfdctl::Kind;
 
 constexpr std::string_view kKeys = "keys";
+constexpr std::string_view kUnreadKeys = "unread keys";
+constexpr std::string_view kReaders = "readers";
 constexpr std::string_view kKeyIndex = "key index";
 constexpr std::string_view kRules = "rules";
 constexpr std::string_view kAllRules = "all rules";
@@ -25,9 +28,10 @@ constexpr std::string_view kHeadings[] = {
     "## Example", "## Mistakes that lint finds",
 };
 
-bool lists_keys(const Page &page) {
-    return std::ranges::any_of(page.blocks(),
-                               [](const Block &block) { return block.name == kKeys; });
+constexpr std::size_t kMaxNames = 6;  // of functions in a cell
+
+bool is_of_keys(const Block &block) {
+    return block.name == kKeys || block.name == kUnreadKeys;
 }
 
 const KeyType &key_named(const Page &page, const Block &block, const std::string &name) {
@@ -48,6 +52,45 @@ std::string key_table(const Page &page, const Block &block) {
         const KeyType &key = key_named(page, block, name);
         text += fmt::format("| `{}` | {} | {} | {} | {} |\n", key.name, key.type,
                             dfdctl::kind_name(key.kind), range(key.max1), range(key.max2));
+    }
+    return text;
+}
+
+std::string unread_key_table(const Page &page, const Block &block, const Readers &readers) {
+    for (const std::string &name : block.words) {
+        if (const auto functions = readers.of(key_named(page, block, name)); !functions.empty()) {
+            throw page.error(block.line,
+                             fmt::format("'{}' is listed as asked for by no function, but {} does",
+                                         name, functions.front()));
+        }
+    }
+    return key_table(page, block);
+}
+
+std::string names_in_cell(const std::vector<std::string_view> &functions) {
+    std::string cell;
+    for (const std::string_view name :
+         std::span(functions).first(std::min(functions.size(), kMaxNames))) {
+        cell += fmt::format("{}`{}`", cell.empty() ? "" : ", ", name);
+    }
+    if (functions.size() > kMaxNames) {
+        cell += fmt::format(", {} more", functions.size() - kMaxNames);
+    }
+    return cell;
+}
+
+std::string reader_table(const Page &page, const Readers &readers) {
+    std::string text = "| Key | Asked for by |\n|---|---|\n";
+    for (const Block &block : page.blocks()) {
+        if (block.name != kKeys) {
+            continue;
+        }
+        for (const std::string &name : block.words) {
+            const auto functions = readers.of(key_named(page, block, name));
+            text +=
+                fmt::format("| `{}` | {} |\n", name,
+                            functions.empty() ? "none on these boards" : names_in_cell(functions));
+        }
     }
     return text;
 }
@@ -105,7 +148,7 @@ std::string all_rules() {
 KeyIndex::KeyIndex(const std::vector<Page> &pages) {
     for (const Page &page : pages) {
         for (const Block &block : page.blocks()) {
-            if (block.name != kKeys) {
+            if (!is_of_keys(block)) {
                 continue;
             }
             for (const std::string &word : block.words) {
@@ -125,9 +168,16 @@ KeyIndex::KeyIndex(const std::vector<Page> &pages) {
     }
 }
 
-std::string block_content(const Page &page, const Block &block, const KeyIndex &index) {
+std::string block_content(const Page &page, const Block &block, const KeyIndex &index,
+                          const Readers &readers) {
     if (block.name == kKeys) {
         return key_table(page, block);
+    }
+    if (block.name == kUnreadKeys) {
+        return unread_key_table(page, block, readers);
+    }
+    if (block.name == kReaders) {
+        return reader_table(page, readers);
     }
     if (block.name == kKeyIndex) {
         return key_index(index);
@@ -142,7 +192,7 @@ std::string block_content(const Page &page, const Block &block, const KeyIndex &
 }
 
 void check_headings(const Page &page) {
-    if (!lists_keys(page)) {
+    if (std::ranges::none_of(page.blocks(), is_of_keys)) {
         return;
     }
     std::size_t line = 0;

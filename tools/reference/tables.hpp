@@ -9,10 +9,11 @@
 
 #include "dfdctl/keys.hpp"
 #include "reference/page.hpp"
+#include "reference/readers.hpp"
 
 namespace reference {
 
-/// On which page each key type stands, and the keys of each block that lists keys.
+/// On which page each key type stands.
 class KeyIndex {
   public:
     /// Throws PageError unless each key that a configuration can set is listed exactly once.
@@ -24,8 +25,10 @@ class KeyIndex {
     std::map<std::string_view, std::string> page_of_;
 };
 
-/// The lines of a block. Throws PageError for a block or word that does not exist.
-std::string block_content(const Page &page, const Block &block, const KeyIndex &index);
+/// The lines of a block. Throws PageError for a block or word that does not exist, and for a key
+/// that is listed as asked for by nobody and is not.
+std::string block_content(const Page &page, const Block &block, const KeyIndex &index,
+                          const Readers &readers);
 
 /// Throws PageError unless a page that lists keys has the headings of all such pages.
 void check_headings(const Page &page);
