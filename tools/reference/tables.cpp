@@ -20,6 +20,8 @@ constexpr std::string_view kKeys = "keys";
 constexpr std::string_view kUnreadKeys = "unread keys";
 constexpr std::string_view kReaders = "readers";
 constexpr std::string_view kKeyIndex = "key index";
+constexpr std::string_view kMembers = "members";
+constexpr std::string_view kWords = "words";
 constexpr std::string_view kRules = "rules";
 constexpr std::string_view kAllRules = "all rules";
 
@@ -178,6 +180,12 @@ std::string block_content(const Page &page, const Block &block, const KeyIndex &
     }
     if (block.name == kReaders) {
         return reader_table(page, readers);
+    }
+    if (block.name == kMembers) {
+        return member_table();
+    }
+    if (block.name == kWords) {
+        return word_table();
     }
     if (block.name == kKeyIndex) {
         return key_index(index);

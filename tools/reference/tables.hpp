@@ -30,6 +30,10 @@ class KeyIndex {
 std::string block_content(const Page &page, const Block &block, const KeyIndex &index,
                           const Readers &readers);
 
+/// Members of each kind of record, and the words that members take, from the library's own tables.
+std::string member_table();
+std::string word_table();
+
 /// Throws PageError unless a page that lists keys has the headings of all such pages.
 void check_headings(const Page &page);
 
