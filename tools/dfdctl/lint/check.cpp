@@ -22,6 +22,13 @@ bool is_deleted(char c) {
     return c == ' ' || c == '\r' || c == '\n';
 }
 
+/// Files may hold anything; what is printed is text.
+std::string printable(std::string text) {
+    std::ranges::replace_if(
+        text, [](char c) { return (c >= '\0' && c < ' ') || c == '\x7F'; }, '?');
+    return text;
+}
+
 /// The byte of a raw line that a position in the line without spaces stands for.
 std::size_t byte_of(std::string_view raw, std::size_t trimmed_offset) {
     std::size_t byte = 0;
@@ -111,7 +118,7 @@ void Check::keep(std::string_view rule, std::string file, int line, int column, 
     const Rule *const row = find_rule(rule);
     assert(row != nullptr);
     if (row != nullptr && !skipped_.contains(std::string(rule))) {
-        findings_.push_back({std::move(file), line, column, row, std::move(text)});
+        findings_.push_back({std::move(file), line, column, row, printable(std::move(text))});
     }
 }
 

@@ -74,24 +74,29 @@ class ListWalk {
   public:
     explicit ListWalk(Check &check) : check_(check) {}
 
-    void line(const ListLine &line) {
-        const bool is_rest = goes_on_;
-        goes_on_ = !line.raw.ends_with('\n');
-        if (is_rest) {
+    void walk() {
+        const std::vector<ListLine> &list = check_.log().list;
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            ++number_;
+            const bool is_split = !list[i].raw.ends_with('\n') && i + 1 < list.size();
+            if (!is_split) {
+                judge(list[i]);
+                continue;
+            }
             at("list-name-long",
-               fmt::format("a name of over {} characters is read as two: here as '{}' and '{}'; "
-                           "loading stops at the first that is no file",
-                           kNameBytes, last_name_, name_of(line)));
-            return;
+               fmt::format("a name of over {} characters is read as two, here as '{}' and '{}': "
+                           "loading stops there, files behind it are lost",
+                           kNameBytes, name_of(list[i]), name_of(list[i + 1])));
+            while (i + 1 < list.size() && !list[i].raw.ends_with('\n')) {
+                ++i;
+            }
         }
-        ++number_;
-        last_name_ = name_of(line);
-        judge(line);
     }
 
   private:
     void judge(const ListLine &line) {
-        if (last_name_.empty()) {
+        const std::string name = name_of(line);
+        if (name.empty()) {
             at("list-line-empty",
                "an empty line stands for the file '.cfg': loading stops here; delete the line");
             return;
@@ -101,14 +106,13 @@ class ListWalk {
             at("list-duplicate",
                fmt::format("'{}' is listed in line {} already: the second time its lines replace "
                            "what files between them have set",
-                           last_name_, earlier->second));
+                           name, earlier->second));
         }
         const ConfigFile *const file = loaded(check_.log(), line.path);
         if (is_new && file != nullptr && !file->opened) {
-            at("file-missing",
-               fmt::format("{} cannot be opened ({}): loading stops here, files behind it are "
-                           "lost{}",
-                           line.path, file->error, hint_of_name(check_, last_name_)));
+            at("file-missing", fmt::format("{} cannot be opened ({}): loading stops here, files "
+                                           "behind it are lost{}",
+                                           line.path, file->error, hint_of_name(check_, name)));
         }
     }
 
@@ -118,9 +122,7 @@ class ListWalk {
 
     Check &check_;
     std::map<std::string, int> seen_;
-    std::string last_name_;
     int number_ = 0;
-    bool goes_on_ = false;
 };
 
 /// Board types that product identifiers lead to and that have no list.
@@ -181,8 +183,7 @@ void check_files(Check &check) {
                       log.list_error.empty() ? "the list names no file: nothing is configured"
                                              : "the list cannot be read: " + log.list_error);
     }
-    ListWalk walk(check);
-    std::ranges::for_each(log.list, [&](const ListLine &line) { walk.line(line); });
+    ListWalk(check).walk();
     for (const ConfigFile &file : log.files) {
         if (!file.opened && file.role == FileRole::card_pid) {
             check.at_file("pid-file-missing", file.path, 1,
@@ -202,7 +203,7 @@ void check_files(Check &check) {
 
 void check_directory(const std::string &root, const std::set<std::string> &listed, Check &check) {
     if (board_types(root).empty()) {
-        check.at_file("list-empty", kListDirectory, 1,
+        check.at_file("list-empty", kListDirectory.substr(0, kListDirectory.size() - 1), 1,
                       "no list of files here: the library starts on no board");
     }
     for (const NameRule &rule : kNameRules) {

@@ -32,19 +32,21 @@ std::string_view without_indexes(std::string_view name) {
     return name;
 }
 
-/// The name of the item as it is written, without member and indexes.
+bool has_members(const SourceLine &line) {
+    return dfd::member_kind(dfd::kind_of_type(line.row->type)) != nullptr;
+}
+
+/// The name of the item as it is written, without indexes, and without the member where there may
+/// be one.
 std::string_view written_key(const SourceLine &line) {
+    const bool is_plain = line.row != nullptr && !has_members(line);
     const std::string_view name = line.name;
-    return without_indexes(name.substr(0, name.find('.')));
+    return without_indexes(is_plain ? name : name.substr(0, name.find('.')));
 }
 
 std::vector<std::string_view> member_names(const SourceLine &line) {
     const auto *const kind = dfd::member_kind(dfd::kind_of_type(line.row->type));
     return {kind->names.begin(), kind->names.end()};
-}
-
-bool has_members(const SourceLine &line) {
-    return dfd::member_kind(dfd::kind_of_type(line.row->type)) != nullptr;
 }
 
 /// "slot_online.mode_3": how a line of this item may look.
@@ -81,17 +83,23 @@ void unknown_key(Check &check, const SourceLine &line) {
                               dfd_tools::did_you_mean(key, key_names())));
 }
 
+/// What may be meant by a name that goes on behind that of an item; nothing when that is nearest.
+std::string other_meaning(std::string_view key, const dfd::KeyRow &row) {
+    const auto nearest = dfd_tools::nearest_names(key, key_names(), 1);
+    return nearest.empty() || nearest.front() == row.name
+               ? ""
+               : dfd_tools::did_you_mean(key, key_names());
+}
+
 /// A line whose name goes on behind that of an item.
 void swallowed_key(Check &check, const SourceLine &line) {
-    std::string_view key = written_key(line);
-    std::vector<std::string_view> others(key_names().begin(), key_names().end());
-    std::erase(others, line.row->name);
+    const std::string_view key = written_key(line);
+    const bool is_stored = line.step == Step::stored;
     check.at_name(
-        line.step == Step::stored ? "key-prefix" : "unknown-key", line,
-        fmt::format(
-            "'{}' is no item: the library takes it for '{}'{}{}", key, line.row->name,
-            line.step == Step::stored ? " and stores the value there" : ", then ignores the line",
-            dfd_tools::did_you_mean(key, others)));
+        is_stored ? "key-prefix" : "unknown-key", line,
+        fmt::format("'{}' is no item: the library takes it for '{}'{}{}", key, line.row->name,
+                    is_stored ? " and stores the value there" : ", then skips the line",
+                    other_meaning(key, *line.row)));
 }
 
 void unknown_member(Check &check, const SourceLine &line) {

@@ -260,8 +260,10 @@ NumberText judge_number(std::string_view text) {
 }
 
 std::string number_read(std::string_view text) {
-    const auto number = static_cast<std::int32_t>(dfd::number_from_text(std::string(text).c_str()));
-    return fmt::format("{}", number);
+    const std::uint32_t number = dfd::number_from_text(std::string(text).c_str());
+    const auto as_signed = static_cast<std::int32_t>(number);
+    return as_signed < 0 ? fmt::format("{} (0x{:x})", as_signed, number)
+                         : fmt::format("{}", number);
 }
 
 void check_value(Check &check, const SourceLine &line) {

@@ -34,6 +34,9 @@ std::string indexes_of(const SourceLine &line) {
 void check_pair(Check &check, const SourceLine &earlier, const SourceLine &later) {
     const std::uint32_t type = later.row->type;
     const std::string place = check.place(earlier);
+    if (place == check.place(later)) {
+        return;  // of a file that is listed twice
+    }
     if (earlier.index1 != later.index1 || earlier.index2 != later.index2) {
         // Names are looked up by their lists, which keep the whole indexes.
         if (!is_name_list(type)) {
@@ -150,12 +153,12 @@ void check_hidden(Check &check, const SourceLine &line, const SourceLine &winner
     if (winner.index1 == line.index1) {
         check.at_value("conversion-redundant", line,
                        fmt::format("{} and has the same result", found));
-    } else {
-        check.at_value(
-            "conversion-shadowed", line,
-            fmt::format("never found: {} and gives {}, not {}; put the longer text first", found,
-                        winner.index1, line.index1));
+        return;
     }
+    const bool is_longer = is_name_list(line.row->type) && winner.value.size() < line.value.size();
+    check.at_value("conversion-shadowed", line,
+                   fmt::format("never found: {} and gives {}, not {}{}", found, winner.index1,
+                               line.index1, is_longer ? "; put the longer text first" : ""));
 }
 
 void check_conversion(Check &check, const Conversion &conversion) {

@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: MIT
+// dfdctl lint as a program: good boards, forms of its output, exit status.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tools/programs.h"
+
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+using tools_test::Result;
+using tools_test::run;
+
+const std::string kBadBoards = BAD_BOARDS;
+
+/// In the directory of the bad boards.
+Result lint(const std::string &arguments) {
+    return run("cd " + kBadBoards + " && " BUILD_DIR "/dfdctl lint " + arguments);
+}
+
+std::vector<std::string> lines_of(const std::string &text) {
+    std::vector<std::string> lines;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t end = text.find('\n', at);
+        lines.push_back(text.substr(at, end - at));
+        at = end + 1;
+    }
+    return lines;
+}
+
+std::string text_line(const json &finding) {
+    return finding["file"].get<std::string>() + ":" + finding["line"].dump() + ":" +
+           finding["column"].dump() + ": " + finding["severity"].get<std::string>() + " [" +
+           finding["rule"].get<std::string>() + "]: ";
+}
+
+/// The same as the other forms tell of a finding.
+json from_sarif(const json &result) {
+    const json &place = result["locations"][0]["physicalLocation"];
+    return {{"file", place["artifactLocation"]["uri"]},
+            {"line", place["region"]["startLine"]},
+            {"column", place["region"]["startColumn"]},
+            {"severity", result["level"]},
+            {"rule", result["ruleId"]}};
+}
+
+TEST(Lint, GoodBoardsAreClean) {
+    const Result result = run(BUILD_DIR "/dfdctl lint --strict --root " BUILD_DIR "/boards");
+    EXPECT_EQ(result.status, 0) << result.out;
+    EXPECT_EQ(result.err, "");
+}
+
+/// The corpus compares the text; here the other forms are compared with it.
+TEST(Lint, FormsAgree) {
+    for (const char *const arguments : {"lines/*.cfg", "--root files"}) {
+        const std::vector<std::string> text = lines_of(lint(arguments).out);
+        const json document = lint(std::string("--json ") + arguments).json();
+        const json sarif = lint(std::string("--sarif ") + arguments).json();
+        const json &driver = sarif["runs"][0]["tool"]["driver"];
+        const json &results = sarif["runs"][0]["results"];
+        const json &findings = document["findings"];
+        ASSERT_EQ(findings.size() + 1, text.size());
+        ASSERT_EQ(results.size(), findings.size());
+        for (std::size_t i = 0; i < findings.size(); ++i) {
+            EXPECT_THAT(text[i], testing::StartsWith(text_line(findings[i])));
+            EXPECT_EQ(text_line(from_sarif(results[i])), text_line(findings[i]));
+            EXPECT_EQ(results[i]["message"]["text"], findings[i]["text"]);
+            const json &rule = driver["rules"][results[i]["ruleIndex"].get<std::size_t>()];
+            EXPECT_EQ(rule["id"], findings[i]["rule"]);
+            EXPECT_EQ(rule["helpUri"], findings[i]["page"]);
+        }
+        EXPECT_EQ(document["errors"].get<std::size_t>() + document["warnings"].get<std::size_t>() +
+                      document["notes"].get<std::size_t>(),
+                  findings.size());
+        EXPECT_EQ(sarif["version"], "2.1.0");
+    }
+}
+
+TEST(Lint, ExitStatusTellsFindingsFromFaults) {
+    const tools_test::TempDir directory;
+    const std::string file = directory.path() / "a.cfg";
+    const struct {
+        const char *content;
+        const char *arguments;
+        int status;
+    } kCases[] = {
+        {"slot_base=1\n", "", 0},
+        {"slot_base=1\nslot_base=1\n", "--strict", 0},
+        {"slot_base=1\nslot_base=2\n", "", 0},
+        {"slot_base=1\nslot_base=2\n", "--strict", 1},
+        {"slot_base=1\nslot_base=2\n", "--strict --allow replace", 0},
+        {"# lint: allow replace\nslot_base=1\nslot_base=2\n", "--strict", 0},
+        {"slot_base=x\n", "", 1},
+        {"slot_base=x\n", "--json", 1},
+        {"slot_base=x\n", "--allow number-rubbish --allow replace", 0},
+    };
+    for (const auto &row : kCases) {
+        tools_test::write_file(file, row.content);
+        const Result result = lint(file + " " + row.arguments);
+        EXPECT_EQ(result.status, row.status) << row.content << row.arguments << "\n" << result.out;
+        EXPECT_EQ(result.err, "");
+    }
+}
+
+TEST(Lint, FaultsLeaveStandardOutputEmpty) {
+    const struct {
+        const char *arguments;
+        const char *message;
+    } kCases[] = {
+        {"--root no-such-directory", "'no-such-directory' is no directory"},
+        {"--root lines", "no board in or below 'lines'"},
+        {"--root files --board 0x999", "no list of files for board type 0x999; there are 0x1"},
+        {"--board 0x3x", "'0x3x' is no board type"},
+        {"no-such.cfg", "cannot read 'no-such.cfg': No such file or directory"},
+        {"lines", "'lines' is a directory"},
+        {"lines/names.cfg --root files", "without --root and --board"},
+        {"--allow tabs lines/names.cfg", "'tabs' is no rule, did you mean 'tab'?"},
+        {"--json --sarif lines/names.cfg", "choose one"},
+    };
+    for (const auto &row : kCases) {
+        const Result result = lint(row.arguments);
+        EXPECT_EQ(result.status, 2) << row.arguments;
+        EXPECT_EQ(result.out, "") << row.arguments;
+        EXPECT_THAT(result.err, HasSubstr(row.message));
+    }
+}
+
+}  // namespace
