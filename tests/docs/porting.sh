@@ -1,9 +1,9 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# porting.sh PAGE BUILD: follows the page in an empty directory, literally. A block with file=PATH in its
-# first line is written to that file; in a block ```console each line "$ COMMAND" is run, and what it
-# prints is compared with the lines below it, where a line "..." stands for any number of lines. A
-# command that fails must be followed by "$ echo $?".
+# porting.sh PAGE BUILD: follows the page in an empty directory, literally. A block below a line
+# "`PATH`:" is written to that file; in a block ```console each line "$ COMMAND", with the lines "> ..." below
+# it, is run, and what it prints is compared with the lines that follow, where a line "..." stands for any
+# number of lines. A command that fails must be followed by "$ echo $?".
 set -u
 page=$1
 PATH=$2:$PATH
@@ -12,20 +12,23 @@ trap 'rm -rf "$work"' EXIT
 mkdir "$work/steps" "$work/here"
 cd "$work/here" || exit 1
 
-# Steps NNNN-file (the path, then the content) and NNNN-run (the command, then what it prints).
+# Steps NNNN-file (the path, then the content) and NNNN-run (the command), which shows NNNN-shown.
 awk -v steps="$work/steps" '
-    function step(kind) { close(file); file = sprintf("%s/%04d-%s", steps, ++n, kind) }
-    /^```/ && inside { inside = 0; next }
-    /^```/ { inside = 1; kind = "none"
-             if (/ file=/) { kind = "file"; step(kind); sub(/.* file=/, ""); sub(/ .*/, ""); print > file }
+    function step(kind) { close(file); file = sprintf("%s/%04d-%s", steps, n, kind); printf "" > file }
+    /^```/ && !inside { inside = 1; kind = "none"
+             if (path != "") { kind = "file"; n++; step(kind); print path > file }
              else if ($0 == "```console") kind = "console"
              next }
-    inside && kind == "console" && /^\$ / { step("run"); print substr($0, 3) > file; next }
-    inside && kind != "none" { print > file }' "$page"
+    inside && kind == "console" && /^\$ / { n++; step("shown"); step("run"); print substr($0, 3) > file; command = 1; next }
+    command && /^> / { print substr($0, 3) > file; next }
+    command { command = 0; step("shown") }
+    /^```/ && inside { inside = 0; path = ""; next }
+    inside && kind != "none" { print > file }
+    !inside && !/^$/ { path = /^`[^`]*`:$/ ? substr($0, 2, length - 3) : "" }' "$page"
 
 # matches EXPECTED PRINTED
 matches() {
-    awk 'NR == FNR { expected[++m] = $0; next }
+    awk 'FILENAME == ARGV[1] { expected[++m] = $0; next }
          { printed[++n] = $0 }
          END { for (i = 1; i <= m; i++) {
                    if (expected[i] == "...") { any = 1; continue }
@@ -35,24 +38,30 @@ matches() {
                exit !(any || at == n) }' "$1" "$2"
 }
 
+ls "$work"/steps/*-run > /dev/null || { echo "$page: no command found"; exit 1; }
 last=0
-for step in "$work"/steps/*; do
-    first=$(head -n 1 "$step")
-    tail -n +2 "$step" > "$work/rest"
+for step in "$work"/steps/*-file "$work"/steps/*-run; do
+    echo "$step"
+done | sort > "$work/order"
+while read -r step; do
     if [ "${step%-file}" != "$step" ]; then
-        mkdir -p "$(dirname "$first")" && cp "$work/rest" "$first" || exit 1
+        path=$(head -n 1 "$step")
+        mkdir -p "$(dirname "$path")" && tail -n +2 "$step" > "$path" || exit 1
         continue
     fi
-    if [ "$last" -ne 0 ] && [ "$first" != 'echo $?' ]; then
-        echo "a command failed with status $last, which the page does not tell; printed: "
+    command=$(cat "$step")
+    shown=${step%-run}-shown
+    if [ "$last" -ne 0 ] && [ "$command" != 'echo $?' ]; then
+        echo "a command failed with status $last, which the page does not tell; it printed:"
         cat "$work/printed"
         exit 1
     fi
     (exit "$last")
-    eval "$first" > "$work/printed" 2>&1 < /dev/null
+    eval "$command" > "$work/printed" 2>&1 < /dev/null
     last=$?
-    matches "$work/rest" "$work/printed" && continue
-    printf '$ %s\nprints other lines (+) than the page shows (-):\n' "$first"
-    diff -U 1000 "$work/rest" "$work/printed" | tail -n +4
+    matches "$shown" "$work/printed" && continue
+    printf '$ %s\nprints other lines (+) than the page shows (-):\n' "$command"
+    diff -U 1000 "$shown" "$work/printed" | tail -n +4
     exit 1
-done
+done < "$work/order"
+exit "$last"
