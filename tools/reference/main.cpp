@@ -40,6 +40,7 @@ int run(const char *directory, const char *boards, bool checks_only) {
     int status = kOk;
     for (const Page &page : pages) {
         reference::check_headings(page);
+        reference::check_claims(page, readers);
         const std::string text = page.filled([&](const reference::Block &block) {
             return reference::block_content(page, block, index, readers);
         });

@@ -90,6 +90,11 @@ void Readers::observe(const std::string &root, int board_type, int chassis_type)
     }
 }
 
+bool Readers::asks(std::string_view function, const dfdctl::KeyType &key) const {
+    const auto found = functions_.find(key.type);
+    return found != functions_.end() && found->second.contains(function);
+}
+
 std::vector<std::string_view> Readers::of(const dfdctl::KeyType &key) const {
     const auto found = functions_.find(key.type);
     if (found == functions_.end()) {

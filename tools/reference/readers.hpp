@@ -21,6 +21,9 @@ class Readers {
     /// the highest.
     std::vector<std::string_view> of(const dfdctl::KeyType &key) const;
 
+    /// Whether the function of that name, whatever its layer, asks for items of a key.
+    bool asks(std::string_view function, const dfdctl::KeyType &key) const;
+
   private:
     void observe(const std::string &root, int board_type, int chassis_type);
 

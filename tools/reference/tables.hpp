@@ -34,6 +34,10 @@ std::string block_content(const Page &page, const Block &block, const KeyIndex &
 std::string member_table();
 std::string word_table();
 
+/// Throws PageError for a row of a table that names keys, and a function that asks for none of
+/// them.
+void check_claims(const Page &page, const Readers &readers);
+
 /// Throws PageError unless a page that lists keys has the headings of all such pages.
 void check_headings(const Page &page);
 
