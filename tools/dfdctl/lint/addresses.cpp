@@ -139,13 +139,15 @@ Conflict conflict_in_same_bits(const Claim &a, const Claim &b) {
 }
 
 /// Two items in some of the same bits.
-Conflict conflict_in_some_bits(const Device &device, const Claim &a, const Claim &b) {
+Conflict conflict_in_some_bits(const Uses &uses, const Device &device, const Claim &a,
+                               const Claim &b) {
     if (a.is_field && b.is_field) {
         return {"register-overlap",
                 fmt::format("the fields overlap: bits {:#04x} and bits {:#04x} of register {:#04x}",
                             a.mask, b.mask, a.first)};
     }
-    const bool both_written = is_written(a.item.type->type) && is_written(b.item.type->type);
+    const bool both_written =
+        uses.is_written(a.item.type->type) && uses.is_written(b.item.type->type);
     if (a.first == b.first && both_written) {
         return {"register-overwritten",
                 "both write the register: the one that writes all of it overwrites the bits of the "
@@ -163,12 +165,12 @@ Conflict conflict_in_some_bits(const Device &device, const Claim &a, const Claim
     return {};
 }
 
-Conflict conflict_of(const Device &device, const Claim &a, const Claim &b) {
+Conflict conflict_of(const Uses &uses, const Device &device, const Claim &a, const Claim &b) {
     if (a == b) {
         return conflict_in_same_bits(a, b);
     }
     const bool meet = a.first < b.end() && b.first < a.end() && (a.mask & b.mask) != 0;
-    return meet ? conflict_in_some_bits(device, a, b) : Conflict{};
+    return meet ? conflict_in_some_bits(uses, device, a, b) : Conflict{};
 }
 
 void add_conflict(Check &check, const Claim &at, const Claim &other, const Conflict &conflict) {
@@ -189,7 +191,7 @@ void check_registers(Check &check, const Device &device, const std::vector<Claim
             ++first_near;
         }
         for (std::size_t j = first_near; j < i; ++j) {
-            const Conflict conflict = conflict_of(device, claims[j], claims[i]);
+            const Conflict conflict = conflict_of(check.uses(), device, claims[j], claims[i]);
             if (!conflict.rule.empty()) {
                 add_conflict(check, claims[i], claims[j], conflict);
                 break;

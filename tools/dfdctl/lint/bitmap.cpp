@@ -90,9 +90,9 @@ std::string meaning_of(const info_ctrl_t &ctrl) {
     }
 }
 
-std::string use_of(const Item &item) {
-    const std::string use = fmt::format("{}{}", is_read(item.type->type) ? "R" : "",
-                                        is_written(item.type->type) ? "W" : "");
+std::string use_of(const Uses &uses, const Item &item) {
+    const std::string use = fmt::format("{}{}", uses.is_read(item.type->type) ? "R" : "",
+                                        uses.is_written(item.type->type) ? "W" : "");
     return use.empty() ? "-" : use;
 }
 
@@ -111,8 +111,9 @@ void add_block(const Check &check, const Device &device, std::span<const Claim> 
     for (std::size_t i = 0; i < claims.size(); ++i) {
         const Claim &claim = claims[i];
         table.add({i == 0 ? registers_of(device, claim) : "", i == 0 ? bits_of(claims) : "",
-                   fmt::format("{} {}", letter(i), claim.item.name()), use_of(claim.item),
-                   meaning_of(*claim.ctrl), place_of(check, claim.item)});
+                   fmt::format("{} {}", letter(i), claim.item.name()),
+                   use_of(check.uses(), claim.item), meaning_of(*claim.ctrl),
+                   place_of(check, claim.item)});
     }
 }
 
@@ -141,7 +142,7 @@ void print_bitmap(const Check &check, std::FILE *out) {
         Table table({"register", "7 6 5 4 3 2 1 0", "item", "use", "value", "line"});
         if (const auto found = images.find(device); found != images.end()) {
             for (const Image &image : found->second) {
-                table.add({"EEPROM", "", "  " + image.item.name(), use_of(image.item),
+                table.add({"EEPROM", "", "  " + image.item.name(), use_of(check.uses(), image.item),
                            std::string(image.layout), place_of(check, image.item)});
             }
         }

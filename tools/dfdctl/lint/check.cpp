@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "common/nearest.hpp"
+#include "dfdctl/lint/consumers.hpp"
 #include "dfdctl/lint/lint.hpp"
 #include "framework/dfd_lib_cfg/members.h"
 
@@ -192,6 +193,14 @@ std::string Check::place(const SourceLine &line) const {
     return fmt::format("{}:{}", path.substr(path.rfind('/') + 1), line.line);
 }
 
+std::set<Check::Place> Check::places() const {
+    std::set<Place> places;
+    for (const Finding &finding : findings_) {
+        places.emplace(finding.file.substr(root_.size()), finding.line);
+    }
+    return places;
+}
+
 std::vector<Finding> Check::take() {
     std::erase_if(findings_, [this](const Finding &finding) {
         const auto file = allowed_.find(finding.file);
@@ -209,6 +218,7 @@ void check_all(Check &check) {
     check_together(check);
     check_addresses(check);
     check_files(check);
+    check_unasked(check);
 }
 
 }  // namespace dfdctl::lint

@@ -8,7 +8,9 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <set>
 
+#include "dfdctl/lint/consumers.hpp"
 #include "dfdctl/lint/survey.hpp"
 #include "dfdctl/lint/uses.hpp"
 
@@ -87,30 +89,12 @@ class Engine {
     dfd::watch::Hooks hooks_;
 };
 
-/// What the engine means by a message, and the member that it is about.
-struct Refusal {
-    std::string_view message;
-    CtrlMember member;
-    std::string_view meaning;
-};
-
-constexpr std::array kRefusals = {
-    Refusal{"bit_offsest[", kBitOffset, "a bit field begins at bit 0 to 7"},
-    Refusal{"] len[", kLen, "a number has 1 to 31 bytes"},
-    Refusal{"]  format[", kFrmt, "a number is bit, byte, num_bytes, num_str or num_buf"},
-    Refusal{"] format[", kFrmt, "only bit, byte, num_bytes and num_buf can be written"},
-    Refusal{"] format=", kLen, "a buffer has 1 to 255 bytes"},
-    Refusal{"] ctrl mode[", kMode, "only mode config can be written"},
-    Refusal{"not support str int set", kFrmt, "a text cannot be written"},
-    Refusal{"write info to file", kSrc, "a file cannot be written"},
-    Refusal{"info src[", kSrc, "a source is localbus, i2c or file"},
-};
-
 struct Seen {
     const Check &check;
     Item item;
     const info_ctrl_t &ctrl;
 
+    bool is_written() const { return check.uses().is_written(item.type->type); }
     bool sets(CtrlMember member) const { return is_set(check, item, member); }
     bool is_hardware() const { return is_hardware_mode(ctrl.mode); }
     bool is_hardware(int src) const { return is_hardware() && ctrl.src == src; }
@@ -120,38 +104,29 @@ struct Seen {
     }
 };
 
-/// ".len is 40", "there is no .len".
-std::string state_of(const Seen &seen, CtrlMember member) {
-    const std::string_view name = info_ctrl_mem_str[member];
-    const SourceLine *line = seen.check.line_of(seen.item.key(), member);
-    return line != nullptr ? fmt::format("{} is '{}'", name, line->value)
-                           : fmt::format("there is no {}", name);
-}
-
 void add_refusal(Check &check, const Seen &seen, std::string_view rule, std::string_view verdict,
                  const std::string &said) {
-    for (const Refusal &refusal : kRefusals) {
-        if (said.find(refusal.message) != std::string::npos) {
-            check.at_member(rule, seen.item.key(), refusal.member,
-                            fmt::format("{} {}: {}, but {}", seen.item.name(), verdict,
-                                        state_of(seen, refusal.member), refusal.meaning));
-            return;
-        }
-    }
-    check.at_item(rule, seen.item.key(),
-                  fmt::format("{} {}: the library says '{}'", seen.item.name(), verdict, said));
+    const Refusal refusal =
+        explain_refusal(check, seen.item, said)
+            .value_or(Refusal{kMode, fmt::format("the library says '{}'", said)});
+    check.at_member(rule, seen.item.key(), refusal.member,
+                    fmt::format("{} {}: {}", seen.item.name(), verdict, refusal.text));
 }
 
-void try_engine(Check &check, Engine &engine, const Seen &seen) {
+/// Whether the engine takes the item at all.
+bool try_engine(Check &check, Engine &engine, const Seen &seen) {
     const std::uint32_t key = seen.item.key();
     const bool is_buffer = seen.ctrl.frmt == INFO_FRMT_BUF;
     const bool writes = engine.writes(key);
     const std::string write_said = writes ? "" : engine.said();
     if (!writes && !(is_buffer ? engine.reads_buffer(key) : engine.reads_number(key))) {
         add_refusal(check, seen, "item-refused", "can never be read", engine.said());
-    } else if (!writes && is_written(seen.item.type->type)) {
+        return false;
+    }
+    if (!writes && seen.is_written()) {
         add_refusal(check, seen, "write-refused", "can never be written", write_said);
     }
+    return true;
 }
 
 /// A combination of members that does not do what it says.
@@ -199,15 +174,14 @@ constexpr std::array kMemberRules = {
     MemberRule{
         "i2c-bit-write", kFrmt,
         [](const Seen &s) {
-            return s.has_format({INFO_FRMT_BIT}) && s.ctrl.src == INFO_SRC_I2C &&
-                   is_written(s.item.type->type);
+            return s.has_format({INFO_FRMT_BIT}) && s.ctrl.src == INFO_SRC_I2C && s.is_written();
         },
         "a write over I2C writes the whole register: the bits beside this field become 0, or "
         "1 with negative polarity; give the field a register of its own"},
     MemberRule{"write-one-byte", kLen,
                [](const Seen &s) {
                    return s.has_format({INFO_FRMT_BYTE, INFO_FRMT_NUM_BYTES, INFO_FRMT_NUM_BUF}) &&
-                          s.ctrl.len > 1 && is_written(s.item.type->type);
+                          s.ctrl.len > 1 && s.is_written();
                },
                "only the low byte of a value is written, at .reg_offset, whatever .len says"},
     MemberRule{
@@ -279,20 +253,33 @@ void check_members(Check &check, const Seen &seen) {
     }
 }
 
+void check_place(Check &check, const Seen &seen) {
+    if (seen.ctrl.fpath[0] == '\0') {
+        check.at_item("path-missing", seen.item.key(),
+                      fmt::format("{}: without .fpath there is nothing to read", seen.item.name()));
+    }
+}
+
 }  // namespace
 
 void check_items(Check &check) {
-    Engine engine;
-    for (const Item &item : configured(check, Kind::info_ctrl)) {
-        const Seen seen{check, item, *record_of<info_ctrl_t>(item)};
-        if (is_place_only(item)) {
-            continue;
-        }
-        check_members(check, seen);
-        if (is_hardware_mode(seen.ctrl.mode) || seen.ctrl.mode == INFO_CTRL_MODE_CONSTANT) {
-            try_engine(check, engine, seen);
+    check.uses();  // before the engine is on trial
+    std::set<std::uint32_t> refused;
+    {
+        Engine engine;
+        for (const Item &item : configured(check, Kind::info_ctrl)) {
+            const Seen seen{check, item, *record_of<info_ctrl_t>(item)};
+            if (is_place_only(item)) {
+                check_place(check, seen);
+                continue;
+            }
+            check_members(check, seen);
+            if (!is_eeprom_mode(seen.ctrl.mode) && !try_engine(check, engine, seen)) {
+                refused.insert(item.key());
+            }
         }
     }
+    check_consumers(check, refused);
 }
 
 }  // namespace dfdctl::lint

@@ -5,10 +5,12 @@
 
 #include <compare>
 #include <map>
+#include <memory>
 #include <set>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "dfdctl/startup_log.hpp"
@@ -46,6 +48,8 @@ struct Finding {
     auto operator<=>(const Finding &) const = default;
 };
 
+class Uses;
+
 /// What was loaded, and what is found in it. Records are in the library's store meanwhile.
 class Check {
   public:
@@ -76,6 +80,14 @@ class Check {
     /// "cm8_fans.cfg:41", for texts that name another line.
     std::string place(const SourceLine &line) const;
 
+    /// What the library's functions make of the items; observed when it is first asked for.
+    const Uses &uses() const;
+
+    /// File as the library names it, and line.
+    using Place = std::pair<std::string, int>;
+    /// Where there are findings by now.
+    std::set<Place> places() const;
+
     /// Sorted, each once; what the files' own "# lint: allow" lines switch off is gone.
     std::vector<Finding> take();
 
@@ -90,6 +102,7 @@ class Check {
     const std::set<std::string> &skipped_;
     std::vector<Finding> findings_;
     std::map<std::string, std::set<std::string>> allowed_;  ///< ids by file
+    mutable std::shared_ptr<const Uses> uses_;
 };
 
 /// What stands behind the key and the member of a line's name.

@@ -1,0 +1,204 @@
+// SPDX-License-Identifier: MIT
+// Descriptions that the engine takes, but the functions that use them do not.
+#include "dfdctl/lint/consumers.hpp"
+
+#include <dfd/keys.h>
+#include <dfd/records.h>
+#include <algorithm>
+#include <array>
+
+#include "dfdctl/lint/uses.hpp"
+
+#include <fmt/format.h>
+
+namespace dfdctl::lint {
+
+namespace {
+
+using dfd::watch::Op;
+using observe::Use;
+
+/// What the engine means by a message, and the member that it is about.
+struct Meaning {
+    std::string_view message;
+    CtrlMember member;
+    std::string_view text;
+};
+
+constexpr std::array kMeanings = {
+    Meaning{"bit_offsest[", kBitOffset, "a bit field begins at bit 0 to 7"},
+    Meaning{"] len[", kLen, "a number has 1 to 31 bytes"},
+    Meaning{"]  format[", kFrmt, "a number is bit, byte, num_bytes, num_str or num_buf"},
+    Meaning{"] format[", kFrmt, "only bit, byte, num_bytes and num_buf can be written"},
+    Meaning{"] ctrl mode[", kMode, "only mode config can be written"},
+    Meaning{"] mode[", kMode, "bytes and texts are read in mode config only"},
+    Meaning{"process function is null", kFrmt,
+            "the function does not convert bytes itself: write bit, byte, num_bytes or num_str"},
+    Meaning{", error.", kLen, "the function cannot convert this number of bytes"},
+    Meaning{"process fail", kLen, "the function cannot convert this number of bytes"},
+    Meaning{"not support str int set", kFrmt, "a text cannot be written"},
+    Meaning{"write info to file", kSrc, "a file cannot be written"},
+    Meaning{"info src[", kSrc, "a source is localbus, i2c or file"},
+};
+
+constexpr std::string_view kBufferMessage = "] format=";
+
+/// One message is about the format and the length of a buffer.
+Meaning meaning_of_buffer(const info_ctrl_t &ctrl) {
+    constexpr std::uint32_t kMaxBytes = 255;
+    if (ctrl.frmt != INFO_FRMT_BUF) {
+        return {{}, kFrmt, "the function takes bytes: write .frmt=buf"};
+    }
+    return ctrl.len >= 1 && ctrl.len <= kMaxBytes
+               ? Meaning{{}, kLen, "the function has room for fewer bytes"}
+               : Meaning{{}, kLen, "a buffer has 1 to 255 bytes"};
+}
+
+std::optional<Meaning> meaning_of(const Item &item, const std::string &message) {
+    if (message.find(kBufferMessage) != std::string::npos) {
+        return meaning_of_buffer(*record_of<info_ctrl_t>(item));
+    }
+    const auto *const found = std::find_if(
+        kMeanings.begin(), kMeanings.end(),
+        [&](const Meaning &meaning) { return message.find(meaning.message) != std::string::npos; });
+    return found != kMeanings.end() ? std::optional(*found) : std::nullopt;
+}
+
+/// ".len is '40'", "there is no .len".
+std::string state_of(const Check &check, const Item &item, CtrlMember member) {
+    const std::string_view name = info_ctrl_mem_str[member];
+    const SourceLine *line = check.line_of(item.key(), member);
+    return line != nullptr ? fmt::format("{} is '{}'", name, line->value)
+                           : fmt::format("there is no {}", name);
+}
+
+bool is_read(const Use &use) {
+    return use.is_read && use.op != Op::set_int;
+}
+
+/// "drv_get_power_sn and 2 more"; the driver's own functions first.
+std::string names_of(std::span<const Use> uses, bool (*counts)(const Use &)) {
+    std::set<std::string_view> names;
+    for (const Use &use : uses) {
+        if (counts(use)) {
+            names.insert(use.call->name);
+        }
+    }
+    // drv_ comes before sdd_, but behind dfd_.
+    const auto driver = names.lower_bound("drv_");
+    const std::string_view first = driver != names.end() ? *driver : *names.begin();
+    return names.size() == 1 ? std::string(first)
+                             : fmt::format("{} and {} more", first, names.size() - 1);
+}
+
+/// All functions that read the item are refused.
+void check_readers(Check &check, const Item &item, std::span<const Use> uses) {
+    const auto refusal =
+        std::ranges::find_if(uses, [](const Use &use) { return is_read(use) && use.refused != 0; });
+    if (refusal == uses.end() ||
+        std::ranges::any_of(uses, [](const Use &use) { return is_read(use) && use.worked; })) {
+        return;
+    }
+    if (const auto why = explain_refusal(check, item, refusal->reason)) {
+        check.at_member("item-unusable", item.key(), why->member,
+                        fmt::format("{} is of no use to {} ({}): {}", item.name(),
+                                    names_of(uses, is_read), refusal->refused, why->text));
+    }
+}
+
+/// A number format where the function brings a conversion along.
+void check_conversion(Check &check, const Item &item, std::span<const Use> uses) {
+    const int format = record_of<info_ctrl_t>(item)->frmt;
+    const bool is_plain =
+        format == INFO_FRMT_BYTE || format == INFO_FRMT_NUM_BYTES || format == INFO_FRMT_NUM_STR;
+    const auto converts = [](const Use &use) {
+        return is_read(use) && use.op != Op::get_buf && use.has_processor;
+    };
+    if (is_plain && std::ranges::any_of(uses, converts)) {
+        check.at_member(
+            "conversion-unused", item.key(), kFrmt,
+            fmt::format("{}: what {} makes of the bytes counts with .frmt=num_buf; in this "
+                        "format the number is handed on as it is",
+                        item.name(), names_of(uses, converts)));
+    }
+}
+
+/// Layouts of EEPROMs where the functions ask the engine.
+void check_layout(Check &check, const Item &item, std::span<const Use> uses) {
+    const int mode = record_of<info_ctrl_t>(item)->mode;
+    // The rated supply is the one value that is asked of the engine, then of the EEPROM.
+    const bool is_known =
+        item.type->type == DFD_KEY_POWER_RATE_SUPPLY && mode == INFO_CTRL_MODE_TLV;
+    const bool is_asked =
+        std::ranges::any_of(uses, [](const Use &use) { return is_read(use) && use.worked; });
+    if (!is_eeprom_mode(mode) || is_known || !is_asked) {
+        return;
+    }
+    check.at_member("layout-unknown", item.key(), kMode,
+                    fmt::format("{} is never read from an EEPROM: {}; write .mode=config and where "
+                                "the value is",
+                                item.name(),
+                                mode == INFO_CTRL_MODE_LEGACY ? "legacy counts as config"
+                                                              : "the value is always 0"));
+}
+
+/// Types whose index is a value that is read at run time.
+constexpr std::array<std::uint32_t, 5> kByValue = {
+    DFD_KEY_MY_RATE_POWER, DFD_KEY_POWER_REGVAL_CONVERT, DFD_KEY_FAN_SPEEDLVL_CONVERT,
+    DFD_KEY_FAN_ATTR_TYPE, DFD_KEY_RESET_BUTTON_TP_STR};
+
+bool is_asked(const Uses &uses, std::uint32_t key) {
+    const std::uint32_t type = DFD_KEY_TYPE(key);
+    const bool is_by_value = std::ranges::find(kByValue, type) != kByValue.end();
+    return !uses.of(key).empty() || uses.is_list(type) || (is_by_value && uses.is_read(type));
+}
+
+}  // namespace
+
+std::optional<Refusal> explain_refusal(const Check &check, const Item &item,
+                                       const std::string &message) {
+    const std::optional<Meaning> meaning = meaning_of(item, message);
+    if (!meaning) {
+        return std::nullopt;
+    }
+    return Refusal{
+        meaning->member,
+        fmt::format("{}, but {}", state_of(check, item, meaning->member), meaning->text)};
+}
+
+void check_consumers(Check &check, const std::set<std::uint32_t> &refused) {
+    for (const Item &item : configured(check, Kind::info_ctrl)) {
+        const std::span<const Use> uses = check.uses().of(item.key());
+        if (refused.contains(item.key()) || is_place_only(item)) {
+            continue;
+        }
+        check_readers(check, item, uses);
+        check_conversion(check, item, uses);
+        check_layout(check, item, uses);
+    }
+}
+
+void check_unasked(Check &check) {
+    const std::set<Check::Place> spoken_of = check.places();
+    std::set<std::uint32_t> said;
+    for (const auto &[key, origins] : check.log().origins) {
+        const bool is_known = std::ranges::any_of(origins, [&](const Origin &origin) {
+            return spoken_of.contains({check.log().files[origin.file].path, origin.line});
+        });
+        if (is_known || is_asked(check.uses(), key)) {
+            continue;
+        }
+        const Item item = item_of_key(key);
+        const std::uint32_t type = item.type->type;
+        const bool is_any_asked = check.uses().is_read(type) || check.uses().is_written(type);
+        if (is_any_asked || said.insert(type).second) {
+            check.at_item(
+                "item-unasked", key,
+                fmt::format("no function of the library asks for {} on this board: it is "
+                            "there only for software that reads the item itself",
+                            is_any_asked ? as_written(item) : std::string(item.type->name)));
+        }
+    }
+}
+
+}  // namespace dfdctl::lint
