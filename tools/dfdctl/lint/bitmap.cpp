@@ -90,9 +90,12 @@ std::string meaning_of(const info_ctrl_t &ctrl) {
     }
 }
 
-std::string use_of(const Uses &uses, const Item &item) {
-    const std::string use = fmt::format("{}{}", uses.is_read(item.type->type) ? "R" : "",
-                                        uses.is_written(item.type->type) ? "W" : "");
+/// "R", "W", "RW"; "-" for what no function asks for on this board.
+std::string use_of(const Uses &all, const Item &item) {
+    const auto uses = all.of(item.key());
+    const bool writes = std::ranges::any_of(uses, is_write);
+    const bool reads = std::ranges::any_of(uses, is_read) || (!uses.empty() && !writes);
+    const std::string use = fmt::format("{}{}", reads ? "R" : "", writes ? "W" : "");
     return use.empty() ? "-" : use;
 }
 

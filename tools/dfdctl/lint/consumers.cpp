@@ -72,10 +72,6 @@ std::string state_of(const Check &check, const Item &item, CtrlMember member) {
                            : fmt::format("there is no {}", name);
 }
 
-bool is_read(const Use &use) {
-    return use.is_read && use.op != Op::set_int;
-}
-
 /// "drv_get_power_sn and 2 more"; the driver's own functions first.
 std::string names_of(std::span<const Use> uses, bool (*counts)(const Use &)) {
     std::set<std::string_view> names;
@@ -150,7 +146,7 @@ constexpr std::array<std::uint32_t, 5> kByValue = {
 bool is_asked(const Uses &uses, std::uint32_t key) {
     const std::uint32_t type = DFD_KEY_TYPE(key);
     const bool is_by_value = std::ranges::find(kByValue, type) != kByValue.end();
-    return !uses.of(key).empty() || uses.is_list(type) || (is_by_value && uses.is_read(type));
+    return !uses.of(key).empty() || uses.is_list(type) || (is_by_value && uses.is_asked(type));
 }
 
 }  // namespace
@@ -190,7 +186,7 @@ void check_unasked(Check &check) {
         }
         const Item item = item_of_key(key);
         const std::uint32_t type = item.type->type;
-        const bool is_any_asked = check.uses().is_read(type) || check.uses().is_written(type);
+        const bool is_any_asked = check.uses().is_asked(type);
         if (is_any_asked || said.insert(type).second) {
             check.at_item(
                 "item-unasked", key,

@@ -2,6 +2,7 @@
 #include "dfdctl/lint/uses.hpp"
 
 #include <dfd/keys.h>
+#include <algorithm>
 
 #include "dfdctl/lint/lint.hpp"
 
@@ -18,9 +19,9 @@ observe::BoardUse observe_board(const StartupLog &log) {
 
 Uses::Uses(const StartupLog &log) : board_(observe_board(log)) {
     for (const auto &[key, uses] : board_.keys) {
-        for (const observe::Use &use : uses) {
-            const bool is_write = use.is_read && use.op == dfd::watch::Op::set_int;
-            (is_write ? written_ : read_).insert(DFD_KEY_TYPE(key));
+        asked_.insert(DFD_KEY_TYPE(key));
+        if (std::ranges::any_of(uses, is_write)) {
+            written_.insert(DFD_KEY_TYPE(key));
         }
     }
 }

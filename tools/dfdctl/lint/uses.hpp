@@ -16,9 +16,10 @@ class Uses {
     /// outside is touched.
     explicit Uses(const StartupLog &log);
 
-    /// Some function writes items of this type, or reads them.
+    /// Some function asks for items of this type, configured or not.
+    bool is_asked(std::uint32_t type) const { return asked_.contains(type); }
+    /// Some function writes items of this type.
     bool is_written(std::uint32_t type) const { return written_.contains(type); }
-    bool is_read(std::uint32_t type) const { return read_.contains(type); }
     /// What each function makes of an item; nothing for one that no function asks for.
     std::span<const observe::Use> of(std::uint32_t key) const;
     /// Items of the type are searched as a list.
@@ -26,8 +27,16 @@ class Uses {
 
   private:
     observe::BoardUse board_;
+    std::set<std::uint32_t> asked_;
     std::set<std::uint32_t> written_;
-    std::set<std::uint32_t> read_;
 };
+
+inline bool is_write(const observe::Use &use) {
+    return use.is_read && use.op == dfd::watch::Op::set_int;
+}
+/// Through the engine; otherwise only the record was looked at, or it is written.
+inline bool is_read(const observe::Use &use) {
+    return use.is_read && use.op != dfd::watch::Op::set_int;
+}
 
 }  // namespace dfdctl::lint
