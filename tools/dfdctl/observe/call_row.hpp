@@ -102,6 +102,10 @@ consteval Call make_call(Subsystem subsystem, Does does, std::string_view name,
             call.unit = unit;
             continue;
         }
+        if (word == "essential" || word == "polled") {
+            (word == "polled" ? call.is_polled : call.is_essential) = true;
+            continue;
+        }
         if (call.count >= Own::kShapes.size()) {
             throw "more roles than parameters";
         }
@@ -126,6 +130,7 @@ consteval Call make_call(Subsystem subsystem, Does does, std::string_view name,
 
 /// A row: subsystem, what it does, name, roles of the parameters in order. "result:UNIT" among them
 /// says that a result that is not negative is the value; "out:UNIT" that the value goes there.
+/// "essential" and "polled" set the flags of these names.
 #define DFD_CALL(subsystem, does, function, roles)                                  \
     ::dfdctl::observe::make_call<function>(::dfdctl::observe::Subsystem::subsystem, \
                                            ::dfdctl::observe::Does::does, #function, roles)

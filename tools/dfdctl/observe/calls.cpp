@@ -12,8 +12,9 @@ namespace dfdctl::observe {
 
 namespace {
 
-constexpr std::string_view kSubsystemNames[] = {"board", "cards", "power",     "fans", "temps",
-                                                "leds",  "irq",   "inventory", "bus",  "framework"};
+constexpr std::string_view kSubsystemNames[] = {
+    "board", "slots", "cards", "voltages",  "power",     "fans", "temps",
+    "leds",  "ports", "irq",   "inventory", "backplane", "bus",  "framework"};
 constexpr std::string_view kDoesNames[] = {"get", "set",     "control", "pure",
                                            "bus", "startup", "internal"};
 
@@ -71,6 +72,13 @@ std::vector<const Param *> Call::inputs() const {
         }
     }
     return result;
+}
+
+bool Call::only_reads() const {
+    const bool delivers = std::any_of(params().begin(), params().end(), [](const Param &param) {
+        return facts_of(param.role).kind == RoleKind::output;
+    });
+    return does == Does::get || does == Does::pure || (does == Does::bus && delivers);
 }
 
 std::string Call::usage() const {

@@ -15,13 +15,17 @@ namespace dfdctl::observe {
 /// Part of the system that a function is about.
 enum class Subsystem : std::uint8_t {
     board,
+    slots,
     cards,
+    voltages,
     power,
     fans,
     temps,
     leds,
+    ports,
     irq,
     inventory,
+    backplane,
     bus,
     framework
 };
@@ -48,6 +52,7 @@ enum class Role : std::uint8_t {
     card,  ///< a slot as the keys of its items have it: 0 is the own card
     sub_slot,
     sensor,
+    card_sensor,  ///< a sensor other than those of switch chips, behind a slot
     channel,
     port,
     mac,
@@ -129,12 +134,16 @@ struct Call {
     std::size_t count = 0;
     bool returns_value = false;  ///< a result that is not negative is the value
     bool returns_nothing = false;
+    bool is_essential = false;  ///< a board that has the unit wants it: `dfdctl coverage --require`
+    bool is_polled = false;     ///< part of a pass of monitoring software
     std::string_view unit = {};  ///< of such a result
     std::int64_t (*run)(const Word *words) = nullptr;
 
     std::span<const Param> params() const { return std::span(slots).first(count); }
     /// Whether a run leaves nothing behind that putting the library's state back does not undo.
     bool can_be_observed() const { return does != Does::startup && does != Does::internal; }
+    /// Getters, computations, and raw access that delivers something.
+    bool only_reads() const;
     /// "FAN ROTOR", what the command line gives.
     std::string usage() const;
     /// Parameters that the caller may give: numbers and texts, in order.

@@ -88,7 +88,7 @@ class Observer {
     Observer &operator=(const Observer &) = delete;
 
     /// Calls the function afresh: nothing that an earlier call has kept hides a look-up. Throws
-    /// std::logic_error for a call that cannot be observed, and for one that is more than a getter
+    /// std::logic_error for a call that cannot be observed, and for one that does more than read
     /// where the hardware is to answer.
     Observation observe(const Call &call, const Args &args, const Answers &answers,
                         Log log = Log::closed) const;

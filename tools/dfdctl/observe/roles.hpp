@@ -14,6 +14,7 @@ inline constexpr RoleFacts kRoles[] = {
     {Role::card, "card", RoleKind::index, 0, {}},
     {Role::sub_slot, "sub_slot", RoleKind::index, 1, {}},
     {Role::sensor, "sensor", RoleKind::index, 0, {}},
+    {Role::card_sensor, "card_sensor", RoleKind::index, 0, {}},
     {Role::channel, "channel", RoleKind::index, 1, {}},
     {Role::port, "port", RoleKind::index, 1, {}},
     {Role::mac, "mac", RoleKind::index, 0, {}},

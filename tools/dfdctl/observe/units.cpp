@@ -13,7 +13,6 @@ namespace dfdctl::observe {
 
 namespace {
 
-constexpr std::uint32_t kBackplanes = 2;
 constexpr std::uint32_t kFirstMacIndex = 41;
 constexpr std::uint32_t kFabricCard = 31;
 constexpr std::uint32_t kLastSlot = 32;
@@ -163,6 +162,15 @@ Units::Numbers Units::macs() const {
     return found;
 }
 
+Units::Numbers Units::backplanes() const {
+    Numbers found = index1_of({DFD_KEY_BP_E2PROM_DEV, DFD_KEY_E2_SETMAC, DFD_KEY_BACKPLANE_HW_VER,
+                               DFD_KEY_BACKPLANE_SN, DFD_KEY_BACKPLANE_MAC});
+    if (found.empty()) {
+        found.insert(1);
+    }
+    return found;
+}
+
 Units::Numbers Units::irq_types() const {
     Numbers found;
     for (auto at = log_.origins.lower_bound(DFD_MAKE_KEY(DFD_KEY_IRQ_INFO, 0, 0));
@@ -208,7 +216,7 @@ Units::Numbers Units::numbers(Role role, std::span<const std::uint32_t> before) 
         case Role::mac:
             return macs();
         case Role::backplane:
-            return one_to(kBackplanes);
+            return backplanes();
         case Role::serial:
             return {0, 1, 2, 3};
         case Role::led_type:
@@ -240,12 +248,20 @@ std::vector<std::uint32_t> Units::values(Role role, std::span<const std::uint32_
 /// The numbers of one parameter. A sensor stands behind a slot or a card, or alone for the own one.
 std::vector<std::uint32_t> Units::values_of(const Call &call, Role role,
                                             std::span<const std::uint32_t> before) const {
-    if (role != Role::sensor) {
+    if (role != Role::sensor && role != Role::card_sensor) {
         return values(role, before);
     }
     const bool behind_slot = !before.empty() && call.inputs().front()->role == Role::slot;
     const std::uint32_t first = before.empty() ? 0 : before.front();
-    const Numbers found = index2_of(DFD_KEY_CARD_TEMP_INFO, behind_slot ? card_of(first) : first);
+    const std::uint32_t card = behind_slot ? card_of(first) : first;
+    Numbers found = index2_of(DFD_KEY_CARD_TEMP_INFO, card);
+    if (role == Role::card_sensor) {
+        std::erase_if(found, [card](std::uint32_t sensor) {
+            const auto *record =
+                record_of<temp_info_t>(item_of(DFD_KEY_CARD_TEMP_INFO, card, sensor));
+            return record != nullptr && record->type == TEMP_INFO_MAC;
+        });
+    }
     return {found.begin(), found.end()};
 }
 

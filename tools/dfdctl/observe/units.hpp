@@ -39,6 +39,7 @@ class Units {
     Numbers led_types() const;
     Numbers led_units(std::uint32_t led_type) const;
     Numbers macs() const;
+    Numbers backplanes() const;
     Numbers irq_types() const;
     Numbers counted(std::uint32_t count, std::initializer_list<std::uint32_t> types) const;
     std::vector<std::uint32_t> values_of(const Call &call, Role role,

@@ -1,0 +1,309 @@
+// SPDX-License-Identifier: MIT
+// dfdctl explain: from a call or an item to the wire.
+#include "dfdctl/command.hpp"
+
+#include <dfd/framework.h>
+#include <dfd/records.h>
+#include <limits>
+#include <memory>
+
+#include "common/nearest.hpp"
+#include "dfdctl/explain/output.hpp"
+#include "dfdctl/keys.hpp"
+#include "dfdctl/offline.hpp"
+#include "dfdctl/startup.hpp"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+namespace dfdctl {
+
+namespace {
+
+using explain::Consumer;
+using explain::Explanation;
+using observe::Args;
+using observe::Call;
+using observe::RoleKind;
+
+struct Arguments {
+    std::string name;
+    std::vector<std::string> words;
+    std::string root;
+    std::string board;
+    std::string chassis;
+    std::vector<std::string> answers;
+    bool reads = false;
+
+    bool is_offline() const { return !(root + board + chassis).empty(); }
+};
+
+int parse_type(const std::string &what, const std::string &text) {
+    std::uint32_t type = 0;
+    if (!parse_number(text, type) || type > std::uint32_t{std::numeric_limits<int>::max()}) {
+        throw UsageError(
+            fmt::format("'{}' is no {} type: a number such as 62 or 0x3e", text, what));
+    }
+    return static_cast<int>(type);
+}
+
+int board_of(const Arguments &arguments) {
+    if (!arguments.board.empty()) {
+        return parse_type("board", arguments.board);
+    }
+    const std::vector<int> types = board_types(arguments.root);
+    if (types.empty()) {
+        throw UsageError(
+            fmt::format("no list of files below {}/etc/cfg/dfd/file_name: --root "
+                        "names a directory that holds etc/cfg/dfd",
+                        arguments.root));
+    }
+    if (types.size() > 1) {
+        throw UsageError(
+            fmt::format("several boards there: choose with --board: {}", fmt::join(types, ", ")));
+    }
+    return types.front();
+}
+
+StartupLog load(const Arguments &arguments) {
+    const int board = board_of(arguments);
+    int chassis = 0;
+    if (!arguments.chassis.empty()) {
+        chassis = parse_type("chassis", arguments.chassis);
+    } else if (const auto types = chassis_types(arguments.root); !types.empty()) {
+        chassis = types.front();
+    }
+    int result = 0;
+    StartupLog log = load_offline(
+        {.root = arguments.root, .board_type = board, .chassis_type = chassis}, &result);
+    if (result != DFD_OK) {
+        throw UsageError(fmt::format("board type {} cannot be loaded: {}{}: {}", board,
+                                     arguments.root, log.list_path, log.list_error));
+    }
+    for (const ConfigFile &file : log.files) {
+        if (file.failed()) {
+            fmt::print(stderr, "dfdctl: {}: {} ('dfdctl lint' tells more)\n", file.path,
+                       file.error);
+        }
+    }
+    return log;
+}
+
+observe::ItemAnswer parse_answer(const std::string &text) {
+    const auto equals = text.find('=');
+    std::vector<std::string> words;
+    const std::string left = text.substr(0, equals);
+    for (std::size_t at = 0; at < left.size();) {
+        const std::size_t end = std::min(left.find(' ', at), left.size());
+        if (end > at) {
+            words.push_back(left.substr(at, end - at));
+        }
+        at = end + 1;
+    }
+    if (equals == std::string::npos || words.empty()) {
+        throw UsageError(
+            fmt::format("--answer '{}': an item and its value, such as 'fan_state 1=0'", text));
+    }
+    const Item item = parse_item(words.front(), std::span(words).subspan(1));
+    if (record_of<info_ctrl_t>(item) == nullptr || item.type->kind != Kind::info_ctrl) {
+        throw UsageError(
+            fmt::format("--answer: {} is not configured as something that is read", item.name()));
+    }
+    const std::string value = text.substr(equals + 1);
+    const bool is_negative = value.starts_with('-');
+    std::uint32_t number = 0;
+    if (!parse_number(value.substr(is_negative ? 1 : 0), number)) {
+        return {.key = item.key(), .text = value};
+    }
+    return {.key = item.key(), .number = is_negative ? 0 - number : number};
+}
+
+std::vector<observe::ItemAnswer> parse_answers(const Arguments &arguments) {
+    std::vector<observe::ItemAnswer> answers;
+    for (const std::string &text : arguments.answers) {
+        answers.push_back(parse_answer(text));
+    }
+    return answers;
+}
+
+/// Arguments of a function; what is missing is the first unit of the board.
+Args parse_args(const Call &call, const observe::Units &units,
+                const std::vector<std::string> &words) {
+    const auto inputs = call.inputs();
+    if (words.size() > inputs.size()) {
+        throw UsageError(inputs.empty() ? fmt::format("{} takes no arguments", call.name)
+                                        : fmt::format("{} takes {}", call.name, call.usage()));
+    }
+    Args args;
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        const observe::RoleFacts &facts = facts_of(inputs[i]->role);
+        const bool is_given = i < words.size();
+        if (facts.kind == RoleKind::text) {
+            args.texts.push_back(is_given ? words[i] : std::string(facts.text));
+            continue;
+        }
+        std::uint32_t number = facts.standard;
+        if (is_given && !parse_number(words[i], number)) {
+            throw UsageError(
+                fmt::format("'{}' is no number: {} takes {}", words[i], call.name, call.usage()));
+        }
+        if (!is_given && facts.kind == RoleKind::index) {
+            const auto values = units.values(inputs[i]->role, args.numbers);
+            number = values.empty() ? number : values.front();
+        }
+        args.numbers.push_back(number);
+    }
+    return args;
+}
+
+[[noreturn]] void unknown_name(const std::string &name) {
+    std::vector<std::string_view> names(key_names().begin(), key_names().end());
+    names.insert(names.end(), observe::call_names().begin(), observe::call_names().end());
+    const std::string guess = dfd_tools::did_you_mean(name, names);
+    throw UsageError(fmt::format("unknown item or function '{}'{}", name,
+                                 guess.empty() ? "; 'dfdctl items' lists the items" : guess));
+}
+
+int exit_of(const Explanation &explanation) {
+    if (explanation.seen.result == DFD_ERR_NOT_SUPPORTED || explanation.not_configured()) {
+        return kExitNotSupported;
+    }
+    const bool is_real = explanation.reading == explain::Reading::hardware;
+    if (!is_real || !explanation.failed()) {
+        return kExitOk;
+    }
+    return explanation.failed_io() ? kExitIo : kExitReadingFailed;
+}
+
+/// One loaded board, and what is asked about it.
+class Session {
+  public:
+    Session(const Options &options, const Arguments &arguments, const StartupLog &log)
+        : options_(options), arguments_(arguments), log_(log), observer_(log), units_(log) {}
+
+    int call(const Call &call) {
+        check(call);
+        const Explanation explanation =
+            explain_call(call, parse_args(call, units_, arguments_.words));
+        const auto print = options_.json ? explain::print_call_json : explain::print_call;
+        print(options_.out, explanation, log_);
+        print_log(explanation);
+        return exit_of(explanation);
+    }
+
+    int item() {
+        const Item item = parse_item(arguments_.name, arguments_.words);
+        const observe::BoardUse board = observe::observe_board(observer_, units_);
+        explain::ItemExplanation explanation{item, explain::consumers_of(board, item), nullptr};
+        std::optional<Explanation> reading;
+        if (is_readable(item) && (arguments_.reads || !arguments_.answers.empty())) {
+            reading = read(item, explanation.consumers);
+            explanation.reading = &*reading;
+            print_log(*reading);
+        }
+        const auto print = options_.json ? explain::print_item_json : explain::print_item;
+        print(options_.out, explanation, log_);
+        if (dfd_lib_cfg_get_item(item.key()) == nullptr) {
+            return kExitNotSupported;
+        }
+        return reading.has_value() ? exit_of(*reading) : int{kExitOk};
+    }
+
+  private:
+    void check(const Call &call) const {
+        if (!call.can_be_observed()) {
+            throw UsageError(fmt::format(
+                "{} is not explained: it loads or changes the library's own tables", call.name));
+        }
+        if (arguments_.reads && !call.only_reads()) {
+            throw UsageError(fmt::format(
+                "{} does more than read: explain it without --read, nothing is written then",
+                call.name));
+        }
+    }
+
+    Explanation explain_call(const Call &call, const Args &args) const {
+        return explain::explain_call(observer_, units_,
+                                     {.call = &call,
+                                      .args = args,
+                                      .given = parse_answers(arguments_),
+                                      .reads_hardware = arguments_.reads});
+    }
+
+    static bool is_readable(const Item &item) {
+        return item.type->kind == Kind::info_ctrl && record_of<info_ctrl_t>(item) != nullptr;
+    }
+
+    /// By the engine, or by the function whose conversion or EEPROM query the item needs.
+    Explanation read(const Item &item, const std::vector<Consumer> &consumers) const {
+        const auto &record = *record_of<info_ctrl_t>(item);
+        const bool needs_function =
+            record.frmt == INFO_FRMT_NUM_BUF || record.mode > INFO_CTRL_MODE_CONSTANT;
+        const Consumer *best = nullptr;
+        for (const Consumer &consumer : consumers) {
+            const bool fits = consumer.is_exact && consumer.call->does == observe::Does::get;
+            const bool is_better = best == nullptr || (consumer.call->name.starts_with("drv_") &&
+                                                       !best->call->name.starts_with("drv_"));
+            best = fits && is_better ? &consumer : best;
+        }
+        if (needs_function && best != nullptr) {
+            return explain_call(*best->call, best->args);
+        }
+        const char *engine = record.frmt == INFO_FRMT_BUF ? "dfd_info_get_buf" : "dfd_info_get_int";
+        return explain_call(*observe::find_call(engine), {.numbers = {item.key()}});
+    }
+
+    /// What the library said meanwhile was kept from its usual place.
+    void print_log(const Explanation &explanation) const {
+        if (options_.debug > 0) {
+            fmt::print(stderr, "{}", explanation.seen.log);
+        }
+    }
+
+    const Options &options_;
+    const Arguments &arguments_;
+    const StartupLog &log_;
+    observe::Observer observer_;
+    observe::Units units_;
+};
+
+int explain_command(const Options &options, const Arguments &arguments) {
+    const bool is_item = find_key_type(arguments.name) != nullptr;
+    const Call *call = observe::find_call(arguments.name);
+    if (!is_item && call == nullptr) {
+        unknown_name(arguments.name);
+    }
+    if (arguments.reads && arguments.is_offline()) {
+        throw UsageError(
+            "--read asks the hardware of this system: without --root, --board and "
+            "--chassis");
+    }
+    const StartupLog log = arguments.is_offline() ? load(arguments) : require_library(options).log;
+    Session session(options, arguments, log);
+    return is_item ? session.item() : session.call(*call);
+}
+
+}  // namespace
+
+void add_explain(Command &top, const Options &options) {
+    auto arguments = std::make_shared<Arguments>();
+    Command command =
+        top.subcommand("explain", "Show the way from a function or an item to the wire");
+    command.word("NAME", arguments->name, "A function of the library, or an item");
+    command.words("ARGUMENT", arguments->words,
+                  "Arguments of the function (without them: the first unit), indexes of the item",
+                  "[ARGUMENT...]", 0, observe::kMaxParams);
+    command.option("--root", arguments->root,
+                   "Explain a board from its files: the directory that holds etc/cfg/dfd", "DIR");
+    command.option("--board", arguments->board, "Board type, where there are several: 62 or 0x3e",
+                   "TYPE");
+    command.option("--chassis", arguments->chassis, "Chassis type; standard: the first one there",
+                   "TYPE");
+    command.option("--answer", arguments->answers,
+                   "What an item reads: 'fan_state 1=0'; may be given several times", "ITEM=VALUE");
+    command.flag("--read", arguments->reads,
+                 "Ask the hardware; without it, nothing is read and values are assumed");
+    command.runs([&options, arguments] { return explain_command(options, *arguments); });
+}
+
+}  // namespace dfdctl

@@ -1,0 +1,369 @@
+// SPDX-License-Identifier: MIT
+#include "dfdctl/explain/explain.hpp"
+
+#include <dfd/framework.h>
+#include <dfd/records.h>
+#include <algorithm>
+#include <array>
+
+#include "dfdctl/explain/interpret.hpp"
+
+#include <fmt/format.h>
+
+namespace dfdctl::explain {
+
+namespace {
+
+using observe::Answers;
+using observe::Event;
+using observe::Observation;
+
+std::string member_name(const Item &item, int member) {
+    const auto name = [member](std::span<const char *const> words) {
+        const auto at = static_cast<std::size_t>(member);
+        return at < words.size() ? std::string(words[at]).substr(1) : std::string();
+    };
+    switch (item.type->kind) {
+        case Kind::i2c_dev:
+            return name(dfd_i2c_dev_mem_str);
+        case Kind::info_ctrl:
+            return name(info_ctrl_mem_str);
+        case Kind::irq_ctrl:
+            return name(irq_ctrl_mem_str);
+        case Kind::irq_info:
+            return name(irq_info_mem_str);
+        case Kind::led_info:
+            return name(led_info_mem_str);
+        case Kind::temp_info:
+            return name(temp_info_mem_str);
+        default:
+            return {};
+    }
+}
+
+std::string place_of(const Origin &origin, const StartupLog &log) {
+    const std::string &path = log.files[origin.file].path;
+    return fmt::format("{}:{}", path.substr(path.rfind('/') + 1), origin.line);
+}
+
+struct CodeMeaning {
+    int code;
+    std::string_view text;
+};
+constexpr std::array kCodes = {
+    CodeMeaning{DFD_ERR, "not found, cannot be opened or parsed, or not possible"},
+    CodeMeaning{DFD_ERR_CONFLICT, "something else is already installed"},
+    CodeMeaning{DFD_ERR_UNUSABLE, "the item is there but does not fit the operation"},
+    CodeMeaning{DFD_ERR_NOT_SUPPORTED, "not configured: the board lacks the feature"},
+    CodeMeaning{DFD_ERR_IO, "a hardware read or write failed"},
+    CodeMeaning{DFD_ERR_ARG, "an argument, or a length that the function cannot use"},
+    CodeMeaning{DFD_ERR_MAC_FILE, "the MAC temperature file cannot be read"},
+    CodeMeaning{DFD_ERR_NO_MEMORY, "out of memory"},
+    CodeMeaning{DFD_ERR_NO_BACKPLANE, "no backplane EEPROM is configured"},
+    CodeMeaning{DFD_ERR_PARAM, "bad parameters of an EEPROM or master-board function"},
+};
+
+/// Names of the values of functions, without their prefix.
+struct ValueNames {
+    std::string_view function;
+    std::array<std::string_view, 6> names;
+};
+constexpr std::array kValues = {
+    ValueNames{"get_fan_status", {"absent", "ok", "failed", "line failed"}},
+    ValueNames{"get_fan_attribute", {"other", "-F", "-R"}},
+    ValueNames{"get_power_status",
+               {"absent", "normal", "", "failed", "line failed", "failed, flagged"}},
+    ValueNames{"get_power_present", {"absent", "present"}},
+    ValueNames{"get_slot_online", {"absent", "present"}},
+    ValueNames{"get_sslot_state", {"absent", "present"}},
+    ValueNames{"get_chassis_mb_info",
+               {"absent", "present", "master", "ready", "inconsistent lines"}},
+    ValueNames{"get_peer_mb_state", {"absent", "present", "master", "ready", "inconsistent lines"}},
+    ValueNames{"get_card_power_status", {"no card", "off for lack of power", "off", "on"}},
+    ValueNames{"get_reset_button_type", {"none", "short press", "long press"}},
+};
+
+bool is_failed_transfer(const Event &event) {
+    return event.kind == Event::Kind::transfer && event.via != dfd::watch::Via::file_exists &&
+           event.result < 0;
+}
+
+/// The last event for which `match` holds, or null.
+template <typename Match>
+const Event *last_event(const Observation &seen, Match match) {
+    const auto found = std::find_if(seen.events.rbegin(), seen.events.rend(), match);
+    return found != seen.events.rend() ? &*found : nullptr;
+}
+
+std::string engine_reason(const Event &event) {
+    const std::string name = item_of_key(event.key).name();
+    if (event.result == DFD_ERR_IO) {
+        return fmt::format("{} cannot be {}", name,
+                           event.op == dfd::watch::Op::set_int ? "written" : "read");
+    }
+    return fmt::format("{}: the engine returns {}", name, event.result);
+}
+
+std::string text_or_bytes(const std::string &bytes) {
+    const bool is_text =
+        std::all_of(bytes.begin(), bytes.end(), [](char c) { return c >= ' ' && c <= '~'; });
+    return is_text ? fmt::format("\"{}\"", bytes)
+                   : bytes_text(std::span(reinterpret_cast<const std::uint8_t *>(bytes.data()),
+                                          bytes.size()));
+}
+
+std::string_view how_of(const observe::Use &use) {
+    if (!use.is_read) {
+        return "looks at";
+    }
+    return use.op == dfd::watch::Op::set_int ? "writes" : "reads";
+}
+
+Consumer consumer_of(const observe::Use &use, bool is_exact) {
+    const bool refused = use.is_read && !use.worked && use.refused != 0;
+    return {.call = use.call,
+            .args = use.args,
+            .is_exact = is_exact,
+            .how = how_of(use),
+            .worked = !refused,
+            .refusal = refused ? use.reason : std::string()};
+}
+
+}  // namespace
+
+std::vector<MemberLine> member_lines(const Item &item, const StartupLog &log) {
+    const auto found = log.origins.find(item.key());
+    if (found == log.origins.end()) {
+        return {};
+    }
+    std::map<int, MemberLine> lines;
+    for (const Origin &origin : found->second) {
+        MemberLine &line = lines[origin.member];
+        if (!line.place.empty()) {
+            line.replaced.push_back(fmt::format("{} of {}", line.value, line.place));
+        }
+        line.member = member_name(item, origin.member);
+        line.value = origin.value;
+        line.place = place_of(origin, log);
+    }
+    std::vector<MemberLine> result;
+    for (auto &[member, line] : lines) {
+        result.push_back(std::move(line));
+    }
+    return result;
+}
+
+std::vector<Stage> stages_of(const Observation &seen) {
+    std::vector<Stage> stages;
+    for (std::size_t i = 0; i < seen.events.size(); ++i) {
+        const Event &event = seen.events[i];
+        const bool is_lookup = event.kind == Event::Kind::lookup;
+        const bool goes_on =
+            !stages.empty() &&
+            (!is_lookup || (stages.back().has_item && stages.back().item.key() == event.key));
+        if (!goes_on) {
+            Stage stage{.item = item_of_key(event.key), .has_item = is_lookup, .first = i};
+            const auto earlier =
+                std::find_if(stages.begin(), stages.end(), [&](const Stage &other) {
+                    return is_lookup && other.has_item && other.item.key() == event.key;
+                });
+            if (earlier != stages.end()) {
+                stage.earlier = static_cast<std::size_t>(earlier - stages.begin());
+            }
+            stages.push_back(stage);
+        }
+        stages.back().end = i + 1;
+    }
+    return stages;
+}
+
+bool Explanation::not_configured() const {
+    const std::vector<std::uint32_t> keys = seen.keys();
+    return !keys.empty() && std::all_of(keys.begin(), keys.end(), [](std::uint32_t key) {
+        return dfd_lib_cfg_get_item(key) == nullptr;
+    });
+}
+
+bool Explanation::failed_io() const {
+    return std::any_of(seen.events.begin(), seen.events.end(), is_failed_transfer);
+}
+
+std::string Explanation::reason() const {
+    if (!failed()) {
+        return {};
+    }
+    if (seen.result == DFD_ERR_NOT_SUPPORTED) {
+        const Event *missing = last_event(seen, [](const Event &event) {
+            return event.kind == Event::Kind::lookup && !event.found;
+        });
+        if (missing != nullptr) {
+            return item_of_key(missing->key).name() + " is not configured";
+        }
+    }
+    const Event *engine = last_event(seen, [](const Event &event) {
+        return event.kind == Event::Kind::engine && event.result < 0;
+    });
+    if (engine != nullptr) {
+        return engine_reason(*engine);
+    }
+    const Event *transfer = last_event(seen, is_failed_transfer);
+    return transfer != nullptr ? fmt::format("{} does not answer", transfer->text) : std::string();
+}
+
+bool Explanation::is_given(std::uint32_t key) const {
+    return std::any_of(given.begin(), given.end(),
+                       [key](const observe::ItemAnswer &item) { return item.key == key; });
+}
+
+std::vector<std::string> Explanation::assumptions() const {
+    std::vector<std::string> texts;
+    if (reading == Reading::hardware) {
+        return texts;
+    }
+    for (const Event &event : seen.events) {
+        const bool is_read = event.kind == Event::Kind::engine && event.result >= 0 &&
+                             event.op == dfd::watch::Op::get_int;
+        const auto *record = is_read ? record_of<info_ctrl_t>(item_of_key(event.key)) : nullptr;
+        if (record == nullptr || record->mode == INFO_CTRL_MODE_CONSTANT || is_given(event.key)) {
+            continue;
+        }
+        const std::string text = fmt::format("{} = {}", item_of_key(event.key).name(),
+                                             static_cast<std::int32_t>(event.value));
+        if (std::find(texts.begin(), texts.end(), text) == texts.end()) {
+            texts.push_back(text);
+        }
+    }
+    return texts;
+}
+
+std::string_view code_meaning(int code) {
+    const auto *found = std::find_if(kCodes.begin(), kCodes.end(),
+                                     [code](const CodeMeaning &row) { return row.code == code; });
+    return found != kCodes.end() ? found->text : std::string_view();
+}
+
+std::string_view value_name(const observe::Call &call, int value) {
+    const std::string_view bare = call.name.substr(call.name.find('_') + 1);
+    const auto *found = std::find_if(kValues.begin(), kValues.end(),
+                                     [&](const ValueNames &row) { return row.function == bare; });
+    const auto at = static_cast<std::size_t>(value);
+    return found != kValues.end() && at < found->names.size() ? found->names[at]
+                                                              : std::string_view();
+}
+
+std::string value_text(const Explanation &explanation) {
+    if (explanation.failed()) {
+        return {};
+    }
+    const auto with_unit = [](std::string text, std::string_view unit) {
+        return unit.empty() ? text : fmt::format("{} {}", text, unit);
+    };
+    const auto with_name = [](std::string value, std::string_view name) {
+        return name.empty() ? value : fmt::format("{} ({})", value, name);
+    };
+    std::string text;
+    for (const observe::Output &output : explanation.seen.outputs) {
+        const bool is_number = output.param->role == observe::Role::out;
+        if (!is_number && explanation.reading == Reading::assumed) {
+            continue;  // made up
+        }
+        text += text.empty() ? "" : ", ";
+        text += is_number ? with_unit(fmt::format("{}", output.number), output.param->unit)
+                          : text_or_bytes(output.bytes);
+    }
+    if (text.empty() && explanation.call->returns_value) {
+        text =
+            with_name(with_unit(fmt::format("{}", explanation.seen.result), explanation.call->unit),
+                      value_name(*explanation.call, explanation.seen.result));
+    }
+    return text;
+}
+
+namespace {
+
+bool asks_for_configured_items(const Observation &seen) {
+    const std::vector<std::uint32_t> keys = seen.keys();
+    return std::any_of(keys.begin(), keys.end(), [](std::uint32_t key) {
+        const std::uint32_t type = DFD_KEY_TYPE(key);
+        return type != DFD_KEY_MY_SLOTID && type != DFD_KEY_SLOT_BASE &&
+               dfd_lib_cfg_get_item(key) != nullptr;
+    });
+}
+
+/// A slot with nothing configured may be the own one.
+Answers deepest_answers(const observe::Observer &observer, const observe::Units &units,
+                        const Request &request) {
+    Answers given;
+    given.items = request.given;
+    const auto explored = [&] {
+        observe::Exploration found =
+            observe::explore(observer, units, *request.call, request.args, given);
+        return std::move(found.runs[found.deepest]);
+    };
+    observe::Run run = explored();
+    const auto inputs = request.call->inputs();
+    const bool has_slot = !inputs.empty() && inputs.front()->role == observe::Role::slot;
+    const std::uint32_t own = DFD_MAKE_KEY(DFD_KEY_MY_SLOTID, 0, 0);
+    if (has_slot && given.find(own) == nullptr && !asks_for_configured_items(run.seen)) {
+        const std::uint32_t base = units.own_slot() - units.own_slot_value();
+        given = given.with({.key = own, .number = request.args.numbers.front() - base});
+        observe::Run as_own = explored();
+        if (asks_for_configured_items(as_own.seen)) {
+            run = std::move(as_own);
+        }
+    }
+    return std::move(run.answers);
+}
+
+}  // namespace
+
+Explanation explain_call(const observe::Observer &observer, const observe::Units &units,
+                         const Request &request) {
+    Explanation result{.call = request.call, .args = request.args, .given = request.given};
+    if (request.reads_hardware) {
+        result.reading = Reading::hardware;
+        result.answers = Answers::hardware();
+        result.answers.items = request.given;
+    } else {
+        result.reading = request.given.empty() ? Reading::assumed : Reading::given;
+        result.answers = deepest_answers(observer, units, request);
+    }
+    // Once more, with the log: it says why the engine refuses an item.
+    result.seen = observer.observe(*request.call, request.args, result.answers, observe::Log::open);
+    result.stages = stages_of(result.seen);
+    return result;
+}
+
+std::vector<Consumer> consumers_of(const observe::BoardUse &board, const Item &item) {
+    std::vector<Consumer> consumers;
+    const auto exact = board.keys.find(item.key());
+    if (exact != board.keys.end()) {
+        for (const observe::Use &use : exact->second) {
+            consumers.push_back(consumer_of(use, true));
+        }
+        return consumers;
+    }
+    const auto is_known = [&](const observe::Call *call) {
+        return std::any_of(consumers.begin(), consumers.end(),
+                           [call](const Consumer &known) { return known.call == call; });
+    };
+    for (const auto &[key, uses] : board.keys) {
+        for (const observe::Use &use : uses) {
+            if (DFD_KEY_TYPE(key) == item.type->type && !is_known(use.call)) {
+                consumers.push_back(consumer_of(use, false));
+            }
+        }
+    }
+    const auto list = board.lists.find(item.type->type);
+    if (list != board.lists.end()) {
+        for (const observe::Call *call : list->second) {
+            if (!is_known(call)) {
+                consumers.push_back(
+                    {.call = call, .args = {}, .is_exact = false, .how = "looks up"});
+            }
+        }
+    }
+    return consumers;
+}
+
+}  // namespace dfdctl::explain

@@ -1,0 +1,214 @@
+// SPDX-License-Identifier: MIT
+#include "dfdctl/describe.hpp"
+#include "dfdctl/explain/interpret.hpp"
+#include "dfdctl/explain/output.hpp"
+#include "dfdctl/facts.hpp"
+#include "dfdctl/output.hpp"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+namespace dfdctl::explain {
+
+namespace {
+
+using dfd::watch::Op;
+using dfd::watch::Via;
+using nlohmann::ordered_json;
+using observe::Event;
+
+constexpr std::string_view kReadings[] = {"assumed", "given", "hardware"};
+constexpr std::string_view kOps[] = {"get_int", "get_int_by_index", "get_buf",
+                                     "set_int", "led_regval",       "led_state"};
+constexpr std::string_view kVias[] = {"device", "i2c", "plain_file", "file_exists"};
+
+template <typename Enum>
+std::string_view name_in(std::span<const std::string_view> names, Enum value) {
+    return names[static_cast<std::size_t>(value)];
+}
+
+ordered_json text_or_null(std::string_view text) {
+    return text.empty() ? ordered_json() : ordered_json(text);
+}
+
+ordered_json lines_json(const Item &item, const StartupLog &log) {
+    ordered_json lines = ordered_json::array();
+    for (const MemberLine &line : member_lines(item, log)) {
+        lines.push_back({{"member", text_or_null(line.member)},
+                         {"value", line.value},
+                         {"place", line.place},
+                         {"replaces", line.replaced}});
+    }
+    return lines;
+}
+
+std::string hex(std::span<const std::uint8_t> bytes) {
+    return fmt::format("{:02x}", fmt::join(bytes, " "));
+}
+
+ordered_json transfer_json(const Event &event) {
+    ordered_json json = {{"kind", "transfer"},
+                         {"via", name_in(kVias, event.via)},
+                         {"write", event.is_write},
+                         {"path", event.text}};
+    if (event.via == Via::i2c) {
+        json["address"] = event.addr;
+    }
+    json["offset"] = event.offset;
+    json["length"] = event.len;
+    json["result"] = event.result;
+    json["bytes"] = event.bytes.empty() ? ordered_json() : ordered_json(hex(event.bytes));
+    return json;
+}
+
+std::vector<std::uint8_t> bytes_read(const Explanation &explanation, std::size_t engine) {
+    std::vector<std::uint8_t> bytes;
+    for (const Event &event : explanation.seen.events) {
+        if (event.kind == Event::Kind::transfer && event.engine == static_cast<int>(engine) &&
+            !event.is_write) {
+            bytes.insert(bytes.end(), event.bytes.begin(), event.bytes.end());
+        }
+    }
+    return bytes;
+}
+
+ordered_json engine_json(const Explanation &explanation, std::size_t index) {
+    const Event &event = explanation.seen.events[index];
+    ordered_json json = {{"kind", "engine"},
+                         {"operation", name_in(kOps, event.op)},
+                         {"argument", event.argument},
+                         {"converted_by_function", event.has_processor},
+                         {"result", event.result}};
+    json["value"] =
+        event.result >= 0 ? ordered_json(static_cast<std::int32_t>(event.value)) : ordered_json();
+    json["assumed"] = !explanation.is_real(event.key);
+    Interpretation way;
+    if (const auto *record = record_of<info_ctrl_t>(item_of_key(event.key));
+        record != nullptr && event.op <= Op::set_int && event.op != Op::get_buf) {
+        way = event.op == Op::set_int
+                  ? interpret_write(*record, event.argument)
+                  : interpret_read(*record, bytes_read(explanation, index), event.has_processor);
+    }
+    json["steps"] = ordered_json::array();
+    for (const Step &step : way.steps) {
+        json["steps"].push_back({{"what", step.what}, {"value", step.value}});
+    }
+    json["log"] = text_or_null(log_message(event.text));
+    return json;
+}
+
+ordered_json event_json(const Explanation &explanation, std::size_t index) {
+    const Event &event = explanation.seen.events[index];
+    switch (event.kind) {
+        case Event::Kind::engine:
+            return engine_json(explanation, index);
+        case Event::Kind::transfer:
+            return transfer_json(event);
+        case Event::Kind::conversion:
+            return {{"kind", "conversion"},
+                    {"list", item_of(observe::list_type(event.list)).type->name},
+                    {"text", text_or_null(event.text)},
+                    {"number", event.number},
+                    {"found", event.found},
+                    {"index1", event.value}};
+        case Event::Kind::pause:
+            return {{"kind", "pause"}, {"us", event.number}};
+        case Event::Kind::lookup:
+            break;
+    }
+    return {{"kind", "lookup"}, {"found", event.found}};
+}
+
+ordered_json stage_json(const Explanation &explanation, const Stage &stage, const StartupLog &log) {
+    ordered_json json;
+    json["item"] = stage.has_item ? item_json(stage.item) : ordered_json();
+    json["configured"] = stage.has_item && explanation.seen.events[stage.first].found;
+    if (stage.has_item && stage.earlier == Stage::kFirstTime) {
+        json["says"] = text_or_null(describe(stage.item));
+        json["record"] = record_json(stage.item);
+        json["set_by"] = lines_json(stage.item, log);
+    }
+    json["events"] = ordered_json::array();
+    for (std::size_t i = stage.first; i < stage.end; ++i) {
+        json["events"].push_back(event_json(explanation, i));
+    }
+    return json;
+}
+
+ordered_json outputs_json(const Explanation &explanation) {
+    ordered_json outputs = ordered_json::array();
+    for (const observe::Output &output : explanation.seen.outputs) {
+        ordered_json json;
+        if (output.param->role == observe::Role::out) {
+            json["value"] = output.number;
+        } else {
+            const auto *bytes = reinterpret_cast<const std::uint8_t *>(output.bytes.data());
+            json["bytes"] = hex(std::span(bytes, output.bytes.size()));
+        }
+        json["unit"] = text_or_null(output.param->unit);
+        outputs.push_back(json);
+    }
+    return outputs;
+}
+
+ordered_json call_json(const Explanation &explanation, const StartupLog &log) {
+    const observe::Call &call = *explanation.call;
+    ordered_json json = {{"function", call.name},
+                         {"call", observe::text_of(call, explanation.args)},
+                         {"subsystem", observe::subsystem_name(call.subsystem)},
+                         {"does", observe::does_name(call.does)},
+                         {"reading", name_in(kReadings, explanation.reading)}};
+    json["stages"] = ordered_json::array();
+    for (const Stage &stage : explanation.stages) {
+        json["stages"].push_back(stage_json(explanation, stage, log));
+    }
+    json["repeats"] = ordered_json::array();
+    for (const observe::Repeat &repeat : explanation.seen.repeats) {
+        json["repeats"].push_back(
+            {{"first", repeat.first}, {"count", repeat.count}, {"times", repeat.times}});
+    }
+    json["result"] = call.returns_nothing ? ordered_json() : ordered_json(explanation.seen.result);
+    json["meaning"] = text_or_null(explanation.failed() ? code_meaning(explanation.seen.result)
+                                                        : std::string_view());
+    json["value"] = text_or_null(value_text(explanation));
+    json["outputs"] = outputs_json(explanation);
+    json["unit"] = text_or_null(call.unit);
+    json["because"] = text_or_null(explanation.reason());
+    json["assumed"] = explanation.assumptions();
+    return json;
+}
+
+}  // namespace
+
+void print_call_json(std::FILE *out, const Explanation &explanation, const StartupLog &log) {
+    ordered_json json = {{"command", "explain"}};
+    json.update(call_json(explanation, log));
+    print_json(out, json);
+}
+
+void print_item_json(std::FILE *out, const ItemExplanation &explanation, const StartupLog &log) {
+    const Item &item = explanation.item;
+    ordered_json json = {{"command", "explain"},
+                         {"item", item_json(item)},
+                         {"unit", text_or_null(facts_of(item.type->type).unit)},
+                         {"max_index1", item.type->max1},
+                         {"max_index2", item.type->max2},
+                         {"says", text_or_null(describe(item))},
+                         {"record", record_json(item)},
+                         {"set_by", lines_json(item, log)}};
+    json["used_by"] = ordered_json::array();
+    for (const Consumer &consumer : explanation.consumers) {
+        json["used_by"].push_back({{"function", consumer.call->name},
+                                   {"call", consumer.is_exact ? ordered_json(observe::text_of(
+                                                                    *consumer.call, consumer.args))
+                                                              : ordered_json()},
+                                   {"how", consumer.how},
+                                   {"works", consumer.worked},
+                                   {"refusal", text_or_null(consumer.refusal)}});
+    }
+    json["read_by"] =
+        explanation.reading != nullptr ? call_json(*explanation.reading, log) : ordered_json();
+    print_json(out, json);
+}
+
+}  // namespace dfdctl::explain
