@@ -71,6 +71,7 @@ void add_set(Command &top, const Options &options);
 void add_items(Command &top, const Options &options);
 void add_controls(Command &top, const Options &options);
 void add_explain(Command &top, const Options &options);
+void add_coverage(Command &top, const Options &options);
 void add_lint(Command &top, const Options &options);
 void add_new_board(Command &top, const Options &options);
 

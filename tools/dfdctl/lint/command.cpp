@@ -5,7 +5,7 @@
 #include <limits>
 #include <memory>
 
-#include "dfdctl/keys.hpp"
+#include "dfdctl/boards.hpp"
 #include "dfdctl/lint/bitmap.hpp"
 #include "dfdctl/lint/run.hpp"
 
@@ -31,14 +31,6 @@ struct Arguments {
     bool bitmap = false;
 };
 
-int parse_board(const std::string &text) {
-    std::uint32_t type = 0;
-    if (!parse_number(text, type) || type > std::uint32_t{std::numeric_limits<int>::max()}) {
-        throw UsageError(fmt::format("'{}' is no board type: a number such as 62 or 0x3e", text));
-    }
-    return static_cast<int>(type);
-}
-
 lint::Request request_of(const Arguments &arguments) {
     if (!arguments.files.empty() && !(arguments.root + arguments.board).empty()) {
         throw UsageError("single files are checked without --root and --board");
@@ -49,7 +41,7 @@ lint::Request request_of(const Arguments &arguments) {
         request.root = arguments.root;
     }
     if (!arguments.board.empty()) {
-        request.board_type = parse_board(arguments.board);
+        request.board_type = parse_board_type(arguments.board);
     }
     for (const std::string &id : arguments.allow) {
         if (lint::find_rule(id) == nullptr) {

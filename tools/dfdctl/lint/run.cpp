@@ -5,57 +5,17 @@
 #include <filesystem>
 #include <functional>
 
+#include "dfdctl/boards.hpp"
 #include "dfdctl/command.hpp"
 #include "dfdctl/offline.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl::lint {
 
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr const char *kConfiguration = "etc/cfg/dfd";
-
-bool holds_board(const fs::path &directory) {
-    std::error_code error;
-    return fs::is_directory(directory / kConfiguration, error);
-}
-
-/// The directories of boards in and below one, sorted.
-std::vector<std::string> roots_below(const std::string &directory) {
-    std::error_code error;
-    if (!fs::is_directory(directory, error)) {
-        throw UsageError(fmt::format("'{}' is no directory", directory));
-    }
-    if (holds_board(directory)) {
-        return {directory};
-    }
-    std::vector<std::string> roots;
-    fs::recursive_directory_iterator entry(directory, fs::directory_options::skip_permission_denied,
-                                           error);
-    for (; entry != fs::recursive_directory_iterator(); entry.increment(error)) {
-        if (entry->is_directory(error) && holds_board(entry->path())) {
-            roots.push_back(entry->path());
-            entry.disable_recursion_pending();
-        }
-    }
-    if (roots.empty()) {
-        throw UsageError(
-            fmt::format("no board in or below '{}': a board is a directory that holds {}",
-                        directory, kConfiguration));
-    }
-    std::sort(roots.begin(), roots.end());
-    return roots;
-}
-
-/// What stands before the library's paths.
-std::string prefix_of(std::string root) {
-    root.erase(root.find_last_not_of('/') + 1);
-    return root;
-}
 
 class Run {
   public:
@@ -152,20 +112,11 @@ Report run_files(const Request &request) {
     return run.take();
 }
 
-[[noreturn]] void refuse_type(int board_type, const std::set<int> &known) {
-    throw UsageError(known.empty()
-                         ? "there is no list of files, so no board type is known"
-                         : fmt::format("no list of files for board type 0x{:x}; there are 0x{:x}",
-                                       board_type, fmt::join(known, ", 0x")));
-}
-
 Report run_boards(const Request &request) {
-    const std::vector<std::string> roots = roots_below(request.root.value_or("/"));
     Run run(request, request.switched_off);
     std::set<int> known;
     bool is_found = !request.board_type.has_value();
-    for (const std::string &directory : roots) {
-        const std::string root = prefix_of(directory);
+    for (const std::string &root : board_roots(request.root.value_or("/"))) {
         for (const int type : board_types(root)) {
             known.insert(type);
             if (type == request.board_type.value_or(type)) {
@@ -178,7 +129,7 @@ Report run_boards(const Request &request) {
         }
     }
     if (!is_found) {
-        refuse_type(*request.board_type, known);
+        refuse_board_type(*request.board_type, known);
     }
     return run.take();
 }

@@ -84,7 +84,7 @@ constexpr Call kUnits[] = {
     DFD_CALL(temps, bus, sdd_get_mac_temp_from_file, "path scratch result"),
 
     DFD_CALL_BOTH(leds, set, set_led, "led_type led_state led_unit"),
-    DFD_CALL(leds, get, sdd_get_led, "led_type out essential"),
+    DFD_CALL(leds, get, sdd_get_led, "led_type out"),
     DFD_CALL_BOTH(leds, set, set_mymb_status_led, "led_state"),
     DFD_CALL_BOTH(leds, set, set_mymb_primary_led, "led_state"),
     DFD_CALL_BOTH(leds, set, set_mymb_alarm_led, "led_state ignored"),

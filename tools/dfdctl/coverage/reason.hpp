@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+// The library's reasons in plain words.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace dfdctl::coverage {
+
+/// Why the engine did not execute an item, from its log and the item's description.
+std::string engine_reason(std::uint32_t key, int code, const std::string &log);
+
+/// Why a function stopped behind an item that the engine had nothing against.
+std::string function_reason(std::uint32_t key, int code);
+
+/// "not supported", for "(-6, not supported)".
+std::string code_word(int code);
+
+}  // namespace dfdctl::coverage

@@ -1,0 +1,227 @@
+// SPDX-License-Identifier: MIT
+#include "dfdctl/coverage/require.hpp"
+
+#include <algorithm>
+#include <map>
+
+#include "common/nearest.hpp"
+#include "dfdctl/command.hpp"
+#include "dfdctl/coverage/matrix.hpp"
+#include "dfdctl/keys.hpp"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+namespace dfdctl::coverage {
+
+namespace {
+
+using observe::Call;
+using observe::Role;
+using observe::RoleKind;
+using observe::Subsystem;
+
+constexpr std::size_t kMostMissing = 4;  // names in one message
+
+/// Whether the numbers of a role are units of one kind, so that all can be expected to do the same.
+bool are_alike(Role role) {
+    switch (role) {
+        case Role::fan:
+        case Role::supply:
+        case Role::slot:
+        case Role::card:
+        case Role::sub_slot:
+        case Role::sensor:
+        case Role::channel:
+        case Role::port:
+        case Role::mac:
+        case Role::backplane:
+            return true;
+        default:
+            return false;
+    }
+}
+
+Role first_index(const Call &call) {
+    for (const observe::Param *param : call.inputs()) {
+        if (observe::facts_of(param->role).kind == RoleKind::index) {
+            return param->role;
+        }
+    }
+    return Role::none;
+}
+
+bool is_allowed(const Call &call, const std::vector<std::string> &allowed) {
+    return std::ranges::any_of(allowed, [&call](const std::string &name) {
+        return name == call.name || name == split_name(call.name).base;
+    });
+}
+
+/// Cells of functions with the same name and the same answer make one gap.
+class Collection {
+  public:
+    void add(const Call &call, std::string where, std::string why) {
+        const Name name = split_name(call.name);
+        for (Known &known : known_) {
+            if (known.base == name.base && known.gap.where == where && known.gap.why == why) {
+                known.prefixes += (known.prefixes.empty() ? "" : " ") + std::string(name.prefix);
+                return;
+            }
+        }
+        known_.push_back({std::string(name.base),
+                          std::string(name.prefix),
+                          {call.subsystem, {}, std::move(where), std::move(why)}});
+    }
+
+    std::vector<Gap> take() {
+        std::vector<Gap> gaps;
+        for (Known &known : known_) {
+            known.gap.function =
+                known.base + (known.prefixes.empty() ? "" : " (" + known.prefixes + ")");
+            gaps.push_back(std::move(known.gap));
+        }
+        std::ranges::stable_sort(gaps, {}, &Gap::group);
+        return gaps;
+    }
+
+  private:
+    struct Known {
+        std::string base;
+        std::string prefixes;
+        Gap gap;
+    };
+    std::vector<Known> known_;
+};
+
+/// The functions of the demanded groups with their cells; without cells where there is no unit.
+std::map<const Call *, std::vector<const Cell *>> demanded(std::span<const Cell> cells,
+                                                           const Demand &demand) {
+    std::map<const Call *, std::vector<const Cell *>> by_call;
+    for (const Call &call : observe::calls()) {
+        const bool is_wanted =
+            std::ranges::find(demand.groups, call.subsystem) != demand.groups.end() &&
+            !is_allowed(call, demand.allowed);
+        if (is_wanted && observe::is_of_board(call)) {
+            by_call[&call];
+        }
+    }
+    for (const Cell &cell : cells) {
+        if (const auto found = by_call.find(cell.call); found != by_call.end()) {
+            found->second.push_back(&cell);
+        }
+    }
+    return by_call;
+}
+
+std::vector<std::string_view> group_names() {
+    std::vector<std::string_view> names;
+    std::ranges::transform(groups(), std::back_inserter(names), observe::subsystem_name);
+    return names;
+}
+
+}  // namespace
+
+std::span<const Subsystem> groups() {
+    static const std::vector<Subsystem> all = [] {
+        std::set<Subsystem> found;
+        for (const Call &call : observe::calls()) {
+            if (observe::is_of_board(call)) {
+                found.insert(call.subsystem);
+            }
+        }
+        return std::vector(found.begin(), found.end());
+    }();
+    return all;
+}
+
+std::vector<Subsystem> parse_groups(const std::string &text) {
+    std::vector<Subsystem> found;
+    const std::vector<std::string_view> names = group_names();
+    for (std::size_t begin = 0; begin <= text.size();) {
+        const std::size_t end = std::min(text.find(',', begin), text.size());
+        const std::string word = text.substr(begin, end - begin);
+        const auto name = std::ranges::find(names, word);
+        if (name == names.end()) {
+            const std::string guess = dfd_tools::did_you_mean(word, names);
+            throw UsageError(fmt::format("unknown group '{}'{}; the groups are: {}", word, guess,
+                                         fmt::join(names, ", ")));
+        }
+        found.push_back(groups()[static_cast<std::size_t>(name - names.begin())]);
+        begin = end + 1;
+    }
+    return found;
+}
+
+void check_functions(const std::vector<std::string> &names) {
+    for (const std::string &name : names) {
+        const auto is_named = [&name](const Call &call) {
+            return call.name == name || split_name(call.name).base == name;
+        };
+        if (!std::ranges::any_of(observe::calls(), is_named)) {
+            throw UsageError(fmt::format("unknown function '{}'{}", name,
+                                         dfd_tools::did_you_mean(name, observe::call_names())));
+        }
+    }
+}
+
+std::string where(const Cell &cell) {
+    std::string text;
+    std::size_t number = 0;
+    for (const observe::Param *param : cell.call->inputs()) {
+        const observe::RoleFacts &facts = observe::facts_of(param->role);
+        if (facts.kind == RoleKind::index) {
+            text += fmt::format("{}{} {}", text.empty() ? "" : ", ", facts.word,
+                                cell.args.numbers[number]);
+        }
+        number += facts.kind != RoleKind::text ? 1 : 0;
+    }
+    return text;
+}
+
+std::string why(const Cell &cell) {
+    if (cell.refusal.has_value()) {
+        return fmt::format("{} is unusable: {}", item_of_key(cell.refusal->key).name(),
+                           cell.refusal->reason);
+    }
+    if (cell.missing.empty()) {
+        return "not supported as it is configured";
+    }
+    const auto count = std::min(cell.missing.size(), kMostMissing);
+    const std::string more = cell.missing.size() > count
+                                 ? fmt::format(" and {} more", cell.missing.size() - count)
+                                 : std::string();
+    return fmt::format("{}{} not configured{}",
+                       fmt::join(cell.missing.begin(),
+                                 cell.missing.begin() + static_cast<std::ptrdiff_t>(count), ", "),
+                       more,
+                       cell.state == State::standard
+                           ? fmt::format(" (answers {} all the same)", cell.result)
+                           : std::string());
+}
+
+Gaps find_gaps(std::span<const Cell> cells, const Demand &demand) {
+    Collection missing;
+    Collection uneven;
+    for (const auto &[call, own] : demanded(cells, demand)) {
+        if (own.empty() && call->is_essential) {
+            missing.add(
+                *call, {},
+                fmt::format("the board has no {}", observe::facts_of(first_index(*call)).word));
+        }
+        const bool answers = std::ranges::any_of(
+            own, [](const Cell *cell) { return cell->state == State::answers; });
+        for (const Cell *cell : own) {
+            if (cell->state == State::answers) {
+                continue;
+            }
+            if (call->is_essential || cell->state == State::unusable) {
+                missing.add(*call, where(*cell), why(*cell));
+            } else if (answers && are_alike(first_index(*call))) {
+                uneven.add(*call, where(*cell), why(*cell));
+            }
+        }
+    }
+    return {.missing = missing.take(), .uneven = uneven.take()};
+}
+
+}  // namespace dfdctl::coverage

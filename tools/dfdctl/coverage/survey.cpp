@@ -1,0 +1,318 @@
+// SPDX-License-Identifier: MIT
+#include "dfdctl/coverage/survey.hpp"
+
+#include <dfd/framework.h>
+#include <dfd/keys.h>
+#include <algorithm>
+
+#include "dfdctl/coverage/reason.hpp"
+#include "dfdctl/keys.hpp"
+
+namespace dfdctl::coverage {
+
+namespace {
+
+using dfd::watch::Op;
+using dfd::watch::Via;
+using observe::Answers;
+using observe::Event;
+using observe::Exploration;
+using observe::Observation;
+using observe::Run;
+
+/// Keys that only say where this card is: they decide nothing about what a function asks for then.
+bool says_where(std::uint32_t key) {
+    const std::uint32_t type = DFD_KEY_TYPE(key);
+    return type == DFD_KEY_MY_SLOTID || type == DFD_KEY_SLOT_BASE || type == DFD_KEY_SSLOT_BASE;
+}
+
+bool is_question(const Event &event) {
+    return (event.kind == Event::Kind::lookup && !says_where(event.key)) ||
+           event.kind == Event::Kind::conversion;
+}
+
+/// Whether the item is configured, or any entry of the list: which one matches, only the unit's own
+/// answer can tell.
+bool is_there(const Event &event) {
+    return event.found || (event.kind == Event::Kind::conversion && event.list->next != event.list);
+}
+
+bool is_missing(const Event &event) {
+    return is_question(event) && !is_there(event);
+}
+
+bool is_led(const Event &event) {
+    return event.op == Op::led_regval || event.op == Op::led_state;
+}
+
+/// Null when nothing was asked for.
+const Event *last_question(const Observation &seen) {
+    const auto found = std::find_if(seen.events.rbegin(), seen.events.rend(), is_question);
+    return found != seen.events.rend() ? &*found : nullptr;
+}
+
+/// A key of the type of this one that was found: the missing one was chosen by a value that was
+/// read, or is one of a row that is walked through.
+bool has_found_type(const Observation &seen, std::uint32_t key) {
+    return std::any_of(seen.events.begin(), seen.events.end(), [key](const Event &event) {
+        return event.kind == Event::Kind::lookup && event.found &&
+               DFD_KEY_TYPE(event.key) == DFD_KEY_TYPE(key);
+    });
+}
+
+std::string name_of_list(const dfd_list_head_t *list) {
+    const struct {
+        const dfd_list_head_t *list;
+        const char *name;
+    } kLists[] = {{&dfd_lib_cfg_fan_splvl_conv_lst, "fan_speedlvl_convert"},
+                  {&dfd_lib_cfg_pid_str_conv_lst, "card_pid_str"},
+                  {&dfd_lib_cfg_power_name_conv_lst, "power_name"},
+                  {&dfd_lib_cfg_fan_name_conv_lst, "fan_name"}};
+    const auto *found = std::find_if(std::begin(kLists), std::end(kLists),
+                                     [list](const auto &row) { return row.list == list; });
+    return found != std::end(kLists) ? std::string("an entry of ") + found->name
+                                     : std::string("an entry of a list");
+}
+
+std::string name_of(const Event &event) {
+    return event.kind == Event::Kind::conversion ? name_of_list(event.list)
+                                                 : item_of_key(event.key).name();
+}
+
+/// Classifies one call.
+class Judge {
+  public:
+    Judge(const observe::Observer &observer, const Exploration &found, Cell &cell)
+        : observer_(observer), found_(found), cell_(cell) {}
+
+    void run() {
+        if (find_refusal() || find_no_path()) {
+            cell_.state = State::unusable;
+            return;
+        }
+        if (const Run *run = run_that_misses()) {
+            cell_.state = State::not_configured;
+            note_missing(run->seen);
+        } else if (found_.works()) {
+            judge_success();
+        } else {
+            judge_failure();
+        }
+    }
+
+  private:
+    const Observation &deepest() const { return found_.best().seen; }
+
+    /// A look-up in vain within this engine call: then the item itself may be all right.
+    static bool misses_within(const Observation &seen, std::size_t engine) {
+        return std::any_of(seen.events.begin(), seen.events.end(), [engine](const Event &event) {
+            return event.engine == static_cast<int>(engine) && is_missing(event);
+        });
+    }
+
+    bool worked_once(const Event &refused) const {
+        return std::any_of(found_.runs.begin(), found_.runs.end(), [&](const Run &run) {
+            return std::any_of(
+                run.seen.events.begin(), run.seen.events.end(), [&](const Event &event) {
+                    return event.kind == Event::Kind::engine && event.key == refused.key &&
+                           event.op == refused.op && event.result >= 0;
+                });
+        });
+    }
+
+    /// An item that the engine executes with no answer that was tried.
+    bool find_refusal() {
+        for (const Run &run : found_.runs) {
+            const auto &events = run.seen.events;
+            for (std::size_t i = 0; i < events.size(); ++i) {
+                const Event &event = events[i];
+                const bool is_refused = event.kind == Event::Kind::engine && event.result < 0 &&
+                                        !is_led(event) && !misses_within(run.seen, i);
+                if (is_refused && !worked_once(event)) {
+                    refuse(event.key, event.result, reason_of(run.answers, event));
+                    return true;
+                }
+            }
+        }
+        return false;
+    }
+
+    std::string reason_of(const Answers &answers, const Event &refused) const {
+        const Observation again =
+            observer_.observe(*cell_.call, cell_.args, answers, observe::Log::open);
+        for (const Event &event : again.events) {
+            if (event.kind == Event::Kind::engine && event.key == refused.key &&
+                event.op == refused.op && event.result == refused.result) {
+                return engine_reason(refused.key, refused.result, event.text);
+            }
+        }
+        return engine_reason(refused.key, refused.result, {});
+    }
+
+    /// The answered buses take any path, the system does not.
+    bool find_no_path() {
+        std::uint32_t key = 0;
+        for (const Event &event : deepest().events) {
+            if (event.kind == Event::Kind::lookup && event.found) {
+                key = event.key;
+            }
+            const bool is_transfer =
+                event.kind == Event::Kind::transfer && event.via != Via::file_exists;
+            if (is_transfer && event.text.empty() && key != 0) {
+                refuse(key, deepest().result, ".fpath is missing: there is nothing to open");
+                return true;
+            }
+        }
+        return false;
+    }
+
+    void refuse(std::uint32_t key, int code, std::string reason) {
+        cell_.refusal = Refusal{.key = key, .code = code, .reason = std::move(reason)};
+    }
+
+    /// Whether some run has found what this event misses, if only for another value.
+    bool is_found_elsewhere(const Event &event) const {
+        return event.kind == Event::Kind::lookup &&
+               std::any_of(found_.runs.begin(), found_.runs.end(),
+                           [&](const Run &run) { return has_found_type(run.seen, event.key); });
+    }
+
+    /// A way through the function that ends at something that is not configured, if another unit
+    /// state leads to a good answer or not. The deepest such way, or null.
+    const Run *run_that_misses() const {
+        if (deepest().result < 0 && misses(deepest())) {
+            return &found_.best();
+        }
+        const auto run = std::find_if(found_.runs.begin(), found_.runs.end(), [this](const Run &r) {
+            return r.seen.result < 0 && misses(r.seen);
+        });
+        return run != found_.runs.end() ? &*run : nullptr;
+    }
+
+    bool misses(const Observation &seen) const {
+        const Event *const last = last_question(seen);
+        const bool ends_there =
+            last != nullptr && !is_there(*last) && (!found_.works() || !is_found_elsewhere(*last));
+        const bool says_so =
+            seen.result == DFD_ERR_NOT_SUPPORTED &&
+            std::any_of(seen.events.begin(), seen.events.end(), [this](const Event &event) {
+                return is_missing(event) && !is_found_elsewhere(event);
+            });
+        return ends_there || says_so;
+    }
+
+    void note_missing(const Observation &seen) {
+        for (const Event &event : seen.events) {
+            const std::string name = is_missing(event) ? name_of(event) : std::string();
+            if (!name.empty() && std::ranges::find(cell_.missing, name) == cell_.missing.end()) {
+                cell_.missing.push_back(name);
+            }
+        }
+    }
+
+    void judge_success() {
+        const auto &events = deepest().events;
+        const bool finds = std::any_of(events.begin(), events.end(), [](const Event &event) {
+            return is_question(event) && is_there(event);
+        });
+        const Event *const last = last_question(deepest());
+        const bool is_standard = last != nullptr && !is_there(*last) &&
+                                 (!finds || (!is_found_elsewhere(*last) && !has_effect()));
+        cell_.state = is_standard ? State::standard : State::answers;
+        if (is_standard) {
+            note_missing(deepest());
+        }
+    }
+
+    /// Whether a setter writes, and what a getter tells depends on what is read.
+    bool has_effect() const {
+        if (cell_.call->does != observe::Does::get) {
+            return std::any_of(deepest().events.begin(), deepest().events.end(),
+                               [](const Event &event) {
+                                   return event.kind == Event::Kind::transfer && event.is_write;
+                               });
+        }
+        constexpr std::uint32_t kHigh = 0x7FFF;
+        for (const std::uint32_t value : {std::uint32_t{0}, kHigh}) {
+            Answers answers = found_.best().answers;
+            answers.value = value;
+            const Observation seen = observer_.observe(*cell_.call, cell_.args, answers);
+            if (seen.result != deepest().result || !same_outputs(seen, deepest())) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    static bool same_outputs(const Observation &a, const Observation &b) {
+        return std::ranges::equal(a.outputs, b.outputs,
+                                  [](const observe::Output &x, const observe::Output &y) {
+                                      return x.number == y.number && x.bytes == y.bytes;
+                                  });
+    }
+
+    /// Nothing that was tried succeeds, though all that was asked for is there.
+    void judge_failure() {
+        const auto &events = deepest().events;
+        const auto last = std::find_if(events.rbegin(), events.rend(), [](const Event &event) {
+            return event.kind == Event::Kind::lookup && event.found && !says_where(event.key);
+        });
+        const bool declines = cell_.result == DFD_ERR_NOT_SUPPORTED;
+        if (declines || last == events.rend()) {
+            cell_.state = State::not_configured;
+            return;
+        }
+        cell_.state = State::unusable;
+        refuse(last->key, cell_.result, function_reason(last->key, cell_.result));
+    }
+
+    const observe::Observer &observer_;
+    const Exploration &found_;
+    Cell &cell_;
+};
+
+Cell judged(const observe::Observer &observer, const observe::Units &units,
+            const observe::Call &call, const observe::Args &args) {
+    Exploration found = observe::explore(observer, units, call, args);
+    Cell cell{.call = &call,
+              .args = args,
+              .state = State::answers,
+              .result = found.best().seen.result,
+              .missing = {}};
+    Judge(observer, found, cell).run();
+    if (call.is_polled) {
+        cell.pass = std::move(found.runs[found.deepest].seen);
+    }
+    return cell;
+}
+
+}  // namespace
+
+std::vector<Cell> survey(const observe::Observer &observer, const observe::Units &units) {
+    std::vector<Cell> cells;
+    for (const observe::Call &call : observe::calls()) {
+        if (!observe::is_of_board(call)) {
+            continue;
+        }
+        for (const observe::Args &args : units.all_args(call)) {
+            cells.push_back(judged(observer, units, call, args));
+        }
+    }
+    return cells;
+}
+
+std::string_view state_word(State state) {
+    switch (state) {
+        case State::answers:
+            return "ok";
+        case State::standard:
+            return "default";
+        case State::not_configured:
+            return "not configured";
+        case State::unusable:
+            break;
+    }
+    return "unusable";
+}
+
+}  // namespace dfdctl::coverage

@@ -1,0 +1,315 @@
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <array>
+#include <map>
+
+#include "dfdctl/coverage/matrix.hpp"
+#include "dfdctl/coverage/report.hpp"
+#include "dfdctl/keys.hpp"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+namespace dfdctl::coverage {
+
+namespace {
+
+using observe::Role;
+using observe::Subsystem;
+
+constexpr std::size_t kWidth = 100;
+constexpr std::size_t kIndent = 18;  // of the lists of functions
+constexpr std::size_t kGap = 2;      // between columns
+
+constexpr std::array kStates = {State::answers, State::standard, State::not_configured,
+                                State::unusable};
+
+std::string_view cell_word(const std::optional<State> &cell) {
+    if (!cell.has_value()) {
+        return "";
+    }
+    switch (*cell) {
+        case State::answers:
+            return "ok";
+        case State::standard:
+            return "dflt";
+        case State::not_configured:
+            return "-";
+        case State::unusable:
+            break;
+    }
+    return "BAD";
+}
+
+/// Neighbouring units that are the same in every row.
+struct Column {
+    std::string label;
+    std::size_t at;  ///< of one of them in the rows
+
+    std::size_t width(const std::vector<const Row *> &rows) const {
+        std::size_t width = label.size();
+        for (const Row *row : rows) {
+            width = std::max(width, cell_word(row->cells[at]).size());
+        }
+        return width + kGap;
+    }
+};
+
+std::vector<Column> columns_of(const Matrix &matrix, const std::vector<const Row *> &rows) {
+    std::vector<Column> columns;
+    for (std::size_t i = 0; i < matrix.units.size();) {
+        const auto is_same = [&](std::size_t other) {
+            return std::ranges::all_of(
+                rows, [&](const Row *row) { return row->cells[i] == row->cells[other]; });
+        };
+        std::vector<std::uint32_t> units = {matrix.units[i]};
+        std::size_t next = i + 1;
+        while (next < matrix.units.size() && is_same(next)) {
+            units.push_back(matrix.units[next]);
+            ++next;
+        }
+        columns.push_back({ranges(units), i});
+        i = next;
+    }
+    return columns;
+}
+
+std::string trimmed(std::string line) {
+    line.erase(line.find_last_not_of(' ') + 1);
+    return line;
+}
+
+std::string upper(std::string_view word) {
+    std::string text(word);
+    for (char &c : text) {
+        c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c == '_' ? '-' : c;
+    }
+    return text;
+}
+
+/// A matrix on paper: as many of its columns as fit, then the rest below.
+class Grid {
+  public:
+    Grid(const Matrix &matrix, std::vector<const Row *> rows)
+        : unit_(upper(observe::facts_of(matrix.unit).word)),
+          rows_(std::move(rows)),
+          columns_(columns_of(matrix, rows_)) {
+        for (const Row *row : rows_) {
+            name_ = std::max(name_, row->name.size());
+            prefixes_ = std::max(prefixes_, row->prefixes.size());
+            detail_ = std::max(detail_, row->detail.size());
+        }
+    }
+
+    void print(std::FILE *out) const {
+        for (std::size_t begin = 0; begin < columns_.size();) {
+            std::size_t width = kGap + name_ + kGap + prefixes_ + kGap + detail_;
+            std::size_t end = begin;
+            while (end < columns_.size() &&
+                   (end == begin || width + columns_[end].width(rows_) <= kWidth)) {
+                width += columns_[end].width(rows_);
+                ++end;
+            }
+            print_part(out, std::span(columns_).subspan(begin, end - begin));
+            begin = end;
+        }
+    }
+
+  private:
+    std::string head(std::string_view name, std::string_view prefixes,
+                     std::string_view detail) const {
+        return fmt::format("  {:<{}}  {:<{}}  {:<{}}", name, name_, prefixes, prefixes_, detail,
+                           detail_);
+    }
+
+    void print_part(std::FILE *out, std::span<const Column> part) const {
+        std::string line = head(unit_, "", "");
+        for (const Column &column : part) {
+            line += fmt::format("  {:<{}}", column.label, column.width(rows_) - kGap);
+        }
+        fmt::print(out, "{}\n", trimmed(line));
+        for (const Row *row : rows_) {
+            line = head(row->name, row->prefixes, row->detail);
+            for (const Column &column : part) {
+                line += fmt::format("  {:<{}}", cell_word(row->cells[column.at]),
+                                    column.width(rows_) - kGap);
+            }
+            fmt::print(out, "{}\n", trimmed(line));
+        }
+    }
+
+    std::string unit_;
+    std::vector<const Row *> rows_;
+    std::vector<Column> columns_;
+    std::size_t name_ = 0;
+    std::size_t prefixes_ = 0;
+    std::size_t detail_ = 0;
+};
+
+/// "  LABEL   a, b,\n          c"
+void print_list(std::FILE *out, std::string_view label, const std::vector<std::string> &words) {
+    if (words.empty()) {
+        return;
+    }
+    std::string line = fmt::format("  {:<{}}", label, kIndent - kGap);
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        const std::string word = words[i] + (i + 1 < words.size() ? "," : "");
+        if (line.size() + 1 + word.size() > kWidth && line.size() > kIndent) {
+            fmt::print(out, "{}\n", trimmed(line));
+            line.assign(kIndent, ' ');
+        }
+        line += word + " ";
+    }
+    fmt::print(out, "{}\n", trimmed(line));
+}
+
+/// One group: a grid for each kind of unit, then lists of the functions without units, and of those
+/// that have no row in a grid.
+void print_group(std::FILE *out, std::span<const Matrix> matrices, bool all) {
+    fmt::print(out, "\n{}\n", observe::subsystem_name(matrices.front().group));
+    std::map<State, std::vector<std::string>> lists;
+    for (const Matrix &matrix : matrices) {
+        std::vector<const Row *> rows;
+        for (const Row &row : matrix.rows) {
+            const bool has_columns = !matrix.units.empty();
+            const bool is_folded =
+                !all && (row.is_all(State::not_configured) || row.is_all(State::standard));
+            if (has_columns && !is_folded) {
+                rows.push_back(&row);
+            } else {
+                const auto state = std::ranges::find_if(
+                    kStates, [&row](State each) { return row.is_all(each) && row.has(each); });
+                lists[state != kStates.end() ? *state : State::not_configured].push_back(
+                    row.title());
+            }
+        }
+        if (!rows.empty()) {
+            Grid(matrix, std::move(rows)).print(out);
+        }
+    }
+    for (const auto &[state, functions] : lists) {
+        print_list(out, state_word(state), functions);
+    }
+}
+
+void print_matrices(std::FILE *out, const Report &report, bool all) {
+    const std::vector<Matrix> found = matrices(report.cells);
+    for (auto begin = found.begin(); begin != found.end();) {
+        const auto end = std::find_if(
+            begin, found.end(), [&](const Matrix &other) { return other.group != begin->group; });
+        print_group(out, std::span(begin, end), all);
+        begin = end;
+    }
+}
+
+std::string plural(std::uint64_t count, std::string_view noun) {
+    return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
+}
+
+/// The items that are of no use, with the functions that want them.
+void print_unusable(std::FILE *out, const Report &report) {
+    struct Known {
+        Refusal refusal;
+        std::vector<std::string> calls;
+    };
+    std::vector<Known> known;
+    for (const Cell &cell : report.cells) {
+        if (!cell.refusal.has_value()) {
+            continue;
+        }
+        auto same = std::ranges::find(known, *cell.refusal, &Known::refusal);
+        if (same == known.end()) {
+            same = known.insert(known.end(), Known{*cell.refusal, {}});
+        }
+        same->calls.push_back(text_of(*cell.call, cell.args));
+    }
+    if (!known.empty()) {
+        fmt::print(out, "\nUnusable\n");
+    }
+    for (const Known &each : known) {
+        fmt::print(out, "  {} ({}): {} (code {})\n", item_of_key(each.refusal.key).name(),
+                   report.log.origin_of(each.refusal.key), each.refusal.reason, each.refusal.code);
+        print_list(out, "  wanted by", each.calls);
+    }
+}
+
+std::string device_of(const Traffic &traffic) {
+    return traffic.via == dfd::watch::Via::i2c
+               ? fmt::format("{} 0x{:02x}", traffic.device, traffic.addr)
+               : traffic.device;
+}
+
+std::string milliseconds(std::uint64_t us) {
+    constexpr double kUsPerMs = 1000.0;
+    return fmt::format("{:.1f} ms", static_cast<double>(us) / kUsPerMs);
+}
+
+void print_cost(std::FILE *out, const Report &report) {
+    constexpr std::size_t kDevice = 32;
+    const Cost &cost = report.cost;
+    fmt::print(out, "\nOne monitoring pass: {}, {}, {}\n", plural(cost.calls, "call"),
+               plural(cost.transfers(), "transfer"), plural(cost.bytes(), "byte"));
+    if (!cost.traffic.empty()) {
+        fmt::print(out, "  {:<{}}  {:>6}  {:>6}  {:>6}  {:>10}\n", "DEVICE", kDevice, "READS",
+                   "WRITES", "BYTES", "BUS TIME");
+    }
+    for (const Traffic &traffic : cost.traffic) {
+        fmt::print(
+            out, "  {:<{}}  {:>6}  {:>6}  {:>6}  {:>10}\n", device_of(traffic), kDevice,
+            traffic.reads, traffic.writes, traffic.bytes,
+            traffic.bits > 0 ? milliseconds(microseconds(traffic.bits, report.i2c_khz)) : "-");
+    }
+    fmt::print(out, "  {} on I2C at {} kHz; the library pauses for {}\n",
+               milliseconds(cost.bus_us(report.i2c_khz)), report.i2c_khz,
+               milliseconds(cost.pause_us));
+}
+
+void print_gaps(std::FILE *out, std::string_view title, const std::vector<Gap> &gaps) {
+    if (!gaps.empty()) {
+        fmt::print(out, "\n{}\n", title);
+    }
+    for (const Gap &gap : gaps) {
+        fmt::print(out, "  {}: {}{}{}: {}\n", observe::subsystem_name(gap.group), gap.function,
+                   gap.where.empty() ? "" : " ", gap.where, gap.why);
+    }
+}
+
+void print_demand(std::FILE *out, const Report &report) {
+    print_gaps(out, "Missing", report.gaps.missing);
+    print_gaps(out, "Works for other units only", report.gaps.uneven);
+    std::vector<std::string_view> names;
+    std::ranges::transform(report.demand->groups, std::back_inserter(names),
+                           observe::subsystem_name);
+    fmt::print(out, "\nRequired {}: {} missing, {} uneven\n", fmt::join(names, ", "),
+               report.gaps.missing.size(), report.gaps.uneven.size());
+}
+
+}  // namespace
+
+std::size_t Report::count(State state) const {
+    return static_cast<std::size_t>(std::ranges::count(cells, state, &Cell::state));
+}
+
+void print_text(std::FILE *out, const Report &report, bool all) {
+    fmt::print(out, "Board 0x{:x}{}{}{}\n", report.place.board_type,
+               report.chassis_type.has_value() ? fmt::format(", chassis {}", *report.chassis_type)
+                                               : std::string(),
+               report.place.root.empty() ? "" : ": ", report.place.root);
+    fmt::print(out,
+               "ok answers, dflt the library's own value or no effect (nothing is configured), "
+               "- not configured,\nBAD configured but unusable; in the second column the prefixes "
+               "of the functions\n");
+    print_matrices(out, report, all);
+    print_unusable(out, report);
+    print_cost(out, report);
+    if (report.demand.has_value()) {
+        print_demand(out, report);
+    }
+    std::vector<std::string> counts;
+    for (const State state : kStates) {
+        counts.push_back(fmt::format("{} {}", report.count(state), state_word(state)));
+    }
+    fmt::print(out, "\n{}: {}\n", plural(report.cells.size(), "cell"), fmt::join(counts, ", "));
+}
+
+}  // namespace dfdctl::coverage
