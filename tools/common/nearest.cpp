@@ -15,6 +15,11 @@ bool is_near(std::size_t distance, std::string_view name) {
     return distance <= std::max<std::size_t>(2, name.size() / 3);
 }
 
+/// What differs at least.
+std::size_t length_difference(std::string_view a, std::string_view b) {
+    return a.size() > b.size() ? a.size() - b.size() : b.size() - a.size();
+}
+
 bool is_swap(std::string_view a, std::string_view b, std::size_t i, std::size_t j) {
     return i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1];
 }
@@ -28,22 +33,25 @@ bool contains(std::string_view candidate, std::string_view name) {
 }  // namespace
 
 std::size_t edit_distance(std::string_view a, std::string_view b) {
-    std::vector<std::vector<std::size_t>> cost(a.size() + 1,
-                                               std::vector<std::size_t>(b.size() + 1));
+    const std::size_t width = b.size() + 1;
+    std::vector<std::size_t> costs((a.size() + 1) * width);
+    const auto cost = [&](std::size_t i, std::size_t j) -> std::size_t & {
+        return costs[i * width + j];
+    };
     for (std::size_t i = 0; i <= a.size(); ++i) {
         for (std::size_t j = 0; j <= b.size(); ++j) {
             if (i == 0 || j == 0) {
-                cost[i][j] = i + j;
+                cost(i, j) = i + j;
                 continue;
             }
-            const std::size_t replace = cost[i - 1][j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
-            cost[i][j] = std::min({cost[i - 1][j] + 1, cost[i][j - 1] + 1, replace});
+            const std::size_t replace = cost(i - 1, j - 1) + (a[i - 1] == b[j - 1] ? 0 : 1);
+            cost(i, j) = std::min({cost(i - 1, j) + 1, cost(i, j - 1) + 1, replace});
             if (is_swap(a, b, i, j)) {
-                cost[i][j] = std::min(cost[i][j], cost[i - 2][j - 2] + 1);
+                cost(i, j) = std::min(cost(i, j), cost(i - 2, j - 2) + 1);
             }
         }
     }
-    return cost[a.size()][b.size()];
+    return cost(a.size(), b.size());
 }
 
 std::vector<std::string> nearest_names(std::string_view name,
@@ -51,6 +59,9 @@ std::vector<std::string> nearest_names(std::string_view name,
                                        std::size_t count) {
     std::vector<std::pair<std::size_t, std::string_view>> ranked;
     for (const std::string_view candidate : candidates) {
+        if (!is_near(length_difference(name, candidate), name) && !contains(candidate, name)) {
+            continue;
+        }
         const std::size_t distance = edit_distance(name, candidate);
         if (is_near(distance, name) || contains(candidate, name)) {
             ranked.emplace_back(distance, candidate);

@@ -9,7 +9,6 @@
 #include "dfdctl/offline.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl::lint {
 
@@ -125,6 +124,21 @@ class ListWalk {
     int number_ = 0;
 };
 
+/// "board types 0x3, 0x4 and 12 more"
+std::string some_types(const std::set<std::uint32_t> &types) {
+    constexpr std::size_t kShown = 4;
+    std::string text = types.size() == 1 ? "board type" : "board types";
+    std::size_t shown = 0;
+    for (const std::uint32_t type : types) {
+        if (shown == kShown) {
+            return text + fmt::format(" and {} more", types.size() - shown);
+        }
+        text += fmt::format("{} 0x{:x}", shown == 0 ? "" : ",", type);
+        ++shown;
+    }
+    return text;
+}
+
 /// Board types that product identifiers lead to and that have no list.
 void check_types(Check &check) {
     const std::vector<int> known = board_types(check.root());
@@ -139,9 +153,8 @@ void check_types(Check &check) {
     }
     if (first != nullptr) {
         check.at_index("list-unknown-type", *first,
-                       fmt::format("no list of files for board types 0x{:x}: the library does not "
-                                   "start there",
-                                   fmt::join(unknown, ", 0x")));
+                       fmt::format("no list of files for {}: the library does not start there",
+                                   some_types(unknown)));
     }
 }
 
