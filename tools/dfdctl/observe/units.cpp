@@ -233,8 +233,6 @@ Units::Numbers Units::numbers(Role role, std::span<const std::uint32_t> before) 
             return irq_types();
         case Role::group:
             return {DFD_WP_BOARD, DFD_WP_FANS, DFD_WP_SUBCARDS, DFD_WP_BACKPLANE};
-        case Role::all:
-            return {0, 1};
         default:
             return {facts_of(role).standard};
     }
