@@ -41,6 +41,10 @@ std::vector<std::string> board_roots(const std::string &directory) {
     if (holds_board(directory)) {
         return {prefix_of(directory)};
     }
+    if (prefix_of(directory).empty()) {
+        throw UsageError(fmt::format("this system has no /{}; --root names a directory with boards",
+                                     kConfiguration));
+    }
     std::vector<std::string> roots;
     fs::recursive_directory_iterator entry(directory, fs::directory_options::skip_permission_denied,
                                            error);

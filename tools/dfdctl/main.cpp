@@ -23,7 +23,7 @@ constexpr const char *kDescription =
 constexpr const char *kFooter =
     "Exit status:\n"
     "  0  done\n"
-    "  1  some reading failed, or a value written does not read back\n"
+    "  1  some reading failed, a value written does not read back, or lint found mistakes\n"
     "  2  mistake on the command line, or the configuration cannot be used\n"
     "  3  not supported: not configured on this board\n"
     "  4  the hardware or the output cannot be accessed\n"
