@@ -36,6 +36,25 @@ void check_card_numbers(Check &check) {
     }
 }
 
+/// Card 0 is what the own slot stands for.
+void check_own_card(Check &check) {
+    if (has(DFD_KEY_MY_SLOTID)) {
+        return;
+    }
+    for (const std::uint32_t type : kCardTypes) {
+        for (const Item &item : configured(check, type)) {
+            if (item.index1 == 0 && !is_place_only(item)) {
+                check.at_item(
+                    "own-card-unreached", item.key(),
+                    fmt::format("{}: card 0 is the card in the own slot, but no my_slotid "
+                                "tells which slot that is: no slot leads to this item",
+                                item.name()));
+                return;
+            }
+        }
+    }
+}
+
 void check_power_status(Check &check) {
     for (const Item &item : configured(check, DFD_KEY_CARD_POWER_STATUS)) {
         const bool is_own = item.index1 == 0;
@@ -126,6 +145,7 @@ void check_own_power(Check &check) {
 
 void check_cards(Check &check) {
     check_card_numbers(check);
+    check_own_card(check);
     check_power_status(check);
     check_sub_slots(check);
     check_button_texts(check);

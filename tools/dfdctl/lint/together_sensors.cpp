@@ -39,6 +39,22 @@ void check_sensor(Check &check, const Item &item, const temp_info_t &sensor) {
     }
 }
 
+/// The bytes of a sensor chip are converted by its kind, in one format.
+void check_format(Check &check, const Item &item, const temp_info_t &sensor) {
+    const Item control = item_of(DFD_KEY_CARD_TEMP_CTRL, item.index1, item.index2);
+    const auto *ctrl = record_of<info_ctrl_t>(control);
+    const bool is_chip = sensor.type == TEMP_INFO_LM75 || sensor.type == TEMP_INFO_TMP411;
+    const bool is_plain = ctrl != nullptr && is_hardware_mode(ctrl->mode) &&
+                          (ctrl->frmt == INFO_FRMT_BYTE || ctrl->frmt == INFO_FRMT_NUM_BYTES ||
+                           ctrl->frmt == INFO_FRMT_NUM_STR);
+    if (is_chip && is_plain) {
+        check.at_member("sensor-unconverted", control.key(), kFrmt,
+                        fmt::format("{}: the bytes of a {} become degrees with .frmt=num_buf; in "
+                                    "this format the number counts as degrees",
+                                    control.name(), temp_info_type_str[sensor.type]));
+    }
+}
+
 /// A file of the switch chip and the item that says that there is one.
 void check_mac_files(Check &check) {
     const Item flag = item_of(DFD_KEY_MAC_TEMP_FILE);
@@ -113,6 +129,7 @@ void check_voltages(Check &check) {
 void check_sensors(Check &check) {
     for (const Item &item : configured(check, DFD_KEY_CARD_TEMP_INFO)) {
         check_sensor(check, item, *record_of<temp_info_t>(item));
+        check_format(check, item, *record_of<temp_info_t>(item));
     }
     check_mac_files(check);
     check_voltages(check);
