@@ -18,7 +18,9 @@ using tools_test::Result;
 using tools_test::run_tool;
 
 Result explain(const std::string &arguments) {
-    return run_tool("dfdctl explain --root " BUILD_DIR "/boards/demo " + arguments);
+    const bool has_root = arguments.find("--root") != std::string::npos;
+    return run_tool(std::string("dfdctl explain ") +
+                    (has_root ? "" : "--root " BUILD_DIR "/boards/demo ") + arguments);
 }
 
 TEST(Explain, OfflineAFunctionOrAnItem) {
@@ -81,7 +83,8 @@ TEST(Explain, MistakesOnTheCommandLine) {
         {"fan_state 1 --read", "without --root"},
         {"fan_state 1 --answer fan_state", "such as 'fan_state 1=0'"},
         {"fan_state 1 --answer 'fan_num=3'", "not configured as something that is read"},
-        {"fan_state 1 --board 61", "61"},
+        {"fan_state 1 --board 61", "no list of files for board type 0x3d"},
+        {"fan_state 1 --root " BUILD_DIR "/boards", "several boards there"},
     };
     for (const Case &each : cases) {
         const Result result = explain(each.arguments);

@@ -4,10 +4,11 @@
 
 #include <dfd/framework.h>
 #include <dfd/records.h>
-#include <limits>
 #include <memory>
+#include <optional>
 
 #include "common/nearest.hpp"
+#include "dfdctl/boards.hpp"
 #include "dfdctl/explain/output.hpp"
 #include "dfdctl/keys.hpp"
 #include "dfdctl/offline.hpp"
@@ -38,47 +39,46 @@ struct Arguments {
     bool is_offline() const { return !(root + board + chassis).empty(); }
 };
 
-int parse_type(const std::string &what, const std::string &text) {
-    std::uint32_t type = 0;
-    if (!parse_number(text, type) || type > std::uint32_t{std::numeric_limits<int>::max()}) {
+BoardPlace board_of(const Arguments &arguments) {
+    const auto given = [](const std::string &text) {
+        return text.empty() ? std::nullopt : std::optional(text);
+    };
+    const auto type =
+        arguments.board.empty() ? std::nullopt : std::optional(parse_board_type(arguments.board));
+    const std::vector<BoardPlace> places = find_boards(given(arguments.root), type);
+    if (places.size() > 1) {
+        std::vector<std::string> names;
+        for (const BoardPlace &place : places) {
+            names.push_back(fmt::format("--root {}/ --board {}", place.root, place.board_type));
+        }
         throw UsageError(
-            fmt::format("'{}' is no {} type: a number such as 62 or 0x3e", text, what));
+            fmt::format("several boards there, choose one: {}", fmt::join(names, "; ")));
     }
-    return static_cast<int>(type);
+    return places.front();
 }
 
-int board_of(const Arguments &arguments) {
-    if (!arguments.board.empty()) {
-        return parse_type("board", arguments.board);
+int chassis_of(const Arguments &arguments, const std::string &root) {
+    if (!arguments.chassis.empty()) {
+        std::uint32_t type = 0;
+        if (!parse_number(arguments.chassis, type)) {
+            throw UsageError(fmt::format("'{}' is no chassis type: a number", arguments.chassis));
+        }
+        return static_cast<int>(type);
     }
-    const std::vector<int> types = board_types(arguments.root);
-    if (types.empty()) {
-        throw UsageError(
-            fmt::format("no list of files below {}/etc/cfg/dfd/file_name: --root "
-                        "names a directory that holds etc/cfg/dfd",
-                        arguments.root));
-    }
-    if (types.size() > 1) {
-        throw UsageError(
-            fmt::format("several boards there: choose with --board: {}", fmt::join(types, ", ")));
-    }
-    return types.front();
+    const std::vector<int> types = chassis_types(root);
+    return types.empty() ? 0 : types.front();
 }
 
 StartupLog load(const Arguments &arguments) {
-    const int board = board_of(arguments);
-    int chassis = 0;
-    if (!arguments.chassis.empty()) {
-        chassis = parse_type("chassis", arguments.chassis);
-    } else if (const auto types = chassis_types(arguments.root); !types.empty()) {
-        chassis = types.front();
-    }
+    const BoardPlace place = board_of(arguments);
     int result = 0;
-    StartupLog log = load_offline(
-        {.root = arguments.root, .board_type = board, .chassis_type = chassis}, &result);
+    StartupLog log = load_offline({.root = place.root,
+                                   .board_type = place.board_type,
+                                   .chassis_type = chassis_of(arguments, place.root)},
+                                  &result);
     if (result != DFD_OK) {
-        throw UsageError(fmt::format("board type {} cannot be loaded: {}{}: {}", board,
-                                     arguments.root, log.list_path, log.list_error));
+        throw UsageError(fmt::format("board type {} cannot be loaded: {}{}: {}", place.board_type,
+                                     place.root, log.list_path, log.list_error));
     }
     for (const ConfigFile &file : log.files) {
         if (file.failed()) {
@@ -293,8 +293,9 @@ void add_explain(Command &top, const Options &options) {
     command.words("ARGUMENT", arguments->words,
                   "Arguments of the function (without them: the first unit), indexes of the item",
                   "[ARGUMENT...]", 0, observe::kMaxParams);
-    command.option("--root", arguments->root,
-                   "Explain a board from its files: the directory that holds etc/cfg/dfd", "DIR");
+    command.option(
+        "--root", arguments->root,
+        "Explain a board from its files: a directory that holds etc/cfg/dfd, or one above", "DIR");
     command.option("--board", arguments->board, "Board type, where there are several: 62 or 0x3e",
                    "TYPE");
     command.option("--chassis", arguments->chassis, "Chassis type; standard: the first one there",
