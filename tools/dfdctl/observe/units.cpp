@@ -88,10 +88,11 @@ Units::Numbers Units::slots() const {
                                DFD_KEY_CARD_POWER_STATUS, DFD_KEY_CARD_RATE_POWER,
                                DFD_KEY_CARD_TEMP_INFO, DFD_KEY_CARD_VOL_LOW});
     found.erase(0);
+    found.erase(found.upper_bound(kLastSlot), found.end());
     if (record_of<info_ctrl_t>(item_of(DFD_KEY_MY_SLOTID)) != nullptr) {
+        // Beyond the last one where all the others have a card of their own.
         found.insert(own_slot_);
     }
-    found.erase(found.upper_bound(kLastSlot), found.end());
     return found;
 }
 
