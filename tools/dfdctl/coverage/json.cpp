@@ -38,6 +38,18 @@ Json indexes_json(const Cell &cell) {
     return indexes;
 }
 
+/// Functions about units that this board does not have.
+Json unitless_json(const Report &report) {
+    Json names = Json::array();
+    for (const observe::Call &call : observe::calls()) {
+        if (observe::is_of_board(call) &&
+            std::ranges::find(report.cells, &call, &Cell::call) == report.cells.end()) {
+            names.push_back(call.name);
+        }
+    }
+    return names;
+}
+
 Json cells_json(const Report &report) {
     Json list = Json::array();
     for (const Cell &cell : report.cells) {
@@ -92,7 +104,7 @@ Json gaps_json(const std::vector<Gap> &gaps) {
     for (const Gap &gap : gaps) {
         list.push_back({{"group", observe::subsystem_name(gap.group)},
                         {"function", gap.function},
-                        {"unit", gap.where},
+                        {"unit", gap.unit()},
                         {"why", gap.why}});
     }
     return list;
@@ -122,6 +134,7 @@ Json report_json(const Report &report) {
               {"not_configured", report.count(State::not_configured)},
               {"unusable", report.count(State::unusable)}}},
             {"cells", cells_json(report)},
+            {"without_unit", unitless_json(report)},
             {"pass", cost_json(report)},
             {"required", demand_json(report)}};
 }

@@ -64,19 +64,19 @@ std::vector<Function> functions_of(const std::vector<Cell> &cells) {
     std::vector<Function> functions;
     // By name, whatever the prefix: the table is sorted by whole names.
     for (const Call &call : observe::calls()) {
-        const auto states = by_call.find(&call);
-        if (states == by_call.end()) {
+        if (!observe::is_of_board(call)) {
             continue;
         }
+        const States &states = by_call[&call];
         const auto same = std::find_if(functions.begin(), functions.end(), [&](const Function &f) {
             return split_name(f.first().name).base == split_name(call.name).base &&
                    f.first().subsystem == call.subsystem && f.roles == index_roles(call) &&
-                   f.states == states->second;
+                   f.states == states;
         });
         if (same != functions.end()) {
             same->calls.push_back(&call);
         } else {
-            functions.push_back({{&call}, index_roles(call), states->second});
+            functions.push_back({{&call}, index_roles(call), states});
         }
     }
     return functions;
@@ -145,6 +145,13 @@ void add_row(Matrix &matrix, const Function &function, const std::vector<Numbers
 
 /// A row for each set of further indexes that behave the same with every unit.
 void add_rows(Matrix &matrix, const Function &function) {
+    if (function.states.empty()) {
+        matrix.rows.push_back({.name = std::string(split_name(function.first().name).base),
+                               .prefixes = prefixes_of(function),
+                               .detail = {},
+                               .cells = {}});
+        return;
+    }
     std::map<Numbers, Line> lines;
     for (const auto &[indexes, state] : function.states) {
         const bool has_unit = !indexes.empty();

@@ -7,10 +7,11 @@
 namespace dfdctl::coverage {
 
 struct Row {
-    std::string name;                         ///< without prefix
-    std::string prefixes;                     ///< "drv sdd": the functions that are this row
-    std::string detail;                       ///< "rotor 1-2": the indexes behind the unit
-    std::vector<std::optional<State>> cells;  ///< by column; empty: no such index there
+    std::string name;      ///< without prefix
+    std::string prefixes;  ///< "drv sdd": the functions that are this row
+    std::string detail;    ///< "rotor 1-2": the indexes behind the unit
+    /// By column, without a value where there is no such index; no cells: the board has no unit.
+    std::vector<std::optional<State>> cells;
 
     bool has(State state) const;
     /// Every cell has this state.

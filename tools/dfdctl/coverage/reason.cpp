@@ -51,6 +51,15 @@ std::string no_text_write(const info_ctrl_t & /*record*/) {
     return ".frmt is num_str, which cannot be written";
 }
 
+std::string no_file_write(const info_ctrl_t & /*record*/) {
+    return ".src is file, which cannot be written";
+}
+
+std::string no_source(const info_ctrl_t &record) {
+    return fmt::format(".src is {}: a value is read from localbus, i2c or file",
+                       source_word(record.src));
+}
+
 std::string no_transfer(const info_ctrl_t &record) {
     return fmt::format("there is no such transfer: .src is {}, .fpath '{}', .frmt {}, .len {}",
                        source_word(record.src), record.fpath, format_word(record.frmt), record.len);
@@ -70,6 +79,8 @@ constexpr struct {
     {"process function is null", no_processor},
     {"process fail", not_processed},
     {"not support str int set", no_text_write},
+    {"not support write info to file", no_file_write},
+    {"info src[", no_source},
     {"read int info", no_transfer},
     {"read buf info", no_transfer},
     {"write int info", no_transfer},
@@ -103,6 +114,12 @@ std::string engine_reason(std::uint32_t key, int code, const std::string &log) {
         }
     }
     return fmt::format("the library refuses it: {}", code_word(code));
+}
+
+std::string no_eeprom_reason(std::uint32_t key) {
+    const auto *record = record_of<info_ctrl_t>(item_of_key(key));
+    return fmt::format(".mode is {}, but the function reads no EEPROM for it",
+                       record != nullptr ? mode_word(record->mode) : "?");
 }
 
 std::string function_reason(std::uint32_t key, int code) {

@@ -13,6 +13,9 @@ std::string engine_reason(std::uint32_t key, int code, const std::string &log);
 /// Why a function stopped behind an item that the engine had nothing against.
 std::string function_reason(std::uint32_t key, int code);
 
+/// Why an item that stands for an EEPROM's contents is of no use to a function that reads none.
+std::string no_eeprom_reason(std::uint32_t key);
+
 /// "not supported", for "(-6, not supported)".
 std::string code_word(int code);
 

@@ -60,38 +60,64 @@ bool is_allowed(const Call &call, const std::vector<std::string> &allowed) {
 /// Cells of functions with the same name and the same answer make one gap.
 class Collection {
   public:
-    void add(const Call &call, std::string where, std::string why) {
+    void add(const Call &call, Gap gap) {
         const Name name = split_name(call.name);
-        for (Known &known : known_) {
-            if (known.base == name.base && known.gap.where == where && known.gap.why == why) {
-                known.prefixes += (known.prefixes.empty() ? "" : " ") + std::string(name.prefix);
-                return;
-            }
-        }
-        known_.push_back({std::string(name.base),
-                          std::string(name.prefix),
-                          {call.subsystem, {}, std::move(where), std::move(why)}});
+        gap.group = call.subsystem;
+        gap.function = name.base;
+        const auto same = std::ranges::find_if(known_, [&gap](const Known &known) {
+            return known.gap.function == gap.function && known.gap.unit() == gap.unit() &&
+                   known.gap.why == gap.why;
+        });
+        Known &known =
+            same != known_.end() ? *same : known_.emplace_back(Known{std::move(gap), {}});
+        known.prefixes.emplace_back(name.prefix);
     }
 
     std::vector<Gap> take() {
         std::vector<Gap> gaps;
         for (Known &known : known_) {
-            known.gap.function =
-                known.base + (known.prefixes.empty() ? "" : " (" + known.prefixes + ")");
+            std::erase(known.prefixes, "");
+            // As in the tables: the driver interface first.
+            std::ranges::stable_partition(known.prefixes,
+                                          [](const auto &prefix) { return prefix != "dfd"; });
+            if (!known.prefixes.empty()) {
+                known.gap.function += fmt::format(" ({})", fmt::join(known.prefixes, " "));
+            }
             gaps.push_back(std::move(known.gap));
         }
-        std::ranges::stable_sort(gaps, {}, &Gap::group);
+        std::ranges::stable_sort(gaps, {}, [](const Gap &gap) {
+            return std::tie(gap.group, gap.function, gap.where, gap.number);
+        });
         return gaps;
     }
 
   private:
     struct Known {
-        std::string base;
-        std::string prefixes;
         Gap gap;
+        std::vector<std::string> prefixes;
     };
     std::vector<Known> known_;
 };
+
+Gap gap_of(const Cell &cell) {
+    Gap gap{.group = {},
+            .function = {},
+            .where = {},
+            .number = 0,
+            .is_unusable = cell.state == State::unusable,
+            .why = why(cell)};
+    std::size_t number = 0;
+    for (const observe::Param *param : cell.call->inputs()) {
+        const observe::RoleFacts &facts = observe::facts_of(param->role);
+        if (facts.kind == RoleKind::index) {
+            gap.where = gap.where.empty() ? std::string(facts.word)
+                                          : fmt::format("{}, {}", gap.unit(), facts.word);
+            gap.number = cell.args.numbers[number];
+        }
+        number += facts.kind != RoleKind::text ? 1 : 0;
+    }
+    return gap;
+}
 
 /// The functions of the demanded groups with their cells; without cells where there is no unit.
 std::map<const Call *, std::vector<const Cell *>> demanded(std::span<const Cell> cells,
@@ -111,6 +137,24 @@ std::map<const Call *, std::vector<const Cell *>> demanded(std::span<const Cell>
         }
     }
     return by_call;
+}
+
+/// Groups of which nothing works, unless an essential function has said so.
+void add_empty_groups(std::vector<Gap> &missing, std::span<const Cell> cells,
+                      const Demand &demand) {
+    for (const Subsystem group : demand.groups) {
+        const bool works = std::ranges::any_of(cells, [group](const Cell &cell) {
+            return cell.call->subsystem == group && cell.state == State::answers;
+        });
+        if (!works && std::ranges::find(missing, group, &Gap::group) == missing.end()) {
+            missing.push_back({.group = group,
+                               .function = "all functions",
+                               .where = {},
+                               .number = 0,
+                               .is_unusable = false,
+                               .why = "nothing is configured"});
+        }
+    }
 }
 
 std::vector<std::string_view> group_names() {
@@ -164,18 +208,8 @@ void check_functions(const std::vector<std::string> &names) {
     }
 }
 
-std::string where(const Cell &cell) {
-    std::string text;
-    std::size_t number = 0;
-    for (const observe::Param *param : cell.call->inputs()) {
-        const observe::RoleFacts &facts = observe::facts_of(param->role);
-        if (facts.kind == RoleKind::index) {
-            text += fmt::format("{}{} {}", text.empty() ? "" : ", ", facts.word,
-                                cell.args.numbers[number]);
-        }
-        number += facts.kind != RoleKind::text ? 1 : 0;
-    }
-    return text;
+std::string Gap::unit() const {
+    return where.empty() ? std::string() : fmt::format("{} {}", where, number);
 }
 
 std::string why(const Cell &cell) {
@@ -204,9 +238,13 @@ Gaps find_gaps(std::span<const Cell> cells, const Demand &demand) {
     Collection uneven;
     for (const auto &[call, own] : demanded(cells, demand)) {
         if (own.empty() && call->is_essential) {
-            missing.add(
-                *call, {},
-                fmt::format("the board has no {}", observe::facts_of(first_index(*call)).word));
+            missing.add(*call, {.group = {},
+                                .function = {},
+                                .where = {},
+                                .number = 0,
+                                .is_unusable = false,
+                                .why = fmt::format("the board has no {}",
+                                                   observe::facts_of(first_index(*call)).word)});
         }
         const bool answers = std::ranges::any_of(
             own, [](const Cell *cell) { return cell->state == State::answers; });
@@ -215,13 +253,15 @@ Gaps find_gaps(std::span<const Cell> cells, const Demand &demand) {
                 continue;
             }
             if (call->is_essential || cell->state == State::unusable) {
-                missing.add(*call, where(*cell), why(*cell));
+                missing.add(*call, gap_of(*cell));
             } else if (answers && are_alike(first_index(*call))) {
-                uneven.add(*call, where(*cell), why(*cell));
+                uneven.add(*call, gap_of(*cell));
             }
         }
     }
-    return {.missing = missing.take(), .uneven = uneven.take()};
+    Gaps gaps{.missing = missing.take(), .uneven = uneven.take()};
+    add_empty_groups(gaps.missing, cells, demand);
+    return gaps;
 }
 
 }  // namespace dfdctl::coverage

@@ -21,8 +21,13 @@ void check_functions(const std::vector<std::string> &names);
 struct Gap {
     observe::Subsystem group;
     std::string function;  ///< "get_fan_speed (drv sdd)"
-    std::string where;     ///< "fan 2, rotor 1"; empty for a function without index
+    std::string where;     ///< "fan 2, rotor"; empty for a function without index
+    std::uint32_t number;  ///< the last index
+    bool is_unusable;      ///< otherwise something is missing
     std::string why;
+
+    /// "fan 2, rotor 1"
+    std::string unit() const;
 };
 
 struct Demand {
@@ -39,7 +44,5 @@ Gaps find_gaps(std::span<const Cell> cells, const Demand &demand);
 
 /// Why a cell does not answer.
 std::string why(const Cell &cell);
-/// "fan 2, rotor 1"
-std::string where(const Cell &cell);
 
 }  // namespace dfdctl::coverage

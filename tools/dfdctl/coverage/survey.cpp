@@ -86,7 +86,7 @@ class Judge {
         : observer_(observer), found_(found), cell_(cell) {}
 
     void run() {
-        if (find_refusal() || find_no_path()) {
+        if (find_refusal() || find_no_path() || find_no_eeprom()) {
             cell_.state = State::unusable;
             return;
         }
@@ -159,7 +159,23 @@ class Judge {
             const bool is_transfer =
                 event.kind == Event::Kind::transfer && event.via != Via::file_exists;
             if (is_transfer && event.text.empty() && key != 0) {
-                refuse(key, deepest().result, ".fpath is missing: there is nothing to open");
+                refuse(key, DFD_ERR_IO, ".fpath is missing: there is nothing to open");
+                return true;
+            }
+        }
+        return false;
+    }
+
+    /// The engine leaves an item to an EEPROM, and the function goes on without reading one.
+    bool find_no_eeprom() {
+        const auto &events = deepest().events;
+        for (auto event = events.begin(); event != events.end(); ++event) {
+            const bool is_left = event->kind == Event::Kind::engine && event->op != Op::get_buf &&
+                                 (event->result == DFD_FROM_TLV || event->result == DFD_FROM_FRU);
+            if (is_left && std::none_of(event, events.end(), [](const Event &later) {
+                    return later.kind == Event::Kind::transfer;
+                })) {
+                refuse(event->key, event->result, no_eeprom_reason(event->key));
                 return true;
             }
         }

@@ -167,28 +167,30 @@ void print_list(std::FILE *out, std::string_view label, const std::vector<std::s
 /// that have no row in a grid.
 void print_group(std::FILE *out, std::span<const Matrix> matrices, bool all) {
     fmt::print(out, "\n{}\n", observe::subsystem_name(matrices.front().group));
-    std::map<State, std::vector<std::string>> lists;
+    std::map<std::pair<State, std::string>, std::vector<std::string>> lists;
     for (const Matrix &matrix : matrices) {
         std::vector<const Row *> rows;
         for (const Row &row : matrix.rows) {
-            const bool has_columns = !matrix.units.empty();
             const bool is_folded =
-                !all && (row.is_all(State::not_configured) || row.is_all(State::standard));
-            if (has_columns && !is_folded) {
+                matrix.unit == Role::none || row.cells.empty() ||
+                (!all && (row.is_all(State::not_configured) || row.is_all(State::standard)));
+            if (!is_folded) {
                 rows.push_back(&row);
+            } else if (row.cells.empty()) {
+                const auto word = observe::facts_of(matrix.unit).word;
+                lists[{State::unusable, fmt::format("no {}", word)}].push_back(row.title());
             } else {
-                const auto state = std::ranges::find_if(
-                    kStates, [&row](State each) { return row.is_all(each) && row.has(each); });
-                lists[state != kStates.end() ? *state : State::not_configured].push_back(
-                    row.title());
+                const State state = **std::ranges::find_if(
+                    row.cells, [](const auto &cell) { return cell.has_value(); });
+                lists[{state, std::string(state_word(state))}].push_back(row.title());
             }
         }
         if (!rows.empty()) {
             Grid(matrix, std::move(rows)).print(out);
         }
     }
-    for (const auto &[state, functions] : lists) {
-        print_list(out, state_word(state), functions);
+    for (const auto &[label, functions] : lists) {
+        print_list(out, label.second, functions);
     }
 }
 
@@ -206,11 +208,44 @@ std::string plural(std::uint64_t count, std::string_view noun) {
     return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
+/// File and line of the member that a reason begins with, else of the item's first line.
+std::string place_of(const Refusal &refusal, const Report &report) {
+    const auto lines = report.log.origins.find(refusal.key);
+    if (lines == report.log.origins.end()) {
+        return report.place.root;
+    }
+    const std::string member = refusal.reason.substr(0, refusal.reason.find(' '));
+    const Origin *place = &lines->second.front();
+    for (const Origin &origin : lines->second) {
+        const std::string &name = report.log.lines[origin.source].name;
+        if (member.starts_with('.') && name.find(member) != std::string::npos) {
+            place = &origin;  // the last one counts
+        }
+    }
+    return fmt::format("{}{}:{}", report.place.root, report.log.files[place->file].path,
+                       place->line);
+}
+
+/// "drv_set_led(0, 0, 0) and 6 more", by function.
+std::vector<std::string> calls_of(const std::vector<const Cell *> &cells) {
+    std::vector<std::string> texts;
+    for (std::size_t i = 0; i < cells.size();) {
+        const observe::Call *const call = cells[i]->call;
+        const auto next = std::find_if(cells.begin() + static_cast<std::ptrdiff_t>(i), cells.end(),
+                                       [call](const Cell *cell) { return cell->call != call; });
+        const auto end = static_cast<std::size_t>(next - cells.begin());
+        texts.push_back(text_of(*call, cells[i]->args) +
+                        (end - i > 1 ? fmt::format(" and {} more", end - i - 1) : ""));
+        i = end;
+    }
+    return texts;
+}
+
 /// The items that are of no use, with the functions that want them.
 void print_unusable(std::FILE *out, const Report &report) {
     struct Known {
         Refusal refusal;
-        std::vector<std::string> calls;
+        std::vector<const Cell *> calls;
     };
     std::vector<Known> known;
     for (const Cell &cell : report.cells) {
@@ -221,15 +256,15 @@ void print_unusable(std::FILE *out, const Report &report) {
         if (same == known.end()) {
             same = known.insert(known.end(), Known{*cell.refusal, {}});
         }
-        same->calls.push_back(text_of(*cell.call, cell.args));
+        same->calls.push_back(&cell);
     }
     if (!known.empty()) {
         fmt::print(out, "\nUnusable\n");
     }
     for (const Known &each : known) {
-        fmt::print(out, "  {} ({}): {} (code {})\n", item_of_key(each.refusal.key).name(),
-                   report.log.origin_of(each.refusal.key), each.refusal.reason, each.refusal.code);
-        print_list(out, "  wanted by", each.calls);
+        fmt::print(out, "  {}: {}: {} (code {})\n", place_of(each.refusal, report),
+                   item_of_key(each.refusal.key).name(), each.refusal.reason, each.refusal.code);
+        print_list(out, "  wanted by", calls_of(each.calls));
     }
 }
 
@@ -264,13 +299,38 @@ void print_cost(std::FILE *out, const Report &report) {
                milliseconds(cost.pause_us));
 }
 
+/// Behind the gaps of one function that only differ in the last index, or have one reason.
+std::size_t end_of_row(const std::vector<Gap> &gaps, std::size_t begin) {
+    const auto differs = [&](const Gap &gap) {
+        const Gap &first = gaps[begin];
+        const bool is_alike = gap.where == first.where && gap.is_unusable == first.is_unusable;
+        return gap.function != first.function || !(is_alike || gap.why == first.why);
+    };
+    const auto end =
+        std::find_if(gaps.begin() + static_cast<std::ptrdiff_t>(begin), gaps.end(), differs);
+    return static_cast<std::size_t>(end - gaps.begin());
+}
+
 void print_gaps(std::FILE *out, std::string_view title, const std::vector<Gap> &gaps) {
     if (!gaps.empty()) {
         fmt::print(out, "\n{}\n", title);
     }
-    for (const Gap &gap : gaps) {
-        fmt::print(out, "  {}: {}{}{}: {}\n", observe::subsystem_name(gap.group), gap.function,
-                   gap.where.empty() ? "" : " ", gap.where, gap.why);
+    for (std::size_t i = 0; i < gaps.size();) {
+        const std::size_t end = end_of_row(gaps, i);
+        std::vector<std::uint32_t> numbers;
+        for (std::size_t each = i; each < end; ++each) {
+            numbers.push_back(gaps[each].number);
+        }
+        const Gap &gap = gaps[i];
+        const bool is_range = gaps[end - 1].where == gap.where;
+        std::string units = gap.where.empty() ? "" : " " + gap.unit();
+        if (end - i > 1) {
+            units = is_range ? fmt::format(" {} {}", gap.where, ranges(numbers))
+                             : fmt::format("{} and {} more", units, end - i - 1);
+        }
+        fmt::print(out, "  {}: {}{}: {}{}\n", observe::subsystem_name(gap.group), gap.function,
+                   units, gap.why, gaps[end - 1].why != gap.why ? ", and so on" : "");
+        i = end;
     }
 }
 
