@@ -133,8 +133,8 @@ void add_claims(const Check &check, const Device &device, const std::vector<Clai
 
 }  // namespace
 
-void print_bitmap(const Check &check, std::FILE *out) {
-    fmt::print(out, "{}\n", title(check.log()));
+void print_bitmap(const Check &check, std::FILE *out, bool is_first) {
+    print_heading(out, title(check.log()), is_first);
     auto claims = claims_of(check);
     const auto images = images_of(check);
     for (const auto &[device, items] : images) {

@@ -7,7 +7,8 @@
 
 namespace dfdctl::lint {
 
-/// The register map of each device that the board's items name, for a hardware engineer to review.
-void print_bitmap(const Check &check, std::FILE *out);
+/// The register map of each device that the board's items name, for a hardware engineer to review;
+/// an empty line before all but the first board.
+void print_bitmap(const Check &check, std::FILE *out, bool is_first);
 
 }  // namespace dfdctl::lint

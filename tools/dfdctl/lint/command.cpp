@@ -62,6 +62,21 @@ void print(const Options &options, const Arguments &arguments, const lint::Repor
     }
 }
 
+int print_bitmaps(const Options &options, const Arguments &arguments) {
+    if (options.json || arguments.sarif) {
+        throw UsageError(
+            "--bitmap prints tables to be read by people: leave --json and --sarif out");
+    }
+    lint::Request request = request_of(arguments);
+    bool is_first = true;
+    request.visit = [&](const lint::Check &check) {
+        lint::print_bitmap(check, options.out, is_first);
+        is_first = false;
+    };
+    lint::run(request);
+    return kExitClean;
+}
+
 int lint_command(const Options &options, const Arguments &arguments) {
     if (options.json && arguments.sarif) {
         throw UsageError("--json and --sarif are two forms of the same: choose one");
@@ -70,13 +85,10 @@ int lint_command(const Options &options, const Arguments &arguments) {
         lint::print_rules(options.out, options.json);
         return kExitClean;
     }
-    lint::Request request = request_of(arguments);
     if (arguments.bitmap) {
-        request.visit = [&](const lint::Check &check) { lint::print_bitmap(check, options.out); };
-        lint::run(request);
-        return kExitClean;
+        return print_bitmaps(options, arguments);
     }
-    const lint::Report report = lint::run(request);
+    const lint::Report report = lint::run(request_of(arguments));
     print(options, arguments, report);
     const int counting =
         report.count(Severity::error) + (arguments.strict ? report.count(Severity::warning) : 0);
