@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "programs.h"
 
 namespace {
@@ -57,6 +59,10 @@ TEST_P(NewBoard, IsCleanAndRuns) {
 
     const Result lint = run_tool(fmt::format("dfdctl lint --strict --root {}", path()));
     EXPECT_EQ(lint.status, 0) << lint.out << lint.err;
+    const Result coverage =
+        run_tool(fmt::format("dfdctl coverage --root {} --require temps,leds,slots{}{}", path(),
+                             made.fans > 0 ? ",fans" : "", made.supplies > 0 ? ",power" : ""));
+    EXPECT_EQ(coverage.status, 0) << coverage.out << coverage.err;
 
     // All readings of all pages succeed, or the status is 1.
     const nlohmann::json all = board("all");

@@ -211,23 +211,27 @@ class Expander {
         }
     }
 
+    /// Every directive is the first line of a block. A block that is passed over is not evaluated.
     void directive(const Variables &variables, std::string *result) {
-        const std::vector<std::string_view> words = split(lines_[at_++], ' ');
-        const std::size_t begin = at_;
+        const std::vector<std::string_view> words = split(lines_[at_], ' ');
+        const std::size_t begin = at_ + 1;
         if (result != nullptr && words[0] == "%each" && words.size() == 4) {
-            Variables inside = variables;
+            const long first = Expression(words[2], variables).value();
             const long last = Expression(words[3], variables).value();
-            for (long i = Expression(words[2], variables).value(); i <= last; ++i) {
+            Variables inside = variables;
+            for (long i = first; i <= last; ++i) {
                 at_ = begin;
                 inside[std::string(words[1])] = i;
                 inner(inside, result);
             }
         } else if (result != nullptr && words[0] == "%if" && words.size() == 2) {
-            inner(variables, Expression(words[1], variables).value() != 0 ? result : nullptr);
+            const bool is_wanted = Expression(words[1], variables).value() != 0;
+            at_ = begin;
+            inner(variables, is_wanted ? result : nullptr);
         } else if (result != nullptr) {
-            throw TemplateError(fmt::format("unknown directive '{}'", words[0]));
+            throw TemplateError(fmt::format("'{}' is no directive", lines_[at_]));
         }
-        // A loop that ran no time has not found its end yet.
+        // Where no line was written, the end has not been found yet.
         at_ = begin;
         inner(variables, nullptr);
     }
