@@ -1,11 +1,18 @@
 // SPDX-License-Identifier: MIT
-// dfdctl lint as a program: good boards, forms of its output, exit status.
+// dfdctl lint as a program: good boards, forms of its output, exit status, the table of rules.
+#include "dfdctl/lint/lint.hpp"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <filesystem>
+#include <set>
 
 #include "tools/programs.h"
 
 namespace {
+
+namespace fs = std::filesystem;
 
 using nlohmann::json;
 using testing::HasSubstr;
@@ -123,6 +130,27 @@ TEST(Lint, FaultsLeaveStandardOutputEmpty) {
         EXPECT_EQ(result.status, 2) << row.arguments;
         EXPECT_EQ(result.out, "") << row.arguments;
         EXPECT_THAT(result.err, HasSubstr(row.message));
+    }
+}
+
+/// Ids between "[" and "]:" of all expected findings.
+std::set<std::string> ids_of_corpus() {
+    std::set<std::string> ids;
+    for (const fs::directory_entry &entry : fs::directory_iterator(kBadBoards)) {
+        const std::string text = tools_test::read_file(entry.path() / "expected");
+        for (std::size_t end = text.find("]: "); end != std::string::npos;
+             end = text.find("]: ", end + 1)) {
+            const std::size_t begin = text.rfind('[', end) + 1;
+            ids.insert(text.substr(begin, end - begin));
+        }
+    }
+    return ids;
+}
+
+TEST(Lint, EveryRuleFindsSomethingInTheCorpus) {
+    const std::set<std::string> found = ids_of_corpus();
+    for (const dfdctl::lint::Rule &rule : dfdctl::lint::rules()) {
+        EXPECT_TRUE(found.contains(std::string(rule.id))) << rule.id << " in no \"expected\"";
     }
 }
 
