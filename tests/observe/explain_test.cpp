@@ -116,6 +116,7 @@ TEST(Explain, ReadsTheHardwareOnDemand) {
     const Result item = board.dfdctl("explain power_in_voltage 1 --read");
     EXPECT_THAT(item.out, AllOf(HasSubstr("As drv_get_power_vol_in(1) reads it"),
                                 HasSubstr("converted by the function"), HasSubstr("230 V")));
+    EXPECT_THAT(board.dfdctl("explain sdd_get_led 0 --read").out, HasSubstr("value 1 (green)"));
     const Result setter = board.dfdctl("explain drv_reset_master --read");
     EXPECT_EQ(setter.status, 2);
     EXPECT_THAT(setter.err, HasSubstr("does more than read"));
@@ -130,6 +131,10 @@ TEST(Explain, SaysWhatAFailureComesFrom) {
     EXPECT_THAT(result.out, AllOf(HasSubstr("reads    /dev/fpga7 at 0x41, 1 byte: fails (-1)"),
                                   HasSubstr("Result: -7: a hardware read or write failed"),
                                   HasSubstr("Because fan_state 2 cannot be read.")));
+    // Tray 4 is pulled out.
+    EXPECT_THAT(board.dfdctl("explain drv_get_fan_sn 4 --read").out,
+                AllOf(HasSubstr("repeats  from the transfer on, 5 times in all"),
+                      HasSubstr("/dev/i2c-1 address 0x53 does not answer; fan_state 4 tells")));
 }
 
 TEST(Explain, TouchesNoHardwareUnlessAsked) {

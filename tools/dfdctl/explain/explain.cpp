@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <array>
 
-#include "dfdctl/explain/interpret.hpp"
+#include "dfdctl/facts.hpp"
 
 #include <fmt/format.h>
 
@@ -46,43 +46,6 @@ std::string place_of(const Origin &origin, const StartupLog &log) {
     return fmt::format("{}:{}", path.substr(path.rfind('/') + 1), origin.line);
 }
 
-struct CodeMeaning {
-    int code;
-    std::string_view text;
-};
-constexpr std::array kCodes = {
-    CodeMeaning{DFD_ERR, "not found, cannot be opened or parsed, or not possible"},
-    CodeMeaning{DFD_ERR_CONFLICT, "something else is already installed"},
-    CodeMeaning{DFD_ERR_UNUSABLE, "the item is there but does not fit the operation"},
-    CodeMeaning{DFD_ERR_NOT_SUPPORTED, "not configured: the board lacks the feature"},
-    CodeMeaning{DFD_ERR_IO, "a hardware read or write failed"},
-    CodeMeaning{DFD_ERR_ARG, "an argument, or a length that the function cannot use"},
-    CodeMeaning{DFD_ERR_MAC_FILE, "the MAC temperature file cannot be read"},
-    CodeMeaning{DFD_ERR_NO_MEMORY, "out of memory"},
-    CodeMeaning{DFD_ERR_NO_BACKPLANE, "no backplane EEPROM is configured"},
-    CodeMeaning{DFD_ERR_PARAM, "bad parameters of an EEPROM or master-board function"},
-};
-
-/// Names of the values of functions, without their prefix.
-struct ValueNames {
-    std::string_view function;
-    std::array<std::string_view, 6> names;
-};
-constexpr std::array kValues = {
-    ValueNames{"get_fan_status", {"absent", "ok", "failed", "line failed"}},
-    ValueNames{"get_fan_attribute", {"other", "-F", "-R"}},
-    ValueNames{"get_power_status",
-               {"absent", "normal", "", "failed", "line failed", "failed, flagged"}},
-    ValueNames{"get_power_present", {"absent", "present"}},
-    ValueNames{"get_slot_online", {"absent", "present"}},
-    ValueNames{"get_sslot_state", {"absent", "present"}},
-    ValueNames{"get_chassis_mb_info",
-               {"absent", "present", "master", "ready", "inconsistent lines"}},
-    ValueNames{"get_peer_mb_state", {"absent", "present", "master", "ready", "inconsistent lines"}},
-    ValueNames{"get_card_power_status", {"no card", "off for lack of power", "off", "on"}},
-    ValueNames{"get_reset_button_type", {"none", "short press", "long press"}},
-};
-
 bool is_failed_transfer(const Event &event) {
     return event.kind == Event::Kind::transfer && event.via != dfd::watch::Via::file_exists &&
            event.result < 0;
@@ -102,14 +65,6 @@ std::string engine_reason(const Event &event) {
                            event.op == dfd::watch::Op::set_int ? "written" : "read");
     }
     return fmt::format("{}: the engine returns {}", name, event.result);
-}
-
-std::string text_or_bytes(const std::string &bytes) {
-    const bool is_text =
-        std::all_of(bytes.begin(), bytes.end(), [](char c) { return c >= ' ' && c <= '~'; });
-    return is_text ? fmt::format("\"{}\"", bytes)
-                   : bytes_text(std::span(reinterpret_cast<const std::uint8_t *>(bytes.data()),
-                                          bytes.size()));
 }
 
 std::string_view how_of(const observe::Use &use) {
@@ -192,6 +147,11 @@ std::string Explanation::reason() const {
     if (!failed()) {
         return {};
     }
+    const std::string cause = cause_of_failure();
+    return absence.empty() || cause.empty() ? cause : fmt::format("{}; {}", cause, absence);
+}
+
+std::string Explanation::cause_of_failure() const {
     if (seen.result == DFD_ERR_NOT_SUPPORTED) {
         const Event *missing = last_event(seen, [](const Event &event) {
             return event.kind == Event::Kind::lookup && !event.found;
@@ -207,7 +167,12 @@ std::string Explanation::reason() const {
         return engine_reason(*engine);
     }
     const Event *transfer = last_event(seen, is_failed_transfer);
-    return transfer != nullptr ? fmt::format("{} does not answer", transfer->text) : std::string();
+    if (transfer == nullptr) {
+        return {};
+    }
+    return transfer->via == dfd::watch::Via::i2c
+               ? fmt::format("{} address 0x{:02x} does not answer", transfer->text, transfer->addr)
+               : fmt::format("{} does not answer", transfer->text);
 }
 
 bool Explanation::is_given(std::uint32_t key) const {
@@ -234,49 +199,6 @@ std::vector<std::string> Explanation::assumptions() const {
         }
     }
     return texts;
-}
-
-std::string_view code_meaning(int code) {
-    const auto *found = std::find_if(kCodes.begin(), kCodes.end(),
-                                     [code](const CodeMeaning &row) { return row.code == code; });
-    return found != kCodes.end() ? found->text : std::string_view();
-}
-
-std::string_view value_name(const observe::Call &call, int value) {
-    const std::string_view bare = call.name.substr(call.name.find('_') + 1);
-    const auto *found = std::find_if(kValues.begin(), kValues.end(),
-                                     [&](const ValueNames &row) { return row.function == bare; });
-    const auto at = static_cast<std::size_t>(value);
-    return found != kValues.end() && at < found->names.size() ? found->names[at]
-                                                              : std::string_view();
-}
-
-std::string value_text(const Explanation &explanation) {
-    if (explanation.failed()) {
-        return {};
-    }
-    const auto with_unit = [](std::string text, std::string_view unit) {
-        return unit.empty() ? text : fmt::format("{} {}", text, unit);
-    };
-    const auto with_name = [](std::string value, std::string_view name) {
-        return name.empty() ? value : fmt::format("{} ({})", value, name);
-    };
-    std::string text;
-    for (const observe::Output &output : explanation.seen.outputs) {
-        const bool is_number = output.param->role == observe::Role::out;
-        if (!is_number && explanation.reading == Reading::assumed) {
-            continue;  // made up
-        }
-        text += text.empty() ? "" : ", ";
-        text += is_number ? with_unit(fmt::format("{}", output.number), output.param->unit)
-                          : text_or_bytes(output.bytes);
-    }
-    if (text.empty() && explanation.call->returns_value) {
-        text =
-            with_name(with_unit(fmt::format("{}", explanation.seen.result), explanation.call->unit),
-                      value_name(*explanation.call, explanation.seen.result));
-    }
-    return text;
 }
 
 namespace {
@@ -315,6 +237,24 @@ Answers deepest_answers(const observe::Observer &observer, const observe::Units 
     return std::move(run.answers);
 }
 
+/// A unit that is not plugged explains why its devices do not answer.
+std::string absence_of_unit(const observe::Observer &observer, const std::vector<Stage> &stages) {
+    for (const Stage &stage : stages) {
+        const std::uint32_t type = stage.has_item ? presence_type_of(stage.item.type->type) : 0;
+        const Item presence = item_of(type, stage.item.index1);
+        if (type == 0 || record_of<info_ctrl_t>(presence) == nullptr) {
+            continue;
+        }
+        const Observation seen =
+            observer.observe(*observe::find_call("dfd_info_get_int"),
+                             {.numbers = {presence.key()}, .texts = {}}, Answers::hardware());
+        if (seen.result == DFD_OK && seen.outputs.front().number == 0) {
+            return fmt::format("{} tells that the unit is not plugged", presence.name());
+        }
+    }
+    return {};
+}
+
 }  // namespace
 
 Explanation explain_call(const observe::Observer &observer, const observe::Units &units,
@@ -331,6 +271,9 @@ Explanation explain_call(const observe::Observer &observer, const observe::Units
     // Once more, with the log: it says why the engine refuses an item.
     result.seen = observer.observe(*request.call, request.args, result.answers, observe::Log::open);
     result.stages = stages_of(result.seen);
+    if (request.reads_hardware && result.failed() && result.failed_io()) {
+        result.absence = absence_of_unit(observer, result.stages);
+    }
     return result;
 }
 

@@ -48,6 +48,7 @@ struct Explanation {
     observe::Answers answers = {};
     observe::Observation seen = {};
     std::vector<Stage> stages = {};
+    std::string absence = {};  ///< which item tells that the unit is not there, where one does
 
     bool is_given(std::uint32_t key) const;
     /// Whether what an item has read is real, or was given: otherwise it is assumed.
@@ -60,6 +61,7 @@ struct Explanation {
     bool failed_io() const;
     /// Why the call has failed; empty where nothing that was seen explains it.
     std::string reason() const;
+    std::string cause_of_failure() const;
     /// Values that were not given but are assumed: "fan_state 2 = 1".
     std::vector<std::string> assumptions() const;
 };
