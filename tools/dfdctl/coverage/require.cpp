@@ -197,13 +197,17 @@ std::vector<Subsystem> parse_groups(const std::string &text) {
 }
 
 void check_functions(const std::vector<std::string> &names) {
+    std::vector<std::string_view> known;
+    for (const Call &call : observe::calls()) {
+        known.push_back(call.name);
+        known.push_back(split_name(call.name).base);
+    }
+    std::ranges::sort(known);
+    known.erase(std::unique(known.begin(), known.end()), known.end());
     for (const std::string &name : names) {
-        const auto is_named = [&name](const Call &call) {
-            return call.name == name || split_name(call.name).base == name;
-        };
-        if (!std::ranges::any_of(observe::calls(), is_named)) {
-            throw UsageError(fmt::format("unknown function '{}'{}", name,
-                                         dfd_tools::did_you_mean(name, observe::call_names())));
+        if (!std::ranges::binary_search(known, name)) {
+            throw UsageError(
+                fmt::format("unknown function '{}'{}", name, dfd_tools::did_you_mean(name, known)));
         }
     }
 }
