@@ -82,6 +82,7 @@ TEST(Explain, MistakesOnTheCommandLine) {
         {"dev_drv_init", "dev_drv_init is not explained"},
         {"fan_state 1 --read", "without --root"},
         {"fan_state 1 --answer fan_state", "such as 'fan_state 1=0'"},
+        {"fan_state 1 --answer 'fan_state 1=up'", "reads a number"},
         {"fan_state 1 --answer 'fan_num=3'", "not configured as something that is read"},
         {"fan_state 1 --board 61", "no list of files for board type 0x3d"},
         {"fan_state 1 --root " BUILD_DIR "/boards", "several boards there"},

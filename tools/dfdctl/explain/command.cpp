@@ -89,6 +89,14 @@ StartupLog load(const Arguments &arguments) {
     return log;
 }
 
+/// Without a text that could stand for it.
+bool reads_number(const Item &item) {
+    const auto &record = *record_of<info_ctrl_t>(item);
+    const bool is_field = record.frmt == INFO_FRMT_BIT || record.frmt == INFO_FRMT_BYTE ||
+                          record.frmt == INFO_FRMT_NUM_BYTES;
+    return is_field && (record.mode == INFO_CTRL_MODE_CONFIG || record.mode == INFO_CTRL_MODE_FUNC);
+}
+
 observe::ItemAnswer parse_answer(const std::string &text) {
     const auto equals = text.find('=');
     std::vector<std::string> words;
@@ -113,6 +121,10 @@ observe::ItemAnswer parse_answer(const std::string &text) {
     const bool is_negative = value.starts_with('-');
     std::uint32_t number = 0;
     if (!parse_number(value.substr(is_negative ? 1 : 0), number)) {
+        if (reads_number(item)) {
+            throw UsageError(
+                fmt::format("--answer: {} reads a number, '{}' is none", item.name(), value));
+        }
         return {.key = item.key(), .text = value};
     }
     return {.key = item.key(), .number = is_negative ? 0 - number : number};

@@ -95,6 +95,18 @@ bool is_tlv_read(std::uint32_t key, const Transfer &transfer) {
             transfer.len == RawBytes::kSize);
 }
 
+/// As it was found out when the board was loaded: nothing outside is asked now.
+std::uint32_t known_board_type() {
+    dfd::watch::Hooks silence;
+    silence.answer = [](void * /*context*/, const Transfer &transfer, int *result) {
+        *result = transfer.via == Via::plain_file ? int{dfd::kCannotOpen} : kFailed;
+        return true;
+    };
+    silence.pause = [](void * /*context*/, unsigned /*us*/) { return true; };
+    const Watching watching(silence);
+    return static_cast<std::uint32_t>(std::max(sdd_get_my_card_type(), 0));
+}
+
 bool names_layout(std::uint32_t key, const void *record) {
     if (record == nullptr || dfd::kind_of_key(key) != dfd::Kind::info_ctrl) {
         return false;
@@ -160,7 +172,7 @@ RawBytes raw_bytes(const info_ctrl_t &record, std::uint32_t value) {
 }
 
 Plausible::Plausible(const StartupLog &log) {
-    board_type = static_cast<std::uint32_t>(std::max(sdd_get_my_card_type(), 0));
+    board_type = known_board_type();
     fan_type = first_index(log, DFD_KEY_FAN_ATTR_TYPE, fan_type);
     fan_name = name_of_type(dfd_lib_cfg_fan_name_conv_lst, fan_type, fan_name);
     supply_name = first_name(dfd_lib_cfg_power_name_conv_lst, supply_name);
