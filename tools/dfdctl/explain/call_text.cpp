@@ -229,7 +229,7 @@ class CallPrinter {
     }
 
     void refused(const Event &event) {
-        const std::string message = log_message(event.text);
+        const std::string message = observe::log_message(event.text);
         print_text(out_, "fails",
                    fmt::format("{}: {}{}{}", event.result, code_meaning(event.result),
                                message.empty() ? "" : "; the log says: ", message));
@@ -338,12 +338,6 @@ void print_outcome(std::FILE *out, const Explanation &explanation) {
 }
 
 }  // namespace
-
-std::string log_message(const std::string &log) {
-    const auto header = log.find(">\n");
-    const auto begin = header == std::string::npos ? 0 : header + 2;
-    return log.substr(begin, log.find_first_of("\r\n", begin) - begin);
-}
 
 void print_call(std::FILE *out, const Explanation &explanation, const StartupLog &log) {
     const observe::Call &call = *explanation.call;

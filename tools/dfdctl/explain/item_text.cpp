@@ -20,6 +20,39 @@ std::string limits_of(const KeyType &type) {
     }
 }
 
+std::string name_of(const Consumer &consumer) {
+    return consumer.is_exact ? observe::text_of(*consumer.call, consumer.args)
+                             : std::string(consumer.call->name);
+}
+
+/// A list for each thing that functions do with the item, then those that cannot do it.
+void print_consumers(std::FILE *out, const std::vector<Consumer> &consumers) {
+    std::string_view label = "used by";
+    for (const std::string_view how : {"reads", "writes", "looks at", "looks up"}) {
+        std::vector<std::string> names;
+        for (const Consumer &consumer : consumers) {
+            if (consumer.worked && consumer.how == how) {
+                names.push_back(name_of(consumer) + ",");
+            }
+        }
+        if (!names.empty()) {
+            names.back().pop_back();
+            const bool is_exact = consumers.front().is_exact;
+            names.insert(names.begin(),
+                         fmt::format("{}{}:", how, is_exact ? "" : " items of this type"));
+            print_pieces(out, label, names);
+            label = "";
+        }
+    }
+    for (const Consumer &consumer : consumers) {
+        if (!consumer.worked) {
+            print_text(out, label,
+                       fmt::format("{}: refused: {}", name_of(consumer), consumer.refusal));
+            label = "";
+        }
+    }
+}
+
 }  // namespace
 
 void print_item(std::FILE *out, const ItemExplanation &explanation, const StartupLog &log) {
@@ -33,15 +66,7 @@ void print_item(std::FILE *out, const ItemExplanation &explanation, const Startu
     if (explanation.consumers.empty()) {
         print_text(out, "used by", "no function of the library");
     }
-    for (const Consumer &consumer : explanation.consumers) {
-        const std::string name = consumer.is_exact ? observe::text_of(*consumer.call, consumer.args)
-                                                   : std::string(consumer.call->name);
-        print_text(
-            out, &consumer == &explanation.consumers.front() ? "used by" : "",
-            fmt::format("{} {}{}{}", name, consumer.how,
-                        consumer.is_exact ? "" : " items of this type",
-                        consumer.worked ? "" : fmt::format(": refused: {}", consumer.refusal)));
-    }
+    print_consumers(out, explanation.consumers);
     if (explanation.reading != nullptr) {
         print_reading(out, *explanation.reading, item, log);
     }

@@ -93,7 +93,7 @@ ordered_json engine_json(const Explanation &explanation, std::size_t index) {
     for (const Step &step : way.steps) {
         json["steps"].push_back({{"what", step.what}, {"value", step.value}});
     }
-    json["log"] = text_or_null(log_message(event.text));
+    json["log"] = text_or_null(observe::log_message(event.text));
     return json;
 }
 

@@ -25,7 +25,4 @@ void print_item_json(std::FILE *out, const ItemExplanation &explanation, const S
 void print_reading(std::FILE *out, const Explanation &reading, const Item &item,
                    const StartupLog &log);
 
-/// "no such register": the message of a line of the library's log, without its header.
-std::string log_message(const std::string &log);
-
 }  // namespace dfdctl::explain

@@ -85,20 +85,13 @@ void vary(Finding &finding, const Answers &given) {
     }
 }
 
-/// The message of a log line, without the header above it and the line end.
-std::string message_of(const std::string &log) {
-    const auto header = log.find(">\n");
-    const auto begin = header == std::string::npos ? 0 : header + 2;
-    return log.substr(begin, log.find_first_of("\r\n", begin) - begin);
-}
-
 std::string reason_of(const Observer &observer, const CallUse &call, const Answers &answers,
                       const Event &refusal) {
     const Observation again = observer.observe(*call.call, call.args, answers, Log::open);
     for (const Event &event : again.events) {
         if (event.kind == Event::Kind::engine && event.key == refusal.key &&
             event.op == refusal.op && event.result == refusal.result) {
-            return message_of(event.text);
+            return log_message(event.text);
         }
     }
     return {};

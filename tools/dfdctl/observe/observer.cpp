@@ -166,6 +166,12 @@ std::uint32_t list_type(const dfd_list_head_t *list) {
     return list == &dfd_lib_cfg_fan_name_conv_lst ? DFD_KEY_FAN_NAME : DFD_KEY_FAN_SPEEDLVL_CONVERT;
 }
 
+std::string log_message(const std::string &log) {
+    const auto header = log.find(">\n");
+    const auto begin = header == std::string::npos ? 0 : header + 2;
+    return log.substr(begin, log.find_first_of("\r\n", begin) - begin);
+}
+
 Observer::Observer(const StartupLog &log) : log_(log), plausible_(log) {}
 
 Observer::~Observer() {

@@ -75,6 +75,9 @@ struct Observation {
 /// Key type of the items that a conversion list is made of.
 std::uint32_t list_type(const dfd_list_head_t *list);
 
+/// The message of a line of the library's log, without its header.
+std::string log_message(const std::string &log);
+
 /// Whether the library's log is wanted: it costs more than all the rest.
 enum class Log { closed, open };
 
