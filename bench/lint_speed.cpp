@@ -46,12 +46,13 @@ class File {
         line("");
     }
     /// Two bytes of a chip on I2C.
-    void word(const std::string &name, const std::string &index, int chip, int offset) {
+    void word(const std::string &name, const std::string &index, int chip, int offset,
+              const char *format = "num_bytes") {
         constexpr int kFirstAddress = 0x20;
         constexpr int kChipsOfBus = 64;
         line("{}.mode_{}=config", name, index);
         line("{}.src_{}=i2c", name, index);
-        line("{}.frmt_{}=num_bytes", name, index);
+        line("{}.frmt_{}={}", name, index, format);
         line("{}.pola_{}=positive", name, index);
         line("{}.fpath_{}=/dev/i2c-{}", name, index, 1 + chip / kChipsOfBus);
         line("{}.addr_{}=0x{:x}", name, index, kFirstAddress + chip % kChipsOfBus);
@@ -94,7 +95,7 @@ int write_cards(const fs::path &directory) {
             file.line("card_temp_info.temp_name_{}_{}=card{}_{}", card, sensor, card, sensor);
             file.line("card_temp_info.type_{}_{}=lm75", card, sensor);
             file.word("card_temp_ctrl", fmt::format("{}_{}", card, sensor),
-                      kCards * (kChannels + 1) + card, 2 * sensor);
+                      kCards * (kChannels + 1) + card, 2 * sensor, "num_buf");
         }
     }
     return file.lines();
