@@ -35,6 +35,8 @@ TEST(Explain, OfflineAFunctionOrAnItem) {
          {"1. fan_state 2\n", "localbus /dev/fpga0 register 0x41, bit 1 width 1, inverted",
           "mode=config cm8_fans.cfg:", "10. fan_line_fail 2\n", "fan_state 2 = 1",
           "Nothing was read or written."}},
+        {"drv_get_card_temp", 0, {"drv_get_card_temp(11, 1)", "card_temp_ctrl 0 1"}},
+        {"drv_get_card_vol 3", 3, {"drv_get_card_vol(3, 1)"}},
         {"drv_get_fan_status 9", 3, {"fan_state 9: not configured", "Result then: -6"}},
         {"drv_get_fan_type 2", 0, {"looks up \"FT2-F\" in the items fan_name: 17"}},
         {"drv_get_card_temp 1 1", 0, {"my_slotid = 0", "card_temp_ctrl 0 1", "value 1 C"}},

@@ -4,6 +4,7 @@
 
 #include <dfd/framework.h>
 #include <dfd/records.h>
+#include <algorithm>
 #include <memory>
 #include <optional>
 
@@ -81,7 +82,8 @@ StartupLog load(const Arguments &arguments) {
                                      place.root, log.list_path, log.list_error));
     }
     for (const ConfigFile &file : log.files) {
-        if (file.failed()) {
+        // A missing card_pid.cfg or chassis file is no mistake.
+        if (file.failed_line != 0 || (!file.opened && file.role == FileRole::listed)) {
             fmt::print(stderr, "dfdctl: {}: {} ('dfdctl lint' tells more)\n", file.path,
                        file.error);
         }
@@ -138,7 +140,17 @@ std::vector<observe::ItemAnswer> parse_answers(const Arguments &arguments) {
     return answers;
 }
 
-/// Arguments of a function; what is missing is the first unit of the board.
+/// What is left out is the first unit of the board that goes with the rest.
+void complete(const Call &call, const observe::Units &units, Args &args) {
+    for (const Args &known : units.all_args(call)) {
+        if (std::equal(args.numbers.begin(), args.numbers.end(), known.numbers.begin())) {
+            args.numbers = known.numbers;
+            return;
+        }
+    }
+}
+
+/// Arguments of a function.
 Args parse_args(const Call &call, const observe::Units &units,
                 const std::vector<std::string> &words) {
     const auto inputs = call.inputs();
@@ -147,24 +159,18 @@ Args parse_args(const Call &call, const observe::Units &units,
                                         : fmt::format("{} takes {}", call.name, call.usage()));
     }
     Args args;
-    for (std::size_t i = 0; i < inputs.size(); ++i) {
-        const observe::RoleFacts &facts = facts_of(inputs[i]->role);
-        const bool is_given = i < words.size();
-        if (facts.kind == RoleKind::text) {
-            args.texts.push_back(is_given ? words[i] : std::string(facts.text));
-            continue;
-        }
-        std::uint32_t number = facts.standard;
-        if (is_given && !parse_number(words[i], number)) {
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        std::uint32_t number = 0;
+        if (facts_of(inputs[i]->role).kind == RoleKind::text) {
+            args.texts.push_back(words[i]);
+        } else if (parse_number(words[i], number)) {
+            args.numbers.push_back(number);
+        } else {
             throw UsageError(
                 fmt::format("'{}' is no number: {} takes {}", words[i], call.name, call.usage()));
         }
-        if (!is_given && facts.kind == RoleKind::index) {
-            const auto values = units.values(inputs[i]->role, args.numbers);
-            number = values.empty() ? number : values.front();
-        }
-        args.numbers.push_back(number);
     }
+    complete(call, units, args);
     return args;
 }
 

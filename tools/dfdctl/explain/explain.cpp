@@ -224,7 +224,8 @@ Answers deepest_answers(const observe::Observer &observer, const observe::Units 
     };
     observe::Run run = explored();
     const auto inputs = request.call->inputs();
-    const bool has_slot = !inputs.empty() && inputs.front()->role == observe::Role::slot;
+    const bool has_slot =
+        !request.args.numbers.empty() && inputs.front()->role == observe::Role::slot;
     const std::uint32_t own = DFD_MAKE_KEY(DFD_KEY_MY_SLOTID, 0, 0);
     if (has_slot && given.find(own) == nullptr && !asks_for_configured_items(run.seen)) {
         const std::uint32_t base = units.own_slot() - units.own_slot_value();
