@@ -184,7 +184,7 @@ void add_conflict(Check &check, const Claim &at, const Claim &other, const Confl
 
 /// Each claim against those before it that may reach so far; one finding a claim.
 void check_registers(Check &check, const Device &device, const std::vector<Claim> &claims) {
-    constexpr std::uint32_t kLongest = 255;
+    constexpr std::uint64_t kLongest = 255;
     std::size_t first_near = 0;
     for (std::size_t i = 0; i < claims.size(); ++i) {
         while (claims[first_near].first + kLongest < claims[i].first) {

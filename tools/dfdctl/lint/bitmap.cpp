@@ -5,6 +5,7 @@
 
 #include <dfd/records.h>
 #include <algorithm>
+#include <cctype>
 
 #include "dfdctl/describe.hpp"
 #include "dfdctl/lint/registers.hpp"
@@ -36,9 +37,13 @@ std::string title(const StartupLog &log) {
 }
 
 std::string heading(const Device &device) {
-    return device.source == INFO_SRC_I2C
-               ? fmt::format("{}, device {:#04x}", device.path, device.addr)
-               : fmt::format("{} ({})", device.path, source_word(device.source));
+    std::string path = device.path;
+    // As a file has it, and the terminal should not.
+    std::replace_if(
+        path.begin(), path.end(),
+        [](char c) { return std::iscntrl(static_cast<unsigned char>(c)) != 0; }, '?');
+    return device.source == INFO_SRC_I2C ? fmt::format("{}, device {:#04x}", path, device.addr)
+                                         : fmt::format("{} ({})", path, source_word(device.source));
 }
 
 char letter(std::size_t position) {

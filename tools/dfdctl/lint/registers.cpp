@@ -16,10 +16,12 @@ namespace dfdctl::lint {
 
 namespace {
 
+constexpr std::uint32_t kMaxBytes = 255;  // more are refused
+
 /// Items whose description cannot be executed claim nothing.
 bool is_claim(const Item &item, const info_ctrl_t &ctrl) {
     const bool is_source = ctrl.src != INFO_SRC_NONE && ctrl.fpath[0] != '\0';
-    const bool is_length = ctrl.len > 0 && ctrl.frmt != INFO_FRMT_NONE;
+    const bool is_length = ctrl.len > 0 && ctrl.len <= kMaxBytes && ctrl.frmt != INFO_FRMT_NONE;
     return is_hardware_mode(ctrl.mode) && !is_place_only(item) && is_source && is_length;
 }
 

@@ -32,7 +32,7 @@ struct Claim {
     std::uint8_t mask;  ///< of the field; all bits for bytes
     bool is_field;
 
-    std::uint32_t end() const { return first + bytes; }
+    std::uint64_t end() const { return std::uint64_t{first} + bytes; }
     bool operator==(const Claim &other) const {
         return first == other.first && bytes == other.bytes && mask == other.mask;
     }
