@@ -43,8 +43,9 @@ std::string no_processor(const info_ctrl_t & /*record*/) {
     return ".frmt is num_buf, whose bytes this function does not interpret: use byte or num_bytes";
 }
 
-std::string not_processed(const info_ctrl_t & /*record*/) {
-    return "the function cannot make a value of the bytes, whatever they are";
+std::string not_processed(const info_ctrl_t &record) {
+    return fmt::format(".frmt is {} and .len {}: the function makes no value of that",
+                       format_word(record.frmt), record.len);
 }
 
 std::string no_text_write(const info_ctrl_t & /*record*/) {
@@ -74,6 +75,7 @@ constexpr struct {
     {"] len[", bad_length},
     {"] bit_offsest[", bad_bit},
     {"]  format[", bad_format},
+    {"] format[", bad_format},
     {"] mode[", bad_mode},
     {"] ctrl mode[", bad_mode},
     {"process function is null", no_processor},
@@ -123,15 +125,8 @@ std::string no_eeprom_reason(std::uint32_t key) {
 }
 
 std::string function_reason(std::uint32_t key, int code) {
-    const Item item = item_of_key(key);
-    const auto *record = record_of<info_ctrl_t>(item);
-    const std::string described =
-        record != nullptr
-            ? fmt::format("mode {}, src {}, frmt {}, len {}", mode_word(record->mode),
-                          source_word(record->src), format_word(record->frmt), record->len)
-            : std::string(kind_name(item.type->kind));
-    return fmt::format("the function does not take it as it is described ({}): {}", described,
-                       code_word(code));
+    return fmt::format("the function does not take it as it is described ({}): {}",
+                       describe(item_of_key(key)), code_word(code));
 }
 
 }  // namespace dfdctl::coverage
