@@ -1,16 +1,12 @@
 // SPDX-License-Identifier: MIT
 // dfdctl coverage on the demo boards: whole, with parts removed and with mistakes in them.
-#include <dfd/dfd.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <map>
 #include <set>
 #include <string>
 #include <tuple>
 
+#include "support/library_test.h"
 #include "tools/programs.h"
-#include "vchassis/chassis.h"
 
 namespace {
 
@@ -168,6 +164,8 @@ TEST(Coverage, BlamesTheLineThatMakesAnItemUnusable) {
          -8,
          "does not interpret",
          {"get_sys_power_rsupply"}},
+        // An item without members.
+        {"irq_ctrl_num=6", "irq_ctrl_num", -1, "described (6)", {"irq_cfg_init"}},
         {"mb_alarm_led_ctrl.src=file",
          "mb_alarm_led_ctrl",
          -7,
@@ -325,6 +323,7 @@ TEST(Coverage, CountsTheTransfersThatTheHardwareSees) {
         counted[addr.is_null() ? path : i2c_name(path, addr.get<int>())] = {
             device.at("reads"), device.at("writes"), device.at("bytes")};
     }
+    const dfd_test::NeverFreed items;
     vchassis::Chassis chassis(kBoards + "/demo-linecard");
     ASSERT_EQ(dev_drv_init(), 0);
     const int slot = drv_get_my_slotid();

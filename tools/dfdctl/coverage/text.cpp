@@ -218,7 +218,8 @@ std::string place_of(const Refusal &refusal, const Report &report) {
     const Origin *place = &lines->second.front();
     for (const Origin &origin : lines->second) {
         const std::string &name = report.log.lines[origin.source].name;
-        if (member.starts_with('.') && name.find(member) != std::string::npos) {
+        const bool is_whole = origin.member == dfd::watch::kNoMember;
+        if (is_whole || (member.starts_with('.') && name.find(member) != std::string::npos)) {
             place = &origin;  // the last one counts
         }
     }
