@@ -36,7 +36,11 @@ TEST(Explain, OfflineAFunctionOrAnItem) {
           "mode=config cm8_fans.cfg:", "10. fan_line_fail 2\n", "fan_state 2 = 1",
           "Nothing was read or written."}},
         {"drv_get_card_temp", 0, {"drv_get_card_temp(11, 1)", "card_temp_ctrl 0 1"}},
-        {"drv_get_card_vol 3", 3, {"drv_get_card_vol(3, 1)"}},
+        {"drv_get_card_vol 3", 0, {"drv_get_card_vol(3, 1)", "my_slotid = 2"}},
+        {"drv_get_card_vol --answer my_slotid=4", 0, {"drv_get_card_vol(5, 1)"}},
+        // Minus six degrees, not "not configured".
+        {"drv_get_power_temp 1 --answer 'power_temp 1=2042'", 0, {"Result then: -6 C\n"}},
+        {"dfd_set_card_temp_cfg 0 3", 3, {"65535 3: not configured, no line can have this index"}},
         {"drv_get_fan_status 9", 3, {"fan_state 9: not configured", "Result then: -6"}},
         {"drv_get_fan_type 2", 0, {"looks up \"FT2-F\" in the items fan_name: 17"}},
         {"drv_get_card_temp 1 1", 0, {"my_slotid = 0", "card_temp_ctrl 0 1", "value 1 C"}},
@@ -80,6 +84,8 @@ TEST(Explain, MistakesOnTheCommandLine) {
         {"drv_get_fan_speed 1 2 3", "drv_get_fan_speed takes FAN ROTOR"},
         {"drv_get_fan_speed one", "'one' is no number: drv_get_fan_speed takes FAN ROTOR"},
         {"drv_get_my_slotid 1", "takes no arguments"},
+        {"dfd_i2c_read 0 0x50 5000", "at most 256"},
+        {"sdd_fan_name_remove_sp $(printf %300s | tr ' ' x)", "at most 256"},
         {"fan_state", "fan_state takes one index"},
         {"dev_drv_init", "dev_drv_init is not explained"},
         {"fan_state 1 --read", "without --root"},
@@ -116,10 +122,30 @@ TEST(Explain, ReadsTheHardwareOnDemand) {
     EXPECT_THAT(speed.out, AllOf(HasSubstr("reads    /dev/fpga0 at 0x14: e8 17"),
                                  HasSubstr("joined, least significant byte first: 6120"),
                                  HasSubstr("Result: 0, value 6120 rpm"), Not(HasSubstr("ssumed"))));
-    const Result item = board.dfdctl("explain power_in_voltage 1 --read");
-    EXPECT_THAT(item.out, AllOf(HasSubstr("As drv_get_power_vol_in(1) reads it"),
-                                HasSubstr("converted by the function"), HasSubstr("230 V")));
-    EXPECT_THAT(board.dfdctl("explain sdd_get_led 0 --read").out, HasSubstr("value 1 (green)"));
+    struct Case {
+        const char *arguments;
+        std::vector<const char *> parts;
+    };
+    const Case cases[] = {
+        {"power_out_voltage 1",
+         {"As drv_get_power_ovol(1) reads it", "converted by the function", "Result: 12062 mV"}},
+        {"fan_state 1", {"As dfd_info_get_int reads it"}},
+        {"card_temp_ctrl 0 1", {"As drv_get_card_temp(1, 1) reads it", "value 27 C"}},
+        {"drv_get_card_vol", {"drv_get_card_vol(1, 1)", "Result: 3298 mV"}},
+        {"sdd_get_led 0", {"value 1 (green)"}},
+        {"sdd_get_bp_hw_ver 2", {"Result: 4, value \"1.10\""}},
+        // The result is a length, and keeps the function from delivering the text.
+        {"drv_get_fan_cpld_version 1", {"31 2e 30 35", "Result: 4, value \"\""}},
+        {"dfd_get_e2prom_info /dev/i2c-1 0x50", {"Result: 0, value 01 7e 10 10 28 00 02 06"}},
+        {"sdd_get_mac_temp_from_file /tmp/bspinfo/mac_temp.bin", {"Result: 100, value 00"}},
+    };
+    for (const Case &each : cases) {
+        const Result result = board.dfdctl(fmt::format("explain {} --read", each.arguments));
+        EXPECT_EQ(result.status, 0) << each.arguments << result.err;
+        for (const char *part : each.parts) {
+            EXPECT_THAT(result.out, HasSubstr(part)) << each.arguments;
+        }
+    }
     const Result setter = board.dfdctl("explain drv_reset_master --read");
     EXPECT_EQ(setter.status, 2);
     EXPECT_THAT(setter.err, HasSubstr("does more than read"));
@@ -134,6 +160,12 @@ TEST(Explain, SaysWhatAFailureComesFrom) {
     EXPECT_THAT(result.out, AllOf(HasSubstr("reads    /dev/fpga7 at 0x41, 1 byte: fails (-1)"),
                                   HasSubstr("Result: -7: a hardware read or write failed"),
                                   HasSubstr("Because fan_state 2 cannot be read.")));
+    board.replace("etc/cfg/dfd/cfg_file/cm8_fans.cfg", "fan_temp.fpath_2=/dev/",
+                  "fan_temp.fpath_2=/dev/no-");
+    const Result temperature = board.dfdctl("explain dfd_get_fan_temp 2 --read");
+    EXPECT_EQ(temperature.status, 4);
+    EXPECT_THAT(temperature.out, AllOf(HasSubstr("value 65535 C (the reading failed)"),
+                                       HasSubstr("Because fan_temp 2 cannot be read.")));
     // Tray 4 is pulled out.
     EXPECT_THAT(board.dfdctl("explain drv_get_fan_sn 4 --read").out,
                 AllOf(HasSubstr("repeats  from the transfer on, 5 times in all"),

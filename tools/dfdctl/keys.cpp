@@ -105,6 +105,13 @@ std::string_view kind_name(Kind kind) {
     return kKindNames[static_cast<std::size_t>(kind)];
 }
 
+bool Item::is_possible() const {
+    const auto fits = [](std::uint32_t index, int max) {
+        return index <= static_cast<std::uint32_t>(std::max(max, 0));
+    };
+    return fits(index1, type->max1) && fits(index2, type->max2);
+}
+
 std::string Item::name() const {
     switch (type->index_count()) {
         case 0:

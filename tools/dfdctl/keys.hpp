@@ -51,6 +51,8 @@ struct Item {
     std::uint32_t key() const { return DFD_MAKE_KEY(type->type, index1, index2); }
     /// As the command line takes it: "fan_real_speed 1 2".
     std::string name() const;
+    /// Whether a line can configure it: no index is above its limit.
+    bool is_possible() const;
 };
 
 Item item_of_key(std::uint32_t key);

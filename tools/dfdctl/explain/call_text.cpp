@@ -112,7 +112,8 @@ class CallPrinter {
             fmt::print(out_, "{:>2}. {}: again, see {}\n", number_, stage.item.name(),
                        numbers_[stage.earlier]);
         } else if (!found) {
-            fmt::print(out_, "{:>2}. {}: not configured\n", number_, stage.item.name());
+            fmt::print(out_, "{:>2}. {}: not configured{}\n", number_, stage.item.name(),
+                       stage.item.is_possible() ? "" : ", no line can have this index");
         } else {
             fmt::print(out_, "{:>2}. {}\n", number_, stage.item.name());
             print_description(out_, stage.item, log_);
@@ -313,7 +314,8 @@ std::string result_text(const Explanation &explanation) {
     if (value.empty()) {
         return fmt::format("{}", result);
     }
-    return explanation.call->returns_value ? value : fmt::format("{}, value {}", result, value);
+    const bool is_result = explanation.call->returns_value && explanation.seen.outputs.empty();
+    return is_result ? value : fmt::format("{}, value {}", result, value);
 }
 
 void print_outcome(std::FILE *out, const Explanation &explanation) {

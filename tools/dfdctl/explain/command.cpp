@@ -3,6 +3,7 @@
 #include "dfdctl/command.hpp"
 
 #include <dfd/framework.h>
+#include <dfd/keys.h>
 #include <dfd/records.h>
 #include <algorithm>
 #include <memory>
@@ -22,7 +23,6 @@ namespace dfdctl {
 
 namespace {
 
-using explain::Consumer;
 using explain::Explanation;
 using observe::Args;
 using observe::Call;
@@ -161,9 +161,17 @@ Args parse_args(const Call &call, const observe::Units &units,
     Args args;
     for (std::size_t i = 0; i < words.size(); ++i) {
         std::uint32_t number = 0;
-        if (facts_of(inputs[i]->role).kind == RoleKind::text) {
+        const bool is_text = facts_of(inputs[i]->role).kind == RoleKind::text;
+        const bool is_number = !is_text && parse_number(words[i], number);
+        const bool is_length = is_number && inputs[i]->role == observe::Role::length;
+        if ((is_text && words[i].size() > observe::kMaxLength) ||
+            (is_length && number > observe::kMaxLength)) {
+            throw UsageError(fmt::format("a text or length is at most {} here: {} takes {}",
+                                         observe::kMaxLength, call.name, call.usage()));
+        }
+        if (is_text) {
             args.texts.push_back(words[i]);
-        } else if (parse_number(words[i], number)) {
+        } else if (is_number) {
             args.numbers.push_back(number);
         } else {
             throw UsageError(
@@ -183,11 +191,12 @@ Args parse_args(const Call &call, const observe::Units &units,
 }
 
 int exit_of(const Explanation &explanation) {
-    if (explanation.seen.result == DFD_ERR_NOT_SUPPORTED || explanation.not_configured()) {
+    const bool failed = explanation.failed() || tells_failure(explanation);
+    const bool is_refused = failed && explanation.seen.result == DFD_ERR_NOT_SUPPORTED;
+    if (is_refused || explanation.not_configured()) {
         return kExitNotSupported;
     }
-    const bool is_real = explanation.reading == explain::Reading::hardware;
-    if (!is_real || !explanation.failed()) {
+    if (explanation.reading != explain::Reading::hardware || !failed) {
         return kExitOk;
     }
     return explanation.failed_io() ? kExitIo : kExitReadingFailed;
@@ -197,7 +206,11 @@ int exit_of(const Explanation &explanation) {
 class Session {
   public:
     Session(const Options &options, const Arguments &arguments, const StartupLog &log)
-        : options_(options), arguments_(arguments), log_(log), observer_(log), units_(log) {}
+        : options_(options),
+          arguments_(arguments),
+          log_(log),
+          observer_(log),
+          units_(log, own_slot()) {}
 
     int call(const Call &call) {
         check(call);
@@ -215,7 +228,7 @@ class Session {
         explain::ItemExplanation explanation{item, explain::consumers_of(board, item), nullptr};
         std::optional<Explanation> reading;
         if (is_readable(item) && (arguments_.reads || !arguments_.answers.empty())) {
-            reading = read(item, explanation.consumers);
+            reading = read(item, board);
             explanation.reading = &*reading;
             print_log(*reading);
         }
@@ -228,6 +241,31 @@ class Session {
     }
 
   private:
+    /// Where this card is: as given, or as the hardware tells when that is to be asked.
+    std::optional<std::uint32_t> own_slot() const {
+        const Call &get_slot = *observe::find_call("drv_get_my_slotid");
+        observe::Answers answers =
+            arguments_.reads ? observe::Answers::hardware() : observe::Answers::nothing();
+        answers.items = parse_answers(arguments_);
+        const bool is_given = answers.find(item_of(DFD_KEY_MY_SLOTID).key()) != nullptr;
+        if ((!arguments_.reads || !depends_on_slot()) && !is_given) {
+            return std::nullopt;
+        }
+        const observe::Observation seen = observer_.observe(get_slot, {}, answers);
+        return seen.result >= 0 ? std::optional(static_cast<std::uint32_t>(seen.result))
+                                : std::nullopt;
+    }
+
+    /// Items of cards are asked for by functions that count slots.
+    bool depends_on_slot() const {
+        const Call *call = observe::find_call(arguments_.name);
+        if (call == nullptr) {
+            return true;
+        }
+        const auto inputs = call->inputs();
+        return !inputs.empty() && inputs.front()->role == observe::Role::slot;
+    }
+
     void check(const Call &call) const {
         if (!call.can_be_observed()) {
             throw UsageError(fmt::format(
@@ -252,23 +290,36 @@ class Session {
         return item.type->kind == Kind::info_ctrl && record_of<info_ctrl_t>(item) != nullptr;
     }
 
-    /// By the engine, or by the function whose conversion or EEPROM query the item needs.
-    Explanation read(const Item &item, const std::vector<Consumer> &consumers) const {
+    /// By the getter whose answer is this item's value, with its conversion and unit. Without one,
+    /// by the engine, or by any getter whose conversion or EEPROM query the item needs.
+    Explanation read(const Item &item, const observe::BoardUse &board) const {
         const auto &record = *record_of<info_ctrl_t>(item);
         const bool needs_function =
             record.frmt == INFO_FRMT_NUM_BUF || record.mode > INFO_CTRL_MODE_CONSTANT;
-        const Consumer *best = nullptr;
-        for (const Consumer &consumer : consumers) {
-            const bool fits = consumer.is_exact && consumer.call->does == observe::Does::get;
-            const bool is_better = best == nullptr || (consumer.call->name.starts_with("drv_") &&
-                                                       !best->call->name.starts_with("drv_"));
-            best = fits && is_better ? &consumer : best;
+        const observe::CallUse *best = nullptr;
+        for (const observe::CallUse &use : board.calls) {
+            const bool asks = use.call->does == observe::Does::get &&
+                              std::ranges::find(use.keys, item.key()) != use.keys.end();
+            const bool is_better =
+                best == nullptr || use.keys.size() < best->keys.size() ||
+                (use.keys.size() == best->keys.size() && use.call->name.starts_with("drv_") &&
+                 !best->call->name.starts_with("drv_"));
+            best = asks && is_better ? &use : best;
         }
-        if (needs_function && best != nullptr) {
+        if (best != nullptr && (needs_function || reads_only(*best, item))) {
             return explain_call(*best->call, best->args);
         }
         const char *engine = record.frmt == INFO_FRMT_BUF ? "dfd_info_get_buf" : "dfd_info_get_int";
         return explain_call(*observe::find_call(engine), {.numbers = {item.key()}});
+    }
+
+    /// Whether nothing else is read by it but where this card is.
+    static bool reads_only(const observe::CallUse &use, const Item &item) {
+        return std::ranges::all_of(use.keys, [&item](std::uint32_t key) {
+            const std::uint32_t type = DFD_KEY_TYPE(key);
+            return key == item.key() || type == DFD_KEY_MY_SLOTID ||
+                   item_of_key(key).type->kind != Kind::info_ctrl;
+        });
     }
 
     /// What the library said meanwhile was kept from its usual place.

@@ -139,12 +139,25 @@ bool Explanation::not_configured() const {
     });
 }
 
+bool Explanation::failed() const {
+    if (call->returns_nothing || seen.result >= 0) {
+        return false;
+    }
+    const Event *read = last_event(seen, [](const Event &event) {
+        return event.kind == Event::Kind::engine && event.op == dfd::watch::Op::get_int;
+    });
+    const bool is_value = call->returns_value && !call->unit.empty() && read != nullptr &&
+                          read->result == DFD_OK &&
+                          static_cast<std::int32_t>(read->value) == seen.result;
+    return !is_value;
+}
+
 bool Explanation::failed_io() const {
     return std::any_of(seen.events.begin(), seen.events.end(), is_failed_transfer);
 }
 
 std::string Explanation::reason() const {
-    if (!failed()) {
+    if (!failed() && !tells_failure(*this)) {
         return {};
     }
     const std::string cause = cause_of_failure();
@@ -203,16 +216,15 @@ std::vector<std::string> Explanation::assumptions() const {
 
 namespace {
 
-bool asks_for_configured_items(const Observation &seen) {
-    const std::vector<std::uint32_t> keys = seen.keys();
-    return std::any_of(keys.begin(), keys.end(), [](std::uint32_t key) {
+std::ptrdiff_t configured_items(const Observation &seen) {
+    return std::ranges::count_if(seen.keys(), [](std::uint32_t key) {
         const std::uint32_t type = DFD_KEY_TYPE(key);
         return type != DFD_KEY_MY_SLOTID && type != DFD_KEY_SLOT_BASE &&
                dfd_lib_cfg_get_item(key) != nullptr;
     });
 }
 
-/// A slot with nothing configured may be the own one.
+/// A slot for which less is configured than for this card may be the own one.
 Answers deepest_answers(const observe::Observer &observer, const observe::Units &units,
                         const Request &request) {
     Answers given;
@@ -227,11 +239,11 @@ Answers deepest_answers(const observe::Observer &observer, const observe::Units 
     const bool has_slot =
         !request.args.numbers.empty() && inputs.front()->role == observe::Role::slot;
     const std::uint32_t own = DFD_MAKE_KEY(DFD_KEY_MY_SLOTID, 0, 0);
-    if (has_slot && given.find(own) == nullptr && !asks_for_configured_items(run.seen)) {
+    if (has_slot && given.find(own) == nullptr) {
         const std::uint32_t base = units.own_slot() - units.own_slot_value();
         given = given.with({.key = own, .number = request.args.numbers.front() - base});
         observe::Run as_own = explored();
-        if (asks_for_configured_items(as_own.seen)) {
+        if (configured_items(as_own.seen) > configured_items(run.seen)) {
             run = std::move(as_own);
         }
     }
@@ -272,7 +284,8 @@ Explanation explain_call(const observe::Observer &observer, const observe::Units
     // Once more, with the log: it says why the engine refuses an item.
     result.seen = observer.observe(*request.call, request.args, result.answers, observe::Log::open);
     result.stages = stages_of(result.seen);
-    if (request.reads_hardware && result.failed() && result.failed_io()) {
+    if (request.reads_hardware && (result.failed() || tells_failure(result)) &&
+        result.failed_io()) {
         result.absence = absence_of_unit(observer, result.stages);
     }
     return result;

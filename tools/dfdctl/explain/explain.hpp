@@ -56,7 +56,8 @@ struct Explanation {
 
     /// No item that the call asks for is configured, although it asks for some.
     bool not_configured() const;
-    bool failed() const { return !call->returns_nothing && seen.result < 0; }
+    /// The result is a negative code. A negative value that was read is none.
+    bool failed() const;
     /// A transfer has failed.
     bool failed_io() const;
     /// Why the call has failed; empty where nothing that was seen explains it.
@@ -71,6 +72,9 @@ std::string_view code_meaning(int code);
 
 /// "line failed", where the values of a function have names; empty otherwise.
 std::string_view value_name(const observe::Call &call, int value);
+
+/// The value delivered stands for a reading that failed.
+bool tells_failure(const Explanation &explanation);
 
 /// The value that the call has delivered, with its unit: "6120 rpm"; empty for none.
 std::string value_text(const Explanation &explanation);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "dfdctl/explain/layout.hpp"
 #include "dfdctl/explain/output.hpp"
-#include "dfdctl/facts.hpp"
 
 #include <fmt/format.h>
 
@@ -58,10 +57,8 @@ void print_consumers(std::FILE *out, const std::vector<Consumer> &consumers) {
 void print_item(std::FILE *out, const ItemExplanation &explanation, const StartupLog &log) {
     const Item &item = explanation.item;
     fmt::print(out, "{}\n", item.name());
-    const std::string_view unit = facts_of(item.type->type).unit;
     print_text(out, "kind",
-               fmt::format("{}; {}{}{}", kind_name(item.type->kind), limits_of(*item.type),
-                           unit.empty() ? "" : "; unit ", unit));
+               fmt::format("{}; {}", kind_name(item.type->kind), limits_of(*item.type)));
     print_description(out, item, log);
     if (explanation.consumers.empty()) {
         print_text(out, "used by", "no function of the library");

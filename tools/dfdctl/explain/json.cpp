@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "dfdctl/describe.hpp"
 #include "dfdctl/explain/interpret.hpp"
+#include "dfdctl/explain/layout.hpp"
 #include "dfdctl/explain/output.hpp"
-#include "dfdctl/facts.hpp"
 #include "dfdctl/output.hpp"
 
 #include <fmt/format.h>
@@ -190,7 +190,7 @@ void print_item_json(std::FILE *out, const ItemExplanation &explanation, const S
     const Item &item = explanation.item;
     ordered_json json = {{"command", "explain"},
                          {"item", item_json(item)},
-                         {"unit", text_or_null(facts_of(item.type->type).unit)},
+                         {"unit", text_or_null(unit_of(item))},
                          {"max_index1", item.type->max1},
                          {"max_index2", item.type->max2},
                          {"says", text_or_null(describe(item))},

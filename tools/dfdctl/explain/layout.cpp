@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "dfdctl/describe.hpp"
+#include "dfdctl/facts.hpp"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -67,11 +68,18 @@ void print_text(std::FILE *out, std::string_view label, const std::string &text)
     print_pieces(out, label, words_of(text));
 }
 
+std::string_view unit_of(const Item &item) {
+    return item.type->kind == Kind::integer ? facts_of(item.type->type).unit : std::string_view();
+}
+
 void print_description(std::FILE *out, const Item &item, const StartupLog &log) {
     const std::string description = describe(item);
     const bool is_value = item.type->kind == Kind::integer || item.type->kind == Kind::text;
+    const std::string_view unit = unit_of(item);
     print_text(out, is_value ? "value" : "says",
-               description.empty() ? "not configured" : description);
+               description.empty()
+                   ? "not configured"
+                   : fmt::format("{}{}{}", description, unit.empty() ? "" : " ", unit));
     const std::vector<MemberLine> lines = member_lines(item, log);
     if (!lines.empty()) {
         print_pieces(out, "set by", line_pieces(lines));

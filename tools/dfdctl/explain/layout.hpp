@@ -17,6 +17,10 @@ void print_pieces(std::FILE *out, std::string_view label, const std::vector<std:
 /// The same with a text, between its words.
 void print_text(std::FILE *out, std::string_view label, const std::string &text);
 
+/// Unit of a value that stands in the configuration. What is read gets its unit from the function
+/// that reads it.
+std::string_view unit_of(const Item &item);
+
 /// What the configuration says of an item, and the lines that say it.
 void print_description(std::FILE *out, const Item &item, const StartupLog &log);
 

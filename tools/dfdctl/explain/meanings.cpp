@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What codes and values mean.
+#include <dfd/fan.h>
+#include <dfd/power.h>
 #include <dfd/types.h>
 #include <algorithm>
 #include <array>
@@ -49,7 +51,34 @@ constexpr std::array kValues = {
     ValueNames{"get_peer_mb_state", {"absent", "present", "master", "ready", "inconsistent lines"}},
     ValueNames{"get_card_power_status", {"no card", "off for lack of power", "off", "on"}},
     ValueNames{"get_reset_button_type", {"none", "short press", "long press"}},
+    ValueNames{"check_temp_valid", {"not configured", "configured"}},
+    ValueNames{"check_mycard_is_conflict", {"no conflict", "conflict"}},
+    ValueNames{"is_support_mac_temp", {"not supported", "supported"}},
+    ValueNames{"port_get_sfp_present", {"absent", "present"}},
 };
+
+/// Values that stand for something else.
+struct SpecialValue {
+    std::string_view function;
+    int value;
+    std::string_view name;
+    bool is_failure;
+};
+constexpr std::array kSpecialValues = {
+    SpecialValue{"get_fan_temp", FAN_TEMP_UNREADABLE, "the reading failed", true},
+    SpecialValue{"get_power_type", DFD_POWER_TYPE_UNKNOWN, "unknown name", false},
+};
+
+std::string_view bare_name(const observe::Call &call) {
+    return call.name.substr(call.name.find('_') + 1);
+}
+
+const SpecialValue *special_value(const observe::Call &call, std::int64_t value) {
+    const auto *found = std::ranges::find_if(kSpecialValues, [&](const SpecialValue &row) {
+        return row.function == bare_name(call) && row.value == value;
+    });
+    return found != kSpecialValues.end() ? found : nullptr;
+}
 
 std::string text_or_bytes(const std::string &bytes) {
     const bool is_text =
@@ -68,7 +97,10 @@ std::string_view code_meaning(int code) {
 }
 
 std::string_view value_name(const observe::Call &call, int value) {
-    const std::string_view bare = call.name.substr(call.name.find('_') + 1);
+    if (const SpecialValue *special = special_value(call, value)) {
+        return special->name;
+    }
+    const std::string_view bare = bare_name(call);
     const auto *found = std::find_if(kValues.begin(), kValues.end(),
                                      [&](const ValueNames &row) { return row.function == bare; });
     if (call.subsystem == observe::Subsystem::leds && call.does == observe::Does::get) {
@@ -77,6 +109,13 @@ std::string_view value_name(const observe::Call &call, int value) {
     const auto at = static_cast<std::size_t>(value);
     return found != kValues.end() && at < found->names.size() ? found->names[at]
                                                               : std::string_view();
+}
+
+bool tells_failure(const Explanation &explanation) {
+    const observe::Observation &seen = explanation.seen;
+    const std::int64_t value = seen.outputs.empty() ? seen.result : seen.outputs.front().number;
+    const SpecialValue *special = special_value(*explanation.call, value);
+    return special != nullptr && special->is_failure;
 }
 
 std::string value_text(const Explanation &explanation) {

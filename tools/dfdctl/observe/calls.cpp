@@ -78,7 +78,8 @@ bool Call::only_reads() const {
     const bool delivers = std::any_of(params().begin(), params().end(), [](const Param &param) {
         return facts_of(param.role).kind == RoleKind::output;
     });
-    return does == Does::get || does == Does::pure || (does == Does::bus && delivers);
+    return does == Does::get || does == Does::pure ||
+           (does == Does::bus && (delivers || returns_value));
 }
 
 std::string Call::usage() const {

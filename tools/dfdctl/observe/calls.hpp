@@ -94,6 +94,8 @@ enum class Role : std::uint8_t {
     buffer,
     capacity,
     bytes6,
+    bytes8,
+    bytes10,
     record,
     scratch,
     handler,
@@ -121,6 +123,8 @@ struct Param {
 };
 
 inline constexpr std::size_t kMaxParams = 8;
+/// Bytes that a buffer of an observed call holds, and characters of a text that is given to one.
+inline constexpr std::uint32_t kMaxLength = 256;
 
 /// Numbers and pointers alike.
 using Word = std::uintptr_t;

@@ -64,7 +64,7 @@ constexpr Call kUnits[] = {
     DFD_CALL_BOTH(fans, get, get_fan_sn, "fan buffer capacity"),
     DFD_CALL_BOTH(fans, get, get_fan_hw_version, "fan buffer capacity"),
     DFD_CALL_BOTH(fans, get, get_fan_sw_version, "fan buffer capacity"),
-    DFD_CALL_BOTH(fans, get, get_fan_cpld_version, "fan buffer capacity result"),
+    DFD_CALL_BOTH(fans, get, get_fan_cpld_version, "fan buffer capacity"),
     DFD_CALL_BOTH(fans, set, set_fan_info, "fan sn hw"),
     DFD_CALL_BOTH(fans, set, set_fan_info_with_type, "fan none sn hw"),
 
@@ -81,7 +81,7 @@ constexpr Call kUnits[] = {
     DFD_CALL(temps, get, sdd_get_mac_temp_state, "mac out out out"),
     DFD_CALL(temps, get, drv_get_mac_temp, "mac out out out polled"),
     DFD_CALL(temps, get, dfd_get_mac_temp, "mac out out out"),
-    DFD_CALL(temps, bus, sdd_get_mac_temp_from_file, "path scratch result"),
+    DFD_CALL(temps, bus, sdd_get_mac_temp_from_file, "path buffer result:bytes"),
 
     DFD_CALL_BOTH(leds, set, set_led, "led_type led_state led_unit"),
     DFD_CALL(leds, get, sdd_get_led, "led_type out"),

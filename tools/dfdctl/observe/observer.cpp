@@ -17,7 +17,7 @@ namespace dfdctl::observe {
 namespace {
 
 constexpr std::size_t kBufferSize = 512;
-constexpr std::uint32_t kCapacity = 256;
+constexpr std::uint32_t kCapacity = kMaxLength;
 constexpr std::size_t kMacSize = 6;
 constexpr std::size_t kRecordSize = sizeof(backplane_info_t);
 
@@ -63,13 +63,21 @@ class Frame {
                 return next_number_ < args.numbers.size() ? args.numbers[next_number_++]
                                                           : facts.standard;
             case RoleKind::text:
-                // A text that the caller leaves out stands in the table of roles, terminated.
-                return reinterpret_cast<Word>(next_text_ < args.texts.size()
-                                                  ? args.texts[next_text_++].c_str()
-                                                  : facts.text.data());
+                return text_word(next_text_ < args.texts.size()
+                                     ? std::string_view(args.texts[next_text_++])
+                                     : facts.text);
             default:
                 return support_of(param);
         }
+    }
+
+    /// Of a copy with room behind it: some functions are told how long a text is.
+    Word text_word(std::string_view text) {
+        Buffer &buffer = buffers_[next_buffer_++];
+        buffer.bytes.fill('\0');
+        std::copy_n(text.begin(), std::min<std::size_t>(text.size(), kMaxLength),
+                    buffer.bytes.begin());
+        return reinterpret_cast<Word>(&buffer);
     }
 
     Word support_of(const Param &param) {
@@ -109,6 +117,10 @@ class Frame {
                 return {.param = &param, .number = number_at(param, word)};
             case Role::bytes6:
                 return {.param = &param, .bytes = std::string(bytes, kMacSize)};
+            case Role::bytes8:
+                return {.param = &param, .bytes = std::string(bytes, DFD_FRU_HEADER_SIZE)};
+            case Role::bytes10:
+                return {.param = &param, .bytes = std::string(bytes, DFD_TLV_HEADER_SIZE)};
             case Role::record:
                 return {.param = &param, .bytes = std::string(bytes, kRecordSize)};
             default:
@@ -129,7 +141,7 @@ class Frame {
     std::size_t next_text_ = 0;
     std::array<std::uint64_t, kMaxParams> numbers_ = {};
     std::size_t next_out_ = 0;
-    std::array<Buffer, 4> buffers_;
+    std::array<Buffer, kMaxParams> buffers_;
     std::size_t next_buffer_ = 0;
     int capacity_ = kCapacity;
 };
@@ -140,6 +152,21 @@ void check(const Call &call, const Answers &answers) {
     }
     if (answers.from == Answers::From::hardware && !call.only_reads()) {
         throw std::logic_error(std::string(call.name) + " does more than read");
+    }
+}
+
+/// What would not fit the buffers that a call works on.
+void check_lengths(const Call &call, const Args &args) {
+    std::size_t number = 0;
+    for (const Param *param : call.inputs()) {
+        if (facts_of(param->role).kind == RoleKind::text) {
+            continue;
+        }
+        const bool is_given = number < args.numbers.size();
+        if (param->role == Role::length && is_given && args.numbers[number] > kMaxLength) {
+            throw std::logic_error(std::string(call.name) + " works on longer buffers");
+        }
+        ++number;
     }
 }
 
@@ -181,6 +208,7 @@ Observer::~Observer() {
 Observation Observer::observe(const Call &call, const Args &args, const Answers &answers,
                               Log log) const {
     check(call, answers);
+    check_lengths(call, args);
     state_.restore();
     if (call.subsystem == Subsystem::irq && call.does == Does::control) {
         drv_irq_cfg_init();  // what the platform does before the first interrupt

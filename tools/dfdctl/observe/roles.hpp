@@ -54,6 +54,8 @@ inline constexpr RoleFacts kRoles[] = {
     {Role::buffer, "buffer", RoleKind::output, 0, {}},
     {Role::capacity, "capacity", RoleKind::support, 0, {}},
     {Role::bytes6, "bytes6", RoleKind::output, 0, {}},
+    {Role::bytes8, "bytes8", RoleKind::output, 0, {}},
+    {Role::bytes10, "bytes10", RoleKind::output, 0, {}},
     {Role::record, "record", RoleKind::output, 0, {}},
     {Role::scratch, "scratch", RoleKind::support, 0, {}},
     {Role::handler, "handler", RoleKind::support, 0, {}},

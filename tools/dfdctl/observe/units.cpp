@@ -30,8 +30,8 @@ const info_ctrl_t *constant(std::uint32_t type, std::uint32_t index1 = 0) {
 
 }  // namespace
 
-Units::Units(const StartupLog &log) : log_(log) {
-    find_own_slot();
+Units::Units(const StartupLog &log, std::optional<std::uint32_t> own_slot) : log_(log) {
+    find_own_slot(own_slot);
 }
 
 Units::Numbers Units::index1_of(std::initializer_list<std::uint32_t> types) const {
@@ -64,8 +64,13 @@ Units::Numbers Units::one_to(std::uint32_t count) const {
     return found;
 }
 
-void Units::find_own_slot() {
+void Units::find_own_slot(std::optional<std::uint32_t> known) {
     const std::uint32_t base = integer_or(DFD_KEY_SLOT_BASE, 0);
+    if (known.has_value()) {
+        own_slot_ = *known;
+        own_slot_value_ = own_slot_ - base;
+        return;
+    }
     if (const info_ctrl_t *slot = constant(DFD_KEY_MY_SLOTID)) {
         own_slot_value_ = static_cast<std::uint32_t>(slot->int_cons);
         own_slot_ = own_slot_value_ + base;
@@ -163,6 +168,16 @@ Units::Numbers Units::macs() const {
     return found;
 }
 
+/// Of a card that has voltages: as many as are counted, and those that have items beyond.
+Units::Numbers Units::channels(std::uint32_t card) const {
+    Numbers found = index2_of(DFD_KEY_CARD_VOL_LOW, card);
+    if (!found.empty()) {
+        found.merge(one_to(integer_or(DFD_KEY_CARD_VOL_NUM, 0)));
+        found.erase(0);  // the reference
+    }
+    return found;
+}
+
 Units::Numbers Units::backplanes() const {
     Numbers found = index1_of({DFD_KEY_BP_E2PROM_DEV, DFD_KEY_E2_SETMAC, DFD_KEY_BACKPLANE_HW_VER,
                                DFD_KEY_BACKPLANE_SN, DFD_KEY_BACKPLANE_MAC});
@@ -207,11 +222,8 @@ Units::Numbers Units::numbers(Role role, std::span<const std::uint32_t> before) 
             return index1_of({DFD_KEY_CARD_TEMP_INFO});
         case Role::sub_slot:
             return counted(DFD_KEY_SSLOT_NUM, {DFD_KEY_SSLOT_E2PROM, DFD_KEY_SSLOT_STATE});
-        case Role::channel: {
-            Numbers found = index2_of(DFD_KEY_CARD_VOL_LOW, card_of(first));
-            found.erase(0);  // the reference
-            return found;
-        }
+        case Role::channel:
+            return channels(card_of(first));
         case Role::port:
             return index1_of({DFD_KEY_PORT_SFP_STATE, DFD_KEY_PORT_SFP_TX});
         case Role::mac:

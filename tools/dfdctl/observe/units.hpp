@@ -2,6 +2,7 @@
 // Which numbers the indexes of a call can have on the board that is loaded.
 #pragma once
 
+#include <optional>
 #include <set>
 
 #include "dfdctl/observe/calls.hpp"
@@ -11,8 +12,9 @@ namespace dfdctl::observe {
 
 class Units {
   public:
-    /// Of the items that are configured: constants in them count, nothing is read.
-    explicit Units(const StartupLog &log);
+    /// Of the items that are configured: constants in them count, nothing is read. The slot of this
+    /// card, where the caller knows it.
+    explicit Units(const StartupLog &log, std::optional<std::uint32_t> own_slot = {});
 
     /// Numbers of an index, given the numbers before it in the same call; the standard number
     /// alone for what is no index. Rotors depend on the tray, channels on the slot.
@@ -38,13 +40,14 @@ class Units {
     Numbers rotors(std::uint32_t fan) const;
     Numbers led_types() const;
     Numbers led_units(std::uint32_t led_type) const;
+    Numbers channels(std::uint32_t card) const;
     Numbers macs() const;
     Numbers backplanes() const;
     Numbers irq_types() const;
     Numbers counted(std::uint32_t count, std::initializer_list<std::uint32_t> types) const;
     std::vector<std::uint32_t> values_of(const Call &call, Role role,
                                          std::span<const std::uint32_t> before) const;
-    void find_own_slot();
+    void find_own_slot(std::optional<std::uint32_t> known);
     std::uint32_t card_of(std::uint32_t slot) const;
 
     const StartupLog &log_;
