@@ -214,12 +214,17 @@ TEST(Coverage, FindsWhatIsMissingDeepInsideAFunction) {
         }
         tools_test::write_file(board.file(path), config);
     }
+    board.replace("etc/cfg/dfd/cfg_file/cm8_temps.cfg", "card_vol_num=2", "card_vol_num=3");
     const auto all = cells(report(root_of(board)));
     const struct {
         const char *cell;
         const char *state;
         std::vector<std::string> missing;
     } kCells[] = {
+        {"drv_get_card_vol {\"channel\":3,\"slot\":11}", "not configured", {"card_vol_low 0 3"}},
+        {"drv_get_card_power_status {\"slot\":9}",
+         "default",
+         {"sslot_state 9 (no line can have this index)"}},
         {"drv_get_card_power_consume {\"slot\":6}", "not configured", {"power_regval_convert 1"}},
         {"drv_get_card_power_consume {\"slot\":11}", "ok", {}},  // a constant
         {"drv_get_power_osupply {\"supply\":2}", "not configured", {"power_out_voltage 2"}},
@@ -229,6 +234,18 @@ TEST(Coverage, FindsWhatIsMissingDeepInsideAFunction) {
         EXPECT_EQ(all.at(each.cell).at("state"), each.state) << each.cell;
         EXPECT_EQ(all.at(each.cell).at("missing"), each.missing) << each.cell;
     }
+}
+
+TEST(Coverage, MissesTheSlotOfThisCard) {
+    const Board board("demo");
+    const std::string path = "etc/cfg/dfd/cfg_file/cm8_slots.cfg";
+    std::string config = tools_test::read_file(board.file(path));
+    for (std::size_t at = 0; (at = config.find("\nmy_slotid.", at)) != std::string::npos;) {
+        config.insert(at + 1, "#");
+    }
+    tools_test::write_file(board.file(path), config);
+    EXPECT_EQ(cells(report(root_of(board))).at("drv_get_my_slotid {}").at("missing"),
+              std::vector<std::string>{"my_slotid"});
 }
 
 TEST(Coverage, RequiresWhatIsEssentialAndStrictlyAllThatSomeUnitsHave) {

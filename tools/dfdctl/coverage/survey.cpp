@@ -75,8 +75,11 @@ std::string name_of_list(const dfd_list_head_t *list) {
 }
 
 std::string name_of(const Event &event) {
-    return event.kind == Event::Kind::conversion ? name_of_list(event.list)
-                                                 : item_of_key(event.key).name();
+    if (event.kind == Event::Kind::conversion) {
+        return name_of_list(event.list);
+    }
+    const Item item = item_of_key(event.key);
+    return item.name() + (item.is_possible() ? "" : " (no line can have this index)");
 }
 
 /// Classifies one call.
@@ -226,6 +229,17 @@ class Judge {
         }
     }
 
+    /// What would say where this card is, where nothing else is missing.
+    void note_missing_place() {
+        for (const Event &event : deepest().events) {
+            if (event.kind == Event::Kind::lookup &&
+                event.key == DFD_MAKE_KEY(DFD_KEY_MY_SLOTID, 0, 0) && !event.found &&
+                cell_.missing.empty()) {
+                cell_.missing.push_back(item_of_key(event.key).name());
+            }
+        }
+    }
+
     void judge_success() {
         const auto &events = deepest().events;
         const bool finds = std::any_of(events.begin(), events.end(), [](const Event &event) {
@@ -276,6 +290,7 @@ class Judge {
         const bool declines = cell_.result == DFD_ERR_NOT_SUPPORTED;
         if (declines || last == events.rend()) {
             cell_.state = State::not_configured;
+            note_missing_place();
             return;
         }
         cell_.state = State::unusable;

@@ -60,6 +60,7 @@ enum class Role : std::uint8_t {
     serial,
     led_type,
     fan_led,
+    tray_led,  ///< in a fan tray
     supply_led,
     led_unit,
     led_state,

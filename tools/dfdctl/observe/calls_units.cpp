@@ -94,7 +94,7 @@ constexpr Call kUnits[] = {
     DFD_CALL(leds, set, sdd_set_fe_offline_led, "led_state"),
     DFD_CALL(leds, set, sdd_set_location_led, "led_state"),
     DFD_CALL(leds, set, sdd_set_mymb_fan_led, "fan_led led_state"),
-    DFD_CALL(leds, set, dfd_set_fan_in_fan_led, "fan_led led_state"),
+    DFD_CALL(leds, set, dfd_set_fan_in_fan_led, "tray_led led_state"),
     DFD_CALL(leds, set, sdd_set_mymb_pwr_led, "supply_led led_state"),
     DFD_CALL(leds, set, dfd_set_en_soft_led, "led_type led_unit value"),
     DFD_CALL(leds, get, sdd_get_mymb_status_led, "out"),

@@ -22,6 +22,7 @@ inline constexpr RoleFacts kRoles[] = {
     {Role::serial, "serial", RoleKind::index, 0, {}},
     {Role::led_type, "led_type", RoleKind::index, 0, {}},
     {Role::fan_led, "fan_led", RoleKind::index, 1, {}},
+    {Role::tray_led, "tray_led", RoleKind::index, 1, {}},
     {Role::supply_led, "supply_led", RoleKind::index, 1, {}},
     {Role::led_unit, "led_unit", RoleKind::index, 1, {}},
     {Role::led_state, "led_state", RoleKind::index, 1, {}},

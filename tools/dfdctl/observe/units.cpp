@@ -235,7 +235,9 @@ Units::Numbers Units::numbers(Role role, std::span<const std::uint32_t> before) 
         case Role::led_type:
             return led_types();
         case Role::fan_led:
-            return index1_of({DFD_KEY_MB_FAN_LED_CTRL, DFD_KEY_MB_FAN_IN_FAN_LED_CTRL});
+            return index1_of({DFD_KEY_MB_FAN_LED_CTRL});
+        case Role::tray_led:
+            return index1_of({DFD_KEY_MB_FAN_IN_FAN_LED_CTRL});
         case Role::supply_led:
             return index1_of({DFD_KEY_MB_PWR_LED_CTRL});
         case Role::led_unit:
