@@ -130,6 +130,8 @@ TEST(Explain, ReadsTheHardwareOnDemand) {
         {"power_out_voltage 1",
          {"As drv_get_power_ovol(1) reads it", "converted by the function", "Result: 12062 mV"}},
         {"fan_state 1", {"As dfd_info_get_int reads it"}},
+        {"power_state 1", {"As dfd_info_get_int reads it"}},  // mode func
+        {"my_slotid", {"As drv_get_my_slotid() reads it"}},
         {"card_temp_ctrl 0 1", {"As drv_get_card_temp(1, 1) reads it", "value 27 C"}},
         {"drv_get_card_vol", {"drv_get_card_vol(1, 1)", "Result: 3298 mV"}},
         {"sdd_get_led 0", {"value 1 (green)"}},

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <memory>
 #include <optional>
+#include <tuple>
 
 #include "common/nearest.hpp"
 #include "dfdctl/boards.hpp"
@@ -295,15 +296,13 @@ class Session {
     Explanation read(const Item &item, const observe::BoardUse &board) const {
         const auto &record = *record_of<info_ctrl_t>(item);
         const bool needs_function =
-            record.frmt == INFO_FRMT_NUM_BUF || record.mode > INFO_CTRL_MODE_CONSTANT;
+            record.frmt == INFO_FRMT_NUM_BUF ||
+            (record.mode > INFO_CTRL_MODE_CONSTANT && record.mode != INFO_CTRL_MODE_FUNC);
         const observe::CallUse *best = nullptr;
         for (const observe::CallUse &use : board.calls) {
             const bool asks = use.call->does == observe::Does::get &&
                               std::ranges::find(use.keys, item.key()) != use.keys.end();
-            const bool is_better =
-                best == nullptr || use.keys.size() < best->keys.size() ||
-                (use.keys.size() == best->keys.size() && use.call->name.starts_with("drv_") &&
-                 !best->call->name.starts_with("drv_"));
+            const bool is_better = best == nullptr || indirection_of(use) < indirection_of(*best);
             best = asks && is_better ? &use : best;
         }
         if (best != nullptr && (needs_function || reads_only(*best, item))) {
@@ -311,6 +310,11 @@ class Session {
         }
         const char *engine = record.frmt == INFO_FRMT_BUF ? "dfd_info_get_buf" : "dfd_info_get_int";
         return explain_call(*observe::find_call(engine), {.numbers = {item.key()}});
+    }
+
+    /// How far a getter is from the items that it asks for; the driver interface comes first.
+    static std::tuple<std::size_t, std::size_t, bool> indirection_of(const observe::CallUse &use) {
+        return {use.keys.size(), use.call->inputs().size(), !use.call->name.starts_with("drv_")};
     }
 
     /// Whether nothing else is read by it but where this card is.

@@ -111,6 +111,9 @@ Interpretation interpret_write(const info_ctrl_t &record, std::uint32_t value) {
     if (record.src == INFO_SRC_LOCALBUS) {
         result.steps.push_back(
             {"bits that change", hex(dfd::field_mask(record.bit_offset, record.len))});
+    } else if (record.src == INFO_SRC_I2C) {
+        result.steps.push_back(
+            {"written as a whole, the other bits become", is_negative(record) ? "1" : "0"});
     }
     return result;
 }
