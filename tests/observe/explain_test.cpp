@@ -63,6 +63,9 @@ TEST(Explain, OfflineAFunctionOrAnItem) {
          {"reads    /dev/fpga0 at 0x41: ff", "inverted (pola negative): 0x00",
           "shifted right by 1, masked with 0x01: 0"}},
         {"drv_get_fan_status 2 --answer 'fan_state 2=0'", 0, {"Result then: 0 (absent)"}},
+        {"drv_get_power_vol_in 1 --answer 'power_in_voltage 1=0xf9cd'",
+         0,
+         {"0x58 at 0x88, 2 bytes: cd f9", "Result then: 0, value 230 V"}},
     };
     for (const Case &each : cases) {
         const Result result = explain(each.arguments);

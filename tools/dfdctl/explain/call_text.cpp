@@ -154,15 +154,21 @@ class CallPrinter {
         }
         std::string text =
             fmt::format("{}, {} byte{}", where_of(event), event.len, event.len == 1 ? "" : "s");
-        const bool is_real = explanation_.reading == Reading::hardware;
         if (event.result < 0) {
             text += fmt::format(": fails ({})", event.result);
-        } else if (is_real || (event.is_write && !is_merged(event))) {
+        } else if (is_real(event) || (event.is_write && !is_merged(event))) {
             text += ": " + shown_bytes(event);
         } else if (event.is_write) {
             text += ", merged with its other bits";
         }
         print_text(out_, event.is_write ? "writes" : "reads", text + times_text(times));
+    }
+
+    bool is_real(const Event &transfer) const {
+        const auto &events = explanation_.seen.events;
+        return transfer.engine == observe::kOutside
+                   ? explanation_.reading == Reading::hardware
+                   : explanation_.is_real(events[static_cast<std::size_t>(transfer.engine)].key);
     }
 
     /// A write under a mask of what was not really read.
