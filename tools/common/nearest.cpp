@@ -2,6 +2,7 @@
 #include "common/nearest.hpp"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 namespace dfd_tools {
@@ -15,13 +16,28 @@ bool is_near(std::size_t distance, std::string_view name) {
     return distance <= std::max<std::size_t>(2, name.size() / 3);
 }
 
-/// What differs at least.
-std::size_t length_difference(std::string_view a, std::string_view b) {
-    return a.size() > b.size() ? a.size() - b.size() : b.size() - a.size();
+/// Upper and lower case count as one: a name in capitals is meant to be that name.
+constexpr char fold(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+/// What differs at least: letters that only one of the texts has. Far cheaper than the distance,
+/// and rules most candidates out.
+std::size_t least_distance(std::string_view a, std::string_view b) {
+    std::array<int, 256> surplus{};
+    for (const char c : a) {
+        ++surplus[static_cast<unsigned char>(fold(c))];
+    }
+    std::size_t only_in_b = 0;
+    for (const char c : b) {
+        only_in_b += --surplus[static_cast<unsigned char>(fold(c))] < 0 ? 1U : 0U;
+    }
+    const std::size_t common = b.size() - only_in_b;
+    return std::max(a.size() - common, only_in_b);
 }
 
 bool is_swap(std::string_view a, std::string_view b, std::size_t i, std::size_t j) {
-    return i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1];
+    return i > 1 && j > 1 && fold(a[i - 1]) == fold(b[j - 2]) && fold(a[i - 2]) == fold(b[j - 1]);
 }
 
 /// What a user who typed only part of a name means.
@@ -44,7 +60,8 @@ std::size_t edit_distance(std::string_view a, std::string_view b) {
                 cost(i, j) = i + j;
                 continue;
             }
-            const std::size_t replace = cost(i - 1, j - 1) + (a[i - 1] == b[j - 1] ? 0 : 1);
+            const std::size_t replace =
+                cost(i - 1, j - 1) + (fold(a[i - 1]) == fold(b[j - 1]) ? 0 : 1);
             cost(i, j) = std::min({cost(i - 1, j) + 1, cost(i, j - 1) + 1, replace});
             if (is_swap(a, b, i, j)) {
                 cost(i, j) = std::min(cost(i, j), cost(i - 2, j - 2) + 1);
@@ -59,7 +76,7 @@ std::vector<std::string> nearest_names(std::string_view name,
                                        std::size_t count) {
     std::vector<std::pair<std::size_t, std::string_view>> ranked;
     for (const std::string_view candidate : candidates) {
-        if (!is_near(length_difference(name, candidate), name) && !contains(candidate, name)) {
+        if (!is_near(least_distance(name, candidate), name) && !contains(candidate, name)) {
             continue;
         }
         const std::size_t distance = edit_distance(name, candidate);

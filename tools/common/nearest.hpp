@@ -10,7 +10,7 @@
 namespace dfd_tools {
 
 /// Number of single-character insertions, removals, replacements and swaps of neighbours between
-/// two texts.
+/// two texts; upper and lower case count as the same.
 std::size_t edit_distance(std::string_view a, std::string_view b);
 
 /// The candidates most like `name`, best first, at most `count`; those that have little in common

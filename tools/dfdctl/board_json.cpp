@@ -26,11 +26,12 @@ ordered_json type_json(const TypeFound &found) {
             {"found_by", found.how}};
 }
 
-ordered_json file_json(const ConfigFile &file) {
+ordered_json file_json(const StartupLog &log, const ConfigFile &file) {
     static constexpr std::array kRoles = {"card_pid", "listed", "chassis"};
     ordered_json problems = ordered_json::array();
-    for (const Problem &problem : file.problems) {
-        problems.push_back({{"line", problem.line}, {"message", problem.message}});
+    for (const std::size_t problem : file.problems) {
+        const SourceLine &line = log.lines[problem];
+        problems.push_back({{"line", line.line}, {"message", problem_of(line)}});
     }
     return {{"path", file.path},
             {"role", kRoles[static_cast<std::size_t>(file.role)]},
@@ -75,8 +76,8 @@ ordered_json sample_json(const Sample &sample) {
             {"reading", to_json(sample.reading)}};
 }
 
-template <typename Row>
-ordered_json list_json(const std::vector<Row> &rows, ordered_json (*convert)(const Row &)) {
+template <typename Row, typename Convert>
+ordered_json list_json(const std::vector<Row> &rows, Convert convert) {
     ordered_json list = ordered_json::array();
     for (const Row &row : rows) {
         list.push_back(convert(row));
@@ -100,7 +101,8 @@ ordered_json board_json(const BoardPage &page) {
             {"chassis", type_json(page.chassis)},
             {"list_file",
              {{"path", text_or_null(log.list_path)}, {"error", text_or_null(log.list_error)}}},
-            {"files", list_json(log.files, file_json)},
+            {"files",
+             list_json(log.files, [&log](const ConfigFile &file) { return file_json(log, file); })},
             {"inventory", list_json(page.units, unit_json)},
             {"backplanes", list_json(page.backplanes, backplane_json)},
             {"readings", list_json(page.samples, sample_json)}};

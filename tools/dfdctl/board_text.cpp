@@ -51,8 +51,9 @@ void print_files(std::FILE *out, const StartupLog &log) {
     }
     table.print(out);
     for (const ConfigFile &file : log.files) {
-        for (const Problem &problem : file.problems) {
-            fmt::print(out, "  {}:{}: {}\n", file.path, problem.line, problem.message);
+        for (const std::size_t problem : file.problems) {
+            const SourceLine &line = log.lines[problem];
+            fmt::print(out, "  {}:{}: {}\n", file.path, line.line, problem_of(line));
         }
     }
 }

@@ -2,7 +2,6 @@
 #include "dfdctl/startup_log.hpp"
 
 #include <algorithm>
-#include <cctype>
 #include <cstring>
 
 #include "common/nearest.hpp"
@@ -22,21 +21,31 @@ LoadWatcher &self(void *context) {
     return *static_cast<LoadWatcher *>(context);
 }
 
-/// Configuration files may hold anything, also tabs and control characters.
-std::string printable(std::string text) {
-    std::replace_if(
-        text.begin(), text.end(),
-        [](char c) { return std::iscntrl(static_cast<unsigned char>(c)) != 0; }, '?');
-    return text;
-}
-
 std::string unknown_key(const SourceLine &line) {
     const std::string bare = line.name.substr(0, line.name.find('.'));
     return fmt::format("ignored: '{}' is no item or member{}", line.name,
                        dfd_tools::did_you_mean(bare, key_names()));
 }
 
+/// For an LED table an empty value has a meaning: a state that the LED cannot show.
+bool is_number_missing(const SourceLine &line) {
+    const Kind kind = key_types()[line.row->type].kind;
+    return line.value.empty() && kind != Kind::text && kind != Kind::led_info;
+}
+
 }  // namespace
+
+std::string printable(std::string text) {
+    constexpr char kDelete = '\x7F';
+    std::ranges::replace_if(
+        text, [](char c) { return (c >= '\0' && c < ' ') || c == kDelete; }, '?');
+    return text;
+}
+
+bool has_problem(const SourceLine &line) {
+    return line.step == Step::stored ? is_number_missing(line)
+                                     : line.step != Step::blank && line.step != Step::comment;
+}
 
 std::string problem_of(const SourceLine &line) {
     switch (line.step) {
@@ -66,10 +75,7 @@ std::string problem_of(const SourceLine &line) {
         case Step::stored:
             break;
     }
-    // For an LED table an empty value has a meaning: a state that the LED cannot show.
-    const Kind kind = key_types()[line.row->type].kind;
-    const bool is_number = kind != Kind::text && kind != Kind::led_info;
-    return line.value.empty() && is_number ? "no value behind '=': stored as -1" : "";
+    return is_number_missing(line) ? "no value behind '='" : "";
 }
 
 std::string StartupLog::origin_of(std::uint32_t key) const {
@@ -171,12 +177,11 @@ void LoadWatcher::line(const dfd::watch::Line &line) {
         file.items += origins.empty() ? 1 : 0;
         origins.push_back({kept.file, kept.line, kept.member, kept.value, log_.lines.size() - 1});
     }
-    const std::string problem = problem_of(kept);
     if (line.step == Step::no_equals || line.step == Step::no_name) {
         file.failed_line = kept.line;
-        file.error = problem;
-    } else if (!problem.empty()) {
-        file.problems.push_back({kept.line, problem});
+        file.error = problem_of(kept);
+    } else if (has_problem(kept)) {
+        file.problems.push_back(log_.lines.size() - 1);
     }
 }
 

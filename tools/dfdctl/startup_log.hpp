@@ -16,11 +16,6 @@ namespace dfdctl {
 
 enum class FileRole { card_pid, listed, chassis };
 
-struct Problem {
-    int line;
-    std::string message;
-};
-
 struct ConfigFile {
     std::string path;  ///< as the library names it
     FileRole role;
@@ -28,8 +23,8 @@ struct ConfigFile {
     std::string error;    ///< why it could not be opened, or why loading stopped
     int failed_line = 0;  ///< where loading stopped; 0: it did not
     int lines = 0;
-    int items = 0;                  ///< items that got their first line here
-    std::vector<Problem> problems;  ///< lines without effect
+    int items = 0;                      ///< items that got their first line here
+    std::vector<std::size_t> problems;  ///< lines without effect, in StartupLog::lines
 
     bool failed() const { return !opened || failed_line != 0; }
 };
@@ -82,7 +77,12 @@ struct StartupLog {
     std::string origin_of(std::uint32_t key) const;
 };
 
-/// What became of a line that did nothing; empty for one that did, or was not meant to.
+/// Configuration files, and their names, may hold anything; what a terminal gets is text.
+std::string printable(std::string text);
+/// Whether a line did nothing, though it was meant to.
+bool has_problem(const SourceLine &line);
+/// What became of such a line; empty for any other. The nearest names are looked for: for what is
+/// shown only.
 std::string problem_of(const SourceLine &line);
 
 /// Installs hooks for as long as it lives.
