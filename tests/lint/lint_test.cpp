@@ -75,7 +75,7 @@ TEST(Lint, FormsAgree) {
             EXPECT_EQ(results[i]["message"]["text"], findings[i]["text"]);
             const json &rule = driver["rules"][results[i]["ruleIndex"].get<std::size_t>()];
             EXPECT_EQ(rule["id"], findings[i]["rule"]);
-            EXPECT_EQ(rule["helpUri"], findings[i]["page"]);
+            EXPECT_EQ(rule["help"]["text"], "See " + findings[i]["page"].get<std::string>());
         }
         EXPECT_EQ(document["errors"].get<std::size_t>() + document["warnings"].get<std::size_t>() +
                       document["notes"].get<std::size_t>(),

@@ -81,6 +81,18 @@ void check_localbus_item(Check &check, const Item &item, const info_ctrl_t &ctrl
     }
 }
 
+/// A file is read in one go and never written.
+void check_file_item(Check &check, const Item &item, const info_ctrl_t &ctrl) {
+    const std::string_view path = ctrl.fpath;
+    const bool is_bus = is_numbered_path(path, kI2cPrefix);
+    if (is_bus || is_numbered_path(path, kCpldPrefix)) {
+        check.at_member("file-device", item.key(), kFpath,
+                        fmt::format("'{}' is a device, but the source is file, which is read in "
+                                    "one transfer and never written; write .src={}",
+                                    path, is_bus ? "i2c and .addr" : "localbus"));
+    }
+}
+
 void check_device_item(Check &check, const Item &item, const i2c_dev_t &device) {
     check_address(check, item, kDevAddr, device.addr);
     if (!is_set(check, item, kDevBus)) {
@@ -99,6 +111,8 @@ void check_buses(Check &check) {
             check_i2c_item(check, item, ctrl);
         } else if (is_hardware_mode(ctrl.mode) && ctrl.src == INFO_SRC_LOCALBUS) {
             check_localbus_item(check, item, ctrl);
+        } else if (is_hardware_mode(ctrl.mode) && ctrl.src == INFO_SRC_FILE) {
+            check_file_item(check, item, ctrl);
         }
     }
 }

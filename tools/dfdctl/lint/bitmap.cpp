@@ -5,7 +5,6 @@
 
 #include <dfd/records.h>
 #include <algorithm>
-#include <cctype>
 
 #include "dfdctl/describe.hpp"
 #include "dfdctl/lint/registers.hpp"
@@ -37,11 +36,7 @@ std::string title(const StartupLog &log) {
 }
 
 std::string heading(const Device &device) {
-    std::string path = device.path;
-    // As a file has it, and the terminal should not.
-    std::replace_if(
-        path.begin(), path.end(),
-        [](char c) { return std::iscntrl(static_cast<unsigned char>(c)) != 0; }, '?');
+    const std::string path = printable(device.path);
     return device.source == INFO_SRC_I2C ? fmt::format("{}, device {:#04x}", path, device.addr)
                                          : fmt::format("{} ({})", path, source_word(device.source));
 }

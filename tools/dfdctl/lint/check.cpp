@@ -23,13 +23,6 @@ bool is_deleted(char c) {
     return c == ' ' || c == '\r' || c == '\n';
 }
 
-/// Files may hold anything; what is printed is text.
-std::string printable(std::string text) {
-    std::ranges::replace_if(
-        text, [](char c) { return (c >= '\0' && c < ' ') || c == '\x7F'; }, '?');
-    return text;
-}
-
 /// The byte of a raw line that a position in the line without spaces stands for.
 std::size_t byte_of(std::string_view raw, std::size_t trimmed_offset) {
     std::size_t byte = 0;
@@ -215,6 +208,7 @@ void check_all(Check &check) {
     check_lines(check);
     check_replaced(check);
     check_items(check);
+    check_siblings(check);
     check_together(check);
     check_addresses(check);
     check_files(check);

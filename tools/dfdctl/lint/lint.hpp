@@ -112,6 +112,7 @@ std::string_view index_part(const SourceLine &line);
 void check_lines(Check &check);      ///< lines_*.cpp: what a line says
 void check_replaced(Check &check);   ///< lines that replace, shadow or swallow others
 void check_items(Check &check);      ///< items.cpp: descriptions that can never work
+void check_siblings(Check &check);   ///< siblings.cpp: one unit described unlike all the others
 void check_together(Check &check);   ///< together_*.cpp: items that belong together
 void check_addresses(Check &check);  ///< addresses.cpp: buses, addresses, the register map
 void check_files(Check &check);      ///< files.cpp: list file, missing files, chassis file

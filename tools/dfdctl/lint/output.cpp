@@ -56,7 +56,7 @@ Json sarif_rules() {
     for (const Rule &rule : rules()) {
         list.push_back({{"id", rule.id},
                         {"shortDescription", {{"text", rule.rationale}}},
-                        {"helpUri", page_of(rule)},
+                        {"help", {{"text", "See " + page_of(rule)}}},
                         {"defaultConfiguration", {{"level", severity_word(rule.severity)}}}});
     }
     return list;
@@ -76,8 +76,9 @@ Json sarif_result(const Finding &finding) {
 
 void print_text(std::FILE *out, const Report &report) {
     for (const Finding &finding : report.findings) {
-        fmt::print(out, "{}:{}:{}: {} [{}]: {}\n", finding.file, finding.line, finding.column,
-                   severity_word(finding.rule->severity), finding.rule->id, finding.text);
+        fmt::print(out, "{}:{}:{}: {} [{}]: {}\n", printable(finding.file), finding.line,
+                   finding.column, severity_word(finding.rule->severity), finding.rule->id,
+                   finding.text);
     }
     std::string counts;
     for (const Severity severity : kSeverities) {
