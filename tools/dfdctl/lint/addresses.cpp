@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <set>
 #include <tuple>
 
 #include "dfdctl/lint/registers.hpp"
@@ -63,7 +64,8 @@ void check_i2c_item(Check &check, const Item &item, const info_ctrl_t &ctrl) {
     }
 }
 
-void check_localbus_item(Check &check, const Item &item, const info_ctrl_t &ctrl) {
+void check_localbus_item(Check &check, const Item &item, const info_ctrl_t &ctrl,
+                         std::set<std::string_view> &said) {
     const std::string_view path = ctrl.fpath;
     if (path.empty() || path == kFpgaPath || is_numbered_path(path, kCpldPrefix)) {
         return;
@@ -73,7 +75,7 @@ void check_localbus_item(Check &check, const Item &item, const info_ctrl_t &ctrl
                         fmt::format("'{}' is an I2C bus, but the source is localbus: registers are "
                                     "not read through it; write .src=i2c and .addr",
                                     path));
-    } else {
+    } else if (said.insert(path).second) {
         check.at_member("localbus-path", item.key(), kFpath,
                         fmt::format("'{}' is none of /dev/cpldN and /dev/fpga0, the devices with "
                                     "registers",
@@ -102,6 +104,7 @@ void check_device_item(Check &check, const Item &item, const i2c_dev_t &device) 
 }
 
 void check_buses(Check &check) {
+    std::set<std::string_view> said;
     for (const Item &item : configured(check, Kind::i2c_dev)) {
         check_device_item(check, item, *record_of<i2c_dev_t>(item));
     }
@@ -110,7 +113,7 @@ void check_buses(Check &check) {
         if (is_on_i2c(item, ctrl)) {
             check_i2c_item(check, item, ctrl);
         } else if (is_hardware_mode(ctrl.mode) && ctrl.src == INFO_SRC_LOCALBUS) {
-            check_localbus_item(check, item, ctrl);
+            check_localbus_item(check, item, ctrl, said);
         } else if (is_hardware_mode(ctrl.mode) && ctrl.src == INFO_SRC_FILE) {
             check_file_item(check, item, ctrl);
         }

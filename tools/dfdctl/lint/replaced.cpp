@@ -155,7 +155,14 @@ void check_hidden(Check &check, const SourceLine &line, const SourceLine &winner
                        fmt::format("{} and has the same result", found));
         return;
     }
-    const bool is_longer = is_name_list(line.row->type) && winner.value.size() < line.value.size();
+    if (line.row->type == DFD_KEY_FAN_SPEEDLVL_CONVERT) {
+        check.at_value("level-same-value", line,
+                       fmt::format("level {} has the value of level {} ({}): it can be set, but is "
+                                   "read back as level {}",
+                                   line.index1, winner.index1, check.place(winner), winner.index1));
+        return;
+    }
+    const bool is_longer = winner.value.size() < line.value.size();
     check.at_value("conversion-shadowed", line,
                    fmt::format("never found: {} and gives {}, not {}{}", found, winner.index1,
                                line.index1, is_longer ? "; put the longer text first" : ""));

@@ -93,6 +93,7 @@ constexpr std::array kRules = {
     Rule{"led-value-wide", warning, kBoard, "A register value fits the field that drives the LED", "leds"},
     Rule{"led-without-control", warning, kBoard, "A table of values belongs to an LED", "leds"},
     Rule{"led-without-table", error, kBoard, "An LED needs the register values of its states", "leds"},
+    Rule{"level-same-value", warning, kLine, "Of two levels with one value the first is read back", "fans"},
     Rule{"levels-one-way", warning, kBoard, "Levels that are converted when set should be when read", "fans"},
     Rule{"levels-without-values", error, kBoard, "Speed levels are looked up in a table", "fans"},
     Rule{"line-too-long", error, kLine, "A line over 255 bytes is read as several", "format"},

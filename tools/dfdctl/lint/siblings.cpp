@@ -18,6 +18,8 @@ namespace dfdctl::lint {
 
 namespace {
 
+/// Numbered, but no row of equal units.
+constexpr std::array<std::uint32_t, 2> kUnlike = {DFD_KEY_CPLD_VERSION, DFD_KEY_E2_WRITE_PROTECT};
 /// So many others have to agree.
 constexpr std::size_t kLeastOthers = 3;
 /// Stands for a member that has no effect.
@@ -115,7 +117,8 @@ void check_siblings(Check &check) {
     std::map<Row, std::vector<Unit>> rows;
     for (const Item &item : configured(check, Kind::info_ctrl)) {
         const auto &ctrl = *record_of<info_ctrl_t>(item);
-        if (is_hardware_mode(ctrl.mode) && !is_place_only(item)) {
+        const bool is_row = std::ranges::find(kUnlike, item.type->type) == kUnlike.end();
+        if (is_row && is_hardware_mode(ctrl.mode) && !is_place_only(item)) {
             rows[row_of(item, ctrl)].push_back({item, traits_of(check, item, ctrl)});
         }
     }
