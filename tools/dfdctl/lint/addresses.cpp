@@ -120,6 +120,40 @@ void check_buses(Check &check) {
     }
 }
 
+bool is_register_source(const info_ctrl_t &ctrl) {
+    return is_hardware_mode(ctrl.mode) &&
+           (ctrl.src == INFO_SRC_LOCALBUS || ctrl.src == INFO_SRC_I2C);
+}
+
+/// Items without a register on devices where others have one: a chip may have one register only.
+void check_missing_registers(Check &check) {
+    using Place = std::tuple<std::string_view, std::uint32_t>;
+    const auto place_of = [](const info_ctrl_t &ctrl) {
+        return Place(ctrl.fpath, ctrl.src == INFO_SRC_I2C ? ctrl.addr : 0);
+    };
+    std::set<Place> have_registers;
+    std::vector<Item> without;
+    for (const Item &item : configured(check, Kind::info_ctrl)) {
+        const auto &ctrl = *record_of<info_ctrl_t>(item);
+        if (!is_register_source(ctrl) || is_place_only(item)) {
+            continue;
+        }
+        if (is_set(check, item, kRegOffset)) {
+            have_registers.insert(place_of(ctrl));
+        } else {
+            without.push_back(item);
+        }
+    }
+    for (const Item &item : without) {
+        if (have_registers.contains(place_of(*record_of<info_ctrl_t>(item)))) {
+            check.at_item("register-missing", item.key(),
+                          fmt::format("{} has no .reg_offset, as others of this device have: "
+                                      "register 0 is accessed",
+                                      item.name()));
+        }
+    }
+}
+
 /// Units of these types share a register on many boards: one mask for a group of sources, one speed
 /// for all rotors, one LED or one protection for all units, switches of two cards in one.
 constexpr std::array<std::uint32_t, 9> kShared = {
@@ -241,6 +275,7 @@ void check_images(Check &check) {
 
 void check_addresses(Check &check) {
     check_buses(check);
+    check_missing_registers(check);
     check_images(check);
     for (const auto &[device, claims] : claims_of(check)) {
         check_registers(check, device, claims);

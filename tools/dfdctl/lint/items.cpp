@@ -237,12 +237,6 @@ constexpr std::array kMemberRules = {
         },
         "a register of an I2C device is one byte: the upper bits are cut, another register is "
         "accessed"},
-    MemberRule{"register-missing", kRegOffset,
-               [](const Seen &s) {
-                   // Many an I2C chip has one register only.
-                   return s.is_hardware(INFO_SRC_LOCALBUS) && !s.sets(kRegOffset);
-               },
-               "no .reg_offset: register 0 is accessed"},
     MemberRule{"path-missing", kFpath, has_no_path,
                "without .fpath no device is opened: every read fails (-7)"},
     MemberRule{"path-relative", kFpath, is_relative,

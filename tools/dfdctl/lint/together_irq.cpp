@@ -22,6 +22,7 @@ constexpr std::uint32_t kBits = 8;
 constexpr std::uint32_t kByteBits = 8;
 constexpr std::uint32_t kByte = 0xFF;
 constexpr int kIrqType = 0;
+constexpr int kControllerMembers = 3;
 constexpr int kMaxControllers = 5;
 
 struct Source {
@@ -184,6 +185,25 @@ void check_controllers(Check &check) {
     }
 }
 
+/// The flags say how status bits look and how they are cleared: 0 has a meaning.
+void check_flags(Check &check) {
+    for (const Item &item : configured(check, DFD_KEY_IRQ_CTRL_INFO)) {
+        std::string missing;
+        for (int member = 0; member < kControllerMembers; ++member) {
+            if (!is_set(check, item, member)) {
+                missing +=
+                    fmt::format("{}{}", missing.empty() ? "" : ", ", irq_ctrl_mem_str[member]);
+            }
+        }
+        if (!missing.empty()) {
+            check.at_item("irq-member-missing", item.key(),
+                          fmt::format("{} has no {}: such a flag is 0; write it, also when that is "
+                                      "meant",
+                                      item.name(), missing));
+        }
+    }
+}
+
 }  // namespace
 
 void check_irq_sources(Check &check) {
@@ -193,6 +213,7 @@ void check_irq_sources(Check &check) {
     }
     check_levels(check);
     check_controllers(check);
+    check_flags(check);
 }
 
 void check_irq_masks(Check &check) {
