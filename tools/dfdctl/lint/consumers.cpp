@@ -31,7 +31,9 @@ constexpr std::array kMeanings = {
     Meaning{"]  format[", kFrmt, "a number is bit, byte, num_bytes, num_str or num_buf"},
     Meaning{"] format[", kFrmt, "only bit, byte, num_bytes and num_buf can be written"},
     Meaning{"] ctrl mode[", kMode, "only mode config can be written"},
-    Meaning{"] mode[", kMode, "bytes and texts are read in mode config only"},
+    Meaning{"] mode[", kMode,
+            "bytes and texts are read in mode config, or from an EEPROM in a layout that the "
+            "function knows"},
     Meaning{"process function is null", kFrmt,
             "the function does not convert bytes itself: write bit, byte, num_bytes or num_str"},
     Meaning{", error.", kLen, "the function cannot convert this number of bytes"},
