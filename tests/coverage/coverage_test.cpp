@@ -236,16 +236,29 @@ TEST(Coverage, FindsWhatIsMissingDeepInsideAFunction) {
     }
 }
 
-TEST(Coverage, MissesTheSlotOfThisCard) {
-    const Board board("demo");
-    const std::string path = "etc/cfg/dfd/cfg_file/cm8_slots.cfg";
-    std::string config = tools_test::read_file(board.file(path));
-    for (std::size_t at = 0; (at = config.find("\nmy_slotid.", at)) != std::string::npos;) {
-        config.insert(at + 1, "#");
+TEST(Coverage, NamesTheItemThatIsMissingNotOneThatIsThere) {
+    const struct {
+        const char *file;
+        const char *item;  // that is taken out
+        const char *cell;
+        const char *missing;
+    } kCases[] = {
+        {"cm8_slots.cfg", "\nmy_slotid.", "drv_get_my_slotid {}", "my_slotid"},
+        {"cm8_power.cfg", "\npower_out_current.", "drv_get_power_osupply {\"supply\":2}",
+         "power_out_current 2"},
+    };
+    for (const auto &each : kCases) {
+        const Board board("demo");
+        const std::string path = std::string("etc/cfg/dfd/cfg_file/") + each.file;
+        std::string config = tools_test::read_file(board.file(path));
+        for (std::size_t at = 0; (at = config.find(each.item, at)) != std::string::npos;) {
+            config.insert(at + 1, "#");
+        }
+        tools_test::write_file(board.file(path), config);
+        const json cell = cells(report(root_of(board))).at(each.cell);
+        EXPECT_EQ(cell.at("state"), "not configured") << each.cell;
+        EXPECT_EQ(cell.at("missing"), std::vector<std::string>{each.missing}) << each.cell;
     }
-    tools_test::write_file(board.file(path), config);
-    EXPECT_EQ(cells(report(root_of(board))).at("drv_get_my_slotid {}").at("missing"),
-              std::vector<std::string>{"my_slotid"});
 }
 
 TEST(Coverage, RequiresWhatIsEssentialAndStrictlyAllThatSomeUnitsHave) {

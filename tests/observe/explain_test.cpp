@@ -42,6 +42,8 @@ TEST(Explain, OfflineAFunctionOrAnItem) {
         {"drv_get_power_temp 1 --answer 'power_temp 1=2042'", 0, {"Result then: -6 C\n"}},
         {"dfd_set_card_temp_cfg 0 3", 3, {"65535 3: not configured, no line can have this index"}},
         {"drv_get_fan_status 9", 3, {"fan_state 9: not configured", "Result then: -6"}},
+        // -1, not -6
+        {"drv_get_power_osupply 9", 3, {"Because power_out_voltage 9 is not configured."}},
         {"drv_get_fan_type 2", 0, {"looks up \"FT2-F\" in the items fan_name: 17"}},
         {"drv_get_card_temp 1 1", 0, {"my_slotid = 0", "card_temp_ctrl 0 1", "value 1 C"}},
         {"drv_set_fan_speed_level 1 1 2",

@@ -288,8 +288,10 @@ class Judge {
             return event.kind == Event::Kind::lookup && event.found && !says_where(event.key);
         });
         const bool declines = cell_.result == DFD_ERR_NOT_SUPPORTED;
-        if (declines || last == events.rend()) {
+        const bool lacks = std::any_of(events.begin(), events.end(), is_missing);
+        if (declines || lacks || last == events.rend()) {
             cell_.state = State::not_configured;
+            note_missing(deepest());
             note_missing_place();
             return;
         }

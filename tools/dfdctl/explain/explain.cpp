@@ -165,13 +165,12 @@ std::string Explanation::reason() const {
 }
 
 std::string Explanation::cause_of_failure() const {
-    if (seen.result == DFD_ERR_NOT_SUPPORTED) {
-        const Event *missing = last_event(seen, [](const Event &event) {
-            return event.kind == Event::Kind::lookup && !event.found;
-        });
-        if (missing != nullptr) {
-            return item_of_key(missing->key).name() + " is not configured";
-        }
+    const Event *missing = last_event(
+        seen, [](const Event &event) { return event.kind == Event::Kind::lookup && !event.found; });
+    const std::string lack =
+        missing != nullptr ? item_of_key(missing->key).name() + " is not configured" : "";
+    if (seen.result == DFD_ERR_NOT_SUPPORTED && !lack.empty()) {
+        return lack;
     }
     const Event *engine = last_event(seen, [](const Event &event) {
         return event.kind == Event::Kind::engine && event.result < 0;
@@ -181,7 +180,7 @@ std::string Explanation::cause_of_failure() const {
     }
     const Event *transfer = last_event(seen, is_failed_transfer);
     if (transfer == nullptr) {
-        return {};
+        return lack;
     }
     return transfer->via == dfd::watch::Via::i2c
                ? fmt::format("{} address 0x{:02x} does not answer", transfer->text, transfer->addr)
