@@ -121,6 +121,7 @@ TEST(Lint, FaultsLeaveStandardOutputEmpty) {
         {"--board 0x3x", "'0x3x' is no board type"},
         {"no-such.cfg", "cannot read 'no-such.cfg': No such file or directory"},
         {"lines", "'lines' is a directory"},
+        {"/dev/zero", "'/dev/zero' is a device"},
         {"lines/names.cfg --root files", "without --root and --board"},
         {"--allow tabs lines/names.cfg", "'tabs' is no rule, did you mean 'tab'?"},
         {"--json --sarif lines/names.cfg", "choose one"},
