@@ -23,7 +23,7 @@ struct CodeMeaning {
 constexpr std::array kCodes = {
     CodeMeaning{DFD_ERR, "not found, cannot be opened or parsed, or not possible"},
     CodeMeaning{DFD_ERR_CONFLICT, "something else is already installed"},
-    CodeMeaning{DFD_ERR_UNUSABLE, "the item is there but does not fit the operation"},
+    CodeMeaning{DFD_ERR_UNUSABLE, "the item, or an argument, does not fit the operation"},
     CodeMeaning{DFD_ERR_NOT_SUPPORTED, "not configured: the board lacks the feature"},
     CodeMeaning{DFD_ERR_IO, "a hardware read or write failed"},
     CodeMeaning{DFD_ERR_ARG, "an argument, or a length that the function cannot use"},
