@@ -8,6 +8,7 @@
 
 #include "common/nearest.hpp"
 #include "dfdctl/lint/lint.hpp"
+#include "dfdctl/lint/run.hpp"
 
 namespace reference {
 
@@ -111,25 +112,12 @@ std::string key_index(const KeyIndex &index) {
     return text;
 }
 
-std::string_view severity_name(dfdctl::lint::Severity severity) {
-    using dfdctl::lint::Severity;
-    switch (severity) {
-        case Severity::error:
-            return "error";
-        case Severity::warning:
-            return "warning";
-        case Severity::note:
-            return "note";
-    }
-    return "";
-}
-
 std::string rule_table(const Page &page) {
     std::string rows;
     for (const dfdctl::lint::Rule &rule : dfdctl::lint::rules()) {
         if (rule.page == page.name()) {
-            rows += fmt::format("| `{}` | {} | {} |\n", rule.id, severity_name(rule.severity),
-                                rule.rationale);
+            rows += fmt::format("| `{}` | {} | {} |\n", rule.id,
+                                dfdctl::lint::severity_word(rule.severity), rule.rationale);
         }
     }
     return rows.empty() ? "No rule is about this page alone.\n"
@@ -140,7 +128,8 @@ std::string all_rules() {
     std::string text = "| Rule | Severity | Why | Page |\n|---|---|---|---|\n";
     for (const dfdctl::lint::Rule &rule : dfdctl::lint::rules()) {
         text += fmt::format("| `{}` | {} | {} | [{}]({}.md) |\n", rule.id,
-                            severity_name(rule.severity), rule.rationale, rule.page, rule.page);
+                            dfdctl::lint::severity_word(rule.severity), rule.rationale, rule.page,
+                            rule.page);
     }
     return text;
 }

@@ -3,9 +3,9 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <charconv>
-#include <vector>
+
+#include "common/nearest.hpp"
 
 namespace vchassis {
 
@@ -13,23 +13,6 @@ namespace {
 
 constexpr int kHexBase = 16;
 constexpr int kDecimalBase = 10;
-
-std::size_t edit_distance(std::string_view a, std::string_view b) {
-    std::vector<std::size_t> row(b.size() + 1);
-    for (std::size_t j = 0; j <= b.size(); ++j) {
-        row[j] = j;
-    }
-    for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::size_t diagonal = row[0];
-        row[0] = i;
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            const std::size_t replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-            diagonal = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, replaced});
-        }
-    }
-    return row.back();
-}
 
 }  // namespace
 
@@ -53,7 +36,7 @@ std::string nearest(std::string_view word, const std::set<std::string> &candidat
     std::size_t best = word.size() * 2 / 3 + 1;
     std::string found;
     for (const std::string &candidate : candidates) {
-        const std::size_t distance = edit_distance(word, candidate);
+        const std::size_t distance = dfd_tools::edit_distance(word, candidate);
         if (distance < best) {
             best = distance;
             found = candidate;

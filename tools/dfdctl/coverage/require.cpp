@@ -256,9 +256,11 @@ Gaps find_gaps(std::span<const Cell> cells, const Demand &demand) {
             if (cell->state == State::answers) {
                 continue;
             }
-            if (call->is_essential || cell->state == State::unusable) {
+            const bool is_uneven = answers && are_alike(first_index(*call));
+            if (call->is_essential || cell->state == State::unusable ||
+                (is_uneven && call->is_polled)) {
                 missing.add(*call, gap_of(*cell));
-            } else if (answers && are_alike(first_index(*call))) {
+            } else if (is_uneven) {
                 uneven.add(*call, gap_of(*cell));
             }
         }

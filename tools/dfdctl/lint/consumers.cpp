@@ -112,9 +112,13 @@ void check_conversion(Check &check, const Item &item, std::span<const Use> uses)
     const auto converts = [](const Use &use) {
         return is_read(use) && use.op != Op::get_buf && use.has_processor;
     };
+    // A device that speaks in bytes is not meant to be read as they stand; the kinds of sensors
+    // have a rule of their own.
+    const bool is_device = record_of<info_ctrl_t>(item)->src == INFO_SRC_I2C &&
+                           item.type->type != DFD_KEY_CARD_TEMP_CTRL;
     if (is_plain && std::ranges::any_of(uses, converts)) {
         check.at_member(
-            "conversion-unused", item.key(), kFrmt,
+            is_device ? "device-unconverted" : "conversion-unused", item.key(), kFrmt,
             fmt::format("{}: what {} makes of the bytes counts with .frmt=num_buf; in this "
                         "format the number is handed on as it is",
                         item.name(), names_of(uses, converts)));

@@ -2,6 +2,7 @@
 // Fan trays and their rotors.
 #include <dfd/keys.h>
 #include <dfd/records.h>
+#include <algorithm>
 #include <array>
 #include <optional>
 
@@ -95,28 +96,38 @@ void check_rotors(Check &check) {
     }
 }
 
-/// With a lowest speed the state of a tray is judged by its rotors.
+/// Whether the level of each rotor that is watched can be told.
+bool has_all_levels(Check &check, std::uint32_t tray) {
+    const std::vector<Item> speeds = configured(check, DFD_KEY_FAN_REAL_SPEED);
+    return std::all_of(speeds.begin(), speeds.end(), [tray](const Item &speed) {
+        return speed.index1 != tray || has(DFD_KEY_GET_FAN_CFG_SPEED, tray, speed.index2);
+    });
+}
+
+/// With a lowest speed the state of a tray is judged by its rotors; where the level of a slow one
+/// cannot be told, the failure flag decides.
 void check_floor(Check &check) {
     if (!has(DFD_KEY_FAN_SPEED_FLOOR)) {
         return;
     }
     for (const Item &item : configured(check, DFD_KEY_FAN_REAL_SPEED)) {
-        if (!has(DFD_KEY_GET_FAN_CFG_SPEED, item.index1, item.index2)) {
+        if (!has(DFD_KEY_GET_FAN_CFG_SPEED, item.index1, item.index2) &&
+            !has(DFD_KEY_FAN_FAIL_STATUS, item.index1)) {
             check.at_item("floor-without-level", item.key(),
-                          fmt::format("{} is compared with fan_speed_floor, but no {}: when the "
-                                      "rotor is too slow, the state of the tray fails (-6) in the "
-                                      "place of 'failed'",
+                          fmt::format("{} is compared with fan_speed_floor, but no {}: a rotor "
+                                      "that is too slow does not fail the tray",
                                       item.name(),
                                       as_written(item_of(DFD_KEY_GET_FAN_CFG_SPEED, item.index1,
                                                          item.index2))));
         }
     }
     for (const Item &item : configured(check, DFD_KEY_FAN_FAIL_STATUS)) {
-        check.at_item(
-            "fan-fail-unread", item.key(),
-            fmt::format("{} is never read: with fan_speed_floor a tray fails by the speed "
-                        "of its rotors only",
-                        item.name()));
+        if (has_all_levels(check, item.index1)) {
+            check.at_item("fan-fail-unread", item.key(),
+                          fmt::format("{} is hardly ever read: with fan_speed_floor the speed of "
+                                      "its rotors tells whether a tray has failed",
+                                      item.name()));
+        }
     }
 }
 
