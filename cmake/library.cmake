@@ -61,6 +61,7 @@ foreach(objects dfd_objects dfd_plain_objects dfd_watched_objects)
   target_link_libraries(${objects} PRIVATE dfd_library_warnings dfd_sanitizers)
   set_target_properties(${objects} PROPERTIES
     POSITION_INDEPENDENT_CODE ON
+    UNITY_BUILD OFF
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON)
   if(DFD_SANITIZE)

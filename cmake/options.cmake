@@ -1,4 +1,12 @@
 # SPDX-License-Identifier: MIT
+# Presets that build everything compile the files of a tool or test together (CMAKE_UNITY_BUILD):
+# most of their time goes into headers. Files whose own names clash are left out of that, and so is
+# the library, whose files each say which module they log for.
+set(CMAKE_UNITY_BUILD_BATCH_SIZE 12)
+function(dfd_compile_alone)
+  set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+endfunction()
+
 # Interface targets: `dfd_library_warnings` for the library, `dfd_warnings` for everything else,
 # `dfd_sanitizers` for all that may run sanitized (the preload library may not: a sanitizer's start-up
 # calls the functions that it replaces).
@@ -11,6 +19,8 @@ add_library(dfd_warnings INTERFACE)
 target_link_libraries(dfd_warnings INTERFACE dfd_library_warnings)
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
   target_compile_options(dfd_warnings INTERFACE
+    # Nor does it see, in files that are compiled together, that a class is of one file only.
+    -Wno-subobject-linkage
     -Wno-restrict -Wno-array-bounds -Wno-stringop-overflow -Wno-stringop-overread)
 endif()
 

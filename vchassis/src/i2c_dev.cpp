@@ -15,7 +15,6 @@ constexpr std::size_t kMaxMessages = I2C_RDWR_IOCTL_MAX_MSGS;
 constexpr std::size_t kMaxLength = 8192;
 constexpr std::uintptr_t kSevenBitMax = 0x7f;
 constexpr std::uintptr_t kTenBitMax = 0x3ff;
-constexpr unsigned kByteBits = 8;
 // What a plain adapter can do; packet error checking and host notify are not among it.
 constexpr unsigned long kFunctions = I2C_FUNC_I2C | I2C_FUNC_NOSTART | I2C_FUNC_SMBUS_QUICK |
                                      I2C_FUNC_SMBUS_BYTE | I2C_FUNC_SMBUS_BYTE_DATA |

@@ -14,12 +14,10 @@ namespace vchassis {
 
 namespace {
 
-constexpr Range kByte{0, 0xff};
 constexpr Range kAddress{0, 0xffffff};
 constexpr Range kBit{0, 7};
 constexpr Range kMask{1, 0xff};
 constexpr Range kBitValue{0, 1};
-constexpr unsigned kByteBits = 8;
 constexpr std::size_t kPointerAt = 0;
 constexpr std::size_t kPointerSize = 4;
 constexpr std::size_t kUntilAt = 8;

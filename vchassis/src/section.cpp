@@ -12,8 +12,6 @@ namespace vchassis {
 
 namespace {
 
-constexpr Range kByte{0, 0xff};
-
 }  // namespace
 
 Section::Section(std::string file, std::string title, Mark mark)

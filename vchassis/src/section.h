@@ -39,6 +39,10 @@ struct Range {
     std::int64_t low = 0;
     std::int64_t high = 0;
 };
+inline constexpr Range kByte{0, 0xff};
+
+inline constexpr unsigned kByteBits = 8;
+inline constexpr std::uint64_t kUsPerMs = 1000;
 
 class Section {
   public:

@@ -13,9 +13,7 @@ constexpr std::int64_t kDefaultWriteMs = 5;
 constexpr Range kSizes{1, 0x10000};
 constexpr Range kWriteMs{0, 10000};
 constexpr Range kOffsetBytes{1, 2};
-constexpr std::uint64_t kUsPerMs = 1000;
 constexpr std::uint8_t kErased = 0xff;
-constexpr unsigned kByteBits = 8;
 
 }  // namespace
 

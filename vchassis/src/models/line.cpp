@@ -8,7 +8,6 @@ namespace vchassis {
 namespace {
 
 constexpr Range kDelays_ms{0, 3'600'000};
-constexpr std::uint64_t kUsPerMs = 1000;
 
 // What the line remembers, as bits of the scratch's pointer.
 constexpr std::uint32_t kSettledBefore = 1;

@@ -15,7 +15,6 @@ constexpr const char *kNames[kRegisters] = {"temperature", "configuration", "hys
 constexpr unsigned kRegisterBytes = 2;
 constexpr unsigned kPointerMask = kRegisters - 1;
 constexpr unsigned kWordBits = 16;
-constexpr unsigned kByteBits = 8;
 constexpr double kStepsPerDegree = 256;
 constexpr double kLowestC = -128;
 constexpr double kHighestC = 127.9375;

@@ -21,12 +21,10 @@ constexpr std::uint8_t kLastStatus = 0x81;
 constexpr std::uint8_t kLastReadOnly = 0x9f;
 constexpr std::size_t kCommands = 256;
 constexpr std::size_t kWordBytes = 2;
-constexpr unsigned kByteBits = 8;
 constexpr std::uint8_t kIdleBus = 0xff;
 
 constexpr Range kExponents{-16, 15};
 constexpr std::int64_t kDefaultVoutExponent = -9;
-constexpr Range kByte{0, 0xff};
 constexpr Range kWord{0, 0xffff};
 
 // A command code or its name.

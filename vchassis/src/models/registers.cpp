@@ -12,7 +12,6 @@ namespace {
 constexpr std::int64_t kDefaultSize = 256;
 constexpr Range kSpaceSizes{1, 0x100000};
 constexpr Range kSlaveSizes{1, 256};
-constexpr Range kByte{0, 0xff};
 constexpr std::uint8_t kAllBits = 0xff;
 
 // A mask, or `true` for all bits.

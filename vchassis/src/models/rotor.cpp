@@ -11,7 +11,6 @@ namespace {
 
 constexpr Range kFullSpeeds_rpm{1, 0xffff};
 constexpr std::uint32_t kFullSetting = 0xff;
-constexpr unsigned kByteBits = 8;
 constexpr std::uint32_t kSpeedBytes = 2;
 
 Link link_of(const Section &section, const std::string &key, std::uint32_t width, unsigned index) {

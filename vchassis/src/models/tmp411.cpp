@@ -53,7 +53,6 @@ constexpr std::size_t kSize = 256;
 constexpr std::uint8_t kExtendedBit = 0x04;
 constexpr int kExtendedOffset = 64;
 constexpr int kByteMax = 0xff;
-constexpr unsigned kByteBits = 8;
 constexpr double kStepsPerDegree = 256;
 // Twelve bits are wired: 1/16 degree.
 constexpr unsigned kUnwired = 0x0f;
