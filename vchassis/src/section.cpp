@@ -10,9 +10,7 @@
 
 namespace vchassis {
 
-namespace {
-
-}  // namespace
+namespace {}  // namespace
 
 Section::Section(std::string file, std::string title, Mark mark)
     : file_(std::move(file)), title_(std::move(title)), mark_(mark) {}
