@@ -10,8 +10,6 @@
 
 namespace vchassis {
 
-namespace {}  // namespace
-
 Section::Section(std::string file, std::string title, Mark mark)
     : file_(std::move(file)), title_(std::move(title)), mark_(mark) {}
 
