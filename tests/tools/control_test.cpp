@@ -88,6 +88,39 @@ TEST(Control, WhatDisturbsTrafficNeedsAYes) {
     EXPECT_EQ(control(board, "fan speed 1 2").status, 0) << "the speed that it has already";
 }
 
+TEST(Control, AsksAtATerminal) {
+    const Board board("demo");
+    const auto answer = [&board](const char *word) {
+        return run(
+            fmt::format("printf '{}\\n' | script -qec '{}/vchassis run {} -- {}/dfdctl slot "
+                        "power 3 off' /dev/null",
+                        word, BUILD_DIR, board.file("").string(), BUILD_DIR));
+    };
+    const Result no = answer("n");
+    EXPECT_EQ(no.status, 2);
+    EXPECT_THAT(no.out, HasSubstr("slot 3 will go down"));
+    EXPECT_THAT(no.out, HasSubstr("nothing was done"));
+    const Result yes = answer("y");
+    EXPECT_EQ(yes.status, 0);
+    EXPECT_THAT(yes.out, HasSubstr("power of slot 3: 1 (on) -> 0 (off)"));
+}
+
+TEST(Control, ResetsThePeerAndWaitsForIt) {
+    const Board board("demo");
+    const std::string trace = board.file("trace").string();
+    const Result result =
+        run_tool(fmt::format("vchassis run --trace={} {} -- {}/dfdctl master reset --yes", trace,
+                             board.file("").string(), BUILD_DIR));
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out, "peer master board: reset\n");
+    const std::string accesses = read_file(trace);
+    const std::size_t pulled = accesses.find("write /dev/cpld0 @0x000a [01]");
+    const std::size_t released = accesses.find("write /dev/cpld0 @0x000a [00]", pulled);
+    ASSERT_NE(released, std::string::npos) << accesses;
+    EXPECT_THAT(accesses.substr(pulled, released - pulled), HasSubstr("read /dev/cpld0 @0x0008"))
+        << "the state of the peer is watched while its reset is pulled";
+}
+
 TEST(Control, WhatCannotBeDoneSaysWhy) {
     struct Case {
         const char *arguments;
