@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// dfdctl: looks at a board through the library's public interface.
+// dfdctl: looks at a board with the library, and at its configuration without hardware.
 #include <CLI/CLI.hpp>
 #include <exception>
 #include <span>

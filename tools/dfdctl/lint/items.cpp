@@ -6,13 +6,13 @@
 #include <dfd/keys.h>
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <cstring>
 #include <set>
 
 #include "dfdctl/lint/consumers.hpp"
 #include "dfdctl/lint/survey.hpp"
 #include "dfdctl/lint/uses.hpp"
+#include "dfdctl/observe/recorder.hpp"
 
 #include <fmt/format.h>
 
@@ -35,7 +35,7 @@ int convert(std::uint8_t * /*bytes*/, int /*count*/, int *value) {
 /// The engine with every transfer answered, and what it says when it refuses.
 class Engine {
   public:
-    Engine() : log_(open_memstream(&text_, &size_)), outer_out_(stdout), outer_debug_(dfd_debug) {
+    Engine() : watching_(hooks_) {
         hooks_.answer = [](void * /*context*/, const dfd::watch::Transfer &transfer, int *result) {
             if (!transfer.is_write && transfer.data != nullptr) {
                 std::memset(transfer.data, 0, transfer.len);
@@ -44,49 +44,31 @@ class Engine {
             return true;
         };
         hooks_.pause = [](void * /*context*/, unsigned /*us*/) { return true; };
-        outer_hooks_ = dfd::watch::hooks;
-        dfd::watch::hooks = &hooks_;
-        dfd_debug = DFD_DEBUG_ERR;
-        stdout = log_;
+        dfd_debug = DFD_DEBUG_ERR;  // the capture puts it back
     }
-    ~Engine() {
-        stdout = outer_out_;
-        dfd_debug = outer_debug_;
-        dfd::watch::hooks = outer_hooks_;
-        std::fclose(log_);
-        std::free(text_);
-    }
-    Engine(const Engine &) = delete;
-    Engine &operator=(const Engine &) = delete;
 
     bool reads_number(std::uint32_t key) {
-        std::rewind(log_);
+        begin_ = log_.size();
         int value = 0;
         return dfd_info_get_int(key, &value, convert) >= DFD_OK;
     }
     bool reads_buffer(std::uint32_t key) {
-        std::rewind(log_);
+        begin_ = log_.size();
         std::array<char, kMaxBytes> buffer{};
         return dfd_info_get_buf(key, buffer.data(), kMaxBytes, nullptr) >= DFD_OK;
     }
     bool writes(std::uint32_t key) {
-        std::rewind(log_);
+        begin_ = log_.size();
         return dfd_info_set_int(key, 0) >= DFD_OK;
     }
     /// Of the last call.
-    std::string said() {
-        std::fflush(log_);
-        return {text_, size_};
-    }
+    std::string said() const { return log_.text(begin_); }
 
   private:
-    char *text_ = nullptr;
-    std::size_t size_ = 0;
-    std::FILE *log_;
-    std::FILE *outer_out_;
-    std::uint32_t outer_debug_;
-    const dfd::watch::Hooks *outer_hooks_;
+    observe::LogCapture log_;
+    std::size_t begin_ = 0;
     dfd::watch::Hooks hooks_;
+    Watching watching_;
 };
 
 struct Seen {

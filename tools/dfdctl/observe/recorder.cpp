@@ -53,9 +53,9 @@ LogCapture::~LogCapture() {
     std::free(buffer_);
 }
 
-std::string LogCapture::text() const {
+std::string LogCapture::text(std::size_t from) const {
     std::fflush(stream_);
-    return std::string(buffer_, size_);
+    return std::string(buffer_ + from, size_ - from);
 }
 
 std::size_t LogCapture::size() const {

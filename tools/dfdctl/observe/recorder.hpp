@@ -16,7 +16,8 @@ class LogCapture {
     LogCapture(const LogCapture &) = delete;
     LogCapture &operator=(const LogCapture &) = delete;
 
-    std::string text() const;
+    /// What was printed, from a size() on.
+    std::string text(std::size_t from = 0) const;
     std::size_t size() const;
 
   private:
