@@ -9,8 +9,8 @@
 #include <fstream>
 #include <functional>
 
+#include "dfdctl/board/offline.hpp"
 #include "dfdctl/lint/run.hpp"
-#include "dfdctl/offline.hpp"
 #include "framework/dfd_lib_cfg/module.h"
 
 #include <fmt/format.h>

@@ -5,9 +5,9 @@
 #include <span>
 
 #include "common/nearest.hpp"
+#include "dfdctl/board/start.hpp"
 #include "dfdctl/command.hpp"
-#include "dfdctl/control.hpp"
-#include "dfdctl/startup.hpp"
+#include "dfdctl/control/controls.hpp"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

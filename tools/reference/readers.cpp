@@ -4,8 +4,8 @@
 #include <dfd/framework.h>
 #include <algorithm>
 
+#include "dfdctl/board/offline.hpp"
 #include "dfdctl/observe/board_use.hpp"
-#include "dfdctl/offline.hpp"
 
 namespace reference {
 
@@ -72,7 +72,7 @@ Readers::Readers(const std::filesystem::path &boards) {
 }
 
 void Readers::observe(const std::string &root, int board_type, int chassis_type) {
-    const dfdctl::StartupLog log = dfdctl::load_offline(
+    const dfdctl::LoadRecord log = dfdctl::load_offline(
         {.root = root, .board_type = board_type, .chassis_type = chassis_type});
     const dfdctl::observe::Observer observer(log);
     const dfdctl::observe::Units units(log);

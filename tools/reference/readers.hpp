@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "dfdctl/keys.hpp"
+#include "dfdctl/board/keys.hpp"
 
 namespace reference {
 

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "dfdctl/keys.hpp"
+#include "dfdctl/board/keys.hpp"
 #include "reference/page.hpp"
 #include "reference/readers.hpp"
 

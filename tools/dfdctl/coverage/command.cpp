@@ -4,8 +4,8 @@
 
 #include <memory>
 
+#include "dfdctl/board/keys.hpp"
 #include "dfdctl/coverage/report.hpp"
-#include "dfdctl/keys.hpp"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -54,7 +54,7 @@ std::optional<int> chassis_of(const Arguments &arguments, const std::string &roo
 }
 
 /// A board that does not load has no coverage.
-void check_loaded(const BoardPlace &place, const StartupLog &log, int result) {
+void check_loaded(const BoardPlace &place, const LoadRecord &log, int result) {
     for (const ConfigFile &file : log.files) {
         if (file.failed() && file.opened) {
             throw UsageError(fmt::format("{}{}:{}: {} ('dfdctl lint' says more)", place.root,

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 
+#include "dfdctl/board/describe.hpp"
+#include "dfdctl/board/keys.hpp"
 #include "dfdctl/coverage/report.hpp"
-#include "dfdctl/describe.hpp"
-#include "dfdctl/keys.hpp"
 #include "dfdctl/output.hpp"
 
 #include <fmt/format.h>
@@ -14,7 +14,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-Json refusal_json(const Cell &cell, const StartupLog &log) {
+Json refusal_json(const Cell &cell, const LoadRecord &log) {
     if (!cell.refusal.has_value()) {
         return nullptr;
     }

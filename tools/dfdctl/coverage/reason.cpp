@@ -5,8 +5,8 @@
 #include <dfd/types.h>
 #include <string_view>
 
-#include "dfdctl/describe.hpp"
-#include "dfdctl/keys.hpp"
+#include "dfdctl/board/describe.hpp"
+#include "dfdctl/board/keys.hpp"
 
 #include <fmt/format.h>
 

@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "dfdctl/boards.hpp"
+#include "dfdctl/board/find_boards.hpp"
 #include "dfdctl/coverage/cost.hpp"
 #include "dfdctl/coverage/require.hpp"
 #include "dfdctl/coverage/survey.hpp"
@@ -14,7 +14,7 @@ namespace dfdctl::coverage {
 struct Report {
     BoardPlace place;
     std::optional<int> chassis_type;  ///< unset: there is no chassis file
-    StartupLog log;
+    LoadRecord log;
     std::vector<Cell> cells;
     Cost cost;
     std::uint32_t i2c_khz = 0;

@@ -5,9 +5,9 @@
 #include <map>
 
 #include "common/nearest.hpp"
+#include "dfdctl/board/keys.hpp"
 #include "dfdctl/command.hpp"
 #include "dfdctl/coverage/matrix.hpp"
-#include "dfdctl/keys.hpp"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

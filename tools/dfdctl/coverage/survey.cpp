@@ -5,8 +5,8 @@
 #include <dfd/keys.h>
 #include <algorithm>
 
+#include "dfdctl/board/keys.hpp"
 #include "dfdctl/coverage/reason.hpp"
-#include "dfdctl/keys.hpp"
 
 namespace dfdctl::coverage {
 

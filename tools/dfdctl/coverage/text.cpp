@@ -3,9 +3,9 @@
 #include <array>
 #include <map>
 
+#include "dfdctl/board/keys.hpp"
 #include "dfdctl/coverage/matrix.hpp"
 #include "dfdctl/coverage/report.hpp"
-#include "dfdctl/keys.hpp"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

@@ -2,7 +2,7 @@
 #include <dfd/records.h>
 #include <algorithm>
 
-#include "dfdctl/describe.hpp"
+#include "dfdctl/board/describe.hpp"
 #include "dfdctl/explain/interpret.hpp"
 #include "dfdctl/explain/layout.hpp"
 #include "dfdctl/explain/output.hpp"
@@ -42,7 +42,7 @@ std::string times_text(std::size_t times) {
 /// Prints one stage after another.
 class CallPrinter {
   public:
-    CallPrinter(std::FILE *out, const Explanation &explanation, const StartupLog &log)
+    CallPrinter(std::FILE *out, const Explanation &explanation, const LoadRecord &log)
         : out_(out), explanation_(explanation), log_(log) {}
 
     void stages() {
@@ -302,7 +302,7 @@ class CallPrinter {
 
     std::FILE *out_;
     const Explanation &explanation_;
-    const StartupLog &log_;
+    const LoadRecord &log_;
     int number_ = 0;
     std::vector<int> numbers_;
 };
@@ -347,7 +347,7 @@ void print_outcome(std::FILE *out, const Explanation &explanation) {
 
 }  // namespace
 
-void print_call(std::FILE *out, const Explanation &explanation, const StartupLog &log) {
+void print_call(std::FILE *out, const Explanation &explanation, const LoadRecord &log) {
     const observe::Call &call = *explanation.call;
     fmt::print(out, "{} ({}, {})\n\n", observe::text_of(call, explanation.args),
                observe::subsystem_name(call.subsystem), observe::does_name(call.does));
@@ -362,7 +362,7 @@ void print_call(std::FILE *out, const Explanation &explanation, const StartupLog
 }
 
 void print_reading(std::FILE *out, const Explanation &reading, const Item &item,
-                   const StartupLog &log) {
+                   const LoadRecord &log) {
     const bool is_engine = reading.call->does == observe::Does::bus;
     fmt::print(out, "\nAs {} reads it:\n",
                is_engine ? std::string(reading.call->name)

@@ -11,11 +11,11 @@
 #include <tuple>
 
 #include "common/nearest.hpp"
-#include "dfdctl/boards.hpp"
+#include "dfdctl/board/find_boards.hpp"
+#include "dfdctl/board/keys.hpp"
+#include "dfdctl/board/offline.hpp"
+#include "dfdctl/board/start.hpp"
 #include "dfdctl/explain/output.hpp"
-#include "dfdctl/keys.hpp"
-#include "dfdctl/offline.hpp"
-#include "dfdctl/startup.hpp"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -71,10 +71,10 @@ int chassis_of(const Arguments &arguments, const std::string &root) {
     return types.empty() ? 0 : types.front();
 }
 
-StartupLog load(const Arguments &arguments) {
+LoadRecord load(const Arguments &arguments) {
     const BoardPlace place = board_of(arguments);
     int result = 0;
-    StartupLog log = load_offline({.root = place.root,
+    LoadRecord log = load_offline({.root = place.root,
                                    .board_type = place.board_type,
                                    .chassis_type = chassis_of(arguments, place.root)},
                                   &result);
@@ -206,7 +206,7 @@ int exit_of(const Explanation &explanation) {
 /// One loaded board, and what is asked about it.
 class Session {
   public:
-    Session(const Options &options, const Arguments &arguments, const StartupLog &log)
+    Session(const Options &options, const Arguments &arguments, const LoadRecord &log)
         : options_(options),
           arguments_(arguments),
           log_(log),
@@ -335,7 +335,7 @@ class Session {
 
     const Options &options_;
     const Arguments &arguments_;
-    const StartupLog &log_;
+    const LoadRecord &log_;
     observe::Observer observer_;
     observe::Units units_;
 };
@@ -351,7 +351,7 @@ int explain_command(const Options &options, const Arguments &arguments) {
             "--read asks the hardware of this system: without --root, --board and "
             "--chassis");
     }
-    const StartupLog log = arguments.is_offline() ? load(arguments) : require_library(options).log;
+    const LoadRecord log = arguments.is_offline() ? load(arguments) : require_library(options).log;
     Session session(options, arguments, log);
     return is_item ? session.item() : session.call(*call);
 }

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <array>
 
-#include "dfdctl/facts.hpp"
+#include "dfdctl/board/facts.hpp"
 
 #include <fmt/format.h>
 
@@ -41,7 +41,7 @@ std::string member_name(const Item &item, int member) {
     }
 }
 
-std::string place_of(const Origin &origin, const StartupLog &log) {
+std::string place_of(const Origin &origin, const LoadRecord &log) {
     const std::string &path = log.files[origin.file].path;
     return fmt::format("{}:{}", path.substr(path.rfind('/') + 1), origin.line);
 }
@@ -86,7 +86,7 @@ Consumer consumer_of(const observe::Use &use, bool is_exact) {
 
 }  // namespace
 
-std::vector<MemberLine> member_lines(const Item &item, const StartupLog &log) {
+std::vector<MemberLine> member_lines(const Item &item, const LoadRecord &log) {
     const auto found = log.origins.find(item.key());
     if (found == log.origins.end()) {
         return {};

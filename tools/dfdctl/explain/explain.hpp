@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "dfdctl/keys.hpp"
+#include "dfdctl/board/keys.hpp"
 #include "dfdctl/observe/board_use.hpp"
 
 namespace dfdctl::explain {
@@ -19,7 +19,7 @@ struct MemberLine {
 };
 
 /// The lines of an item in the order of its members; empty when it is not configured.
-std::vector<MemberLine> member_lines(const Item &item, const StartupLog &log);
+std::vector<MemberLine> member_lines(const Item &item, const LoadRecord &log);
 
 /// What a call did with one item: consecutive events of its observation.
 struct Stage {

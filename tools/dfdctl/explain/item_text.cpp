@@ -54,7 +54,7 @@ void print_consumers(std::FILE *out, const std::vector<Consumer> &consumers) {
 
 }  // namespace
 
-void print_item(std::FILE *out, const ItemExplanation &explanation, const StartupLog &log) {
+void print_item(std::FILE *out, const ItemExplanation &explanation, const LoadRecord &log) {
     const Item &item = explanation.item;
     fmt::print(out, "{}\n", item.name());
     print_text(out, "kind",

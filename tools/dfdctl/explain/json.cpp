@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "dfdctl/describe.hpp"
+#include "dfdctl/board/describe.hpp"
 #include "dfdctl/explain/interpret.hpp"
 #include "dfdctl/explain/layout.hpp"
 #include "dfdctl/explain/output.hpp"
@@ -31,7 +31,7 @@ ordered_json text_or_null(std::string_view text) {
     return text.empty() ? ordered_json() : ordered_json(text);
 }
 
-ordered_json lines_json(const Item &item, const StartupLog &log) {
+ordered_json lines_json(const Item &item, const LoadRecord &log) {
     ordered_json lines = ordered_json::array();
     for (const MemberLine &line : member_lines(item, log)) {
         lines.push_back({{"member", text_or_null(line.member)},
@@ -119,7 +119,7 @@ ordered_json event_json(const Explanation &explanation, std::size_t index) {
     return {{"kind", "lookup"}, {"found", event.found}};
 }
 
-ordered_json stage_json(const Explanation &explanation, const Stage &stage, const StartupLog &log) {
+ordered_json stage_json(const Explanation &explanation, const Stage &stage, const LoadRecord &log) {
     ordered_json json;
     json["item"] = stage.has_item ? item_json(stage.item) : ordered_json();
     json["configured"] = stage.has_item && explanation.seen.events[stage.first].found;
@@ -151,7 +151,7 @@ ordered_json outputs_json(const Explanation &explanation) {
     return outputs;
 }
 
-ordered_json call_json(const Explanation &explanation, const StartupLog &log) {
+ordered_json call_json(const Explanation &explanation, const LoadRecord &log) {
     const observe::Call &call = *explanation.call;
     ordered_json json = {{"function", call.name},
                          {"call", observe::text_of(call, explanation.args)},
@@ -180,13 +180,13 @@ ordered_json call_json(const Explanation &explanation, const StartupLog &log) {
 
 }  // namespace
 
-void print_call_json(std::FILE *out, const Explanation &explanation, const StartupLog &log) {
+void print_call_json(std::FILE *out, const Explanation &explanation, const LoadRecord &log) {
     ordered_json json = {{"command", "explain"}};
     json.update(call_json(explanation, log));
     print_json(out, json);
 }
 
-void print_item_json(std::FILE *out, const ItemExplanation &explanation, const StartupLog &log) {
+void print_item_json(std::FILE *out, const ItemExplanation &explanation, const LoadRecord &log) {
     const Item &item = explanation.item;
     ordered_json json = {{"command", "explain"},
                          {"item", item_json(item)},

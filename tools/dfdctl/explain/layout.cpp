@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "dfdctl/describe.hpp"
-#include "dfdctl/facts.hpp"
+#include "dfdctl/board/describe.hpp"
+#include "dfdctl/board/facts.hpp"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -72,7 +72,7 @@ std::string_view unit_of(const Item &item) {
     return item.type->kind == Kind::integer ? facts_of(item.type->type).unit : std::string_view();
 }
 
-void print_description(std::FILE *out, const Item &item, const StartupLog &log) {
+void print_description(std::FILE *out, const Item &item, const LoadRecord &log) {
     const std::string description = describe(item);
     const bool is_value = item.type->kind == Kind::integer || item.type->kind == Kind::text;
     const std::string_view unit = unit_of(item);

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <array>
 
-#include "dfdctl/describe.hpp"
+#include "dfdctl/board/describe.hpp"
 #include "dfdctl/explain/explain.hpp"
 #include "dfdctl/explain/interpret.hpp"
 

@@ -6,7 +6,7 @@
 #include <dfd/records.h>
 #include <algorithm>
 
-#include "dfdctl/describe.hpp"
+#include "dfdctl/board/describe.hpp"
 #include "dfdctl/lint/registers.hpp"
 #include "dfdctl/lint/survey.hpp"
 #include "dfdctl/lint/uses.hpp"
@@ -24,7 +24,7 @@ constexpr char kFree = '.';
 constexpr char kShared = '*';
 
 /// "Board 0x3e, chassis 8.cfg".
-std::string title(const StartupLog &log) {
+std::string title(const LoadRecord &log) {
     const auto name = [](const std::string &path) { return path.substr(path.rfind('/') + 1); };
     std::string text = log.list_path.empty() ? "Files" : "Board " + name(log.list_path);
     for (const ConfigFile &file : log.files) {

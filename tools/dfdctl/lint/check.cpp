@@ -86,7 +86,7 @@ std::string unknown_rule(std::string_view id) {
     return fmt::format("'{}' is no rule{}", id, dfd_tools::did_you_mean(id, rule_ids()));
 }
 
-Check::Check(const StartupLog &log, std::string root, const std::set<std::string> &skipped)
+Check::Check(const LoadRecord &log, std::string root, const std::set<std::string> &skipped)
     : log_(log), root_(std::move(root)), skipped_(skipped) {
     read_allowances();
 }

@@ -5,7 +5,7 @@
 #include <limits>
 #include <memory>
 
-#include "dfdctl/boards.hpp"
+#include "dfdctl/board/find_boards.hpp"
 #include "dfdctl/lint/bitmap.hpp"
 #include "dfdctl/lint/run.hpp"
 

@@ -5,8 +5,8 @@
 #include <map>
 
 #include "common/nearest.hpp"
+#include "dfdctl/board/offline.hpp"
 #include "dfdctl/lint/lint.hpp"
-#include "dfdctl/offline.hpp"
 
 #include <fmt/format.h>
 
@@ -43,7 +43,7 @@ std::string name_of(const ListLine &line) {
                             line.path.size() - kFileDirectory.size() - kSuffix.size());
 }
 
-const ConfigFile *loaded(const StartupLog &log, const std::string &path) {
+const ConfigFile *loaded(const LoadRecord &log, const std::string &path) {
     const auto found = std::ranges::find(log.files, path, &ConfigFile::path);
     return found != log.files.end() ? &*found : nullptr;
 }
@@ -187,7 +187,7 @@ constexpr NameRule kNameRules[] = {
 }  // namespace
 
 void check_files(Check &check) {
-    const StartupLog &log = check.log();
+    const LoadRecord &log = check.log();
     if (log.list_path.empty()) {
         return;
     }

@@ -4,7 +4,7 @@
 #include <cctype>
 
 #include "common/nearest.hpp"
-#include "dfdctl/keys.hpp"
+#include "dfdctl/board/keys.hpp"
 #include "dfdctl/lint/lines.hpp"
 #include "framework/dfd_lib_cfg/members.h"
 

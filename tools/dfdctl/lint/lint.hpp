@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "dfdctl/startup_log.hpp"
+#include "dfdctl/board/load_record.hpp"
 
 namespace dfdctl::lint {
 
@@ -54,9 +54,9 @@ class Uses;
 class Check {
   public:
     /// `root` stands before the paths of the log; `skipped` are the ids switched off for all files.
-    Check(const StartupLog &log, std::string root, const std::set<std::string> &skipped);
+    Check(const LoadRecord &log, std::string root, const std::set<std::string> &skipped);
 
-    const StartupLog &log() const { return log_; }
+    const LoadRecord &log() const { return log_; }
     const std::string &root() const { return root_; }
 
     /// At a byte of what the reader delivered of a line.
@@ -97,7 +97,7 @@ class Check {
     void keep(std::string_view rule, std::string file, int line, int column, std::string text);
     void read_allowances();
 
-    const StartupLog &log_;
+    const LoadRecord &log_;
     std::string root_;
     const std::set<std::string> &skipped_;
     std::vector<Finding> findings_;

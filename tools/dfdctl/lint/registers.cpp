@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <tuple>
 
-#include "dfdctl/describe.hpp"
+#include "dfdctl/board/describe.hpp"
 #include "dfdctl/lint/survey.hpp"
 #include "framework/dfd_info/bits.h"
 

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "dfdctl/keys.hpp"
+#include "dfdctl/board/keys.hpp"
 #include "dfdctl/lint/lint.hpp"
 
 struct info_ctrl;

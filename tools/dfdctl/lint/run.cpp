@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <functional>
 
-#include "dfdctl/boards.hpp"
+#include "dfdctl/board/find_boards.hpp"
+#include "dfdctl/board/offline.hpp"
 #include "dfdctl/command.hpp"
-#include "dfdctl/offline.hpp"
 
 #include <fmt/format.h>
 
@@ -36,7 +36,7 @@ class Run {
     void files(const std::vector<std::string> &paths) { check(load_files(paths), ""); }
 
     void directory(const std::string &root) {
-        const StartupLog nothing;
+        const LoadRecord nothing;
         Check check(nothing, root, skipped_);
         check_directory(root, listed_, check);
         std::ranges::move(check.take(), std::back_inserter(report_.findings));
@@ -53,7 +53,7 @@ class Run {
   private:
     /// Whether the chassis type was asked for.
     bool load(const std::string &root, int board_type, int chassis_type) {
-        const StartupLog log = load_offline({.root = root,
+        const LoadRecord log = load_offline({.root = root,
                                              .board_type = board_type,
                                              .chassis_type = chassis_type,
                                              .reads_everything = true});
@@ -66,7 +66,7 @@ class Run {
                log.files.back().path.ends_with(fmt::format("/{}.cfg", chassis_type));
     }
 
-    void check(const StartupLog &log, const std::string &root) {
+    void check(const LoadRecord &log, const std::string &root) {
         Check check(log, root, skipped_);
         if (request_.visit) {
             request_.visit(check);

@@ -8,7 +8,7 @@
 #include <array>
 #include <set>
 
-#include "dfdctl/describe.hpp"
+#include "dfdctl/board/describe.hpp"
 #include "dfdctl/lint/survey.hpp"
 #include "dfdctl/lint/together.hpp"
 

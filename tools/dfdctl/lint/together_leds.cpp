@@ -6,8 +6,8 @@
 #include <array>
 #include <set>
 
-#include "dfdctl/describe.hpp"
-#include "dfdctl/facts.hpp"
+#include "dfdctl/board/describe.hpp"
+#include "dfdctl/board/facts.hpp"
 #include "dfdctl/lint/survey.hpp"
 #include "dfdctl/lint/together.hpp"
 #include "framework/dfd_info/bits.h"

@@ -5,7 +5,7 @@
 #include <set>
 #include <utility>
 
-#include "dfdctl/facts.hpp"
+#include "dfdctl/board/facts.hpp"
 #include "dfdctl/lint/survey.hpp"
 #include "dfdctl/lint/together.hpp"
 

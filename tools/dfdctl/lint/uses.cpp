@@ -10,14 +10,14 @@ namespace dfdctl::lint {
 
 namespace {
 
-observe::BoardUse observe_board(const StartupLog &log) {
+observe::BoardUse observe_board(const LoadRecord &log) {
     const observe::Observer observer(log);
     return observe::observe_board(observer, observe::Units(log));
 }
 
 }  // namespace
 
-Uses::Uses(const StartupLog &log) : board_(observe_board(log)) {
+Uses::Uses(const LoadRecord &log) : board_(observe_board(log)) {
     for (const auto &[key, uses] : board_.keys) {
         asked_.insert(DFD_KEY_TYPE(key));
         if (std::ranges::any_of(uses, is_write)) {

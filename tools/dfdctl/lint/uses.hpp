@@ -14,7 +14,7 @@ class Uses {
   public:
     /// Calls every getter, setter and control of the library with every unit of the board; nothing
     /// outside is touched.
-    explicit Uses(const StartupLog &log);
+    explicit Uses(const LoadRecord &log);
 
     /// Some function asks for items of this type, configured or not.
     bool is_asked(std::uint32_t type) const { return asked_.contains(type); }

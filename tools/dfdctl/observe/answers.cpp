@@ -7,7 +7,7 @@
 #include <dfd/temperature.h>
 #include <algorithm>
 
-#include "dfdctl/keys.hpp"
+#include "dfdctl/board/keys.hpp"
 #include "framework/dfd_info/bits.h"
 #include "framework/platform.h"
 #include "hal/board_bus.h"
@@ -66,7 +66,7 @@ std::string_view name_of_type(const dfd_list_head_t &list, std::uint32_t type,
 }
 
 /// index1 of the first item of a type.
-std::uint32_t first_index(const StartupLog &log, std::uint32_t type, std::uint32_t otherwise) {
+std::uint32_t first_index(const LoadRecord &log, std::uint32_t type, std::uint32_t otherwise) {
     const auto found = log.origins.lower_bound(DFD_MAKE_KEY(type, 0, 0));
     return found != log.origins.end() && DFD_KEY_TYPE(found->first) == type
                ? item_of_key(found->first).index1
@@ -171,7 +171,7 @@ RawBytes raw_bytes(const info_ctrl_t &record, std::uint32_t value) {
     }
 }
 
-Plausible::Plausible(const StartupLog &log) {
+Plausible::Plausible(const LoadRecord &log) {
     board_type = known_board_type();
     fan_type = first_index(log, DFD_KEY_FAN_ATTR_TYPE, fan_type);
     fan_name = name_of_type(dfd_lib_cfg_fan_name_conv_lst, fan_type, fan_name);

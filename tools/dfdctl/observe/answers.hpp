@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "dfdctl/startup_log.hpp"
+#include "dfdctl/board/load_record.hpp"
 #include "framework/watch.h"
 
 namespace dfdctl::observe {
@@ -69,7 +69,7 @@ struct Plausible {
 
     Plausible() = default;
     /// From the loaded items.
-    explicit Plausible(const StartupLog &log);
+    explicit Plausible(const LoadRecord &log);
 };
 
 /// What an EEPROM holds.

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "dfdctl/board/offline.hpp"
 #include "dfdctl/observe/answers.hpp"
 #include "dfdctl/observe/calls.hpp"
-#include "dfdctl/offline.hpp"
 
 namespace dfdctl::observe {
 
@@ -84,7 +84,7 @@ enum class Log { closed, open };
 class Observer {
   public:
     /// Of the board that is loaded now; the log names its items.
-    explicit Observer(const StartupLog &log);
+    explicit Observer(const LoadRecord &log);
     /// Puts the library's state back.
     ~Observer();
     Observer(const Observer &) = delete;
@@ -97,10 +97,10 @@ class Observer {
                         Log log = Log::closed) const;
 
     const Plausible &plausible() const { return plausible_; }
-    const StartupLog &startup() const { return log_; }
+    const LoadRecord &startup() const { return log_; }
 
   private:
-    const StartupLog &log_;
+    const LoadRecord &log_;
     LibraryState state_;
     Plausible plausible_;
 };

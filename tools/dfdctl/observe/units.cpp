@@ -7,7 +7,7 @@
 #include <dfd/records.h>
 #include <algorithm>
 
-#include "dfdctl/keys.hpp"
+#include "dfdctl/board/keys.hpp"
 
 namespace dfdctl::observe {
 
@@ -30,7 +30,7 @@ const info_ctrl_t *constant(std::uint32_t type, std::uint32_t index1 = 0) {
 
 }  // namespace
 
-Units::Units(const StartupLog &log, std::optional<std::uint32_t> own_slot) : log_(log) {
+Units::Units(const LoadRecord &log, std::optional<std::uint32_t> own_slot) : log_(log) {
     find_own_slot(own_slot);
 }
 

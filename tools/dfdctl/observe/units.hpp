@@ -5,8 +5,8 @@
 #include <optional>
 #include <set>
 
+#include "dfdctl/board/load_record.hpp"
 #include "dfdctl/observe/calls.hpp"
-#include "dfdctl/startup_log.hpp"
 
 namespace dfdctl::observe {
 
@@ -14,7 +14,7 @@ class Units {
   public:
     /// Of the items that are configured: constants in them count, nothing is read. The slot of this
     /// card, where the caller knows it.
-    explicit Units(const StartupLog &log, std::optional<std::uint32_t> own_slot = {});
+    explicit Units(const LoadRecord &log, std::optional<std::uint32_t> own_slot = {});
 
     /// Numbers of an index, given the numbers before it in the same call; the standard number
     /// alone for what is no index. Rotors depend on the tray, channels on the slot.
@@ -50,7 +50,7 @@ class Units {
     void find_own_slot(std::optional<std::uint32_t> known);
     std::uint32_t card_of(std::uint32_t slot) const;
 
-    const StartupLog &log_;
+    const LoadRecord &log_;
     std::uint32_t own_slot_ = 0;
     std::uint32_t own_slot_value_ = 0;
 };

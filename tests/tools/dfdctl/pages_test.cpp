@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: MIT
+// The pages of dfdctl show, against the chassis that they describe.
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tools/programs.h"
+
+namespace tools_test {
+namespace {
+
+using nlohmann::json;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+
+/// The row of a list whose label has this value.
+json row(const json &list, const std::string &label, const json &value) {
+    for (const json &each : list) {
+        if (each.contains(label) && each[label] == value) {
+            return each;
+        }
+    }
+    ADD_FAILURE() << "no row with " << label << " " << value;
+    return {};
+}
+
+json rotor(const json &page, int tray, int number) {
+    for (const json &each : page["rotors"]) {
+        if (each["tray"] == tray && each["rotor"] == number) {
+            return each;
+        }
+    }
+    return {};
+}
+
+void poke(const Board &board, const std::string &what) {
+    ASSERT_EQ(board.vchassis("poke", what).status, 0) << what;
+}
+
+TEST(Pages, WordsAndUnits) {
+    struct Case {
+        const char *page;
+        std::vector<const char *> lines;  ///< regular expressions
+    };
+    const Case cases[] = {
+        {"slots",
+         {"own slot  *1", "\n  3  *no  *present  *on  *on  *45 W", "\n  4  *no  *absent  *-"}},
+        {"fans",
+         {"\n  1  *present  *16  *-F  *FT1F00240101  *1.10  *1.05  *36 C", "\n  4  *absent",
+          "\n  1  *2  *present  *ok  *5900 rpm  *2", "Not supported: .*sw version"}},
+        {"power",
+         {"supplies are modules  *yes", "\n  1  *present  *PS1200-AC  *1  *AC",
+          "\n  2  *present  *48 V  *11.5 A  *12 V  *44.25 A  *531 W  *800 W  *38 C"}},
+        {"temps",
+         {"alarm above  *75 C", "\n  0  *1  *inlet  *lm75  *27 C",
+          "\n  0  *41  *switch-chip  *mac  *61"}},
+        {"voltages", {"\n  0  *1  *3.298 V  *3.135 V"}},
+        {"leds",
+         {"\n  status  *-  *green", "\n  alarm  *-  *dark  *.*dark green red yellow\n",
+          "\n  fan  *0  *green  *hardware"}},
+        {"sfp", {"\n  1  *present  *on", "\n  2  *absent"}},
+        {"backplane", {"\n  1  *EEPROM /dev/i2c-3 0x56  *8  *2.00  *CH8-BP-0024033001"}},
+        {"subcards", {"\n  1  *present  *201"}},
+        {"irq", {"controllers  *1", "\n  [0-9.]+  *card  *3 0 0  *no"}},
+    };
+    const Board board("demo");
+    for (const Case &each : cases) {
+        const Result result = board.dfdctl(fmt::format("show {}", each.page));
+        EXPECT_EQ(result.status, 0) << each.page << result.err;
+        EXPECT_EQ(result.err, "") << each.page;
+        for (const char *line : each.lines) {
+            EXPECT_THAT(result.out, ContainsRegex(line)) << each.page;
+        }
+    }
+}
+
+TEST(Pages, StatesFollowTheHardware) {
+    const Board board("demo");
+    poke(board, "/dev/cpld0 0x12 0x01");
+    poke(board, "/dev/fpga0 0x42 0x01");
+    EXPECT_EQ(row(board.dfdctl("show fans --json").json()["trays"], "tray", 1)["state"]["meaning"],
+              "line failed");
+    poke(board, "/dev/cpld0 0x20 0x02");
+    poke(board, "/dev/cpld1 0x38 0x02");
+    EXPECT_EQ(
+        row(board.dfdctl("show power --json").json()["supplies"], "supply", 1)["state"]["meaning"],
+        "failed");
+    const json leds = board.dfdctl("show leds --json").json()["leds"];
+    EXPECT_EQ(row(leds, "led", "status")["state"]["value"], "red");
+    const json ports = board.dfdctl("show sfp --json").json()["ports"];
+    EXPECT_EQ(row(ports, "port", 1)["transmitter"]["meaning"], "off");
+    EXPECT_EQ(row(ports, "port", 2)["transmitter"]["meaning"], "on");
+}
+
+TEST(Pages, AnAbsentUnitHasNoValuesAndIsNoFailure) {
+    const Board board("demo");
+    const Result result = board.dfdctl("show fans --json");
+    EXPECT_EQ(result.status, 0);
+    const json tray = row(result.json()["trays"], "tray", 4);
+    EXPECT_EQ(tray["state"]["meaning"], "absent");
+    EXPECT_EQ(tray["serial_number"]["status"], "absent");
+    EXPECT_EQ(tray["serial_number"]["value"], nullptr);
+    EXPECT_EQ(rotor(result.json(), 4, 1)["speed"]["value"], nullptr);
+}
+
+TEST(Pages, NothingPluggedIsNotNothingSupported) {
+    const Board board("demo");
+    poke(board, "/dev/cpld0 0x10 0xff");
+    const Result result = board.dfdctl("show power");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.out, ContainsRegex("\n  1  *absent  *-  *-"));
+    EXPECT_THAT(result.out, testing::Not(HasSubstr("Not supported")));
+}
+
+TEST(Pages, ALineCard) {
+    const Board board("demo-linecard");
+    EXPECT_EQ(board.dfdctl("show fans").status, 3);
+    const json channels = board.dfdctl("show voltages --json").json()["channels"];
+    EXPECT_EQ(row(channels, "channel", 4)["voltage"]["value"], 12.0);
+    EXPECT_EQ(row(channels, "channel", 4)["voltage"]["unit"], "V");
+    EXPECT_EQ(row(channels, "channel", 0)["warning_level"]["value"], nullptr);
+    const json cards = board.dfdctl("show subcards --json").json()["sub_cards"];
+    EXPECT_EQ(row(cards, "sub_slot", 2)["type"]["value"], 211);
+    const json slots = board.dfdctl("show slots --json").json()["slots"];
+    EXPECT_EQ(row(slots, "slot", 5)["own"]["meaning"], "yes");
+}
+
+TEST(Pages, AFailedReadingSaysWhy) {
+    const Board board("demo");
+    board.append("etc/cfg/dfd/cfg_file/cm8_temps.cfg", "card_temp_ctrl.addr_0_1=0x77\n");
+    const Result text = board.dfdctl("show temps");
+    EXPECT_EQ(text.status, 1);
+    EXPECT_THAT(text.out, ContainsRegex("inlet  *lm75  *.io_error."));
+    EXPECT_THAT(text.out, ContainsRegex("0 1 inlet lm75 temperature: the device cannot be read "
+                                        ".card_temp_ctrl 0 1."));
+    const Result document = board.dfdctl("show temps --json");
+    EXPECT_EQ(document.status, 1);
+    const json inlet = row(document.json()["sensors"], "name", "inlet");
+    EXPECT_EQ(inlet["temperature"]["status"], "io_error");
+    EXPECT_EQ(inlet["temperature"]["value"], nullptr);
+    EXPECT_NE(inlet["temperature"]["error"], nullptr);
+}
+
+TEST(Pages, AllIsEveryPageInOneDocument) {
+    const Board board("demo");
+    const Result text = board.dfdctl("show all");
+    const Result result = board.dfdctl("show all --json");
+    EXPECT_EQ(result.status, 0) << result.err;
+    const json document = result.json();
+    EXPECT_EQ(document["board"]["board"]["slot"], 1);
+    for (const char *page : {"slots", "fans", "power", "temps", "voltages", "leds", "sfp",
+                             "backplane", "subcards", "irq"}) {
+        json alone = board.dfdctl(fmt::format("show {} --json", page)).json();
+        EXPECT_EQ(alone["command"], fmt::format("show {}", page));
+        alone.erase("command");
+        EXPECT_EQ(document[page], alone) << page;
+        EXPECT_THAT(text.out, HasSubstr(board.dfdctl(fmt::format("show {}", page)).out)) << page;
+    }
+}
+
+TEST(Pages, WhatABoardLacks) {
+    const Board board("demo");
+    const std::string list = "etc/cfg/dfd/file_name/0x3e";
+    board.replace(list, "cm8_ports\n", "");
+    const Result lacking = board.dfdctl("show sfp");
+    EXPECT_EQ(lacking.status, 3);
+    EXPECT_THAT(lacking.out, HasSubstr("not supported"));
+    EXPECT_THAT(lacking.err, HasSubstr("nothing of this is configured"));
+    EXPECT_EQ(board.dfdctl("show sfp --json").json()["ports"], json::array());
+    EXPECT_EQ(board.dfdctl("show all").status, 0) << "a feature that is missing is no failure";
+    board.append("etc/cfg/dfd/cfg_file/cm8_leds.cfg", "no equals sign\n");
+    EXPECT_EQ(board.dfdctl("show sfp").status, 2);
+}
+
+}  // namespace
+}  // namespace tools_test

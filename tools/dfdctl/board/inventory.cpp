@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: MIT
+#include "dfdctl/board/inventory.hpp"
+
+#include <dfd/framework.h>
+#include <dfd/inventory.h>
+#include <dfd/records.h>
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include <fmt/format.h>
+
+namespace dfdctl {
+
+namespace {
+
+constexpr std::size_t kBufferSize = 256;
+constexpr int kWordSize = 4;
+using Buffer = std::array<std::uint8_t, kBufferSize>;
+
+int query_fru(const Eeprom &eeprom, std::uint32_t info, Buffer &buffer, int &len) {
+    const auto query = info == E2PROM_INFO_HW_VER ? sdd_get_e2prom_info_by_type_fru_compatible
+                                                  : sdd_get_e2prom_info_by_type_fru;
+    return query(eeprom.device.c_str(), info, eeprom.address, buffer.data(), &len);
+}
+
+int query_legacy(const Eeprom &eeprom, std::uint32_t info, Buffer &buffer, int &len) {
+    if (eeprom.legacy == Legacy::power) {
+        return sdd_get_e2prom_legacy_power_info_by_type(eeprom.device.c_str(), info, eeprom.address,
+                                                        eeprom.offset, buffer.data(), &len);
+    }
+    return sdd_get_e2prom_legacy_info_by_type(eeprom.device.c_str(), info, eeprom.address,
+                                              buffer.data(), &len);
+}
+
+int query(const Eeprom &eeprom, std::uint32_t info, Buffer &buffer, int &len) {
+    switch (eeprom.mode) {
+        case INFO_CTRL_MODE_TLV:
+            return sdd_get_e2prom_info_by_type(eeprom.device.c_str(), info, eeprom.address,
+                                               buffer.data(), &len);
+        case INFO_CTRL_MODE_FRU:
+            return query_fru(eeprom, info, buffer, len);
+        case INFO_CTRL_MODE_LEGACY:
+            return query_legacy(eeprom, info, buffer, len);
+        default:
+            return DFD_ERR_UNUSABLE;
+    }
+}
+
+/// A FRU image has no type of its own; its product name without blanks is looked up.
+Reading type_by_name(Reading reading) {
+    std::string name = value_text(reading);
+    std::erase(name, ' ');
+    std::uint32_t type = 0;
+    if (dfd_lib_cfg_get_fan_type_by_name(name.c_str(), &type) != DFD_OK) {
+        return failure(Status::bad_data, DFD_ERR,
+                       fmt::format("no fan_name item begins product name '{}'", name));
+    }
+    reading.value = std::int64_t{type};
+    reading.bytes.clear();
+    return reading;
+}
+
+Reading interpret(const Eeprom &eeprom, std::uint32_t info, const Buffer &buffer, int len) {
+    const bool is_word = info == E2PROM_INFO_DEV_TYPE && len == kWordSize;
+    // A FRU image answers with text, the TLV image that stands in for one with an integer.
+    const bool is_text = eeprom.mode == INFO_CTRL_MODE_FRU && std::isprint(buffer[0]) != 0;
+    if (is_word && !is_text) {
+        std::uint32_t word = 0;
+        std::memcpy(&word, buffer.data(), sizeof(word));
+        return {.value = std::int64_t{word}};
+    }
+    return buffer_reading(std::span(buffer).first(static_cast<std::size_t>(std::max(len, 0))));
+}
+
+}  // namespace
+
+Eeprom eeprom_of(const Item &item, const info_ctrl_t &record) {
+    return {.mode = record.mode,
+            .device = record.fpath,
+            .address = static_cast<std::uint16_t>(record.addr),
+            .offset = static_cast<int>(record.reg_offset),
+            .legacy = facts_of(item.type->type).legacy};
+}
+
+Reading read_inventory(const Eeprom &eeprom, std::uint32_t info) {
+    Buffer buffer = {};
+    int len = kBufferSize;
+    if (info == E2PROM_INFO_DEV_TYPE && eeprom.mode != INFO_CTRL_MODE_FRU) {
+        len = kWordSize;
+    }
+    const int result = query(eeprom, info, buffer, len);
+    if (result == DFD_OK) {
+        Reading reading = interpret(eeprom, info, buffer, len);
+        const bool is_name = std::holds_alternative<std::string>(reading.value);
+        return info == E2PROM_INFO_DEV_TYPE && is_name ? type_by_name(std::move(reading)) : reading;
+    }
+    if (!answers(eeprom.device, eeprom.address)) {
+        return failure(Status::io_error, result,
+                       fmt::format("the EEPROM at address 0x{:02x} on {} does not answer",
+                                   eeprom.address, eeprom.device));
+    }
+    return failure(
+        Status::bad_data, result,
+        fmt::format("the EEPROM at address 0x{:02x} on {} does not hold this "
+                    "information in layout {} (result {})",
+                    eeprom.address, eeprom.device, info_ctrl_mode_str[eeprom.mode], result));
+}
+
+bool answers(const std::string &device, std::uint16_t address) {
+    std::uint8_t byte = 0;
+    return dfd_read_e2prom(device.c_str(), address, 0, &byte, 1) == DFD_OK;
+}
+
+}  // namespace dfdctl

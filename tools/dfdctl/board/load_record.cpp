@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: MIT
+#include "dfdctl/board/load_record.hpp"
+
+#include <algorithm>
+#include <cstring>
+
+#include "common/nearest.hpp"
+#include "dfdctl/board/keys.hpp"
+
+#include <fmt/format.h>
+
+namespace dfdctl {
+
+namespace {
+
+using dfd::watch::Step;
+
+constexpr std::string_view kPidFile = "/etc/cfg/dfd/cfg_file/card_pid.cfg";
+
+LoadWatcher &self(void *context) {
+    return *static_cast<LoadWatcher *>(context);
+}
+
+std::string unknown_key(const SourceLine &line) {
+    const std::string bare = line.name.substr(0, line.name.find('.'));
+    return fmt::format("ignored: '{}' is no item or member{}", line.name,
+                       dfd_tools::did_you_mean(bare, key_names()));
+}
+
+/// For an LED table an empty value has a meaning: a state that the LED cannot show.
+bool is_number_missing(const SourceLine &line) {
+    const Kind kind = key_types()[line.row->type].kind;
+    return line.value.empty() && kind != Kind::text && kind != Kind::led_info;
+}
+
+}  // namespace
+
+std::string printable(std::string text) {
+    constexpr char kDelete = '\x7F';
+    std::ranges::replace_if(
+        text, [](char c) { return (c >= '\0' && c < ' ') || c == kDelete; }, '?');
+    return text;
+}
+
+bool has_problem(const SourceLine &line) {
+    return line.step == Step::stored ? is_number_missing(line)
+                                     : line.step != Step::blank && line.step != Step::comment;
+}
+
+std::string problem_of(const SourceLine &line) {
+    switch (line.step) {
+        case Step::blank:
+        case Step::comment:
+            return {};
+        case Step::no_equals:
+            return "no '=' between name and value";
+        case Step::no_name:
+            return "no name before '='";
+        case Step::unknown_key:
+        case Step::refused_type:
+        case Step::unknown_member:
+            return printable(unknown_key(line));
+        case Step::no_index1:
+            return "no '_' and number behind the name";
+        case Step::no_index2:
+            return "no '_' and second number behind the first";
+        case Step::index1_range:
+            return fmt::format("index1[{}] invalid, max={}", static_cast<int>(line.index1),
+                               line.row->max_index1);
+        case Step::index2_range:
+            return fmt::format("index2[{}] invalid, max={}", static_cast<int>(line.index2),
+                               line.row->max_index2);
+        case Step::not_stored:
+            return printable(fmt::format("the text '{}' is too long", line.value));
+        case Step::stored:
+            break;
+    }
+    return is_number_missing(line) ? "no value behind '='" : "";
+}
+
+std::string LoadRecord::origin_of(std::uint32_t key) const {
+    const auto found = origins.find(key);
+    if (found == origins.end()) {
+        return "-";
+    }
+    const Origin &last = found->second.back();
+    int first_line = last.line;
+    for (const Origin &origin : found->second) {
+        if (origin.file == last.file) {
+            first_line = std::min(first_line, origin.line);
+        }
+    }
+    const std::string &path = files[last.file].path;
+    const std::string file = path.substr(path.rfind('/') + 1);
+    return first_line == last.line ? fmt::format("{}:{}", file, last.line)
+                                   : fmt::format("{}:{}-{}", file, first_line, last.line);
+}
+
+LoadWatcher::LoadWatcher() {
+    hooks_.context = this;
+    hooks_.list_opened = [](void *context, const char *path, int error) {
+        LoadRecord &log = self(context).log_;
+        log.list_path = path;
+        log.list_error = error != 0 ? std::strerror(error) : "";
+    };
+    hooks_.listed = [](void *context, int line, const char *raw, const char *path) {
+        self(context).log_.list.push_back({line, raw, path});
+    };
+    hooks_.file_opened = [](void *context, const char *path, int error) {
+        self(context).file_opened(path, error);
+    };
+    hooks_.line = [](void *context, const dfd::watch::Line &line) { self(context).line(line); };
+}
+
+void LoadWatcher::set_root(std::string root) {
+    root_ = std::move(root);
+    hooks_.map_path = [](void *context, const char *path) {
+        LoadWatcher &watcher = self(context);
+        watcher.mapped_path_ = watcher.root_ + path;
+        return watcher.mapped_path_.c_str();
+    };
+}
+
+void LoadWatcher::read_everything() {
+    hooks_.goes_on = true;
+    hooks_.is_silent = true;
+}
+
+void LoadWatcher::set_answers(std::function<void(const dfd::watch::EngineCall &)> engine_begin,
+                              std::function<int(const dfd::watch::Transfer &)> answer) {
+    engine_begin_ = std::move(engine_begin);
+    answer_ = std::move(answer);
+    hooks_.engine_begin = [](void *context, const dfd::watch::EngineCall &call) {
+        self(context).engine_begin_(call);
+    };
+    hooks_.answer = [](void *context, const dfd::watch::Transfer &transfer, int *result) {
+        *result = self(context).answer_(transfer);
+        return true;
+    };
+    hooks_.pause = [](void * /*context*/, unsigned /*us*/) { return true; };
+}
+
+void LoadWatcher::file_opened(std::string_view path, int error) {
+    const bool is_listed = !log_.list.empty() && log_.list.back().path == path;
+    const FileRole role = is_listed          ? FileRole::listed
+                          : path == kPidFile ? FileRole::card_pid
+                                             : FileRole::chassis;
+    log_.files.push_back({.path = std::string(path),
+                          .role = role,
+                          .opened = error == 0,
+                          .error = error != 0 ? std::strerror(error) : "",
+                          .problems = {}});
+    goes_on_in_line_ = false;
+}
+
+void LoadWatcher::line(const dfd::watch::Line &line) {
+    ConfigFile &file = log_.files.back();
+    file.lines += goes_on_in_line_ ? 0 : 1;
+    log_.lines.push_back({.file = log_.files.size() - 1,
+                          .line = file.lines,
+                          .number = line.number,
+                          .is_rest = goes_on_in_line_,
+                          .raw = line.raw,
+                          .name = line.name != nullptr ? line.name : "",
+                          .value = line.value != nullptr ? line.value : "",
+                          .row = line.row,
+                          .member = line.member,
+                          .index1 = line.index1,
+                          .index2 = line.index2,
+                          .key = line.key,
+                          .step = line.step});
+    const SourceLine &kept = log_.lines.back();
+    // A shorter one without line end is the last, or is cut by a zero byte.
+    goes_on_in_line_ = !kept.raw.ends_with('\n') && kept.raw.size() >= kReaderBytes;
+    if (line.step == Step::stored) {
+        auto &origins = log_.origins[line.key];
+        file.items += origins.empty() ? 1 : 0;
+        origins.push_back({kept.file, kept.line, kept.member, kept.value, log_.lines.size() - 1});
+    }
+    if (line.step == Step::no_equals || line.step == Step::no_name) {
+        file.failed_line = kept.line;
+        file.error = problem_of(kept);
+    } else if (has_problem(kept)) {
+        file.problems.push_back(log_.lines.size() - 1);
+    }
+}
+
+}  // namespace dfdctl

@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: MIT
+// What the library did while it loaded its configuration, as watched: which files, which lines,
+// what became of each, and which line set each item.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "framework/watch.h"
+
+namespace dfdctl {
+
+enum class FileRole { card_pid, listed, chassis };
+
+struct ConfigFile {
+    std::string path;  ///< as the library names it
+    FileRole role;
+    bool opened = true;
+    std::string error;    ///< why it could not be opened, or why loading stopped
+    int failed_line = 0;  ///< where loading stopped; 0: it did not
+    int lines = 0;
+    int items = 0;                      ///< items that got their first line here
+    std::vector<std::size_t> problems;  ///< lines without effect, in LoadRecord::lines
+
+    bool failed() const { return !opened || failed_line != 0; }
+};
+
+/// A line that set an item or a member of it.
+struct Origin {
+    std::size_t file;  ///< index in LoadRecord::files
+    int line;          ///< as an editor counts
+    int member;        ///< dfd::watch::kNoMember for items without members
+    std::string value;
+    std::size_t source;  ///< index in LoadRecord::lines
+};
+
+/// What the parser's reader takes of a line at a time.
+constexpr std::size_t kReaderBytes = 255;
+
+/// A line as the parser saw it; a line that is longer than its reader takes is several.
+struct SourceLine {
+    std::size_t file;
+    int line;          ///< as an editor counts
+    int number;        ///< as the library counts
+    bool is_rest;      ///< goes on where the one before was split
+    std::string raw;   ///< line end included
+    std::string name;  ///< empty where there is none
+    std::string value;
+    const dfd::KeyRow *row;
+    int member;
+    std::uint32_t index1;
+    std::uint32_t index2;
+    std::uint32_t key;
+    dfd::watch::Step step;
+};
+
+/// A line of the board's list of files.
+struct ListLine {
+    int line;
+    std::string raw;   ///< line end included
+    std::string path;  ///< the file that it stands for
+};
+
+struct LoadRecord {
+    std::vector<ConfigFile> files;
+    std::vector<SourceLine> lines;
+    std::map<std::uint32_t, std::vector<Origin>> origins;  ///< by key, in the order of loading
+    std::string list_path;                                 ///< the board's list of files
+    std::string list_error;                                ///< why it could not be opened
+    std::vector<ListLine> list;
+
+    /// Where an item was set: "cm8_fans.cfg:41-47"; the last file that set it counts.
+    std::string origin_of(std::uint32_t key) const;
+};
+
+/// Configuration files, and their names, may hold anything; what a terminal gets is text.
+std::string printable(std::string text);
+/// Whether a line did nothing, though it was meant to.
+bool has_problem(const SourceLine &line);
+/// What became of such a line; empty for any other. The nearest names are looked for: for what is
+/// shown only.
+std::string problem_of(const SourceLine &line);
+
+/// Installs hooks for as long as it lives.
+class Watching {
+  public:
+    explicit Watching(const dfd::watch::Hooks &hooks) : outer_(dfd::watch::hooks) {
+        dfd::watch::hooks = &hooks;
+    }
+    ~Watching() { dfd::watch::hooks = outer_; }
+    Watching(const Watching &) = delete;
+    Watching &operator=(const Watching &) = delete;
+
+  private:
+    const dfd::watch::Hooks *outer_;
+};
+
+/// Fills a log: hooks() is to be installed while the library loads.
+class LoadWatcher {
+  public:
+    LoadWatcher();
+    LoadWatcher(const LoadWatcher &) = delete;
+    LoadWatcher &operator=(const LoadWatcher &) = delete;
+
+    /// Configuration files are read below this directory.
+    void set_root(std::string root);
+    /// Goes on behind lines and files that fail, as the library does not, and prints nothing.
+    void read_everything();
+    /// Answers all that the library asks of the outside while it loads, with the result of
+    /// `answer`; it does not sleep.
+    void set_answers(std::function<void(const dfd::watch::EngineCall &)> engine_begin,
+                     std::function<int(const dfd::watch::Transfer &)> answer);
+
+    dfd::watch::Hooks &hooks() { return hooks_; }
+    LoadRecord take() { return std::move(log_); }
+
+  private:
+    void file_opened(std::string_view path, int error);
+    void line(const dfd::watch::Line &line);
+
+    dfd::watch::Hooks hooks_;
+    LoadRecord log_;
+    std::string root_;
+    std::string mapped_path_;
+    bool goes_on_in_line_ = false;
+    std::function<void(const dfd::watch::EngineCall &)> engine_begin_;
+    std::function<int(const dfd::watch::Transfer &)> answer_;
+};
+
+}  // namespace dfdctl

@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: MIT
+#include "dfdctl/board/reading.hpp"
+
+#include <dfd/types.h>
+#include <algorithm>
+#include <array>
+#include <cctype>
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+namespace dfdctl {
+
+namespace {
+
+constexpr std::array<std::string_view, 7> kStatusNames = {
+    "ok", "none", "absent", "not_configured", "unusable", "bad_data", "io_error"};
+
+template <class... Ts>
+struct Visitor : Ts... {
+    using Ts::operator()...;
+};
+template <class... Ts>
+Visitor(Ts...) -> Visitor<Ts...>;
+
+bool is_printable(std::string_view text) {
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return std::isprint(static_cast<unsigned char>(c)) != 0; });
+}
+
+std::string hex_text(std::span<const std::uint8_t> bytes) {
+    return fmt::format("{:02x}", fmt::join(bytes, " "));
+}
+
+}  // namespace
+
+std::string_view status_name(Status status) {
+    return kStatusNames[static_cast<std::size_t>(status)];
+}
+
+Reading failure(Status status, int code, std::string error) {
+    return {.status = status, .code = code, .error = std::move(error)};
+}
+
+Reading buffer_reading(std::span<const std::uint8_t> bytes) {
+    Reading reading;
+    reading.bytes.assign(bytes.begin(), bytes.end());
+    std::string text(bytes.begin(), std::find(bytes.begin(), bytes.end(), 0));
+    // Fields are padded with blanks or line ends, or with bytes of an erased memory.
+    while (!text.empty() &&
+           (std::isspace(static_cast<unsigned char>(text.back())) != 0 || text.back() == '\xff')) {
+        text.pop_back();
+    }
+    const bool is_text = is_printable(text) && (!text.empty() || bytes.empty());
+    reading.value = is_text ? text : hex_text(bytes);
+    return reading;
+}
+
+std::string value_text(const Reading &reading) {
+    return std::visit(Visitor{[](std::monostate) { return std::string("-"); },
+                              [](std::int64_t value) { return fmt::format("{}", value); },
+                              [](double value) { return fmt::format("{:.6g}", value); },
+                              [](const std::string &value) { return value; }},
+                      reading.value);
+}
+
+std::string full_text(const Reading &reading) {
+    if (reading.status == Status::none) {
+        return "-";
+    }
+    if (reading.status == Status::absent) {
+        return "(absent)";
+    }
+    if (!reading.ok()) {
+        return fmt::format("({})", reading.error);
+    }
+    std::string text = value_text(reading);
+    if (!reading.unit.empty()) {
+        text += " " + reading.unit;
+    }
+    if (!reading.meaning.empty()) {
+        text += fmt::format(" ({})", reading.meaning);
+    }
+    return text;
+}
+
+nlohmann::ordered_json to_json(const Reading &reading) {
+    using nlohmann::ordered_json;
+    const auto text_or_null = [](const std::string &text) {
+        return text.empty() ? ordered_json() : ordered_json(text);
+    };
+    ordered_json json;
+    json["status"] = status_name(reading.status);
+    json["code"] = reading.code;
+    json["value"] = std::visit(Visitor{[](std::monostate) { return ordered_json(); },
+                                       [](const auto &value) { return ordered_json(value); }},
+                               reading.value);
+    json["unit"] = text_or_null(reading.unit);
+    json["meaning"] = text_or_null(reading.meaning);
+    json["bytes"] = reading.bytes.empty() ? ordered_json() : ordered_json(hex_text(reading.bytes));
+    json["error"] = text_or_null(reading.error);
+    return json;
+}
+
+void report_failure(const Item &item, const Reading &reading) {
+    const bool absent = reading.status == Status::absent;
+    fmt::print(stderr, "dfdctl: {}: {}{}\n", item.name(), absent ? "the unit is not plugged: " : "",
+               reading.error);
+}
+
+}  // namespace dfdctl

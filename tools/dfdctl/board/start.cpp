@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: MIT
+#include "dfdctl/board/start.hpp"
+
+#include <dfd/framework.h>
+#include <unistd.h>
+#include <cerrno>
+#include <system_error>
+
+#include <fmt/format.h>
+
+namespace dfdctl {
+
+namespace {
+
+[[noreturn]] void throw_errno(const char *what) {
+    throw std::system_error(errno, std::generic_category(), what);
+}
+
+void report(const ConfigFile &file) {
+    if (file.failed_line != 0) {
+        fmt::print(stderr, "dfdctl: {}:{}: loading stopped here: {}\n", file.path, file.failed_line,
+                   file.error);
+    } else if (!file.opened && file.role == FileRole::listed) {
+        fmt::print(stderr,
+                   "dfdctl: {}: cannot be opened: {}; the files listed behind it are not "
+                   "loaded\n",
+                   file.path, file.error);
+    }
+}
+
+}  // namespace
+
+std::FILE *take_stdout() {
+    const int data = dup(STDOUT_FILENO);
+    std::FILE *stream = data >= 0 ? fdopen(data, "w") : nullptr;
+    if (stream == nullptr || dup2(STDERR_FILENO, STDOUT_FILENO) < 0) {
+        throw_errno("setting up the output");
+    }
+    // The library's log and messages of ours then appear in the order in which they arise.
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    return stream;
+}
+
+bool Library::incomplete() const {
+    for (const ConfigFile &file : log.files) {
+        if (file.failed_line != 0 || (!file.opened && file.role == FileRole::listed)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+int exit_of(const Reading &reading, const Library &library) {
+    switch (reading.status) {
+        case Status::ok:
+            return kExitOk;
+        case Status::not_configured:
+            return library.incomplete() ? kExitUsage : kExitNotSupported;
+        case Status::unusable:
+            return kExitUsage;
+        case Status::io_error:
+            return kExitIo;
+        default:
+            return kExitReadingFailed;
+    }
+}
+
+Library start_library(const Options &options) {
+    dfd_open_debug(options.debug);
+    LoadWatcher watcher;
+    watcher.hooks().is_silent = true;  // report() says it with the reason
+    const Watching watching(watcher.hooks());
+    const int result = dev_drv_init();
+    Library library{result, watcher.take()};
+    for (const ConfigFile &file : library.log.files) {
+        report(file);
+    }
+    return library;
+}
+
+Library require_library(const Options &options) {
+    Library library = start_library(options);
+    if (library.usable()) {
+        return library;
+    }
+    if (!library.log.list_error.empty()) {
+        throw UsageError(
+            fmt::format("the board's list of configuration files {} cannot be opened: {}",
+                        library.log.list_path, library.log.list_error));
+    }
+    throw UsageError(
+        "the board type cannot be found out ('dfdctl show board' tells more); without "
+        "hardware run it on a virtual chassis: vchassis run DIR -- dfdctl ...");
+}
+
+}  // namespace dfdctl

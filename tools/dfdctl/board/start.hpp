@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+// Standard output belongs to the data: the library prints its log there, so it is led away.
+#pragma once
+
+#include "dfdctl/board/load_record.hpp"
+#include "dfdctl/board/reading.hpp"
+#include "dfdctl/command.hpp"
+
+namespace dfdctl {
+
+/// Keeps the program's standard output for data and leads descriptor 1, where the library prints,
+/// to standard error. Returns the stream for data. Call it once, first.
+std::FILE *take_stdout();
+
+/// The started library and what it said of its configuration.
+struct Library {
+    int result;  ///< of dev_drv_init
+    LoadRecord log;
+
+    bool usable() const { return result == 0; }
+    /// A file that was to be loaded could not be: what it would have set is missing.
+    bool incomplete() const;
+};
+
+/// Exit status of a command whose whole purpose is this one reading. An item that a part of the
+/// configuration that was not loaded may set is not "not supported".
+int exit_of(const Reading &reading, const Library &library);
+
+/// Starts the library, with its log captured; opens the log gate as the options ask. Files that
+/// failed are reported on standard error.
+Library start_library(const Options &options);
+
+/// Starts the library for a command that cannot do without it; exits through UsageError.
+Library require_library(const Options &options);
+
+}  // namespace dfdctl

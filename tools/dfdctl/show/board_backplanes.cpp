@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+// The backplanes' records, from their EEPROM or item by item.
+#include <dfd/inventory.h>
+#include <dfd/records.h>
+#include <array>
+
+#include "dfdctl/board/describe.hpp"
+#include "dfdctl/board/item_value.hpp"
+#include "dfdctl/show/board_page.hpp"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+namespace dfdctl {
+
+namespace {
+
+constexpr std::array<std::uint32_t, 2> kBackplanes = {1, 2};
+constexpr std::uint32_t kSerials = 4;
+constexpr std::size_t kMacSize = 6;
+
+Reading mac_reading(std::span<const std::uint8_t> mac) {
+    return {.value = fmt::format("{:02x}", fmt::join(mac, ":")), .bytes = {mac.begin(), mac.end()}};
+}
+
+/// The library hides a failed read of the record: it hands out zeros.
+Backplane record_backplane(std::uint32_t id, const i2c_dev_t &dev) {
+    Backplane backplane{.id = id,
+                        .source = "record",
+                        .place = fmt::format("EEPROM /dev/i2c-{} 0x{:02x}", dev.bus, dev.addr)};
+    if (!answers(fmt::format("/dev/i2c-{}", dev.bus), static_cast<std::uint16_t>(dev.addr))) {
+        const Reading silent = failure(Status::io_error, DFD_ERR_IO, "the EEPROM does not answer");
+        backplane.type = backplane.version = backplane.serial = backplane.mac = silent;
+        backplane.serials.assign(kSerials, silent);
+        return backplane;
+    }
+    backplane_info_t record = {};
+    sdd_get_backplane_info(id, &record);
+    backplane.type = {.value = std::int64_t{record.chassis_type}};
+    backplane.version = buffer_reading(record.hw_ver);
+    backplane.serial = buffer_reading(record.sn);
+    backplane.mac = mac_reading(record.mac);
+    for (const std::uint8_t serial : record.serial) {
+        backplane.serials.push_back({.value = std::int64_t{serial}});
+    }
+    return backplane;
+}
+
+Reading optional_item(std::uint32_t type, std::uint32_t id) {
+    const Item item = item_of(type, id);
+    return record_of<info_ctrl_t>(item) != nullptr ? read_item(item) : no_information();
+}
+
+/// The address of the item plus the board's own offset.
+Reading mac_item(std::uint32_t id) {
+    if (record_of<info_ctrl_t>(item_of(DFD_KEY_BACKPLANE_MAC, id)) == nullptr) {
+        return no_information();
+    }
+    std::array<std::uint8_t, kMacSize> mac = {};
+    return sdd_get_bp_mac(id, mac.data()) == DFD_OK ? mac_reading(mac)
+                                                    : optional_item(DFD_KEY_BACKPLANE_MAC, id);
+}
+
+Backplane item_backplane(std::uint32_t id) {
+    Backplane backplane{.id = id,
+                        .source = "items",
+                        .place = "items backplane_*",
+                        .version = optional_item(DFD_KEY_BACKPLANE_HW_VER, id),
+                        .serial = optional_item(DFD_KEY_BACKPLANE_SN, id),
+                        .mac = mac_item(id)};
+    for (std::uint32_t which = 0; which < kSerials; ++which) {
+        backplane.serials.push_back(optional_item(DFD_KEY_BACKPLANE_SERIAL0 + which, id));
+    }
+    return backplane;
+}
+
+bool has_items(std::uint32_t id) {
+    for (std::uint32_t type = DFD_KEY_BACKPLANE_HW_VER; type <= DFD_KEY_BACKPLANE_SERIAL3; ++type) {
+        if (record_of<info_ctrl_t>(item_of(type, id)) != nullptr) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+std::vector<Backplane> find_backplanes() {
+    std::vector<Backplane> backplanes;
+    for (const std::uint32_t id : kBackplanes) {
+        if (const auto *dev = record_of<i2c_dev_t>(item_of(DFD_KEY_BP_E2PROM_DEV, id))) {
+            backplanes.push_back(record_backplane(id, *dev));
+        } else if (has_items(id)) {
+            backplanes.push_back(item_backplane(id));
+        }
+    }
+    return backplanes;
+}
+
+}  // namespace dfdctl

@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: MIT
+// Inventory of the board and of what is plugged into it.
+#include <dfd/access.h>
+#include <dfd/framework.h>
+#include <dfd/inventory.h>
+#include <dfd/records.h>
+#include <array>
+
+#include "dfdctl/board/describe.hpp"
+#include "dfdctl/board/item_value.hpp"
+#include "dfdctl/show/board_eeprom.hpp"
+#include "dfdctl/show/board_page.hpp"
+
+namespace dfdctl {
+
+namespace {
+
+constexpr std::uint8_t kTlvFlag = 0x7E;
+constexpr std::size_t kTypeByte = 3;
+constexpr std::size_t kAddendByte = 7;
+constexpr std::size_t kSubTypeByte = 64;
+
+/// A family of units and the items that describe their EEPROMs; 0: there is none.
+struct Family {
+    const char *name;
+    std::uint32_t type;
+    std::uint32_t serial;
+    std::uint32_t version;
+    Legacy legacy;
+};
+
+constexpr std::array kFamilies = {
+    Family{"fan", DFD_KEY_FAN_TYPE, DFD_KEY_FAN_SN, DFD_KEY_FAN_HW_VER, Legacy::fan},
+    Family{"power", DFD_KEY_POWER_TYPE, DFD_KEY_POWER_SN, DFD_KEY_POWER_HW_VER, Legacy::power},
+    Family{"sub-card", DFD_KEY_SSLOT_E2PROM, 0, 0, Legacy::none},
+};
+
+bool is_eeprom_mode(int mode) {
+    return mode == INFO_CTRL_MODE_TLV || mode == INFO_CTRL_MODE_FRU ||
+           mode == INFO_CTRL_MODE_LEGACY;
+}
+
+/// An item's value; where the family has no such item, what the unit's EEPROM says.
+Reading detail(std::uint32_t type, std::uint32_t index, const std::optional<Eeprom> &eeprom,
+               std::uint32_t info) {
+    const Item item = item_of(type, index);
+    if (type != 0 && record_of<info_ctrl_t>(item) != nullptr) {
+        return read_item(item);
+    }
+    const bool has_it = eeprom && eeprom->mode != INFO_CTRL_MODE_LEGACY;
+    return has_it ? read_inventory(*eeprom, info) : no_information();
+}
+
+/// The legacy layout of fans has no product name.
+Reading product(const Eeprom &eeprom) {
+    const bool has_none = eeprom.mode == INFO_CTRL_MODE_LEGACY && eeprom.legacy != Legacy::power;
+    return has_none ? no_information() : read_inventory(eeprom, E2PROM_INFO_NAME);
+}
+
+/// A supply's type follows from its name; the name itself is in the column before.
+Reading power_type(Reading reading) {
+    const auto *name = std::get_if<std::string>(&reading.value);
+    std::uint32_t type = 0;
+    if (!reading.ok() || name == nullptr) {
+        return reading;
+    }
+    if (dfd_lib_cfg_get_power_type_by_name(name->c_str(), &type) != DFD_OK) {
+        return failure(Status::bad_data, DFD_ERR, "no power_name item begins the product name");
+    }
+    reading.value = std::int64_t{type};
+    const char *name_of_type = record_of<char>(item_of(DFD_KEY_POWER_DC_AC, type));
+    reading.meaning = name_of_type != nullptr ? name_of_type : "";
+    return reading;
+}
+
+Unit family_unit(const Family &family, std::uint32_t index, const info_ctrl_t &record) {
+    Unit unit{.name = family.name, .index = index, .layout = {}, .device = {}};
+    const Item type_item = item_of(family.type, index);
+    unit.type = read_item(type_item);
+    if (family.legacy == Legacy::power) {
+        unit.type = power_type(unit.type);
+    }
+    std::optional<Eeprom> eeprom;
+    if (is_eeprom_mode(record.mode)) {
+        eeprom = eeprom_of(type_item, record);
+        unit.layout = mode_word(record.mode);
+        unit.device = record.fpath;
+        unit.address = eeprom->address;
+    }
+    if (unit.absent()) {
+        return unit;
+    }
+    unit.product = eeprom ? product(*eeprom) : no_information();
+    unit.serial = detail(family.serial, index, eeprom, E2PROM_INFO_SN);
+    unit.version = detail(family.version, index, eeprom, E2PROM_INFO_HW_VER);
+    return unit;
+}
+
+/// The board's EEPROM is optional where a product identifier tells the board type.
+std::optional<Unit> board_unit() {
+    const auto header = read_board_header();
+    if (!header) {
+        return std::nullopt;
+    }
+    Unit unit{.name = "board",
+              .index = {},
+              .layout = {},
+              .device = kBoardEepromDevice,
+              .address = kBoardEepromAddress};
+    if (header->is_tlv()) {
+        const Eeprom eeprom{INFO_CTRL_MODE_TLV, kBoardEepromDevice, kBoardEepromAddress};
+        unit.layout = "tlv";
+        unit.product = read_inventory(eeprom, E2PROM_INFO_NAME);
+        unit.serial = read_inventory(eeprom, E2PROM_INFO_SN);
+        unit.version = read_inventory(eeprom, E2PROM_INFO_HW_VER);
+        unit.type = read_inventory(eeprom, E2PROM_INFO_DEV_TYPE);
+    } else if (const int type = dfd_my_type_from_e2(); type > 0) {
+        unit.layout = "legacy";
+        unit.type = {.value = std::int64_t{type}};
+    }
+    return unit;
+}
+
+}  // namespace
+
+bool BoardHeader::is_tlv() const {
+    return (layout == 1 || layout == 2) && flag == kTlvFlag;
+}
+
+std::optional<BoardHeader> read_board_header() {
+    std::array<std::uint8_t, kSubTypeByte + 1> bytes = {};
+    if (dfd_read_e2prom(kBoardEepromDevice, kBoardEepromAddress, 0, bytes.data(), bytes.size()) !=
+        DFD_OK) {
+        return std::nullopt;
+    }
+    return BoardHeader{bytes[0], bytes[1], bytes[kTypeByte], bytes[kAddendByte],
+                       bytes[kSubTypeByte]};
+}
+
+std::vector<Unit> find_units() {
+    std::vector<Unit> units;
+    if (auto board = board_unit()) {
+        units.push_back(std::move(*board));
+    }
+    for (const Family &family : kFamilies) {
+        const int last = key_types()[family.type].max1;
+        for (std::uint32_t index = 0; index <= static_cast<std::uint32_t>(last); ++index) {
+            const auto *record = record_of<info_ctrl_t>(item_of(family.type, index));
+            if (record != nullptr) {
+                units.push_back(family_unit(family, index, *record));
+            }
+        }
+    }
+    return units;
+}
+
+}  // namespace dfdctl

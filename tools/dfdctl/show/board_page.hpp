@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: MIT
+// The facts of `show board`, one structure a section, and the two forms of the page.
+#pragma once
+
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "dfdctl/board/inventory.hpp"
+#include "dfdctl/board/start.hpp"
+
+namespace dfdctl {
+
+/// A type number and what it was concluded from.
+struct TypeFound {
+    int type;            ///< negative: not found
+    std::string source;  ///< product_id, eeprom_tlv, eeprom_legacy, backplane, board_type, none
+    std::string how;
+};
+
+TypeFound find_board_type();
+TypeFound find_chassis_type();
+
+/// In the place of what a layout or a configuration does not have.
+inline Reading no_information() {
+    return {.status = Status::none};
+}
+
+/// A unit with an inventory EEPROM.
+struct Unit {
+    std::string name;  ///< board, fan, power, sub-card
+    std::optional<std::uint32_t> index;
+    std::string layout;  ///< tlv, fru, legacy; empty when none is described
+    std::string device;
+    std::uint16_t address = 0;
+    Reading product = no_information();
+    Reading serial = no_information();
+    Reading version = no_information();
+    Reading type = no_information();
+
+    bool absent() const { return type.status == Status::absent; }
+};
+
+/// The board's own EEPROM, then all fans, supplies and sub-cards that the configuration describes.
+std::vector<Unit> find_units();
+
+struct Backplane {
+    std::uint32_t id;
+    std::string source;  ///< record or items
+    std::string place;
+    Reading type = no_information();
+    Reading version = no_information();
+    Reading serial = no_information();
+    Reading mac = no_information();
+    std::vector<Reading> serials = {};
+};
+
+std::vector<Backplane> find_backplanes();
+
+struct Sample {
+    Item item;
+    Reading reading;
+};
+
+struct BoardPage {
+    Library library;
+    TypeFound board;
+    TypeFound chassis;
+    std::optional<int> slot;
+    std::optional<int> sub_slot;
+    std::vector<Unit> units;
+    std::vector<Backplane> backplanes;
+    std::vector<Sample> samples;
+};
+
+BoardPage read_board_page(const Options &options);
+void print_page(std::FILE *out, const BoardPage &page);
+nlohmann::ordered_json board_json(const BoardPage &page);
+int exit_of_page(const BoardPage &page);
+/// Says on standard error why the library did not start, where it did not.
+void report_start(const BoardPage &page);
+
+}  // namespace dfdctl

@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: MIT
+// The page of `show board` as text.
+#include <dfd/records.h>
+
+#include "dfdctl/board/describe.hpp"
+#include "dfdctl/output.hpp"
+#include "dfdctl/show/board_page.hpp"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+namespace dfdctl {
+
+namespace {
+
+void print_type(std::FILE *out, const char *name, const TypeFound &found) {
+    if (found.type > 0) {
+        fmt::print(out, "  {:<14} {} (0x{:x})\n", name, found.type, found.type);
+    } else {
+        fmt::print(out, "  {:<14} unknown\n", name);
+    }
+    fmt::print(out, "  {:<14} {}\n", "Found by", found.how);
+}
+
+void print_place(std::FILE *out, const char *name, std::optional<int> number) {
+    if (number) {
+        fmt::print(out, "  {:<14} {}\n", name, *number);
+    }
+}
+
+std::string file_status(const ConfigFile &file) {
+    if (file.failed_line != 0) {
+        return fmt::format("stopped at line {}: {}", file.failed_line, file.error);
+    }
+    if (!file.opened) {
+        return fmt::format("not loaded: {}", file.error);
+    }
+    return file.problems.empty() ? "loaded"
+                                 : fmt::format("loaded, problems: {}", file.problems.size());
+}
+
+void print_files(std::FILE *out, const LoadRecord &log) {
+    print_heading(out, "Configuration files, in the order of loading");
+    Table table({"FILE", "LINES", "ITEMS", "STATUS"});
+    for (const ConfigFile &file : log.files) {
+        table.add({file.path, fmt::format("{:>5}", file.lines), fmt::format("{:>5}", file.items),
+                   file_status(file)});
+    }
+    if (!log.list_error.empty()) {
+        table.add({log.list_path, "    -", "    -", "not loaded: " + log.list_error});
+    }
+    table.print(out);
+    for (const ConfigFile &file : log.files) {
+        for (const std::size_t problem : file.problems) {
+            const SourceLine &line = log.lines[problem];
+            fmt::print(out, "  {}:{}: {}\n", file.path, line.line, problem_of(line));
+        }
+    }
+}
+
+std::string cell(const Reading &reading) {
+    if (reading.status == Status::absent) {
+        return "absent";
+    }
+    return reading.failed() ? fmt::format("({})", status_name(reading.status)) : full_text(reading);
+}
+
+void print_units(std::FILE *out, const std::vector<Unit> &units) {
+    if (units.empty()) {
+        return;
+    }
+    print_heading(out, "Inventory");
+    Table table(
+        {"UNIT", "LAYOUT", "EEPROM", "PRODUCT NAME", "SERIAL NUMBER", "HW VERSION", "TYPE"});
+    for (const Unit &unit : units) {
+        const std::string place =
+            unit.device.empty() ? "-" : fmt::format("{} 0x{:02x}", unit.device, unit.address);
+        table.add({unit.index ? fmt::format("{} {}", unit.name, *unit.index) : unit.name,
+                   unit.layout.empty() ? "-" : unit.layout, place, cell(unit.product),
+                   cell(unit.serial), cell(unit.version), cell(unit.type)});
+    }
+    table.print(out);
+}
+
+void print_backplanes(std::FILE *out, const std::vector<Backplane> &backplanes) {
+    if (backplanes.empty()) {
+        return;
+    }
+    print_heading(out, "Backplanes");
+    Table table({"NUMBER", "SOURCE", "CHASSIS TYPE", "HW VERSION", "SERIAL NUMBER", "MAC ADDRESS",
+                 "SERIALS"});
+    for (const Backplane &backplane : backplanes) {
+        std::vector<std::string> serials;
+        for (const Reading &serial : backplane.serials) {
+            serials.push_back(cell(serial));
+        }
+        table.add({fmt::format("{}", backplane.id), backplane.place, cell(backplane.type),
+                   cell(backplane.version), cell(backplane.serial), cell(backplane.mac),
+                   fmt::format("{}", fmt::join(serials, " "))});
+    }
+    table.print(out);
+}
+
+void print_samples(std::FILE *out, const std::vector<Sample> &samples) {
+    if (samples.empty()) {
+        return;
+    }
+    print_heading(out,
+                  "Readings, one of each mode, source, format and polarity "
+                  "('dfdctl items --values' reads all)");
+    Table table({"ITEM", "MODE", "SOURCE", "FORMAT", "POLARITY", "VALUE"});
+    for (const Sample &sample : samples) {
+        const auto &record = *record_of<info_ctrl_t>(sample.item);
+        const auto word = [](std::string_view text) {
+            return std::string(text == "none" ? "-" : text);
+        };
+        table.add({sample.item.name(), word(mode_word(record.mode)), word(source_word(record.src)),
+                   word(format_word(record.frmt)), word(polarity_word(record.pola)),
+                   full_text(sample.reading)});
+    }
+    table.print(out);
+}
+
+}  // namespace
+
+void print_page(std::FILE *out, const BoardPage &page) {
+    print_heading(out, "Board", true);
+    print_type(out, "Board type", page.board);
+    print_place(out, "Slot", page.slot);
+    print_place(out, "Sub-slot", page.sub_slot);
+    print_heading(out, "Chassis");
+    print_type(out, "Chassis type", page.chassis);
+    print_files(out, page.library.log);
+    print_units(out, page.units);
+    print_backplanes(out, page.backplanes);
+    print_samples(out, page.samples);
+}
+
+}  // namespace dfdctl

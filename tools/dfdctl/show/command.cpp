@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: MIT
+// dfdctl show: pages about one subject each.
+#include "dfdctl/command.hpp"
+#include "dfdctl/board/start.hpp"
+#include "dfdctl/show/board_page.hpp"
+#include "dfdctl/show/table_page.hpp"
+
+#include <fmt/format.h>
+
+namespace dfdctl {
+
+namespace {
+
+int show_page(const Options &options, const Page &page) {
+    const Library library = require_library(options);
+    const PageData data = read_page(page);
+    if (options.json) {
+        nlohmann::ordered_json json = {{"command", fmt::format("show {}", page.name)}};
+        json.update(page_json(data));
+        print_json(options.out, json);
+    } else {
+        print_page(options.out, data, true);
+    }
+    if (library.incomplete()) {
+        return kExitUsage;
+    }
+    if (data.is_empty()) {
+        fmt::print(stderr, "dfdctl: show {}: nothing of this is configured on this board\n",
+                   page.name);
+        return kExitNotSupported;
+    }
+    return data.has_failed() ? kExitReadingFailed : kExitOk;
+}
+
+int show_board(const Options &options) {
+    const BoardPage page = read_board_page(options);
+    if (options.json) {
+        nlohmann::ordered_json json = {{"command", "show board"}};
+        json.update(board_json(page));
+        print_json(options.out, json);
+    } else {
+        print_page(options.out, page);
+    }
+    report_start(page);
+    return exit_of_page(page);
+}
+
+/// The page of the board comes without the others where the library did not start.
+int show_all(const Options &options) {
+    const BoardPage board = read_board_page(options);
+    std::vector<PageData> data;
+    for (const Page &page : pages()) {
+        if (board.library.usable()) {
+            data.push_back(read_page(page));
+        }
+    }
+    bool failed = false;
+    nlohmann::ordered_json json = {{"command", "show all"}, {"board", board_json(board)}};
+    for (const Page &page : pages()) {
+        json[page.name] = nullptr;
+    }
+    for (const PageData &page : data) {
+        json[page.page->name] = page_json(page);
+        failed = failed || page.has_failed();
+    }
+    if (options.json) {
+        print_json(options.out, json);
+    } else {
+        print_page(options.out, board);
+        for (const PageData &page : data) {
+            print_page(options.out, page, false);
+        }
+    }
+    report_start(board);
+    const int status = exit_of_page(board);
+    return status == kExitOk && failed ? kExitReadingFailed : status;
+}
+
+}  // namespace
+
+void add_show(Command &top, const Options &options) {
+    Command command = top.subcommand("show", "Show a page about one subject");
+    command.needs_subcommand();
+    const auto add = [&](const char *name, const char *description, Action show) {
+        command.subcommand(name, description).runs(std::move(show));
+    };
+    add("board",
+        "Board and chassis, how they were found out, the configuration files, the inventory, and "
+        "one value of each kind",
+        [&options] { return show_board(options); });
+    for (const Page &page : pages()) {
+        add(page.name, page.description, [&options, &page] { return show_page(options, page); });
+    }
+    add("all", "All of these pages", [&options] { return show_all(options); });
+}
+
+}  // namespace dfdctl

@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: MIT
+// Temperatures and voltages.
+#include <dfd/card.h>
+#include <dfd/driver.h>
+#include <dfd/records.h>
+#include <dfd/temperature.h>
+#include <algorithm>
+
+#include "dfdctl/show/table_page.hpp"
+
+namespace dfdctl {
+
+namespace {
+
+constexpr int kThousandths = 1000;
+constexpr std::uint32_t kFirstMacSensor = 41;
+
+const temp_info_t *sensor_at(const Place &place) {
+    return record_of<temp_info_t>(item_of(DFD_KEY_CARD_TEMP_INFO, place.index1, place.index2));
+}
+
+std::vector<Place> sensors_of(bool mac) {
+    std::vector<Place> places = configured(DFD_KEY_CARD_TEMP_INFO);
+    std::erase_if(places, [mac](const Place &place) {
+        return (sensor_at(place)->type == TEMP_INFO_MAC) != mac;
+    });
+    return places;
+}
+
+std::vector<Place> card_sensors() {
+    return sensors_of(false);
+}
+
+/// The library takes their sensor numbers from 41 on for those of the own board.
+std::vector<Place> mac_sensors() {
+    std::vector<Place> places = sensors_of(true);
+    std::erase_if(places, [](const Place &place) {
+        return place.index1 != 0 || place.index2 < kFirstMacSensor;
+    });
+    return places;
+}
+
+Reading sensor_name(const Place &place) {
+    std::array<char, DFD_PATH_SIZE> name = {};
+    const int code =
+        sdd_get_temp_name(static_cast<int>(place.index1), static_cast<std::uint8_t>(place.index2),
+                          name.data(), static_cast<int>(name.size()));
+    return {.value = code == DFD_OK ? std::string(name.data()) : std::string()};
+}
+
+Reading sensor_kind(const Place &place) {
+    return {.value = std::string(temp_info_type_str[sensor_at(place)->type])};
+}
+
+Answer card_temperature(const Place &place) {
+    return by_pointer<drv_get_card_temp>({slot_of_card(place.index1), place.index2});
+}
+
+template <int Which>
+Answer mac_figure(const Place &place) {
+    std::array<int, 3> figures = {};
+    const int number = static_cast<int>(place.index2 - kFirstMacSensor);
+    const int code = drv_get_mac_temp(number, &figures[0], &figures[1], &figures[2]);
+    return code == DFD_OK ? Answer{.value = std::int64_t{figures[Which]}} : Answer{.code = code};
+}
+
+constexpr Column kThresholds[] = {
+    {.key = "alarm", .heading = "alarm above", .item = DFD_KEY_SYS_ALARM_TEMP},
+    {.key = "shutdown", .heading = "shutdown above", .item = DFD_KEY_SYS_DANGER_TEMP},
+    {.key = "power_area", .heading = "power area", .item = DFD_KEY_POWER_ENV_TEMP},
+    {.key = "sensors_failed",
+     .heading = "sensor self-test failed",
+     .item = DFD_KEY_MB_TEMP_FAIL_STATUS,
+     .read = by_pointer<dfd_get_mb_temp_fail_status>,
+     .words = kNoYes},
+};
+
+constexpr LabelColumn kSensorLabels[] = {{"card", "card", first_index},
+                                         {"sensor", "sensor", second_index},
+                                         {"name", "name", sensor_name},
+                                         {"kind", "kind", sensor_kind}};
+
+constexpr Column kSensors[] = {
+    {.key = "temperature",
+     .heading = "temperature",
+     .item = DFD_KEY_CARD_TEMP_CTRL,
+     .read = card_temperature,
+     .unit = "C"},
+};
+
+constexpr Column kMacFigures[] = {
+    {.key = "figure1",
+     .heading = "figure 1",
+     .item = DFD_KEY_CARD_TEMP_CTRL,
+     .read = mac_figure<0>},
+    {.key = "figure2",
+     .heading = "figure 2",
+     .item = DFD_KEY_CARD_TEMP_CTRL,
+     .read = mac_figure<1>},
+    {.key = "figure3",
+     .heading = "figure 3",
+     .item = DFD_KEY_CARD_TEMP_CTRL,
+     .read = mac_figure<2>},
+};
+
+constexpr Section kTemperatures[] = {
+    {.key = "thresholds", .title = "Thresholds", .columns = kThresholds},
+    {.key = "sensors",
+     .title = "Temperature sensors",
+     .rows = card_sensors,
+     .labels = kSensorLabels,
+     .columns = kSensors},
+    {.key = "switch_chips",
+     .title = "Switch chips",
+     .rows = mac_sensors,
+     .labels = kSensorLabels,
+     .columns = kMacFigures},
+};
+
+/// Channels of the cards that have any, the reference included.
+std::vector<Place> channels() {
+    const auto count = static_cast<std::uint32_t>(std::max(drv_get_card_vol_num(), 0));
+    std::vector<Place> places;
+    for (std::uint32_t card = 0; card <= 31; ++card) {
+        for (std::uint32_t channel = 0; channel <= count; ++channel) {
+            if (record_of<char>(item_of(DFD_KEY_CARD_VOL_LOW, card, channel)) != nullptr) {
+                places.push_back({card, channel});
+            }
+        }
+    }
+    return places;
+}
+
+Answer voltage(const Place &place) {
+    return by_result<drv_get_card_vol>({slot_of_card(place.index1), place.index2});
+}
+
+constexpr Column kSupply[] = {
+    {.key = "nominal",
+     .heading = "nominal voltage",
+     .read = by_pointer<drv_get_current_voltage>,
+     .unit = "V"},
+    {.key = "channels", .heading = "channels", .read = by_result<drv_get_card_vol_num>},
+};
+
+constexpr LabelColumn kChannelLabels[] = {{"card", "card", first_index},
+                                          {"channel", "channel", second_index}};
+
+constexpr Column kChannels[] = {
+    {.key = "voltage",
+     .heading = "voltage",
+     .item = DFD_KEY_CARD_VOL_LOW,
+     .read = voltage,
+     .unit = "V",
+     .scale = kThousandths},
+    {.key = "warning_level", .heading = "warning level", .item = DFD_KEY_CARD_VOL_WATERLINE},
+};
+
+constexpr Section kVoltages[] = {
+    {.key = "system", .title = "Supply", .columns = kSupply, .has_defaults = true},
+    {.key = "channels",
+     .title = "Voltages of cards",
+     .rows = channels,
+     .labels = kChannelLabels,
+     .columns = kChannels},
+};
+
+}  // namespace
+
+std::span<const Section> temperature_sections() {
+    return kTemperatures;
+}
+
+std::span<const Section> voltage_sections() {
+    return kVoltages;
+}
+
+}  // namespace dfdctl

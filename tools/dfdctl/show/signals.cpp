@@ -1,0 +1,259 @@
+// SPDX-License-Identifier: MIT
+// LEDs, uplink ports and interrupts.
+#include <dfd/access.h>
+#include <dfd/chassis.h>
+#include <dfd/driver.h>
+#include <dfd/led.h>
+#include <dfd/records.h>
+#include <algorithm>
+
+#include "dfdctl/board/describe.hpp"
+#include "dfdctl/board/leds.hpp"
+#include "dfdctl/show/table_page.hpp"
+
+#include <fmt/format.h>
+
+namespace dfdctl {
+
+namespace {
+
+/// Places of LEDs: index1 the row of leds(), index2 the unit.
+std::vector<Place> led_places() {
+    std::vector<Place> places;
+    for (std::uint32_t row = 0; row < leds().size(); ++row) {
+        for (const Place &unit : configured(leds()[row].control)) {
+            places.push_back({row, unit.index1});
+        }
+    }
+    return places;
+}
+
+Reading led_name(const Place &place) {
+    return {.value = std::string(leds()[place.index1].name)};
+}
+
+Reading led_unit(const Place &place) {
+    return leds()[place.index1].has_units ? second_index(place) : Reading{};
+}
+
+/// The library's getters know unit 0, and not every LED.
+Answer led_state(const Place &place) {
+    const Led &led = leds()[place.index1];
+    constexpr std::uint32_t kNone = UINT32_MAX;
+    std::uint32_t state = kNone;
+    int code = place.index2 == 0 ? sdd_get_led(led.type, &state) : DFD_ERR;
+    if (code == DFD_ERR) {
+        int value = 0;
+        code = dfd_info_get_int(item_of(led.control, place.index2).key(), &value, nullptr);
+        if (code == DFD_OK) {
+            code = dfd_get_led_info_state(item_of(led.table).key(),
+                                          static_cast<std::uint32_t>(value), &state);
+        }
+    }
+    if (code != DFD_OK) {
+        return {.code = code};
+    }
+    return {.value = state == kNone ? std::string("unknown") : std::string(led_state_name(state))};
+}
+
+Answer led_states(const Place &place) {
+    std::string names;
+    for (std::uint32_t state = LED_STATE_DARK; state <= LED_STATE_FSPARK_CLOSE; ++state) {
+        std::uint32_t value = 0;
+        const std::uint32_t key = item_of(leds()[place.index1].table).key();
+        if (dfd_get_led_info_regval(key, state, &value) == DFD_OK) {
+            names += (names.empty() ? "" : " ") + std::string(led_state_name(state));
+        }
+    }
+    return names.empty() ? Answer{.code = DFD_ERR_NOT_SUPPORTED} : Answer{.value = names};
+}
+
+Answer led_master(const Place &place) {
+    const Item item = item_of(DFD_KEY_SOFT_LED_CTRL, leds()[place.index1].type, place.index2);
+    int value = 0;
+    const int code = dfd_info_get_int(item.key(), &value, nullptr);
+    return code == DFD_OK ? Answer{.value = std::int64_t{value}} : Answer{.code = code};
+}
+
+constexpr const char *kMasters[] = {"hardware", "software"};
+
+constexpr LabelColumn kLedLabels[] = {{"led", "led", led_name}, {"unit", "unit", led_unit}};
+
+constexpr Column kLedColumns[] = {
+    {.key = "state", .heading = "state", .read = led_state},
+    {.key = "controlled_by", .heading = "set by", .read = led_master, .words = kMasters},
+    {.key = "states", .heading = "can show", .read = led_states},
+};
+
+constexpr Section kLedSections[] = {
+    {.key = "leds",
+     .title = "LEDs",
+     .rows = led_places,
+     .labels = kLedLabels,
+     .columns = kLedColumns},
+};
+
+std::vector<Place> ports() {
+    std::vector<Place> places = configured(DFD_KEY_PORT_SFP_STATE);
+    for (const Place &place : configured(DFD_KEY_PORT_SFP_TX)) {
+        const bool known = std::any_of(places.begin(), places.end(), [&](const Place &port) {
+            return port.index1 == place.index1;
+        });
+        if (!known) {
+            places.push_back(place);
+        }
+    }
+    return places;
+}
+
+constexpr LabelColumn kPortLabel[] = {{"port", "port", first_index}};
+
+constexpr Column kPorts[] = {
+    {.key = "module",
+     .heading = "module",
+     .item = DFD_KEY_PORT_SFP_STATE,
+     .read = by_pointer<dfd_port_get_sfp_present, std::uint8_t>,
+     .words = kAbsentPresent},
+    {.key = "transmitter", .heading = "transmitter", .item = DFD_KEY_PORT_SFP_TX, .words = kOffOn},
+};
+
+constexpr Section kPortSections[] = {
+    {.key = "ports", .title = "SFP ports", .rows = ports, .labels = kPortLabel, .columns = kPorts},
+};
+
+// ---- Interrupts: places of sources have index1 = i << 8 | j, index2 = k
+// -----------------------------
+
+constexpr std::uint32_t kBits = 8;
+constexpr std::uint32_t kMasksOfSource = 16;
+constexpr std::uint32_t kUnmasked = 0;
+
+std::uint32_t first_bit(const Place &place) {
+    return place.index1 >> kBits;
+}
+
+std::uint32_t second_bit(const Place &place) {
+    return place.index1 & (kBits - 1);
+}
+
+std::vector<Place> sources() {
+    std::vector<Place> places;
+    for (std::uint32_t position = 0; position < kBits * kBits * kBits; ++position) {
+        const Place place{position / (kBits * kBits) << kBits | position / kBits % kBits,
+                          position % kBits};
+        if (record_of<char>(item_of(DFD_KEY_IRQ_INFO, place.index1, place.index2)) != nullptr) {
+            places.push_back(place);
+        }
+    }
+    return places;
+}
+
+const irq_info_t &source_at(const Place &place) {
+    return *record_of<irq_info_t>(item_of(DFD_KEY_IRQ_INFO, place.index1, place.index2));
+}
+
+Reading source_position(const Place &place) {
+    return {.value = fmt::format("{}.{}.{}", first_bit(place), second_bit(place), place.index2)};
+}
+
+Reading source_type(const Place &place) {
+    return {.value = std::string(irq_type_word(source_at(place).type))};
+}
+
+Reading source_values(const Place &place) {
+    const irq_info_t &source = source_at(place);
+    return {.value = fmt::format("{} {} {}", source.val0, source.val1, source.val2)};
+}
+
+/// The deepest status register that is configured for a source, and its bit there.
+std::pair<Item, std::uint32_t> status_of(const Place &place) {
+    const Item third = item_of(DFD_KEY_3RD_IRQ_STATUS, first_bit(place), second_bit(place));
+    const Item second = item_of(DFD_KEY_2ND_IRQ_STATUS, first_bit(place));
+    if (record_of<char>(third) != nullptr) {
+        return {third, place.index2};
+    }
+    if (record_of<char>(second) != nullptr) {
+        return {second, second_bit(place)};
+    }
+    return {item_of(DFD_KEY_1ST_IRQ_STATUS), first_bit(place)};
+}
+
+/// Read without clearing anything, as a dispatch would.
+Answer source_pending(const Place &place) {
+    const auto *polarity = record_of<irq_ctrl_t>(item_of(DFD_KEY_IRQ_CTRL_INFO));
+    const auto [item, bit] = status_of(place);
+    int value = 0;
+    const int code = dfd_info_get_int(item.key(), &value, nullptr);
+    if (code != DFD_OK || polarity == nullptr) {
+        return {.code = code != DFD_OK ? code : DFD_ERR_NOT_SUPPORTED};
+    }
+    const bool is_set = (value >> bit & 1) != 0;
+    return {.value = std::int64_t{is_set == (polarity->irq_flag != 0)}};
+}
+
+/// Masked where any of the source's masks is.
+Answer source_masked(const Place &place) {
+    Answer answer{.code = DFD_ERR_NOT_SUPPORTED};
+    for (std::uint32_t m = 0; m < kMasksOfSource; ++m) {
+        int value = kUnmasked;
+        const Item item =
+            item_of(DFD_KEY_IRQ_MASK, place.index1, place.index2 * kMasksOfSource + m);
+        const int code = dfd_info_get_int(item.key(), &value, nullptr);
+        if (code == DFD_ERR_NOT_SUPPORTED) {
+            continue;
+        }
+        const bool masked = code == DFD_OK && value != static_cast<int>(kUnmasked);
+        if (code != DFD_OK || masked) {
+            return code != DFD_OK ? Answer{.code = code} : Answer{.value = std::int64_t{1}};
+        }
+        answer = {.value = std::int64_t{0}};
+    }
+    return answer;
+}
+
+Answer polarity(const Place & /*place*/) {
+    return {.value = describe(item_of(DFD_KEY_IRQ_CTRL_INFO))};
+}
+
+constexpr Column kControllers[] = {
+    {.key = "controllers",
+     .heading = "controllers",
+     .item = DFD_KEY_IRQ_CTRL_NUM,
+     .read = by_result<drv_get_irq_ctrl_num>},
+    {.key = "polarity", .heading = "polarity", .item = DFD_KEY_IRQ_CTRL_INFO, .read = polarity},
+    {.key = "first_level", .heading = "first level status", .item = DFD_KEY_1ST_IRQ_STATUS},
+};
+
+constexpr LabelColumn kSourceLabels[] = {{"position", "position", source_position},
+                                         {"type", "type", source_type},
+                                         {"values", "values", source_values}};
+
+constexpr Column kSources[] = {
+    {.key = "pending", .heading = "pending", .read = source_pending, .words = kNoYes},
+    {.key = "masked", .heading = "masked", .read = source_masked, .words = kNoYes},
+};
+
+constexpr Section kIrqSections[] = {
+    {.key = "controllers", .title = "Interrupt controllers", .columns = kControllers},
+    {.key = "sources",
+     .title = "Interrupt sources",
+     .rows = sources,
+     .labels = kSourceLabels,
+     .columns = kSources},
+};
+
+}  // namespace
+
+std::span<const Section> led_sections() {
+    return kLedSections;
+}
+
+std::span<const Section> sfp_sections() {
+    return kPortSections;
+}
+
+std::span<const Section> irq_sections() {
+    return kIrqSections;
+}
+
+}  // namespace dfdctl

@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: MIT
+// Pages of `show` as rows: what a page consists of is data, how it is read and printed is here.
+#pragma once
+
+#include <span>
+
+#include "dfdctl/board/library_calls.hpp"
+#include "dfdctl/output.hpp"
+
+namespace dfdctl {
+
+using Words = std::span<const char *const>;
+
+/// One kind of value, for each unit of a section.
+struct Column {
+    const char *key;  ///< in JSON
+    const char *heading;
+    std::uint32_t item = 0;  ///< key type behind it, with the indexes of the unit; 0: no single one
+    Reader read = nullptr;   ///< null: the item is read
+    Reading (*ready)(const Place &) = nullptr;  ///< instead of both, a reading that is made already
+    std::string_view unit = {};
+    int scale = 1;             ///< how much finer than the unit the reader's numbers are
+    Words words = {};          ///< names of the values from 0 up
+    bool is_presence = false;  ///< value 0: the unit is not plugged, nothing else of it is read
+    /// Cards: index1 of the item is the virtual slot of the unit's slot.
+    bool is_of_card = false;
+};
+
+/// What stands in the place of a value that is a name or a number of the configuration.
+using Label = Reading (*)(const Place &);
+
+struct LabelColumn {
+    const char *key;
+    const char *heading;
+    Label label;
+};
+
+/// A table, one row a unit; without `rows` one list of values of the whole system.
+struct Section {
+    const char *key;  ///< in JSON
+    const char *title;
+    std::vector<Place> (*rows)() = nullptr;
+    std::span<const LabelColumn> labels = {};
+    std::span<const Column> columns = {};
+    bool has_defaults = false;  ///< has values also on a board without what the page is about
+};
+
+struct Page {
+    const char *name;
+    const char *description;
+    std::span<const Section> sections;
+};
+
+std::span<const Page> pages();
+
+/// Units whose item of this type is configured, by its indexes.
+std::vector<Place> configured(std::uint32_t type);
+
+/// The usual labels.
+Reading first_index(const Place &place);
+Reading second_index(const Place &place);
+
+inline constexpr const char *kAbsentPresent[] = {"absent", "present"};
+inline constexpr const char *kOffOn[] = {"off", "on"};
+inline constexpr const char *kNoYes[] = {"no", "yes"};
+
+// The sections of each page.
+std::span<const Section> slot_sections();
+std::span<const Section> fan_sections();
+std::span<const Section> power_sections();
+std::span<const Section> temperature_sections();
+std::span<const Section> voltage_sections();
+std::span<const Section> led_sections();
+std::span<const Section> sfp_sections();
+std::span<const Section> backplane_sections();
+std::span<const Section> subcard_sections();
+std::span<const Section> irq_sections();
+
+/// A page that was read.
+struct Row {
+    std::vector<Reading> labels;
+    std::vector<Reading> cells;
+};
+
+struct SectionData {
+    const Section *section;
+    std::vector<Row> rows;
+};
+
+struct PageData {
+    const Page *page;
+    std::vector<SectionData> sections;
+
+    bool has_failed() const;
+    /// The board has nothing that the page could show.
+    bool is_empty() const;
+};
+
+PageData read_page(const Page &page);
+void print_page(std::FILE *out, const PageData &data, bool first);
+nlohmann::ordered_json page_json(const PageData &data);
+
+}  // namespace dfdctl
