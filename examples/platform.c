@@ -10,7 +10,11 @@
 #include <string.h>
 
 enum {
-    SUPPLIES_MAX = 16, /* power ids go from 1 up, like the indexes of the power items */
+    /* The largest indexes that items of trays, rotors, supplies and sensors can have: nothing
+     * beyond them is configured, whatever a count says. */
+    TRAYS_MAX = 16,
+    ROTORS_MAX = 16,
+    SUPPLIES_MAX = 16,
     SENSORS_MAX = 82,
     TEXT_SIZE = 256 /* the largest buffer that an inventory getter wants */
 };
@@ -44,7 +48,7 @@ static void watch_fan(uint32_t fan) {
     int rotors = 0;
     printf("fan %u: %s", (unsigned)fan, fan_state(status));
     if (status > 0 && drv_get_fan_num(fan, &rotors) == DFD_OK) {
-        for (int rotor = 1; rotor <= rotors; ++rotor) {
+        for (int rotor = 1; rotor <= rotors && rotor <= ROTORS_MAX; ++rotor) {
             int speed = 0;
             if (drv_get_fan_speed(fan, (uint8_t)rotor, &speed) == DFD_OK) {
                 printf("  rotor %d at %d", rotor, speed);
@@ -72,12 +76,11 @@ static const char *power_state(int status) {
     }
 }
 
-/* Returns whether there is such a supply in the configuration at all. */
-static int watch_supply(uint32_t supply) {
+static void watch_supply(uint32_t supply) {
     const int status = drv_get_power_status(supply);
     int input = 0;
     if (status == DFD_ERR_NOT_SUPPORTED) {
-        return 0;
+        return; /* the board has no such supply */
     }
     printf("power %u: %s", (unsigned)supply, power_state(status));
     if (status > 0) {
@@ -95,17 +98,17 @@ static int watch_supply(uint32_t supply) {
         }
     }
     printf("\n");
-    return 1;
 }
 
-static void watch_temperatures(int slot) {
+/* Of the own card: own_slot is what drv_get_my_slotid returned, be it a code. */
+static void watch_temperatures(int own_slot) {
     int alarm = 0;
     const int has_alarm = drv_get_sys_card_alarm_temp(&alarm) == DFD_OK;
     for (uint8_t sensor = 0; sensor <= SENSORS_MAX; ++sensor) {
         char name[DFD_PATH_SIZE] = "";
         int temp = 0;
-        if (drv_check_temp_valid(slot, sensor) == 0 ||
-            drv_get_card_temp(slot, sensor, &temp) != DFD_OK) {
+        if (drv_check_temp_valid(own_slot, sensor) == 0 ||
+            drv_get_card_temp(own_slot, sensor, &temp) != DFD_OK) {
             continue;
         }
         if (drv_get_temp_name(sensor, name, sizeof name) != DFD_OK) {
@@ -125,19 +128,25 @@ static int handle_interrupt(const irq_info_t *source) {
 }
 
 int main(void) {
-    const int slot = dev_drv_init() == DFD_OK ? drv_get_my_slotid() : DFD_ERR;
-    if (slot < 0) {
+    if (dev_drv_init() != DFD_OK) {
         /* The log says why; it goes to standard output. */
         fprintf(stderr, "platform: the library did not start\n");
         return 1;
     }
-    printf("board type %d, chassis type %d, slot %d\n", drv_get_my_dev_type(),
-           drv_get_my_chassis_type(), slot);
+    const int slot = drv_get_my_slotid();
+    printf("board type %d, chassis type %d, ", drv_get_my_dev_type(), drv_get_my_chassis_type());
+    if (slot >= 0) {
+        printf("slot %d\n", slot);
+    } else {
+        printf("no slot number\n"); /* a board that is alone in its chassis */
+    }
 
-    for (int fan = 1; fan <= drv_get_sys_fan_num(); ++fan) {
+    const int trays = drv_get_sys_fan_num();
+    for (int fan = 1; fan <= trays && fan <= TRAYS_MAX; ++fan) {
         watch_fan((uint32_t)fan);
     }
-    for (uint32_t supply = 1; supply <= SUPPLIES_MAX && watch_supply(supply); ++supply) {
+    for (uint32_t supply = 1; supply <= SUPPLIES_MAX; ++supply) {
+        watch_supply(supply);
     }
     watch_temperatures(slot);
 
