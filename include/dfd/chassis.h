@@ -19,8 +19,9 @@ DFD_API int sdd_get_my_sslotid(void);
 /* Number of the CPU on the board: item my_cpuid, 0 where it is not configured. */
 DFD_API int sdd_get_my_cpu_id(void);
 
-/* The number under which the items of the card in a slot are configured: -1 for slot 0, 0 for the
- * own slot, 31 for slots 30 and 31, else the slot. */
+/* The number under which the items of the card in a slot are configured: -1 for slot 0; 0 for what
+ * sdd_get_my_slotid returns, also where that is a code, so that -6 names the own card of a board
+ * without my_slotid; 31 for slots 30 and 31; else the slot. */
 DFD_API int sdd_get_virtual_slotid(int slot);
 
 /* Whether a slot holds a card: item slot_online, index1 slot. Returns 1, also for the own slot
@@ -40,8 +41,12 @@ DFD_API int sdd_control_card_power_on_off(int slot, uint32_t value);
 
 /* ---- Resets ------------------------------------------------------------------------------- */
 
-/* Resets the line card of a slot (items reset_lc, index1 slot), with `all` not 0 those of slots 1
- * to 28, which sleeps 200 ms. Always returns 0. The other two are its two halves. */
+/*
+ * Resets line cards by the items reset_lc, index1 the slot as it is. sdd_reset_lc: one slot, 1 and
+ * at once 0 again, the 0 only where the 1 could be written. sdd_reset_lc_all: slots 1 to 28, all 1,
+ * a pause of 200 ms, all 0; slots without the item are passed over. sdd_reset_linecard does the
+ * second where `all` is not 0, else the first. Failed writes are not reported: it always returns 0.
+ */
 DFD_API int sdd_reset_linecard(int slot, int all);
 DFD_API void sdd_reset_lc(int slot);
 DFD_API void sdd_reset_lc_all(void);
@@ -64,10 +69,12 @@ enum dfd_peer_state {
 };
 
 /*
- * State of the peer (enum dfd_peer_state) from items mcpu_rdy_status, mcpu_master_status and
- * mcpu_present, sampled twice, 5 ms apart, up to 6 times until two samples agree; the last counts
- * all the same. Both names are one function. Return 0, also with state 0 where the lines are not
- * configured; -22: null state; -5: a line cannot be read; -1: lines of a value that is no state.
+ * State of the peer (enum dfd_peer_state) from the items mcpu_rdy_status, mcpu_master_status and
+ * mcpu_present, read in this order and sampled twice, 5 ms apart, up to 6 times until two samples
+ * agree; the last counts all the same. Both names are one function.
+ * Return 0, with state 0 on a board without mcpu_rdy_status or mcpu_master_status, which has no
+ * peer; -5: a line cannot be read, or mcpu_present alone is not configured; -1: ready x 4 | master
+ * x 2 | present lies outside 0 to 7, and *state stays; -22: null state.
  */
 DFD_API int sdd_get_chassis_mb_info(int *state);
 DFD_API int sdd_get_peer_mb_state(int *state);
@@ -98,9 +105,10 @@ DFD_API int dfd_cfg_card_hw_ver(const char *ver, int len);
 /* 1 when the board type is 74 or 75 and the kept hardware version is "1.00"; else 0. */
 DFD_API int dfd_check_fwed_v100(void);
 
-/* Whether line cards lack the hardware heartbeat: *flag 1 when item support_lc_hwhb does not read
- * 1, else 0; a reading that fails counts as not 1. Returns the result of dfd_info_get_int; -6: not
- * configured and -8: null flag, both without setting it. */
+/* Whether line cards have the hardware heartbeat: *flag 1 supported, 0 not. The sense is inverted
+ * from the register: item support_lc_hwhb reading 1 gives 0, everything else 1, a reading that
+ * fails too. Returns 0; -6: not configured and -8: null flag, both without setting it; otherwise
+ * what dfd_info_get_int returned. */
 DFD_API int sdd_get_support_lc_hwhb(int *flag);
 
 /* Failure flags: items eeprom_fail_status and mb_temp_fail_status. Return the result of
