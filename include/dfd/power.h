@@ -2,10 +2,11 @@
 /*
  * Power supplies: presence and health, identity, telemetry, and the figures of the whole system.
  *
- * power_id is index1 of every item of a supply (0 to 16; bypass_state 0 to 4). Figures of the
- * system have no index. Each call makes the few readings that it needs and keeps nothing. A
- * transfer to an I2C device that does not answer sleeps 50 ms, so any function here may sleep,
- * except where it says otherwise.
+ * power_id is index1 of every item of a supply (0 to 16; bypass_state 0 to 4). Supplies are
+ * numbered from 1 and no item counts them: ask for the status of 1 to 16; -6 is a supply that the
+ * board does not have. Figures of the system have no index. Each call makes the few readings that
+ * it needs and keeps nothing. A transfer to an I2C device that does not answer sleeps 50 ms, so any
+ * function here may sleep, except where it says otherwise.
  *
  * "The code of the reading" is what dfd_info_get_int returned: -6: not configured; -5 or -8: the
  * item cannot be read as a number; -7: the hardware did not answer. An item in mode tlv or fru
@@ -132,20 +133,24 @@ DFD_API int sdd_set_power_hw_version(uint32_t power_id, const uint8_t *data);
 /* ---- Telemetry ---------------------------------------------------------------------------- */
 
 /*
- * Input voltage in V (item power_in_voltage) and input current in mA (item power_in_current).
- * An item in format num_buf holds a LINEAR11 word: two bytes, the low one first; other formats give
- * their number as it is, and so does a constant. Voltages are cut to whole units towards zero.
- * Return 0; -8: null pointer, or an item in format num_buf that is not two bytes long; otherwise
- * the negative code of the reading.
+ * sdd_get_power_vol_in, _icur, _ovol, _ocur, _rated_supply and _temp take their item alike: format
+ * num_buf, two bytes, the low one first, is a LINEAR11 (_ovol: LINEAR16) word; another number of
+ * bytes, and format bit, give -8; the other formats and a constant give their number as it is, in
+ * the unit of the function.
+ */
+
+/*
+ * Input voltage in V (item power_in_voltage), cut to whole units towards zero, and input current in
+ * mA (item power_in_current). Return 0; -8: null pointer; otherwise the negative code of the
+ * reading.
  */
 DFD_API int sdd_get_power_vol_in(uint32_t power_id, int *volt);
 DFD_API int sdd_get_power_icur(uint32_t power_id, int *milliamp);
 
 /*
- * Output voltage in mV (item power_out_voltage, in format num_buf a signed LINEAR16 word with
- * exponent -9) and output current in mA (item power_out_current, LINEAR11). Return the value, which
- * the word can make negative, or the negative code of the reading (-8 for a word that is not two
- * bytes long).
+ * Output voltage in mV (item power_out_voltage, a signed LINEAR16 word with exponent -9) and output
+ * current in mA (item power_out_current, LINEAR11). Return the value, which the word can make
+ * negative, or the negative code of the reading.
  */
 DFD_API int sdd_get_power_ovol(uint32_t power_id);
 DFD_API int sdd_get_power_ocur(uint32_t power_id);
@@ -156,13 +161,14 @@ DFD_API int sdd_get_power_ocur(uint32_t power_id);
 DFD_API int sdd_get_power_osupply(uint32_t power_id);
 
 /*
- * Rated output power in W (item power_rate_supply): a LINEAR11 word in format num_buf, whole units;
- * in mode tlv entry 0 of the TLV image, of at most four bytes, as it is; a longer one is not found.
- * Returns the value; -6: not configured; the negative code of the reading or of the EEPROM query.
+ * Rated output power in W (item power_rate_supply): a LINEAR11 word, cut to whole units towards
+ * zero; in mode tlv entry 0 of the TLV image, of at most four bytes, as it is; a longer one is not
+ * found. Returns the value; -6: not configured; the negative code of the reading or of the EEPROM
+ * query.
  */
 DFD_API int sdd_get_power_rated_supply(uint32_t power_id);
 
-/* Temperature in whole degrees Celsius (item power_temp, in format num_buf through
+/* Temperature in whole degrees Celsius (item power_temp, its word through
  * dfd_get_power_temp_by_buf). sensor is ignored. Returns 0; -8: null temp; otherwise the negative
  * code of the reading. */
 DFD_API int sdd_get_power_temp(uint32_t power_id, uint32_t sensor, int *temp);
