@@ -58,7 +58,8 @@ DFD_API int sdd_get_fan_line_fail_status(uint32_t fan_id, int *fail);
 /*
  * Failed rotors of a tray: bit n - 1 of *bitmap for rotor n. The first source that is configured:
  * fan_fail_bmp(fan); the judgement by fan_speed_floor (see sdd_get_fan_status); the state of the
- * tray.
+ * tray. The first two do not look at presence: rotors of an empty tray may count as failed. Ask
+ * sdd_get_fan_status first.
  * Returns 0 from the first two, or the engine code (3 and 4 for a fan_fail_bmp in mode tlv and fru,
  * with *bitmap 0). From the third the state itself, so a positive number: 2 with *bitmap 1, 3 or
  * the presence value with *bitmap 0; -1: tray absent or state unreadable. -8: null bitmap. On
