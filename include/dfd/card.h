@@ -13,8 +13,9 @@ DFD_BEGIN_DECLS
 
 /* ---- Power -------------------------------------------------------------------------------- */
 
-/* Power that the card of a slot is rated for: item card_rate_power, index1 the virtual slot, a
- * constant or a register value that items power_regval_convert (index1 that value) translate.
+/* Power that the card of a slot is rated for: item card_rate_power, index1 the virtual slot. A
+ * constant is the power. In formats num_buf and bit the (first) byte is a register value, and item
+ * power_regval_convert of index1 that value the power; other formats give the power as it is read.
  * Returns 0; -6: not configured, or the register value has no translation; -8: null power; the code
  * of dfd_info_get_int. */
 DFD_API int sdd_get_card_power_consume(int slot, int *power);

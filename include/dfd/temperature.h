@@ -4,9 +4,10 @@
  *
  * A sensor is named by the slot of its card and its index (0 to 82). card_temp_info(slot, index)
  * gives name and kind, card_temp_ctrl(slot, index) where the value is read. The slot of a card in
- * these keys is its virtual slot (sdd_get_virtual_slotid: 0 for the own card, which slot 0 as an
- * argument is not) unless a function says that it takes the slot as it is. Temperatures are whole
- * degrees Celsius. A read or write on an I2C bus sleeps 50 ms when the device does not answer.
+ * these keys is its virtual slot (sdd_get_virtual_slotid) unless a function says that it takes the
+ * slot as it is. The own card is asked for with the result of sdd_get_my_slotid, whatever that is:
+ * on a board without item my_slotid its -6 names the own card too. Temperatures are whole degrees
+ * Celsius. A read or write on an I2C bus sleeps 50 ms when the device does not answer.
  */
 #ifndef DFD_TEMPERATURE_H
 #define DFD_TEMPERATURE_H
@@ -55,12 +56,12 @@ DFD_API int sdd_is_support_mac_temp(void);
 enum { DFD_MAC_TEMP_FILE_SIZE = 100 }; /* bytes that are read of a MAC temperature file */
 
 /*
- * Three figures of a MAC, 32-bit integers in host order at bytes 88, 92 and 96 of the file that
- * .fpath of card_temp_ctrl(0, n + 41) names; n + 41 counts in 8 bits. What they mean is up to the
- * writer of the file; those that a short file does not reach are 0. Returns 0; -6: not configured;
- * -8: null pointer; -10: the file cannot be read.
+ * Three figures of MAC number `mac`, from 0 on: 32-bit integers in host order at bytes 88, 92 and
+ * 96 of the file that .fpath of card_temp_ctrl(0, mac + 41) names; mac + 41 counts in 8 bits. What
+ * they mean is up to the writer of the file; those that a short file does not reach are 0. Returns
+ * 0; -6: not configured; -8: null pointer; -10: the file cannot be read.
  */
-DFD_API int sdd_get_mac_temp_state(int n, int *a, int *b, int *c);
+DFD_API int sdd_get_mac_temp_state(int mac, int *a, int *b, int *c);
 
 /* Reads a MAC temperature file with one read into buf, DFD_MAC_TEMP_FILE_SIZE bytes. Returns the
  * number of bytes; -6: it cannot be opened; -1: it cannot be read; -8: null pointer. */
