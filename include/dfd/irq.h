@@ -14,7 +14,11 @@ DFD_BEGIN_DECLS
 
 enum { DFD_IRQ_CONTROLLERS_MAX = 5 };
 
-/* Called with the irq_info item of a pending source, which is the library's; the result is ignored.
+/*
+ * Called with the irq_info item of a pending source, which is the library's; the result is ignored.
+ * It runs inside the dispatch, on its thread, before the source is cleared. It may call any
+ * function of the library but the dispatch, which would find the source pending again and not come
+ * to an end.
  */
 typedef int (*dfd_irq_handler_t)(const irq_info_t *source);
 
@@ -32,9 +36,10 @@ DFD_API int drv_irq_cfg_init(void);
  * handler, if not null, for the irq_info item of each pending source (index1 i << 8 | j, index2 k,
  * from bit 0 up), and writes 1st_, 2nd_ and 3rd_irq_clear. A level that is not configured, or
  * cannot be read, ends the walk there: its parent bit is the source, with the lower positions 0.
- * Polarities come from irq_ctrl_info; all controllers share it and the registers. A status item in
- * mode tlv or fru reads as 0. May sleep 50 ms for each register on I2C that does not answer.
- * Returns 0; -1: the first level is configured and cannot be read, or the controller is not set up.
+ * Polarities come from irq_ctrl_info; all controllers share it, the registers and the sources, so
+ * that one dispatch, of controller 0, serves them all. A status item in mode tlv or fru reads as 0.
+ * May sleep 50 ms for each register on I2C that does not answer. Returns 0; -1: the first level is
+ * configured and cannot be read, or the controller is not set up.
  */
 DFD_API int sdd_irq_dispatch(uint32_t controller, dfd_irq_handler_t handler);
 
