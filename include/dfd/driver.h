@@ -34,7 +34,7 @@ DFD_API int drv_get_my_cpu_id(void);
 DFD_API int drv_get_chassis_mb_info(int *state);
 /* sdd_get_peer_mb_state. */
 DFD_API int drv_get_peer_mb_state(int *state);
-/* sdd_reset_linecard. */
+/* sdd_reset_linecard; with `all` not 0 it sleeps 200 ms. */
 DFD_API int drv_reset_linecard(int slot, int all);
 /* sdd_reset_master. */
 DFD_API int drv_reset_master(void);
@@ -42,9 +42,9 @@ DFD_API int drv_reset_master(void);
 DFD_API int drv_set_my_mb_status(uint32_t status);
 /* sdd_get_support_lc_hwhb. */
 DFD_API int drv_get_support_lc_hwhb(int *flag);
-/* sdd_get_cpld_ver_date. */
+/* sdd_get_cpld_ver_date. text holds 42 bytes, *len is only set. */
 DFD_API int drv_get_cpld_ver_date(char *text, int *len);
-/* sdd_get_fpga_ver_date. */
+/* sdd_get_fpga_ver_date. text holds 42 bytes, *len is only set. */
 DFD_API int drv_get_fpga_ver_date(char *text, int *len);
 /* sdd_get_eeprom_fail_status. */
 DFD_API int drv_get_eeprom_fail_status(int *value);
@@ -81,9 +81,9 @@ DFD_API int dfd_check_mycard_is_conflict(void);
 
 /* sdd_get_sub_unintlg_lc_info. */
 DFD_API int drv_get_sub_unintlg_lc_info(uint32_t slot, uint32_t sslot, uint32_t *type, void *aux);
-/* sdd_get_sub_unintlg_sn. */
+/* sdd_get_sub_unintlg_sn. buf holds *len bytes. */
 DFD_API int drv_get_sub_unintlg_sn(uint32_t sslot, char *buf, int *len);
-/* sdd_get_sub_unintlg_hw_ver. */
+/* sdd_get_sub_unintlg_hw_ver. buf holds *len bytes. */
 DFD_API int drv_get_sub_unintlg_hw_ver(uint32_t sslot, char *buf, int *len);
 /* sdd_set_sub_unintlg_info. */
 DFD_API int drv_set_sub_unintlg_info(uint32_t sslot, const char *sn, const char *hw);
@@ -106,13 +106,13 @@ DFD_API int dfd_get_card_vol_waterline(int slot, int channel, int *level);
 
 /* sdd_get_power_type. */
 DFD_API int drv_get_power_type(uint32_t power_id);
-/* sdd_get_power_name. */
+/* sdd_get_power_name. buf holds DFD_POWER_NAME_SIZE (32) bytes, whatever *len. */
 DFD_API int drv_get_power_name(uint32_t power_id, char *buf, int *len);
-/* sdd_get_power_sn. */
+/* sdd_get_power_sn. buf holds *len bytes, more than the .len of the item. */
 DFD_API int drv_get_power_sn(uint32_t power_id, char *buf, int *len);
-/* sdd_get_power_sw_version. */
+/* sdd_get_power_sw_version. buf holds *len bytes; DFD_POWER_VERSION_SIZE (21) do. */
 DFD_API int drv_get_power_sw_version(uint32_t power_id, char *buf, int *len);
-/* sdd_get_power_hw_version. */
+/* sdd_get_power_hw_version. buf holds *len bytes; DFD_POWER_VERSION_SIZE (21) do. */
 DFD_API int drv_get_power_hw_version(uint32_t power_id, char *buf, int *len);
 /* sdd_get_power_status. */
 DFD_API int drv_get_power_status(uint32_t power_id);
@@ -161,7 +161,8 @@ DFD_API int drv_get_fan_status(uint32_t fan_id);
 DFD_API int drv_get_fan_type(uint32_t fan_id);
 /* sdd_get_fan_temp. */
 DFD_API int drv_get_fan_temp(uint32_t fan_id);
-/* sdd_get_fan_sn. buf holds 256 bytes where the serial number is in a TLV EEPROM, whatever *len. */
+/* sdd_get_fan_sn. buf holds *len bytes and, whatever *len, 256 where the serial number is in a TLV
+ * EEPROM, else 21. */
 DFD_API int drv_get_fan_sn(uint32_t fan_id, char *buf, int *len);
 /* sdd_get_fan_fail_bmp. */
 DFD_API int drv_get_fan_fail_bmp(uint32_t fan_id, int *bitmap);
@@ -169,7 +170,7 @@ DFD_API int drv_get_fan_fail_bmp(uint32_t fan_id, int *bitmap);
 DFD_API int drv_get_fan_attribute(uint32_t fan_id, uint32_t ignored, int *attr);
 /* sdd_get_fan_num. */
 DFD_API int drv_get_fan_num(uint32_t fan_id, int *num);
-/* sdd_get_fan_cpld_version. */
+/* sdd_get_fan_cpld_version. buf holds 21 bytes, whatever *len. */
 DFD_API int drv_get_fan_cpld_version(uint32_t fan_id, char *buf, int *len);
 /* sdd_get_sys_fan_num. */
 DFD_API int drv_get_sys_fan_num(void);
@@ -231,16 +232,17 @@ DFD_API int drv_get_my_cpuid(void);
 DFD_API int drv_control_ca_card_power_on_off(int slot, uint32_t value);
 /* sdd_get_card_power_consume (card.h). */
 DFD_API int drv_get_card_rate_power(int slot, int *power);
-/* sdd_get_mac_temp_state (temperature.h), both. */
-DFD_API int drv_get_mac_temp(int slot, int *a, int *b, int *c);
-DFD_API int dfd_get_mac_temp(int slot, int *a, int *b, int *c);
+/* sdd_get_mac_temp_state (temperature.h), both: mac is the number of a MAC, not a slot. */
+DFD_API int drv_get_mac_temp(int mac, int *a, int *b, int *c);
+DFD_API int dfd_get_mac_temp(int mac, int *a, int *b, int *c);
 /* dfd_ctl_e2_write_pro (inventory.h). */
 DFD_API int drv_set_e2_wr_pro(int target, int protect);
 /* dfd_irq_set_cfg (irq.h). */
 DFD_API int drv_irq_set_cfg(int type, int enable);
 /* sdd_set_mylc_st_led (led.h). */
 DFD_API int drv_cpld_set_mylc_st_led(uint32_t state);
-/* sdd_get_temp_name (temperature.h) of slot 0. */
+/* sdd_get_temp_name (temperature.h) of slot 0, the own card. text holds len bytes; DFD_PATH_SIZE
+ * (128) hold every name. */
 DFD_API int drv_get_temp_name(uint8_t index, char *text, int len);
 
 /* ---- Adapted ---- */
@@ -270,10 +272,10 @@ DFD_API int drv_get_sys_power_rsupply(int *out);
  * failed); a negative code, or a temperature below zero, without setting it; -8: null temp. */
 DFD_API int dfd_get_fan_temp(uint32_t fan_id, int *temp);
 
-/* sdd_get_fan_sw_version (fan.h). -1: null buf or len, or *len below 21. */
+/* sdd_get_fan_sw_version (fan.h). buf holds *len bytes. -1: null buf or len, or *len below 21. */
 DFD_API int drv_get_fan_sw_version(uint32_t fan_id, char *buf, int *len);
 
-/* sdd_get_fan_hw_version (fan.h). -1: null buf or len. */
+/* sdd_get_fan_hw_version (fan.h). buf holds *len bytes, at least 21. -1: null buf or len. */
 DFD_API int drv_get_fan_hw_version(uint32_t fan_id, char *buf, int *len);
 
 /* sdd_get_fan_speed_level and sdd_get_fan_speed (fan.h). -1: null pointer. */
