@@ -138,9 +138,11 @@ DFD_API int dfd_info_get_buf(uint32_t key, void *buf, uint32_t buf_len, dfd_info
  * Writes an integer to an info_ctrl item of mode config; always one byte: a bit field shifted,
  * inverted for negative polarity and merged with the register's other bits, or the low byte of
  * value. On an I2C source a bit field is written as the whole byte, so the other bits are lost.
+ * A local-bus device that cannot be opened swallows a whole byte (0, nothing is written); a bit
+ * field, which is read first, fails there (-7).
  * Returns 0. -8: another key type. -6: not configured. -5: another mode, .bit_offset over 7, .len
- * outside 1 to 31, or format none or buf. -1: format num_str. -7: the write failed, or the source
- * is a file, none or unknown. May sleep 50 ms (I2C).
+ * outside 1 to 31 (not for bit), or format none or buf. -1: format num_str. -7: the write failed,
+ * or the source is a file, none or unknown. May sleep 50 ms (I2C).
  */
 DFD_API int dfd_info_set_int(uint32_t key, uint32_t value);
 
