@@ -30,7 +30,7 @@ void check_address(Check &check, const Item &item, int member, std::uint32_t add
     if (!is_set(check, item, member)) {
         check.at_item("i2c-address-missing", item.key(),
                       fmt::format("{} has no .addr: address 0, at which no device answers, is used",
-                                  item.name()));
+                                  as_written(item)));
     } else if (addr > kLastAddress) {
         const bool is_shifted = addr <= kLast8BitAddress;
         check.at_member(
@@ -99,7 +99,7 @@ void check_device_item(Check &check, const Item &item, const i2c_dev_t &device) 
     check_address(check, item, kDevAddr, device.addr);
     if (!is_set(check, item, kDevBus)) {
         check.at_item("i2c-bus-missing", item.key(),
-                      fmt::format("{} has no .bus: bus 0 is used", item.name()));
+                      fmt::format("{} has no .bus: bus 0 is used", as_written(item)));
     }
 }
 
@@ -149,7 +149,7 @@ void check_missing_registers(Check &check) {
             check.at_item("register-missing", item.key(),
                           fmt::format("{} has no .reg_offset, as others of this device have: "
                                       "register 0 is accessed",
-                                      item.name()));
+                                      as_written(item)));
         }
     }
 }
@@ -228,7 +228,7 @@ void add_conflict(Check &check, const Claim &at, const Claim &other, const Confl
     const CtrlMember member = at.is_field ? kBitOffset : kRegOffset;
     const SourceLine *line = check.line_of(other.item.key(), kRegOffset);
     check.at_member(conflict.rule, at.item.key(), member,
-                    fmt::format("{} and {}{}: {}", at.item.name(), other.item.name(),
+                    fmt::format("{} and {}{}: {}", as_written(at.item), as_written(other.item),
                                 line != nullptr ? fmt::format(" ({})", check.place(*line)) : "",
                                 conflict.text));
 }
@@ -266,7 +266,7 @@ void check_images(Check &check) {
             check.at_member("eeprom-twice", item.key(), kAddr,
                             fmt::format("{} and {} are read from the same EEPROM: a copied line "
                                         "whose address was not changed?",
-                                        item.name(), at->second.name()));
+                                        as_written(item), as_written(at->second)));
         }
     }
 }

@@ -114,7 +114,7 @@ void add_block(const Check &check, const Device &device, std::span<const Claim> 
     for (std::size_t i = 0; i < claims.size(); ++i) {
         const Claim &claim = claims[i];
         table.add({i == 0 ? registers_of(device, claim) : "", i == 0 ? bits_of(claims) : "",
-                   fmt::format("{} {}", letter(i), claim.item.name()),
+                   fmt::format("{} {}", letter(i), as_written(claim.item)),
                    use_of(check.uses(), claim.item), meaning_of(*claim.ctrl),
                    place_of(check, claim.item)});
     }
@@ -145,8 +145,9 @@ void print_bitmap(const Check &check, std::FILE *out, bool is_first) {
         Table table({"register", "7 6 5 4 3 2 1 0", "item", "use", "value", "line"});
         if (const auto found = images.find(device); found != images.end()) {
             for (const Image &image : found->second) {
-                table.add({"EEPROM", "", "  " + image.item.name(), use_of(check.uses(), image.item),
-                           std::string(image.layout), place_of(check, image.item)});
+                table.add({"EEPROM", "", "  " + as_written(image.item),
+                           use_of(check.uses(), image.item), std::string(image.layout),
+                           place_of(check, image.item)});
             }
         }
         add_claims(check, device, of_device, table);

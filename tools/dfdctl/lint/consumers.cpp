@@ -99,7 +99,7 @@ void check_readers(Check &check, const Item &item, std::span<const Use> uses) {
     }
     if (const auto why = explain_refusal(check, item, refusal->reason)) {
         check.at_member("item-unusable", item.key(), why->member,
-                        fmt::format("{} is of no use to {} ({}): {}", item.name(),
+                        fmt::format("{} is of no use to {} ({}): {}", as_written(item),
                                     names_of(uses, is_read), refusal->refused, why->text));
     }
 }
@@ -121,7 +121,7 @@ void check_conversion(Check &check, const Item &item, std::span<const Use> uses)
             is_device ? "device-unconverted" : "conversion-unused", item.key(), kFrmt,
             fmt::format("{}: what {} makes of the bytes counts with .frmt=num_buf; in this "
                         "format the number is handed on as it is",
-                        item.name(), names_of(uses, converts)));
+                        as_written(item), names_of(uses, converts)));
     }
 }
 
@@ -139,7 +139,7 @@ void check_layout(Check &check, const Item &item, std::span<const Use> uses) {
     check.at_member("layout-unknown", item.key(), kMode,
                     fmt::format("{} is never read from an EEPROM: {}; write .mode=config and where "
                                 "the value is",
-                                item.name(),
+                                as_written(item),
                                 mode == INFO_CTRL_MODE_LEGACY ? "legacy counts as config"
                                                               : "the value is always 0"));
 }

@@ -92,7 +92,7 @@ void add_refusal(Check &check, const Seen &seen, std::string_view rule, std::str
         explain_refusal(check, seen.item, said)
             .value_or(Refusal{kMode, fmt::format("the library says '{}'", said)});
     check.at_member(rule, seen.item.key(), refusal.member,
-                    fmt::format("{} {}: {}", seen.item.name(), verdict, refusal.text));
+                    fmt::format("{} {}: {}", as_written(seen.item), verdict, refusal.text));
 }
 
 /// Whether the engine takes the item at all.
@@ -230,15 +230,16 @@ void check_members(Check &check, const Seen &seen) {
     for (const MemberRule &rule : kMemberRules) {
         if (rule.is_broken(seen)) {
             check.at_member(rule.rule, seen.item.key(), rule.member,
-                            fmt::format("{}: {}", seen.item.name(), rule.text));
+                            fmt::format("{}: {}", as_written(seen.item), rule.text));
         }
     }
 }
 
 void check_place(Check &check, const Seen &seen) {
     if (seen.ctrl.fpath[0] == '\0') {
-        check.at_item("path-missing", seen.item.key(),
-                      fmt::format("{}: without .fpath there is nothing to read", seen.item.name()));
+        check.at_item(
+            "path-missing", seen.item.key(),
+            fmt::format("{}: without .fpath there is nothing to read", as_written(seen.item)));
     }
 }
 

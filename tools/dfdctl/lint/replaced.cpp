@@ -6,6 +6,7 @@
 #include <unordered_map>
 
 #include "dfdctl/lint/lint.hpp"
+#include "dfdctl/lint/survey.hpp"
 #include "framework/dfd_lib_cfg/lookup.h"
 #include "hal/board_bus.h"
 
@@ -25,9 +26,9 @@ bool feeds_list(std::uint32_t type) {
     return is_name_list(type) || type == DFD_KEY_FAN_SPEEDLVL_CONVERT;
 }
 
-std::string indexes_of(const SourceLine &line) {
-    return line.row->max_index2 < 0 ? fmt::format("{}", line.index1)
-                                    : fmt::format("{}, {}", line.index1, line.index2);
+/// The item that a line names, by the whole indexes.
+std::string named(const SourceLine &line) {
+    return as_written(item_of(line.row->type, line.index1, line.index2));
 }
 
 /// A line that sets what an earlier one has set.
@@ -44,7 +45,7 @@ void check_pair(Check &check, const SourceLine &earlier, const SourceLine &later
                            fmt::format("replaces the value of {}: the key keeps 16 bits of the "
                                        "first index and 8 of the second, so that {} and {} are "
                                        "one item",
-                                       place, indexes_of(earlier), indexes_of(later)));
+                                       place, named(earlier), named(later)));
         }
     } else if (earlier.value == later.value) {
         check.at_name("repeat", later, fmt::format("{} sets the same already", place));
@@ -78,9 +79,9 @@ void check_cut(Check &check, const SourceLine &line) {
     const bool is_cut = line.index1 > kKeyBits1 || line.index2 > kKeyBits2;
     if (is_cut && !is_name_list(line.row->type)) {
         check.at_index("index-cut", line,
-                       fmt::format("stored under {}, {}: the key keeps 16 bits of the first index "
-                                   "and 8 of the second",
-                                   line.index1 & kKeyBits1, line.index2 & kKeyBits2));
+                       fmt::format("stored as {}: the key keeps 16 bits of the first index and 8 "
+                                   "of the second",
+                                   as_written(item_of_key(line.key))));
     }
 }
 

@@ -108,7 +108,8 @@ void check_row(Check &check, const std::vector<Unit> &units) {
     check.at_member(
         "unit-differs", odd->item.key(), member,
         fmt::format("{} has {}, while the {} others of this source, alike in all else, have {}",
-                    odd->item.name(), as_set(check, odd->item, member), units.size() - 1, others));
+                    as_written(odd->item), as_set(check, odd->item, member), units.size() - 1,
+                    others));
 }
 
 }  // namespace

@@ -145,7 +145,7 @@ void check_need(Check &check, const Need &need) {
         }
         if (!is_met(check, needed, need.where)) {
             check.at_item(need.rule, item.key(),
-                          fmt::format("{}, but {}: {}", item.name(),
+                          fmt::format("{}, but {}: {}", as_written(item),
                                       needed_name(needed, need.where), need.consequence));
         }
         if (need.where == Where::only || need.where == Where::any) {

@@ -30,7 +30,7 @@ void check_card_numbers(Check &check) {
                 check.at_item("card-30", item.key(),
                               fmt::format("{} is never looked at: for slot 30 as for slot 31 the "
                                           "item of card {} is taken",
-                                          item.name(), kFabricCard));
+                                          as_written(item), kFabricCard));
             }
         }
     }
@@ -48,7 +48,7 @@ void check_own_card(Check &check) {
                     "own-card-unreached", item.key(),
                     fmt::format("{}: card 0 is the card in the own slot, but no my_slotid "
                                 "tells which slot that is: no slot leads to this item",
-                                item.name()));
+                                as_written(item)));
                 return;
             }
         }
@@ -66,12 +66,12 @@ void check_power_status(Check &check) {
                 "card-status-beyond", item.key(),
                 fmt::format("{}: only cards 1 to 8 can have the sslot_state that is asked "
                             "first: the power status of this one is always 0",
-                            item.name()));
+                            as_written(item)));
         } else {
             check.at_item("card-status-hidden", item.key(),
                           fmt::format("{} is read only when sslot_state_{} reads 1, which is not "
                                       "configured: the power status is always 0",
-                                      item.name(), item.index1));
+                                      as_written(item), item.index1));
         }
     }
 }
@@ -85,7 +85,7 @@ void check_sub_slots(Check &check) {
             check.at_item(
                 "subcard-beyond", item.key(),
                 fmt::format(
-                    "{}: {}", item.name(),
+                    "{}: {}", as_written(item),
                     item.index1 == 0
                         ? "sub-slots count from 1, number 0 is refused (-8)"
                         : fmt::format(

@@ -47,11 +47,11 @@ void check_trays(Check &check) {
                 check.at_item("fan-beyond", item.key(),
                               fmt::format("{}: there {} (fan_num), counted from 1: platform "
                                           "software never asks for this one",
-                                          item.name(), is_or_are(count, "tray")));
+                                          as_written(item), is_or_are(count, "tray")));
             } else if (is_beyond) {
                 check.at_item("fan-beyond-chassis", item.key(),
-                              fmt::format("{}: there {} in this chassis (fan_num)", item.name(),
-                                          is_or_are(count, "tray")));
+                              fmt::format("{}: there {} in this chassis (fan_num)",
+                                          as_written(item), is_or_are(count, "tray")));
             }
         }
     }
@@ -77,7 +77,7 @@ void check_rotors(Check &check) {
                 check.at_item("rotor-beyond", item.key(),
                               fmt::format("{}: there {} in the tray (subfan_num; 1 without it), "
                                           "counted from 1: this one is never looked at",
-                                          item.name(), is_or_are(*rotors, "rotor")));
+                                          as_written(item), is_or_are(*rotors, "rotor")));
             }
         }
     }
@@ -89,7 +89,7 @@ void check_rotors(Check &check) {
                 check.at_member(
                     "rotor-without-speed", item.key(), kIntCons,
                     fmt::format("{} says {} rotors, but no {}: the rotor is not watched",
-                                item.name(), rotors,
+                                as_written(item), rotors,
                                 as_written(item_of(DFD_KEY_FAN_REAL_SPEED, item.index1, rotor))));
             }
         }
@@ -116,7 +116,7 @@ void check_floor(Check &check) {
             check.at_item("floor-without-level", item.key(),
                           fmt::format("{} is compared with fan_speed_floor, but no {}: a rotor "
                                       "that is too slow does not fail the tray",
-                                      item.name(),
+                                      as_written(item),
                                       as_written(item_of(DFD_KEY_GET_FAN_CFG_SPEED, item.index1,
                                                          item.index2))));
         }
@@ -126,7 +126,7 @@ void check_floor(Check &check) {
             check.at_item("fan-fail-unread", item.key(),
                           fmt::format("{} is hardly ever read: with fan_speed_floor the speed of "
                                       "its rotors tells whether a tray has failed",
-                                      item.name()));
+                                      as_written(item)));
         }
     }
 }

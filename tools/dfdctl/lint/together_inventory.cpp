@@ -28,12 +28,12 @@ void check_backplanes(Check &check) {
                 check.at_item("backplane-0", item.key(),
                               fmt::format("{}: backplanes are numbered 1 and 2, this one is never "
                                           "looked at",
-                                          item.name()));
+                                          as_written(item)));
             } else if (is_field && has(DFD_KEY_BP_E2PROM_DEV, item.index1)) {
                 check.at_item("backplane-field-unread", item.key(),
                               fmt::format("{} is never read: the whole record of this backplane is "
                                           "taken from bp_e2prom_dev_{}",
-                                          item.name(), item.index1));
+                                          as_written(item), item.index1));
             }
         }
     }
@@ -91,7 +91,7 @@ void check_protection(Check &check) {
                 check.at_item(group.written == DFD_KEY_FAN_HW_VER ? "protect-fixed-register"
                                                                   : "protect-missing",
                               item.key(),
-                              fmt::format("{}, but no e2_write_protect_{}: {}", item.name(),
+                              fmt::format("{}, but no e2_write_protect_{}: {}", as_written(item),
                                           group.signals[0], group.consequence));
                 break;
             }
@@ -107,7 +107,7 @@ void check_protection(Check &check) {
                 "protect-unknown", item.key(),
                 fmt::format("{} is never written: 0 is the board, 1 to 4 the fan trays, 6 "
                             "to 8 the sub-cards, 10 the backplane",
-                            item.name()));
+                            as_written(item)));
         }
     }
 }

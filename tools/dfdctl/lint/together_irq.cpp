@@ -199,7 +199,7 @@ void check_flags(Check &check) {
             check.at_item("irq-member-missing", item.key(),
                           fmt::format("{} has no {}: such a flag is 0; write it, also when that is "
                                       "meant",
-                                      item.name(), missing));
+                                      as_written(item), missing));
         }
     }
 }

@@ -35,7 +35,7 @@ void check_controls(Check &check, std::set<std::uint32_t> &used_tables) {
             check.at_item("led-without-table", item.key(),
                           fmt::format("{}, but no {}: no state has a register value, every set "
                                       "and get fails (-6)",
-                                      item.name(), item_of(table).type->name));
+                                      as_written(item), item_of(table).type->name));
         }
     }
 }
@@ -52,7 +52,7 @@ void check_members(Check &check, const Item &table) {
         check.at_item("led-member-missing", table.key(),
                       fmt::format("{} has no {}: the register value of such a state is 0; write "
                                   "the member with an empty value when the LED cannot show it",
-                                  table.name(), missing));
+                                  as_written(table), missing));
     }
 }
 
@@ -79,10 +79,11 @@ void check_width(Check &check, const Item &control, const Item &table, const Val
         ctrl.frmt == INFO_FRMT_BIT ? dfd::low_bits(ctrl.len) : dfd::kWholeByte;
     for (std::size_t i = 0; i < kStates; ++i) {
         if (values[i] != LED_REGVAL_UNSET && values[i] > largest) {
-            check.at_member("led-value-wide", table.key(), static_cast<int>(i),
-                            fmt::format("{} of {} does not fit {}, which holds 0 to {}: upper bits "
-                                        "are cut when it is written",
-                                        values[i], led_info_mem_str[i], control.name(), largest));
+            check.at_member(
+                "led-value-wide", table.key(), static_cast<int>(i),
+                fmt::format("{} of {} does not fit {}, which holds 0 to {}: upper bits "
+                            "are cut when it is written",
+                            values[i], led_info_mem_str[i], as_written(control), largest));
         }
     }
 }
@@ -93,7 +94,7 @@ void check_tables(Check &check, const std::set<std::uint32_t> &used_tables) {
             check.at_item("led-without-control", table.key(),
                           fmt::format("{}, but no item that drives such an LED: the table is never "
                                       "used",
-                                      table.name()));
+                                      as_written(table)));
         }
         check_members(check, table);
         check_doubles(check, table, values_of(*record_of<led_info_t>(table)));
@@ -125,13 +126,13 @@ void check_soft_leds(Check &check) {
                 check.at_item("soft-led-missing", item.key(),
                               fmt::format("{}, but no soft_led_ctrl_{}_{}: other units of this LED "
                                           "are handed to software before they are set, this is not",
-                                          item.name(), led.led, item.index1));
+                                          as_written(item), led.led, item.index1));
             }
             if (item.index1 != 0 && !has(led.control)) {
                 check.at_item("led-read-unit", item.key(),
                               fmt::format("{}, but no {}: the getter of this LED asks for unit 0 "
                                           "only (-6)",
-                                          item.name(), as_written(item_of(led.control))));
+                                          as_written(item), as_written(item_of(led.control))));
             }
         }
     }
@@ -139,7 +140,7 @@ void check_soft_leds(Check &check) {
         const auto *const led = std::ranges::find(kSoftLeds, soft.index1, &SoftLed::led);
         if (led == kSoftLeds.end() || !has(led->control, soft.index2)) {
             check.at_item("soft-led-alone", soft.key(),
-                          fmt::format("{}: {}; nobody ever writes it", soft.name(),
+                          fmt::format("{}: {}; nobody ever writes it", as_written(soft),
                                       led == kSoftLeds.end()
                                           ? "only the fan LED (4) and the power LED (6) are handed "
                                             "to software"

@@ -35,18 +35,18 @@ void check_presence(Check &check) {
         }
         check.at_item("unit-without-presence", item.key(),
                       fmt::format("{}, but no {}: whether the unit is plugged cannot be told (-6)",
-                                  item.name(), as_written(item_of(presence, item.index1))));
+                                  as_written(item), as_written(item_of(presence, item.index1))));
     }
 }
 
 void check_composed_state(Check &check) {
     for (const Item &item : configured(check, DFD_KEY_POWER_STATE)) {
         if (is_composed(item) && !has(DFD_KEY_POWER_PRESENT, item.index1)) {
-            check.at_member(
-                "power-composed", item.key(), kMode,
-                fmt::format("{}: func composes the status from {}, which is not there: "
-                            "the status is not supported (-6)",
-                            item.name(), as_written(item_of(DFD_KEY_POWER_PRESENT, item.index1))));
+            check.at_member("power-composed", item.key(), kMode,
+                            fmt::format("{}: func composes the status from {}, which is not there: "
+                                        "the status is not supported (-6)",
+                                        as_written(item),
+                                        as_written(item_of(DFD_KEY_POWER_PRESENT, item.index1))));
         }
     }
 }
@@ -62,7 +62,7 @@ void check_rated_power(Check &check) {
                 "rated-power-without-values", item.key(),
                 fmt::format("{} reads a power class, but no power_regval_convert says how "
                             "many watts it stands for: the rated power fails (-6)",
-                            item.name()));
+                            as_written(item)));
             return;
         }
     }

@@ -20,14 +20,14 @@ constexpr int kTempType = 1;
 void check_sensor(Check &check, const Item &item, const temp_info_t &sensor) {
     if (!is_set(check, item, kTempName)) {
         check.at_item("sensor-without-name", item.key(),
-                      fmt::format("{} has no .temp_name, by which it is shown", item.name()));
+                      fmt::format("{} has no .temp_name, by which it is shown", as_written(item)));
     }
     if (!is_set(check, item, kTempType)) {
         check.at_item(
             "sensor-without-type", item.key(),
             fmt::format("{} has no .type: the plain number of its control item counts as "
                         "degrees; write .type=none when it does, else lm75, tmp411 or mac",
-                        item.name()));
+                        as_written(item)));
     }
     const Item control = item_of(DFD_KEY_CARD_TEMP_CTRL, item.index1, item.index2);
     if (sensor.type == TEMP_INFO_MAC && !is_place_only(control)) {
@@ -35,7 +35,7 @@ void check_sensor(Check &check, const Item &item, const temp_info_t &sensor) {
             "mac-sensor-place", item.key(), kTempType,
             fmt::format("{}: a switch chip's temperature is read from the file that "
                         "card_temp_ctrl_0_41 and on name, never from these indexes (-1)",
-                        item.name()));
+                        as_written(item)));
     }
 }
 
@@ -51,7 +51,7 @@ void check_format(Check &check, const Item &item, const temp_info_t &sensor) {
         check.at_member("sensor-unconverted", control.key(), kFrmt,
                         fmt::format("{}: the bytes of a {} become degrees with .frmt=num_buf; in "
                                     "this format the number counts as degrees",
-                                    control.name(), temp_info_type_str[sensor.type]));
+                                    as_written(control), temp_info_type_str[sensor.type]));
     }
 }
 
@@ -68,7 +68,7 @@ void check_mac_files(Check &check) {
             check.at_item("mac-file-half", item.key(),
                           fmt::format("{} is a file of the switch chip, but no mac_temp_file: "
                                       "platform software is told that there is none",
-                                      item.name()));
+                                      as_written(item)));
         }
         has_file = true;
     }
@@ -115,7 +115,7 @@ void check_voltages(Check &check) {
             if (item.index2 > channels) {
                 check.at_item("voltage-beyond", item.key(),
                               fmt::format("{}: there {} (card_vol_num), this one is refused (-1)",
-                                          item.name(), is_or_are(channels, "channel")));
+                                          as_written(item), is_or_are(channels, "channel")));
             }
             if (type != DFD_KEY_CARD_VOL_WATERLINE && cards.insert(item.index1).second) {
                 check_card_channels(check, item, channels);
