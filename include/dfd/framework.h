@@ -18,10 +18,11 @@ DFD_BEGIN_DECLS
  * /etc/cfg/dfd/file_name/0x<board type> lists from /etc/cfg/dfd/cfg_file/, then
  * /etc/cfg/dfd/chassis/<chassis type>.cfg.
  *
- * Returns 0, also when one of the listed files fails: what was loaded until then stays, the files
- * after it are not loaded. -1: the store cannot be created, the board type cannot be found, or
- * the list of the board cannot be opened. Open the log gate to learn why. May sleep 50 ms for
- * each EEPROM that does not answer.
+ * Returns 0, also without PID table or chassis file, and when one of the listed files fails: what
+ * was loaded until then stays, the files after it are not loaded. -1: the store cannot be created,
+ * the board type cannot be found or is negative, or the list of the board cannot be opened. A line
+ * that fails a file is printed whatever the log gate; open the gate to learn the rest. May sleep
+ * 50 ms for each EEPROM that does not answer.
  */
 DFD_API int dev_drv_init(void);
 
@@ -29,27 +30,30 @@ DFD_API int dev_drv_init(void);
 DFD_API int dfd_lib_cfg_init(void);
 
 /* First step of the start-up: loads the card PID table. Returns 0, or -1 when the file cannot be
- * opened or one of its lines fails. */
+ * opened or one of its lines fails; what the lines before it say stays. */
 DFD_API int dfd_lib_cfg_init_pre(void);
 
-/* Last step of the start-up: loads the file of the chassis type, if that is known and above 0. Its
- * lines replace earlier values of the same items. */
+/* Last step of the start-up: loads the file of the chassis type (sdd_get_my_chassis_type), if that
+ * is known and above 0. Its lines replace earlier values of the same items; that it fails or is not
+ * there has no consequence. */
 DFD_API void dfd_lib_cfg_chassic_init(void);
 
 /*
  * Board type, found once and cached: see dfd_get_dev_type. Returns the type; -1 when it cannot be
  * found. -1 and 0 are not kept: the next call tries again. Another negative number, a failing
- * query's code or what a legacy layout computes, is kept like a type. May sleep 50 ms.
+ * query's code or what a legacy layout computes, is kept like a type. Sleeps as dfd_get_dev_type.
  */
 DFD_API int drv_get_my_dev_type(void);
 DFD_API int sdd_get_my_card_type(void);
 
 /*
  * Board type, uncached. The first source that answers: /tmp/bspinfo/ProductID through the card PID
- * table; the board EEPROM at address 0x57 on /dev/i2c-0 (TLV image: device type; legacy layouts 1
- * and 2: computed from bytes 3, 7 and 64, whatever that gives). May sleep 50 ms for each transfer.
- * Returns the type; -1 when the EEPROM is unreadable or holds no known layout; the code of the
- * inventory query for a layout 1 TLV image without device type; 0 for such a layout 2 image.
+ * table, a type above 0; the board EEPROM at address 0x57 on /dev/i2c-0 (TLV image: device type;
+ * legacy layouts 1 and 2: computed from bytes 3, 7 and 64, whatever that gives); where the EEPROM
+ * cannot be read, the product identifier once more, now with type 0 too. May sleep 50 ms for each
+ * transfer.
+ * Returns the type; -1 when neither source answers or the EEPROM holds no known layout; the code of
+ * the inventory query for a layout 1 TLV image without device type; 0 for such a layout 2 image.
  */
 DFD_API int dfd_get_dev_type(void);
 
@@ -57,15 +61,16 @@ DFD_API int dfd_get_dev_type(void);
  * in the card PID table. Returns the type, or -1: no file, unreadable, or not in the table. */
 DFD_API int dfd_dev_type_from_product_id(void);
 
-/* Board type from the legacy layouts of the board EEPROM only. Returns the type, -1 for another
- * layout, or the negative result of the I2C read. May sleep 50 ms. */
+/* Board type from the board EEPROM, taken for a legacy layout, also where it holds a TLV image: the
+ * number then means nothing. Returns the type, -1 for a layout other than 1 and 2, or the negative
+ * result of the I2C read. May sleep 50 ms. */
 DFD_API int dfd_my_type_from_e2(void);
 
 /*
  * Chassis type, found once and cached: byte 0 of the record that item e2_setmac describes, index 1,
  * then 2; the board type where index 1 (or, after a failed read, index 2) is not configured.
- * Returns the type (0 is not kept), a negative board type as it is, or -1 when both reads fail. May
- * sleep 50 ms for each source.
+ * Returns the type (0 is not kept), a negative board type as it is (kept), or -1 when both reads
+ * fail (not kept). May sleep 50 ms for each source.
  */
 DFD_API int sdd_get_my_chassis_type(void);
 
@@ -80,7 +85,8 @@ enum dfd_debug_bit {
     DFD_DEBUG_VOL_LOCK = 16 /* failures of the voltage lock */
 };
 
-/* What is logged to standard output; 0, the initial value, is silence. */
+/* What is logged to standard output; 0, the initial value, is silence but for the dumps below and
+ * for a configuration line that fails its file. */
 extern DFD_API uint32_t dfd_debug;
 /* While this is 0, dfd_open_debug does nothing; initially 1. */
 extern DFD_API uint32_t dfd_debug_sw;
@@ -97,8 +103,8 @@ DFD_API void dfd_debug_switch(uint32_t value);
 
 /* ---- Item store --------------------------------------------------------------------------- */
 
-/* The record of a key, or null when it is not configured. The record is the library's: read it in
- * place, do not free it. */
+/* The record of a key, or null when it is not configured; what kind it is follows from the key's
+ * type (records.h). The record is the library's: read it in place, do not free it. */
 DFD_API void *dfd_lib_cfg_get_item(uint32_t key);
 
 /* A tree of records by key. The lock is initialised and never taken. */
@@ -179,8 +185,9 @@ DFD_API int dfd_lib_cfg_get_fan_type_by_name(const char *name, uint32_t *fan_typ
 /* Prints the item of a key, or that it does not exist. */
 DFD_API void dfd_lib_cfg_show_item(uint32_t key);
 
-/* Prints a record as the kind that the key's type names: int, string, i2c_dev and info_ctrl;
- * other kinds cannot be dumped. A null record is only logged. */
+/* Prints a record as the kind that the key's type names: int, string, i2c_dev and info_ctrl, of the
+ * last all members but .reg_offset; of other kinds only the key and "item[TYPE] error!". A null
+ * record is only logged. */
 DFD_API void dfd_lib_cfg_print_item(uint32_t key, const void *record);
 
 /* Prints a conversion list: 0 fan speed levels, 1 card PIDs, 2 power names, 3 fan names; for

@@ -16,7 +16,9 @@
  *  6. Blocking. Every call runs on the caller's thread: it opens the device that it needs,
  *     transfers, closes and returns. A call that can sleep says so.
  *  7. Threads. Nothing is locked. After start-up, calls that only read may run concurrently;
- *     calls that fill a cache or write hardware are for the caller to serialise.
+ *     calls that fill a cache or write hardware are for the caller to serialise. Kept between calls
+ *     are board, chassis and setmac type, the backplane records, chip family, fabric mode, the
+ *     card's hardware version, and the interrupt controllers.
  *  8. On failure, results that go through pointers are left as they were unless the function says
  *     otherwise.
  */
@@ -43,7 +45,7 @@ enum dfd_result {
     DFD_FROM_FRU = 4,           /* integer read: take the value from a FRU EEPROM */
     DFD_ERR = -1,               /* not found, cannot open, cannot parse, not possible, time-out */
     DFD_ERR_CONFLICT = -4,      /* something else is already installed */
-    DFD_ERR_UNUSABLE = -5,      /* the item is there but does not fit the operation */
+    DFD_ERR_UNUSABLE = -5,      /* the item, or an argument, does not fit the operation */
     DFD_ERR_NOT_SUPPORTED = -6, /* the item is not configured: the board lacks the feature */
     DFD_ERR_IO = -7,            /* a hardware read or write failed */
     DFD_ERR_ARG = -8,           /* null pointer, key of another kind, mode or length out of range */
