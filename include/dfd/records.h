@@ -66,8 +66,8 @@ typedef struct info_ctrl {
 /* Key type 173: polarity of the interrupt status and clear registers. */
 typedef struct irq_ctrl {
     uint32_t irq_flag;     /* non-zero: a status bit of 1 is pending; 0: active-low */
-    uint32_t irq_clr_flag; /* polarity of the clear value */
-    uint32_t irq_clr_bit;  /* non-zero: clear the pending bits only; 0: all bits */
+    uint32_t irq_clr_flag; /* non-zero: a bit is cleared by writing 1; 0: by writing 0 */
+    uint32_t irq_clr_bit;  /* non-zero: the pending bits are cleared; 0: all eight */
 } irq_ctrl_t;
 
 /* Interrupt types, the numbers of g_irq_type_name. */
@@ -108,7 +108,8 @@ enum led_state {
 /* A led_info member with this value (an empty one in the configuration): state not supported. */
 #define LED_REGVAL_UNSET UINT32_C(0xFFFFFFFF)
 
-/* Key types 177 to 185: the register value of each LED state. */
+/* Key types 177 to 185: the register value of each LED state; 0 where no line mentions the state.
+ */
 typedef struct led_info {
     uint32_t dark;
     uint32_t green;
