@@ -9,9 +9,10 @@
  *
  * Item names stand with their indexes: fan_state(fan) has index1 = fan id and index2 = 0. "Engine
  * code" is what dfd_info_get_int returns for a failed read: -5 unusable description, -7 failed
- * transfer, -8 null result pointer; for dfd_info_get_buf and dfd_info_set_int accordingly. Where
- * an integer is read, an item in mode tlv or fru gives no value: the result then stays as it was,
- * in the functions that return a value 0.
+ * transfer, -8 null result pointer, or format num_buf in all but the speed level, which alone
+ * converts it; for dfd_info_get_buf and dfd_info_set_int accordingly. Where an integer is read, an
+ * item in mode tlv or fru gives no value: the result then stays as it was, in the functions that
+ * return a value 0.
  */
 #ifndef DFD_FAN_H
 #define DFD_FAN_H
@@ -73,7 +74,8 @@ DFD_API int sdd_get_fan_fail_bmp(uint32_t fan_id, int *bitmap);
  * engine code; 3 or 4 in mode tlv or fru, *num stays. */
 DFD_API int sdd_get_fan_num(uint32_t fan_id, int *num);
 
-/* Number of fan trays: fan_num(0). Returns it; 0 where it is not configured. */
+/* Number of fan trays as item fan_num(0) says; trays beyond 16 cannot be configured. Returns it; 0
+ * where it is not configured. */
 DFD_API int sdd_get_sys_fan_num(void);
 
 /* Returns fan_id: the place for a board whose trays are numbered otherwise. */
@@ -81,8 +83,8 @@ DFD_API int dfd_dev_remap_fanid(uint32_t fan_id);
 
 /* ---- Speed, mode, temperature ------------------------------------------------------------- */
 
-/* Measured speed of a rotor, in the unit of fan_real_speed(fan, rotor), usually rpm. Returns 0; -6:
- * not configured; -8: null speed; another engine code. */
+/* Measured speed of a rotor, in the unit of fan_real_speed(fan, rotor), usually rpm. Returns 0;
+ * -6: not configured; -8: null speed; another engine code. */
 DFD_API int sdd_get_fan_speed(uint32_t fan_id, uint8_t sub_id, int *speed);
 
 /*
@@ -160,8 +162,8 @@ DFD_API int sdd_get_fan_attribute(uint32_t fan_id, uint32_t ignored, int *attr);
  *
  * buf holds at least 21 bytes. *len: in, the capacity, which is looked at in mode fru and for the
  * hardware version in mode tlv only; out, the number of characters. The text is terminated where
- * the capacity (256 for the serial number in mode tlv) leaves room for that. Bytes of an item end
- * at the first 0 byte; more than 20 are cut.
+ * the capacity (256 for the serial number in mode tlv) leaves room for that. An item of bytes has
+ * at most 21 (.len); its text ends at the first 0 byte, and a 21st character is cut.
  *
  * Return 0; -6: not configured; in modes tlv, fru and legacy the result of the query
  * (sdd_get_e2prom_info_by_type and its kin: -22 for a null pointer or, where it is looked at, no

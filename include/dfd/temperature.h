@@ -37,7 +37,8 @@ DFD_API int sdd_check_temp_valid(int slot, uint8_t index);
 /*
  * Puts a TMP411 into its extended range, which sdd_get_card_temp expects: writes 4 to register 9,
  * then 0 to register 0x22. The kind is that of card_temp_info(slot, index), the slot as it is;
- * .fpath and .addr are those of card_temp_ctrl(virtual slot, index), source i2c.
+ * .fpath and .addr are those of card_temp_ctrl(virtual slot, index), source i2c. A sensor of the
+ * own card, which both have under 0, is out of reach: slot 0 has no virtual slot.
  * Returns the result of sdd_write_i2c, 2 for success; 0: a sensor of another type, nothing is
  * written; -6: one of the items is missing, or the source is not i2c; the negative result of the
  * first write that fails.
@@ -46,7 +47,8 @@ DFD_API int sdd_set_card_temp_cfg(int slot, uint8_t index);
 
 /* Threshold above which the system shuts down, sys_danger_temp(0), or raises an alarm,
  * sys_alarm_temp(0): a constant as it is, a register with three fraction bits in whole degrees.
- * Return 0; -6: not configured; another code of dfd_info_get_int, 3 and 4 without a value. */
+ * Return 0; -6: not configured; -8: null temp; another code of dfd_info_get_int, 3 and 4 without a
+ * value. */
 DFD_API int sdd_get_sys_card_shutdown_temp(int *temp);
 DFD_API int sdd_get_sys_card_alarm_temp(int *temp);
 
