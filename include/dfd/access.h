@@ -17,18 +17,16 @@ DFD_BEGIN_DECLS
  */
 DFD_API int sdd_device_read(const char *path, int offset, uint8_t *buf, int len);
 
-/*
- * Writes len bytes at offset of a device or plain file. Returns 0; -1 when path or buf is null
- * or len negative; the negative result of the failing lseek or write. A file that cannot be opened
- * is no error: 0, and nothing is written.
- */
+/* Writes len bytes at offset of a device or plain file. Returns 0, also where the device took only
+ * a part of them; -1 when path or buf is null or len negative; the negative result of the failing
+ * lseek or write. A file that cannot be opened is no error: 0, and nothing is written. */
 DFD_API int sdd_device_write(const char *path, int offset, const uint8_t *buf, int len);
 
 /*
  * One register of a CPLD. Address: bits 31 to 24 the CPLD (N of /dev/cpldN), bits 15 to 0 the
  * register; bits 23 to 16 are ignored. Return 0, or the negative result of the device access: -1
- * for a null buf or, reading, a device that cannot be opened. A read past the end of the device
- * returns 0 and leaves *buf.
+ * for a null buf or, reading, a device that cannot be opened. A write to such a device returns 0
+ * and writes nothing; a read past the end of the device returns 0 and leaves *buf.
  */
 DFD_API int dfd_cpld_read(uint32_t addr, uint8_t *buf);
 DFD_API int dfd_cpld_write(uint32_t addr, uint8_t value);
@@ -65,8 +63,8 @@ DFD_API int sdd_write_i2c_one_time(const char *path, uint16_t addr, uint16_t off
 /*
  * Up to 5 attempts with a one-byte offset; after each that fails the caller sleeps 10 ms, the last
  * one included (50 ms in all, for bad arguments too). Return the last attempt's result: 2 on
- * success, negative on failure. The other
- * names pass it through; ssa_i2c_write returns 0 for any result that is not negative.
+ * success, 0 for an empty write, negative on failure. The other names pass it through;
+ * ssa_i2c_write returns 0 for any result that is not negative.
  */
 DFD_API int sdd_read_i2c(const char *path, uint16_t addr, uint16_t offset, uint8_t *buf,
                          uint32_t len);
@@ -81,10 +79,8 @@ DFD_API int ssa_i2c_read(const char *path, uint16_t addr, uint16_t offset, uint8
 DFD_API int ssa_i2c_write(const char *path, uint16_t addr, uint16_t offset, const uint8_t *data,
                           uint32_t len);
 
-/*
- * The same by bus number (N of /dev/i2c-N); dfd_i2c_read reads from offset 0. With retries, as
- * above. Return 0, or the negative result; -1 for null buf or data.
- */
+/* The same by bus number (N of /dev/i2c-N); dfd_i2c_read reads from offset 0. With retries, as
+ * above. Return 0, or the negative result; -1 for null buf or data (data without a pause). */
 DFD_API int dfd_i2c_read_offset(uint32_t bus, uint16_t addr, uint16_t offset, uint8_t *buf,
                                 uint32_t len);
 DFD_API int dfd_i2c_read(uint32_t bus, uint16_t addr, uint8_t *buf, uint32_t len);
@@ -111,26 +107,30 @@ typedef int (*dfd_info_buf_proc_t)(const uint8_t *raw, int raw_len, void *out, i
 
 /*
  * Integer of an info_ctrl item (key types 54 to 171): read from where .src, .fpath, .addr and
- * .reg_offset say, in format .frmt. proc, or null, converts the field of a bit item and the bytes
- * of a num_buf item, which needs one.
+ * .reg_offset say, in format .frmt: bit a field of one byte, inverted for negative polarity; byte
+ * and num_bytes a number, first byte highest or, for negative polarity, lowest, of which 32 bits
+ * count; num_str decimal text. proc, or null, converts the field of a bit item and the bytes of a
+ * num_buf item, which needs one; it is not called for other formats.
  * Returns 0 and *ret: the value, .int_cons in mode constant. 3 in mode tlv and 4 in mode fru:
  * nothing is read, the value is in the EEPROM. -8: another key type, null ret, or num_buf without
- * proc. -6: not configured. -5: .bit_offset over 7, .len outside 1 to 31, or format none or buf.
- * -7: the read failed. A negative result of proc as it is. On an I2C source a failing read sleeps
- * 50 ms.
+ * proc. -6: not configured. -5: .bit_offset over 7 (bit), .len outside 1 to 31 (the others), or
+ * format none or buf. -7: the read failed or gave nothing, or the source is none or unknown. A
+ * negative result of proc as it is. On an I2C source a failing read sleeps 50 ms.
  */
 DFD_API int dfd_info_get_int(uint32_t key, int *ret, dfd_info_num_proc_t proc);
 
-/* The same at register .reg_offset + .len x index: one item describes a row of equal units. */
+/* The same at register .reg_offset + .len x index: one item describes a row of equal units. For
+ * format bit .len is the width of the field, and counts here all the same. */
 DFD_API int dfd_info_get_int_by_index(uint32_t key, uint32_t index, int *ret,
                                       dfd_info_num_proc_t proc);
 
 /*
  * Bytes of an info_ctrl item of mode config and format buf, through proc if not null; buf holds
  * buf_len bytes.
- * May sleep 50 ms (I2C). Returns the number of bytes delivered. -8: another key type or null buf.
- * -6: not configured, or proc failed. -5: another mode or format, .len outside 1 to 255 or above
- * buf_len. -7: the read failed or gave nothing.
+ * Returns the number of bytes delivered, also where that is 3 or 4: no mode is told here. A file
+ * may give fewer than .len. -8: another key type or null buf. -6: not configured, or proc failed.
+ * -5: another mode or format, .len outside 1 to 255 or above buf_len. -7: the read failed or gave
+ * nothing. May sleep 50 ms (I2C).
  */
 DFD_API int dfd_info_get_buf(uint32_t key, void *buf, uint32_t buf_len, dfd_info_buf_proc_t proc);
 
@@ -157,15 +157,19 @@ DFD_API int dfd_get_led_info_state(uint32_t key, uint32_t regval, uint32_t *stat
 
 /*
  * One read as an item describes it: src as enum info_src, path the device, addr the I2C address,
- * reg the register or file offset. Returns the number of bytes obtained; -1 for an unknown src;
- * the negative result of the device access. May sleep 50 ms (I2C).
+ * reg the register (I2C: its low 8 bits) or file offset. Returns the number of bytes obtained: len
+ * or, at the end of a file, fewer; -1 for an unknown src; the negative result of the device
+ * access. May sleep 50 ms (I2C).
  */
 DFD_API int dfd_read_info(int src, const char *path, uint16_t addr, uint32_t reg, int len,
                           uint8_t *buf);
 
-/* One write: localbus merges the masked bits into the register; I2C writes one byte and ignores the
- * mask. Returns a result that is not negative; -1 for another src, a null value, more than one byte
- * on I2C, or a failed localbus access; the negative result of the I2C transfer. May sleep 50 ms. */
+/*
+ * One write: localbus merges the masked bits into the register; I2C writes one byte and ignores
+ * the mask. Returns 0 for localbus and the result of sdd_write_i2c, 2, for I2C; -1 for another
+ * src, a null value, more than one byte on I2C, or a failed localbus access; the negative result
+ * of the I2C transfer. May sleep 50 ms (I2C).
+ */
 DFD_API int dfd_write_info(int src, const char *path, uint16_t addr, uint32_t reg, int len,
                            const uint8_t *value, uint8_t mask);
 
