@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: MIT */
 /* Inventory EEPROMs: raw access, TLV images, IPMI FRU, legacy layouts, queries by type, the
  * backplane record. An EEPROM is named by its bus device ("/dev/i2c-N"), its 7-bit address and, in
- * raw access, a byte offset. All transfers retry (up to 50 ms of sleeps for a silent device). */
+ * raw access, a byte offset of 0 to 255. All transfers retry (up to 50 ms of sleeps for a silent
+ * device). */
 #ifndef DFD_INVENTORY_H
 #define DFD_INVENTORY_H
 
@@ -35,13 +36,14 @@ enum {
  * hardware version without entry 5 from header byte 2 ("1.20" for 0x12).
  * ..._fru: the product info area of a FRU image; name and device type both give the product name.
  * After any failure the EEPROM is read as a TLV image.
- * ..._fru_compatible: the same for texts, which end at a NUL (the rest of the
+ * ..._fru_compatible: the same for texts of at most 256 bytes, which end at a NUL (the rest of the
  * length is zero), and a hardware version of three characters is spread to "x.yz".
  *
+ * A FRU field that is longer than the capacity is cut, a TLV entry passed over.
  * Return 0; -22: null dev, buf or len, no capacity, an empty data area, an empty FRU field
  * (..._fru_compatible, also when buf is too small for the spread version); -1: invalid image, no
- * such entry, or a capacity below 4 for a device type; -12: no memory; the negative result of the
- * I2C transfer.
+ * such entry that fits, or a capacity below 4 for a device type; -12: no memory; the negative
+ * result of the I2C transfer. A failed ..._fru gives the result of the TLV reading.
  */
 DFD_API int sdd_get_e2prom_info_by_type(const char *dev, uint32_t type, uint16_t addr, void *buf,
                                         int *len);
@@ -82,11 +84,14 @@ DFD_API int dfd_set_fan_info_tlv(const char *dev, uint16_t addr, const char *sn,
 DFD_API int dfd_set_card_info_tlv(const char *dev, uint16_t addr, const char *sn, const char *hw);
 
 /*
- * Serial number and product version of a FRU image's product info area. The area is written back
- * to the end of the EEPROM, also when a string did not fit and nothing changed. A null or
- * empty string leaves its field. Both names are the same operation.
- * Return 0; -1: invalid header or area, or a failed write; -22: null dev, or the area length cannot
- * be read; -12: no memory; the negative result of a transfer.
+ * Serial number, then product version of a FRU image's product info area. A null or empty string
+ * leaves its field. One that cannot be stored (over 63 characters, no room, a field that is not
+ * 8-bit text) leaves it too, and the version is then not tried after the serial number; that is
+ * not reported. The area, changed or not, is written back to the end of the EEPROM, 4 bytes at a
+ * time, 10 ms apart. An area of more than 248 bytes is not valid here. Both names are the same
+ * operation.
+ * Return 0; -1: invalid header or area, or a failed write; -22: null dev, or the area length
+ * cannot be read; -12: no memory; the negative result of a transfer.
  */
 DFD_API int dfd_set_fan_info_fru(const char *dev, uint16_t addr, const char *sn, const char *hw);
 DFD_API int dfd_set_card_info_fru(const char *dev, uint16_t addr, const char *sn, const char *hw);
@@ -94,14 +99,15 @@ DFD_API int dfd_set_card_info_fru(const char *dev, uint16_t addr, const char *sn
 /*
  * Fan legacy layout: type (low 8 bits; may be null), serial number of exactly 13 characters and
  * hardware version "x.yz" in hexadecimal digits; a null or empty text leaves its field. With both
- * texts empty nothing at all is done. Returns 0; -1: a text of the wrong form, or a failed write;
- * the negative result of the read. Nothing is written when a text is refused.
+ * texts empty nothing at all is done. Sleeps 10 ms for every 4 bytes of 16. Returns 0; -1: a text
+ * of the wrong form, or a failed write; the negative result of the read. Nothing is written when a
+ * text is refused.
  */
 DFD_API int dfd_set_fan_info_legacy(const char *dev, uint16_t addr, const uint32_t *type,
                                     const char *sn, const char *hw);
 
-/* Power legacy layout: the three version characters at byte `offset` from a text "x.yz". Results as
- * for the fan. */
+/* Power legacy layout: the three version characters at byte `offset` from a text "x.yz", whatever
+ * characters; a null or empty one does nothing. Results as for the fan. */
 DFD_API int dfd_set_power_info_legacy(const char *dev, uint16_t addr, int offset, const char *hw);
 
 /* Groups of write-protect signals (items e2_write_protect). */
@@ -115,7 +121,8 @@ enum dfd_write_protect_target {
 /*
  * Protects (enable non-zero: writes 255) or unprotects (writes 0) a group of EEPROMs. Returns 0,
  * for fans and sub-cards also when only some signals could be written; -6: another target, or no
- * signal of the group could be written; for the board the code of the failed write.
+ * signal of the group could be written; for the board the code of the failed write. May sleep 50
+ * ms for each signal on I2C.
  */
 DFD_API int dfd_ctl_e2_write_pro(int target, int enable);
 
@@ -132,10 +139,11 @@ typedef struct backplane_info {
 } backplane_info_t;
 
 /*
- * Record of backplane 1 or 2: from the EEPROM that item bp_e2prom_dev names, else field by field
- * from backplane_hw_ver, _sn, _mac, _serial0 to 3 (chassis_type and reserved then stay, and so do
- * the fields from the first that fails on). Cached for the life of the process at the first call,
- * failed reads too: those are not reported, rec keeps what it held (zero it first). Returns 0; -5:
+ * Record of backplane 1 or 2: from the EEPROM that item bp_e2prom_dev names, whole or not at all,
+ * else field by field from backplane_hw_ver (at most 7 bytes), _sn (at most 18), _mac, _serial0 to
+ * 3 (chassis_type and reserved then stay, and so do the fields from the first that fails on).
+ * Cached for the life of the process at the first call, failed reads too: those are not reported,
+ * rec keeps what it held (zero it first). May sleep 50 ms for each field on I2C. Returns 0; -5:
  * another id or null rec.
  */
 DFD_API int sdd_get_backplane_info(uint32_t id, backplane_info_t *rec);
@@ -145,9 +153,12 @@ DFD_API int sdd_get_backplane_info(uint32_t id, backplane_info_t *rec);
  * another id or null rec; -17: no such item. */
 DFD_API int sdd_set_backplane_info(uint32_t id, const backplane_info_t *rec);
 
-/* Hardware version and serial number of the items backplane_hw_ver and backplane_sn, terminated
- * text; buf holds len bytes, more than the item's .len. Return the number of characters, or the
- * code of dfd_info_get_buf. */
+/*
+ * Hardware version and serial number of the items backplane_hw_ver and backplane_sn, terminated
+ * text; buf holds len bytes, more than the item's .len. Return the number of characters; -6: not
+ * configured, or buf does not hold more than .len bytes; -5: another mode or format, or .len above
+ * len; -8: null buf; -7: the hardware did not answer.
+ */
 DFD_API int sdd_get_bp_hw_ver(uint32_t id, char *buf, int len);
 DFD_API int sdd_get_bp_sn(uint32_t id, char *buf, int len);
 
@@ -171,12 +182,13 @@ DFD_API int sdd_get_bp_scale_mac(int *value);
 DFD_API int sdd_get_string_by_buf(const uint8_t *src, int src_len, void *dst, int *dst_len);
 
 /* The record of source 1 or 2 that chassis type detection reads: the bytes of item e2_setmac, the
- * first 38 of which go to rec. Returns 0; -6: not configured; -8: null rec; otherwise the code of
- * dfd_info_get_buf. */
+ * first 38 of which go to rec, those that a shorter item lacks as 0. Returns 0; -6: not
+ * configured; -8: null rec; otherwise the code of dfd_info_get_buf. */
 DFD_API int get_backplane_info_from_e2(uint32_t source, backplane_info_t *rec);
 
-/* MAC address of the backplane record, 6 bytes. Returns 0; -5: null buf, len below 6, or an id
- * other than 1 and 2; -7: the record reader refused. */
+/* MAC address of the backplane record (sdd_get_backplane_info), 6 bytes; of a record that could
+ * not be read six zeros, with result 0. Returns 0; -5: null buf, len below 6, or an id other than
+ * 1 and 2; -7: the record reader refused. */
 DFD_API int drv_get_bp_mac(uint32_t id, uint8_t *buf, int len);
 
 /* ---- EEPROM access and TLV images --------------------------------------------------------- */
@@ -283,9 +295,12 @@ DFD_API int dfd_get_frue2prom_info(const char *dev, uint16_t addr, uint8_t *hdr)
  * type, info is cleared all the same; -22: null argument. */
 DFD_API int dfd_set_fru_product_info(fru_product_info_t *info, fru_field_t *dest, uint32_t type);
 
-/* One field of the product info area of a FRU EEPROM; a capacity below the field's length cuts it.
+/*
+ * One field of the product info area of a FRU EEPROM, without terminator; *len capacity in, length
+ * out. A capacity below the field's length cuts it; a field that the area lacks has 0 bytes.
  * Returns 0; -1: invalid header or area, or another type; -22: null pointer, no capacity, or the
- * area's length cannot be read; -12: no memory; the negative result of another read. */
+ * area's length cannot be read; -12: no memory; the negative result of another read.
+ */
 DFD_API int dfd_get_fru_data(const char *dev, uint16_t addr, uint32_t type, void *buf, int *len);
 
 DFD_END_DECLS
