@@ -28,13 +28,17 @@ enum dfd_card_power {
     DFD_CARD_POWER_ON = 3
 };
 
-/* Whether a card is powered (enum dfd_card_power): on for the own slot; else sslot_state (index1
- * slot), then card_power_status and card_power_lack (index1 the virtual slot). Returns 0; -8: null
- * status; the negative code of reading card_power_status. */
+/*
+ * Whether a card is powered (enum dfd_card_power): on for the own slot whatever the items say; else
+ * sslot_state (index1 slot, 0 to 8, so that a card in a higher slot has no state), then
+ * card_power_status and card_power_lack (index1 the virtual slot). Returns 0; -8: null status; the
+ * negative code of reading card_power_status.
+ */
 DFD_API int sdd_get_card_power_status(int slot, int *status);
 
-/* Rated power of this card: item my_rate_power, index1 the board type. Returns 0; -8: null power;
- * -7: the board type is unknown; -6: not configured. */
+/* Rated power of this card by its type: item my_rate_power, index1 the board type.
+ * (drv_get_my_rate_power goes by the own slot instead.) Returns 0; -8: null power; -7: the board
+ * type is unknown; -6: not configured. */
 DFD_API int sdd_get_my_rate_power(int *power);
 
 /* ---- Voltages ----------------------------------------------------------------------------- */
@@ -47,10 +51,13 @@ DFD_API int sdd_get_card_vol_num(void);
  * when bit DFD_DEBUG_VOL_LOCK of dfd_debug is set. */
 DFD_API void dfd_card_vol_lock(int on);
 
-/* Voltage of a channel in millivolts: items card_vol_low and card_vol_high, index1 the virtual
+/*
+ * Voltage of a channel in millivolts: items card_vol_low and card_vol_high, index1 the virtual
  * slot, index2 channel 0 and the channel, read under the lock. Returns it, 0 for a reference of 0;
  * -6: no channels are configured; -1: channel above their number; otherwise the result of the
- * reading that failed, and the lock stays taken until a later call succeeds. */
+ * reading that failed (3 or 4 for an item in mode tlv or fru), and the lock stays taken until a
+ * later call succeeds.
+ */
 DFD_API int sdd_get_card_vol(int slot, int channel);
 
 /* Warning level of a channel: item card_vol_waterline, index1 the virtual slot, index2 the channel.
@@ -70,10 +77,11 @@ DFD_API void dfd_flock_up(int arg);
 
 /*
  * A sub-card by its EEPROM, item sslot_e2prom with index1 the sub-slot, 1 to 8; it is read as a TLV
- * image. The type is read twice, the second answer counts, and sleeps 100 ms more after each
- * failure; slot is not used and aux only must not be null. Of the texts, *len is the capacity in
- * and the length out, without terminator. Return 0; -8: null pointer or another sub-slot; -6: not
- * configured; -5: the EEPROM query failed.
+ * image whatever the item's .mode: device type, serial number, hardware version. The type is read
+ * twice, the second answer counts, and sleeps 100 ms more after each failure; slot is not used and
+ * aux only must not be null. Of the texts, *len is the capacity in and the length out, without
+ * terminator. Return 0; -8: null pointer or another sub-slot; -6: not configured; -5: the EEPROM
+ * query failed.
  */
 DFD_API int sdd_get_sub_unintlg_lc_info(uint32_t slot, uint32_t sslot, uint32_t *type, void *aux);
 DFD_API int sdd_get_sub_unintlg_sn(uint32_t sslot, char *buf, int *len);

@@ -24,19 +24,19 @@ DFD_API int sdd_get_my_cpu_id(void);
  * without my_slotid; 31 for slots 30 and 31; else the slot. */
 DFD_API int sdd_get_virtual_slotid(int slot);
 
-/* Whether a slot holds a card: item slot_online, index1 slot. Returns 1, also for the own slot
- * without a reading; 0 when it is empty, not configured or cannot be read. */
+/* Whether a slot holds a card: item slot_online, index1 slot (0 to 32). Returns 1, also for the
+ * own slot whatever the item says; 0 when it is empty, not configured or cannot be read. */
 DFD_API int sdd_get_slot_online(int slot);
 
 /* Number of sub-slots: item sslot_num, 0 where it is not configured. */
 DFD_API int sdd_get_sslot_num(void);
 
-/* Whether a sub-slot holds a card: item sslot_state, index1 sslot. Returns 1; 0 when it is empty,
- * not configured or cannot be read. */
+/* Whether a sub-slot holds a card: item sslot_state, index1 sslot (0 to 8). Returns 1; 0 when it
+ * is empty, not configured or cannot be read. */
 DFD_API int sdd_get_sslot_state(uint32_t sslot);
 
-/* Switches the power of a card: writes value to item card_power_ctrl, index1 the virtual slot.
- * Returns the result of dfd_info_set_int. */
+/* Switches the power of a card: writes value, in the sense of the item, to item card_power_ctrl,
+ * index1 the virtual slot. Returns the result of dfd_info_set_int; -6 for slot 0. */
 DFD_API int sdd_control_card_power_on_off(int slot, uint32_t value);
 
 /* ---- Resets ------------------------------------------------------------------------------- */
@@ -51,10 +51,15 @@ DFD_API int sdd_reset_linecard(int slot, int all);
 DFD_API void sdd_reset_lc(int slot);
 DFD_API void sdd_reset_lc_all(void);
 
-/* Resets the peer master board: asserts item rst_master, waits until the peer is absent or neither
- * master nor ready, releases it. Sleeps about 12 seconds when the peer does not go down, up to
- * 32 when its lines keep changing. Returns the result of the releasing
- * write; -1 when the peer did not go down; 0 at once when the first write returns 6. */
+/*
+ * Resets the peer master board: writes 1 to item rst_master, waits until the peer is absent or
+ * neither master nor ready, writes 0. Looks at most 800 times, 10 ms apart, with
+ * sdd_get_chassis_mb_info, whose failure is not "down". That sleeps about 12 seconds when the peer
+ * does not go down, up to 32 when its lines keep changing, and 8 when they cannot be read (48 on
+ * I2C).
+ * Returns the result of the releasing write, so -6 without rst_master; -1 when the peer did not go
+ * down; 0 at once when the first write returns 6.
+ */
 DFD_API int sdd_reset_master(void);
 
 /* ---- Master boards ------------------------------------------------------------------------ */
@@ -79,10 +84,12 @@ enum dfd_peer_state {
 DFD_API int sdd_get_chassis_mb_info(int *state);
 DFD_API int sdd_get_peer_mb_state(int *state);
 
-/* The raw value of item mcpu_present. Returns 0 or the negative code of dfd_info_get_int. */
+/* The raw value of item mcpu_present. Returns 0 or the negative code of dfd_info_get_int (-8 for a
+ * null value); in mode tlv or fru 0, and *value stays. */
 DFD_API int sdd_rd_mcpu_present(int *value);
 
-/* Tells the peer our own status, 0 to 4: items mcpu_master_config, mcpu_rdy_config and bp_ctrl.
+/* Tells the peer our own status, 0 to 4: writes 1 to items mcpu_master_config, mcpu_rdy_config and
+ * bp_ctrl for status 2 (master), 0, 1 and 0 for 3 (ready), and 0 to all three for the others.
  * Returns 0, whatever the writes do; -22: a status above 4. */
 DFD_API int sdd_set_my_mb_status(uint32_t status);
 
@@ -102,7 +109,8 @@ DFD_API int sdd_get_fpga_ver_date(char *text, int *len);
  * dfd_check_fwed_v100. Initially "0.00". Returns 0; -1 for null ver or a len outside 0 to 21. */
 DFD_API int dfd_cfg_card_hw_ver(const char *ver, int len);
 
-/* 1 when the board type is 74 or 75 and the kept hardware version is "1.00"; else 0. */
+/* 1 when the board type is 74 or 75 and the kept hardware version is "1.00"; else 0. Looks for the
+ * board type like sdd_get_my_card_type. */
 DFD_API int dfd_check_fwed_v100(void);
 
 /* Whether line cards have the hardware heartbeat: *flag 1 supported, 0 not. The sense is inverted
@@ -111,8 +119,9 @@ DFD_API int dfd_check_fwed_v100(void);
  * what dfd_info_get_int returned. */
 DFD_API int sdd_get_support_lc_hwhb(int *flag);
 
-/* Failure flags: items eeprom_fail_status and mb_temp_fail_status. Return the result of
- * dfd_info_get_int (-8 for a null value where the item is configured). */
+/* Failure flags as they are read: items eeprom_fail_status and mb_temp_fail_status. Return the
+ * result of dfd_info_get_int: 0; -6: not configured; -8 for a null value where the item is
+ * configured; 3 or 4 in mode tlv or fru, without a value; another negative code. */
 DFD_API int sdd_get_eeprom_fail_status(int *value);
 DFD_API int sdd_get_mb_temp_fail_status(int *value);
 
@@ -124,18 +133,19 @@ DFD_API int sdd_get_vsd_support_num(int *count);
  * used. Returns 0; -1: null pointer; -6: one of them is not configured, the others are set. */
 DFD_API int sdd_get_mgmt_mtu_range(int slot, int *min, int *max, int *def);
 
-/* Configuration distribution time: item cfg_dist_finish_time, 480 where it is not configured. */
+/* Configuration distribution time, in the unit of the platform: item cfg_dist_finish_time, 480
+ * where it is not configured. Returns it. */
 DFD_API int sdd_get_cfg_dist_finish_time(void);
 
 /* ---- Chip family and fabric mode ---------------------------------------------------------- */
 
-/* Installs a chip family: the first call takes the board's from item chip_family, whatever the
- * mask. Returns 0; -6: nothing installed and not configured; -4: the mask has no bit of what is
- * installed. */
+/* Installs a chip family, a bit mask: the first call takes the board's from item chip_family,
+ * whatever the mask. Returns 0; -6: nothing installed and not configured; -4: the mask has no bit
+ * of what is installed. */
 DFD_API int sdd_install_card_chip_family(uint32_t mask);
 
-/* The same word under its other name, overwritten and read. Return 0; -8: a mode above 7; -1: null
- * mode. */
+/* The same word under its other name: overwritten with a mode of 0 to 7 (0: nothing is installed),
+ * and read. Return 0; -8: a mode above 7; -1: null mode. */
 DFD_API int sdd_set_sys_chip_mode(uint32_t mode);
 DFD_API int sdd_get_sys_chip_mode(uint32_t *mode);
 
@@ -150,12 +160,13 @@ DFD_API int sdd_get_ca_sys_fe_mode(uint32_t *mode);
 
 /* ---- Card type conflict ------------------------------------------------------------------- */
 
-/* Card type by the setmac file that item setmac_e2type_file names: its first 10 characters in
- * hexadecimal plus 47, found once and cached. Returns it; -6: not configured; -1: the file cannot
- * be read. */
+/* Card type by the setmac file that item setmac_e2type_file names: its first 10 characters as a
+ * hexadecimal number, plus 47; found once and cached. The file is opened for reading and writing.
+ * Returns the type; -6: not configured; -1: the file cannot be read. */
 DFD_API int sdd_get_my_type_from_setmac(void);
 
-/* 1 when the board type and the setmac type are both known and differ, else 0. */
+/* 1 when the board type (sdd_get_my_card_type) and the setmac type are both above 0 and differ,
+ * else 0. */
 DFD_API int sdd_check_mycard_is_conflict(void);
 
 /* ---- SFP ports and reset button ----------------------------------------------------------- */
@@ -175,9 +186,9 @@ enum dfd_reset_button {
     DFD_RESET_BUTTON_LONG = 2   /* long press */
 };
 
-/* Reset button (enum dfd_reset_button): item reset_button_type selects reset_button_tp_str by
- * index1. Returns 0 also when either is not configured or cannot be read; an item in mode tlv or
- * fru counts as type 0. */
+/* Reset button (enum dfd_reset_button): item reset_button_type selects a text reset_button_tp_str
+ * by index1, and that begins with "long" or "short". Returns 0 also for another text, and when
+ * either item is not configured or cannot be read; an item in mode tlv or fru counts as type 0. */
 DFD_API int drv_get_reset_button_type(void);
 
 DFD_END_DECLS

@@ -254,7 +254,8 @@ DFD_API int drv_get_sslot_state(uint32_t sslot);
 DFD_API int drv_check_mycard_is_conflict(void);
 
 /* Rated power of the card in the own slot: drv_get_card_power_consume. Returns its result, or the
- * negative code of drv_get_my_slotid. */
+ * negative code of drv_get_my_slotid. sdd_get_my_rate_power (card.h) goes by the board type
+ * instead. */
 DFD_API int drv_get_my_rate_power(int *power);
 
 /* sdd_get_card_vol (card.h), whose result, a negative code too, also goes to *voltage, in
