@@ -71,8 +71,9 @@ DFD_API int sdd_get_power_fail_status(uint32_t power_id, int *fail);
 /*
  * Type of a supply: its product name looked up in the items power_name_TYPE=NAME, or
  * DFD_POWER_TYPE_UNKNOWN. Item power_type says where the name stands: mode tlv (the image's device
- * type, four bytes taken for a name), fru (product name), legacy (12 bytes at .reg_offset); another
- * mode is read as a number, in format num_buf and bit through dfd_get_power_type_by_buf.
+ * type, whose four bytes, least significant first, go for a name), fru (product name), legacy (12
+ * bytes at .reg_offset); another mode is read as a number, in format num_buf and bit through
+ * dfd_get_power_type_by_buf.
  * Returns the type; -6: not configured; the negative result of the EEPROM query or the code of the
  * reading.
  */
