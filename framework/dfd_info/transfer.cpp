@@ -8,7 +8,8 @@ int sdd_read_info_localbus(const char *path, uint32_t reg, int len, uint8_t *buf
     for (int i = 0; i < len; ++i) {
         const auto at = static_cast<int>(reg + static_cast<uint32_t>(i));
         const int rv = sdd_device_read(path, at, buf == nullptr ? nullptr : buf + i, 1);
-        if (rv < 0) {
+        // A device that delivers no byte has failed: there is no register behind its end.
+        if (rv <= 0) {
             LOG_ERR("read info[addr=0x%x read_bytes=%d] from cpld fail, reading_byte=%d rv=%d\r\n",
                     reg, len, i, rv);
             return rv;
@@ -25,7 +26,7 @@ int sdd_write_info_localbus(const char *path, uint32_t reg, int len, const uint8
     uint8_t byte = *value;
     if (mask != dfd::kWholeByte) {
         uint8_t old_byte = 0;
-        if (sdd_device_read(path, static_cast<int>(reg), &old_byte, 1) < 0) {
+        if (sdd_device_read(path, static_cast<int>(reg), &old_byte, 1) <= 0) {
             return DFD_ERR;
         }
         byte = dfd::merge_under_mask(old_byte, byte, mask);

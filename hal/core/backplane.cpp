@@ -138,29 +138,29 @@ int sdd_get_bp_sn(uint32_t id, char *buf, int len) {
 }
 
 int sdd_get_bp_scale_mac(int *value) {
-    if (value == nullptr) {
-        return DFD_ERR_ARG;
-    }
     const uint32_t key = DFD_MAKE_KEY(DFD_KEY_BACKPLANE_SCALE_MAC, 0, 0);
     const int *const configured = dfd::get_item<int>(key);
     if (configured == nullptr) {
         LOG_ERR("get backplane scale mac config fail, key=0x%08x\r\n", key);
         return DFD_ERR_NOT_SUPPORTED;
     }
+    if (value == nullptr) {
+        return DFD_ERR_ARG;
+    }
     *value = *configured;
     return DFD_OK;
 }
 
 int sdd_get_bp_mac(uint32_t id, uint8_t *mac) {
-    if (mac == nullptr) {
-        return DFD_ERR_ARG;
-    }
     char text[kMacTextSize + 1] = "";
     const int rv =
         dfd_info_get_buf(DFD_MAKE_KEY(DFD_KEY_BACKPLANE_MAC, id, 0), text, kMacTextSize, nullptr);
     if (rv < 0) {
         LOG_ERR("get backplane[%d] mac buf fail, rv=%d\r\n", id, rv);
         return rv;
+    }
+    if (mac == nullptr) {
+        return DFD_ERR_ARG;
     }
     char cells[kMacBytes][3] = {};
     std::sscanf(text, "%2s:%2s:%2s:%2s:%2s:%2s", cells[0], cells[1], cells[2], cells[3], cells[4],
@@ -179,15 +179,17 @@ int sdd_get_bp_serial(uint32_t id, uint32_t which, uint8_t *out) {
     if (which >= kSerials) {
         return DFD_ERR_NOT_SUPPORTED;
     }
-    if (out == nullptr) {
-        return DFD_ERR_ARG;
-    }
     int value = 0;
     const uint32_t type = DFD_KEY_BACKPLANE_SERIAL0 + which;
     const int rv = dfd_info_get_int(DFD_MAKE_KEY(type, id, 0), &value, nullptr);
     if (rv < 0) {
         LOG_ERR("get backplane[%d] serial%d buf fail, rv=%d\r\n", id, which, rv);
-    } else if (rv == DFD_OK) {
+        return rv;
+    }
+    if (out == nullptr) {
+        return DFD_ERR_ARG;
+    }
+    if (rv == DFD_OK) {
         *out = static_cast<uint8_t>(value);
     }
     return rv;

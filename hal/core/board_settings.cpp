@@ -13,13 +13,13 @@ constexpr uint32_t kDateSize = 21;
 // BCD bytes of a version date as digits, two for each byte of the item's .len. The caller's
 // capacity plays no part: the item says how much comes.
 int get_ver_date(uint32_t type, char *text, int *len) {
-    if (text == nullptr || len == nullptr) {
-        return DFD_ERR_ARG;
-    }
     const uint32_t key = DFD_MAKE_KEY(type, 0, 0);
     const auto *const ctrl = dfd::get_item<info_ctrl_t>(key);
     if (ctrl == nullptr) {
         return DFD_ERR_NOT_SUPPORTED;
+    }
+    if (text == nullptr || len == nullptr) {
+        return DFD_ERR_ARG;
     }
     uint8_t date[kDateSize] = {};
     const int rv = dfd_info_get_buf(key, date, sizeof date, nullptr);
@@ -67,12 +67,12 @@ int sdd_mb_is_compatible(int a, int b) {
 }
 
 int sdd_get_support_lc_hwhb(int *flag) {
-    if (flag == nullptr) {
-        return DFD_ERR_ARG;
-    }
     const uint32_t key = DFD_MAKE_KEY(DFD_KEY_SUPPORT_LC_HWHB, 0, 0);
     if (!dfd::is_configured(key)) {
         return DFD_ERR_NOT_SUPPORTED;
+    }
+    if (flag == nullptr) {
+        return DFD_ERR_ARG;
     }
     int value = 0;
     const int rv = dfd_info_get_int(key, &value, nullptr);
@@ -111,9 +111,6 @@ int sdd_get_cfg_dist_finish_time(void) {
 }
 
 int dfd_port_get_sfp_present(uint32_t lport, uint8_t *present) {
-    if (present == nullptr) {
-        return DFD_ERR_ARG;
-    }
     int value = 0;
     const int rv =
         dfd_info_get_int(DFD_MAKE_KEY(DFD_KEY_PORT_SFP_STATE, lport, 0), &value, nullptr);
@@ -124,6 +121,9 @@ int dfd_port_get_sfp_present(uint32_t lport, uint8_t *present) {
     if (rv < 0) {
         LOG_ERR("get sfp lport[%d] state fail, rv=%d\r\n", lport, rv);
         return DFD_ERR_IO;
+    }
+    if (present == nullptr) {
+        return DFD_ERR_ARG;
     }
     *present = value != 0 ? 1 : 0;
     return DFD_OK;

@@ -36,13 +36,13 @@ int sdd_get_card_power_lack(int vslot, int *lack) {
 }  // namespace
 
 int sdd_get_card_power_consume(int slot, int *power) {
-    if (power == nullptr) {
-        return DFD_ERR_ARG;
-    }
     const uint32_t key = DFD_MAKE_KEY(DFD_KEY_CARD_RATE_POWER, sdd_get_virtual_slotid(slot), 0);
     const auto *const ctrl = dfd::get_item<info_ctrl_t>(key);
     if (ctrl == nullptr) {
         return DFD_ERR_NOT_SUPPORTED;
+    }
+    if (power == nullptr) {
+        return DFD_ERR_ARG;
     }
     if (ctrl->mode == INFO_CTRL_MODE_CONSTANT) {
         *power = ctrl->int_cons;

@@ -94,20 +94,11 @@ int sdd_get_card_vol(int slot, int channel) {
 }
 
 int sdd_get_card_vol_waterline(int slot, int channel, int *level) {
-    if (level == nullptr) {
-        return DFD_ERR_ARG;
-    }
     if (const int rv = check_channel(channel); rv != DFD_OK) {
         return rv;
     }
-    const uint32_t key =
-        DFD_MAKE_KEY(DFD_KEY_CARD_VOL_WATERLINE, sdd_get_virtual_slotid(slot), channel);
-    int value = 0;
-    const int rv = dfd_info_get_int(key, &value, nullptr);
-    if (rv == DFD_OK) {
-        *level = value;
-    }
-    return rv;
+    return dfd::read_item(
+        DFD_MAKE_KEY(DFD_KEY_CARD_VOL_WATERLINE, sdd_get_virtual_slotid(slot), channel), level);
 }
 
 int sdd_get_current_voltage(int *volt) {

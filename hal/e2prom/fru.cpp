@@ -16,6 +16,9 @@ using dfd::fru::kAreaLengthAt;
 using dfd::fru::kBlockBytes;
 using dfd::fru::kProductOffsetAt;
 
+// A common header. The check of a broken one prints the byte behind it.
+using HeaderBytes = uint8_t[DFD_FRU_HEADER_SIZE + 1];
+
 // What the log calls an EEPROM.
 struct E2prom {
     const char *func;
@@ -133,7 +136,7 @@ int dfd_get_fru_data(const char *dev, uint16_t addr, uint32_t type, void *buf, i
     }
     LOG_VBOSE("Read fru eeprom (dev: %s, addr: %02x, type:%d, buf: %p, len: %d).\n", dev, addr,
               type, buf, *len);
-    uint8_t hdr[DFD_FRU_HEADER_SIZE] = {};
+    HeaderBytes hdr = {};
     if (const int rv = dfd_get_frue2prom_info(dev, addr, hdr); rv != DFD_OK) {
         LOG_ERR("Read eeprom info head error(dev: %s, addr: %02x, buf: %p, len: %d).\n", dev, addr,
                 buf, *len);
@@ -150,7 +153,7 @@ int dfd_get_fru_data(const char *dev, uint16_t addr, uint32_t type, void *buf, i
 
 int dfd_set_fan_info_fru(const char *dev, uint16_t addr, const char *sn, const char *hw) {
     const E2prom e2prom = {__func__, dev, addr};
-    uint8_t hdr[DFD_FRU_HEADER_SIZE] = {};
+    HeaderBytes hdr = {};
     if (const int rv = dfd_get_frue2prom_info(dev, addr, hdr); rv != DFD_OK) {
         return rv;
     }

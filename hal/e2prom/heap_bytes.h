@@ -18,7 +18,7 @@ class HeapBytes {
     HeapBytes &operator=(const HeapBytes &) = delete;
 
     explicit operator bool() const { return data_ != nullptr; }
-    // One zero byte stands behind the last: an area check prints it.
+    // One zero byte stands behind the last: the check of a broken FRU area prints it.
     uint8_t *data() { return data_; }
     std::span<uint8_t> span() { return {data_, size_}; }
 

@@ -11,10 +11,7 @@ constexpr int kFractionBits = 3;
 constexpr int kWholeDegrees = 0x7F;
 
 int get_figure(uint32_t type, uint32_t index, int *out) {
-    if (out == nullptr) {
-        return DFD_ERR_ARG;
-    }
-    return dfd_info_get_int(DFD_MAKE_KEY(type, index, 0), out, nullptr);
+    return dfd::read_item(DFD_MAKE_KEY(type, index, 0), out);
 }
 
 }  // namespace
@@ -40,6 +37,9 @@ int sdd_get_sys_power_mix_state(int *out) {
 }
 
 int sdd_get_sys_power_lack_state(int *out) {
+    if (out == nullptr) {
+        return DFD_ERR_ARG;
+    }
     const int rv = get_figure(DFD_KEY_SYSTEM_POWER_LACK, kSystem, out);
     return rv < 0 ? rv : DFD_OK;
 }

@@ -150,13 +150,13 @@ int sdd_get_power_type(uint32_t power_id) {
 }
 
 int sdd_get_power_name(uint32_t power_id, char *buf, int *len) {
-    if (buf == nullptr || len == nullptr) {
-        return DFD_ERR_ARG;
-    }
     const info_ctrl_t *const ctrl =
         dfd::get_item<info_ctrl_t>(DFD_MAKE_KEY(DFD_KEY_POWER_TYPE, power_id, 0));
     if (ctrl == nullptr) {
         return DFD_ERR_NOT_SUPPORTED;
+    }
+    if (buf == nullptr || len == nullptr) {
+        return DFD_ERR_ARG;
     }
     NameBytes name = {};
     if (const int rv = read_name(*ctrl, name); rv < 0) {

@@ -173,12 +173,13 @@ DFD_API int dfd_read_info(int src, const char *path, uint16_t addr, uint32_t reg
 DFD_API int dfd_write_info(int src, const char *path, uint16_t addr, uint32_t reg, int len,
                            const uint8_t *value, uint8_t mask);
 
-/* len registers from reg on, each with a device access of its own. Returns len, or the negative
- * result of the first read that fails. */
+/* len registers from reg on, each with a device access of its own. Returns len, or the result of
+ * the first read that fails: negative, or 0 when the device delivers no byte. */
 DFD_API int sdd_read_info_localbus(const char *path, uint32_t reg, int len, uint8_t *buf);
 
 /* One register: with mask 0xFF *value as it is, else merged under the mask with what the register
- * holds. Returns 0; -1 for a null value, or when the read or the write fails. */
+ * holds. Returns 0; -1 for a null value, or when the write fails or the read, also one without a
+ * byte; nothing is written then. */
 DFD_API int sdd_write_info_localbus(const char *path, uint32_t reg, int len, const uint8_t *value,
                                     uint8_t mask);
 

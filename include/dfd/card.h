@@ -16,8 +16,8 @@ DFD_BEGIN_DECLS
 /* Power that the card of a slot is rated for: item card_rate_power, index1 the virtual slot. A
  * constant is the power. In formats num_buf and bit the (first) byte is a register value, and item
  * power_regval_convert of index1 that value the power; other formats give the power as it is read.
- * Returns 0; -6: not configured, or the register value has no translation; -8: null power; the code
- * of dfd_info_get_int. */
+ * Returns 0; -6: not configured, or the register value has no translation; -8: null power where it
+ * is configured; the code of dfd_info_get_int. */
 DFD_API int sdd_get_card_power_consume(int slot, int *power);
 
 /* States of sdd_get_card_power_status. */
@@ -61,8 +61,8 @@ DFD_API void dfd_card_vol_lock(int on);
 DFD_API int sdd_get_card_vol(int slot, int channel);
 
 /* Warning level of a channel: item card_vol_waterline, index1 the virtual slot, index2 the channel.
- * Returns 0; -6, -1 as sdd_get_card_vol; -8: null level; otherwise the result of dfd_info_get_int.
- */
+ * Returns 0; -6, -1 as sdd_get_card_vol; -8: null level where the item is configured; otherwise the
+ * result of dfd_info_get_int. */
 DFD_API int sdd_get_card_vol_waterline(int slot, int channel, int *level);
 
 /* Nominal system voltage in volts: item current_voltage, 12 where it is not configured. Always

@@ -100,8 +100,8 @@ DFD_API int sdd_mb_is_compatible(int a, int b);
 
 /* Version dates of CPLD and FPGA: the BCD bytes of item cpld_ver_date or fpga_ver_date as digits,
  * two a byte, not terminated. text holds 42 bytes, *len is only set. Return 0; -6: not configured;
- * -8: null pointer; the negative code of dfd_info_get_buf (-5 also for an item of more than 21
- * bytes). */
+ * -8: null pointer where it is configured; the negative code of dfd_info_get_buf (-5 also for an
+ * item of more than 21 bytes). */
 DFD_API int sdd_get_cpld_ver_date(char *text, int *len);
 DFD_API int sdd_get_fpga_ver_date(char *text, int *len);
 
@@ -115,8 +115,8 @@ DFD_API int dfd_check_fwed_v100(void);
 
 /* Whether line cards have the hardware heartbeat: *flag 1 supported, 0 not. The sense is inverted
  * from the register: item support_lc_hwhb reading 1 gives 0, everything else 1, a reading that
- * fails too. Returns 0; -6: not configured and -8: null flag, both without setting it; otherwise
- * what dfd_info_get_int returned. */
+ * fails too. Returns 0; -6: not configured, *flag stays; -8: null flag where it is configured;
+ * otherwise what dfd_info_get_int returned. */
 DFD_API int sdd_get_support_lc_hwhb(int *flag);
 
 /* Failure flags as they are read: items eeprom_fail_status and mb_temp_fail_status. Return the
@@ -172,7 +172,8 @@ DFD_API int sdd_check_mycard_is_conflict(void);
 /* ---- SFP ports and reset button ----------------------------------------------------------- */
 
 /* Whether a port has an SFP module: item port_sfp_state, index1 the logical port. Returns 0 and
- * *present 0 or 1; -6: not configured; -7: cannot be read; -8: null present. */
+ * *present 0 or 1; -6: not configured; -7: cannot be read; -8: null present where it can be read.
+ */
 DFD_API int dfd_port_get_sfp_present(uint32_t lport, uint8_t *present);
 
 /* Switches the transmitter of a port: writes 1 (enable not 0) or 0 to item port_sfp_tx, index1 the

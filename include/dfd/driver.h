@@ -270,7 +270,8 @@ DFD_API int drv_get_power_temp(uint32_t power_id, uint32_t sensor);
 DFD_API int drv_get_sys_power_rsupply(int *out);
 
 /* Temperature of a fan tray (sdd_get_fan_temp, fan.h). Returns 0 and *temp (65535: the reading
- * failed); a negative code, or a temperature below zero, without setting it; -8: null temp. */
+ * failed); a negative code, or a temperature below zero, without setting it; -8: null temp where
+ * there is a temperature. */
 DFD_API int dfd_get_fan_temp(uint32_t fan_id, int *temp);
 
 /* sdd_get_fan_sw_version (fan.h). buf holds *len bytes. -1: null buf or len, or *len below 21. */

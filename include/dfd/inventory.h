@@ -163,17 +163,17 @@ DFD_API int sdd_get_bp_hw_ver(uint32_t id, char *buf, int len);
 DFD_API int sdd_get_bp_sn(uint32_t id, char *buf, int len);
 
 /* MAC address, 6 bytes: the text of item backplane_mac ("00:11:22:33:44:55") plus
- * backplane_scale_mac where configured. Returns 0; -8: null mac; otherwise the code of
- * dfd_info_get_buf. */
+ * backplane_scale_mac where configured. Returns 0; -8: null mac where the text can be read;
+ * otherwise the code of dfd_info_get_buf. */
 DFD_API int sdd_get_bp_mac(uint32_t id, uint8_t *mac);
 
 /* serial0 to serial3 (which 0 to 3) of the items backplane_serial0 to 3: low 8 bits. Returns 0; -6:
- * another which or not configured; -8: null out; otherwise what dfd_info_get_int returned, 3 and 4
- * (mode tlv and fru) without a value. */
+ * another which or not configured; -8: null out where it can be read; otherwise what
+ * dfd_info_get_int returned, 3 and 4 (mode tlv and fru) without a value. */
 DFD_API int sdd_get_bp_serial(uint32_t id, uint32_t which, uint8_t *out);
 
 /* Amount that is added to the MAC: item backplane_scale_mac. Returns 0; -6: not configured; -8:
- * null value. */
+ * null value where it is configured. */
 DFD_API int sdd_get_bp_scale_mac(int *value);
 
 /* The processor for texts: copies the graphic characters up to the first other one and terminates
@@ -248,22 +248,24 @@ enum {
 };
 typedef uint8_t fru_field_offsets[FRU_OFFSET_COUNT];
 
-/* Zero checksum: what makes the 8-bit sum of all bytes 0. */
-DFD_API uint8_t calculate_crc(const uint8_t *data, int len);
+/* Zero checksum, 0 to 255: what makes the 8-bit sum of all bytes 0. */
+DFD_API int calculate_crc(const uint8_t *data, int len);
 
 /* Whether a header or area of len bytes has version 1 and a right checksum. Returns 0; -1, also for
- * null data or len below 1. While errors are logged, a mismatch prints the byte behind the area,
- * data[len], which must then be readable. */
+ * null data or len below 1. While errors are logged, a wrong checksum prints the byte behind the
+ * area, data[len], which must then be readable. */
 DFD_API int verify_fru_data(const uint8_t *data, int len);
 
-/* Whether buf of `size` bytes begins with a valid common header. Returns 0 or -1. */
+/* Whether buf of `size` bytes begins with a valid common header. Returns 0 or -1. While errors are
+ * logged, the byte behind the header, buf[DFD_FRU_HEADER_SIZE], must be readable. */
 DFD_API int ipmi_validate_common_hdr(const uint8_t *buf, int size);
 
 /*
  * Parses a product info area: fields into info, their places into offsets, FRU_OFFSET_COUNT bytes
  * (zero them first: pairs of fields that are not there stay). Parsing ends at the end mark, at the
  * last custom field wanted, or at a field that does not fit the area; that is a success too.
- * Returns 0; -1: null argument, empty area, wrong version or checksum.
+ * Returns 0; -1: null argument, empty area, wrong version or checksum. While errors are logged, the
+ * byte behind the area, area[area_len], must be readable.
  */
 DFD_API int ipmi_fru_product_info_area(const uint8_t *area, int area_len, fru_product_info_t *info,
                                        uint8_t *offsets);
@@ -283,12 +285,14 @@ DFD_API int insert_fru_str(uint8_t *area, int capacity, int *area_len, const cha
  * area of area_len used bytes and `capacity` bytes in all. Returns 0, without a look at the area
  * when both are null; -1: null argument, empty area, area_len over capacity, invalid area before or
  * after, no room, or a field that cannot be replaced (a serial number replaced before a version
- * failed stays). */
+ * failed stays). While errors are logged, the byte behind the area, area[capacity], must be
+ * readable too. */
 DFD_API int ipmi_fru_sn_hw_updata(uint8_t *area, int capacity, int area_len, const char *sn,
                                   const char *hw, const uint8_t *offsets);
 
 /* Reads the common header into hdr, DFD_FRU_HEADER_SIZE bytes, and validates it. Returns 0; -1:
- * invalid, hdr is filled all the same; -22: null dev or hdr; the negative result of the read. */
+ * invalid, hdr is filled all the same; -22: null dev or hdr; the negative result of the read. While
+ * errors are logged, the byte behind hdr must be readable: see ipmi_validate_common_hdr. */
 DFD_API int dfd_get_frue2prom_info(const char *dev, uint16_t addr, uint8_t *hdr);
 
 /* Clears info and points the field that an information type names at dest. Returns 0; -1: another

@@ -91,7 +91,7 @@ DFD_API int dfd_get_power_type_by_buf(uint8_t *buf, int len, int *type);
  * Product name from where item power_type says (modes tlv, fru and legacy), up to the first byte
  * that is not a graphic ASCII character, at most 31 characters, terminated. The capacity is not
  * looked at: buf holds DFD_POWER_NAME_SIZE bytes. *len becomes the number of characters.
- * Returns 0; -8: null buf or len; -6: not configured; -1: another mode; otherwise the negative
+ * Returns 0; -6: not configured; -8: null buf or len; -1: another mode; otherwise the negative
  * result of the EEPROM query. buf and *len stay on failure.
  */
 DFD_API int sdd_get_power_name(uint32_t power_id, char *buf, int *len);
@@ -185,8 +185,8 @@ DFD_API int dfd_get_power_temp_by_buf(uint8_t *buf, int len, int *temp);
  * unit is the board's. Rated power (item sys_power_rsupply), output power (sys_power_osupply),
  * spare power (sys_power_ssupply), number of redundant supplies (sys_power_rdn_num), state of mixed
  * supplies (sys_power_mix_state).
- * Return 0; -8: null out; otherwise the code of the reading, 3 or 4 in mode tlv or fru. *out is
- * written on 0 only.
+ * Return 0; -8: null out where the item is configured; otherwise the code of the reading, 3 or 4 in
+ * mode tlv or fru. *out is written on 0 only.
  */
 DFD_API int sdd_get_sys_power_rsupply(int *out);
 DFD_API int sdd_get_sys_power_osupply(int *out);

@@ -80,12 +80,12 @@ int dfd_get_mac_temp(int slot, int *a, int *b, int *c) {
 }
 
 int dfd_get_fan_temp(uint32_t fan_id, int *temp) {
-    if (temp == nullptr) {
-        return DFD_ERR_ARG;
-    }
     const int value = sdd_get_fan_temp(fan_id);
     if (value < 0) {
         return value;
+    }
+    if (temp == nullptr) {
+        return DFD_ERR_ARG;
     }
     *temp = value;
     return DFD_OK;

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
+#include <functional>
+
 #include "support/board.h"
 
 namespace {
 
 using dfd_test::constant;
+using dfd_test::logged_by;
 using dfd_test::register_item;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -74,6 +77,49 @@ TEST_F(DriverTest, AdaptedResults) {
     EXPECT_EQ(drv_get_fan_speed_level(1, 2, nullptr), -1);
     EXPECT_EQ(drv_set_fan_speed_level(1, 2, 6), 0);
     EXPECT_THAT(writes(), ElementsAre(Pair(0x20U, 1U), Pair(0x21U, 6U))) << "mode 1 first";
+}
+
+TEST_F(DriverTest, AMissingItemOutranksANullPointer) {
+    struct Row {
+        const char *what;
+        std::function<int()> call;
+        std::string log = {};  // for the missing item
+    };
+    const Row kRows[] = {
+        {"heartbeat", [] { return sdd_get_support_lc_hwhb(nullptr); }},
+        {"CPLD date", [] { return sdd_get_cpld_ver_date(nullptr, nullptr); }},
+        {"FPGA date", [] { return sdd_get_fpga_ver_date(nullptr, nullptr); }},
+        {"eeprom", [] { return sdd_get_eeprom_fail_status(nullptr); }},
+        {"sensor", [] { return sdd_get_mb_temp_fail_status(nullptr); }},
+        {"SFP", [] { return dfd_port_get_sfp_present(7, nullptr); },
+         "sfp lport[7] state not support\r\n"},
+        {"fan", [] { return dfd_get_fan_temp(1, nullptr); }},
+        {"rated power", [] { return sdd_get_card_power_consume(2, nullptr); }},
+        {"warning level", [] { return sdd_get_card_vol_waterline(2, 1, nullptr); }},
+        {"MAC", [] { return sdd_get_bp_mac(1, nullptr); },
+         "get backplane[1] mac buf fail, rv=-6\r\n"},
+        {"amount", [] { return sdd_get_bp_scale_mac(nullptr); },
+         "get backplane scale mac config fail, key=0x19000000\r\n"},
+        {"serial", [] { return sdd_get_bp_serial(1, 2, nullptr); },
+         "get backplane[1] serial2 buf fail, rv=-6\r\n"},
+    };
+    start("card_vol_num=1\n");
+    for (const Row &row : kRows) {
+        EXPECT_EQ(logged_by(DFD_DEBUG_ERR, [&] { EXPECT_EQ(row.call(), -6); }), row.log)
+            << row.what;
+    }
+    const auto bytes = [](const std::string &key, const std::string &at) {
+        return register_item(key, 0x20, at) + key + ".frmt" + at + "=buf\n";
+    };
+    start("card_vol_num=1\nbackplane_scale_mac=1\n" + constant("support_lc_hwhb", 1) +
+          bytes("cpld_ver_date", "") + bytes("fpga_ver_date", "") +
+          constant("eeprom_fail_status", 1) + constant("mb_temp_fail_status", 1) +
+          constant("port_sfp_state", 1, "_7") + constant("fan_temp", 30, "_1") +
+          constant("card_rate_power", 90, "_2") + constant("card_vol_waterline", 1100, "_2_1") +
+          bytes("backplane_mac", "_1") + constant("backplane_serial2", 1, "_1"));
+    for (const Row &row : kRows) {
+        EXPECT_EQ(row.call(), -8) << row.what;
+    }
 }
 
 TEST_F(DriverTest, CapacitiesThatAreChecked) {

@@ -124,10 +124,13 @@ TEST_F(ChassisTest, PeerLinesMissingOrFailing) {
 }
 
 TEST_F(ChassisTest, SamplesThatDisagreeAreTakenAgain) {
-    start(peer_lines());
-    set_reg(0x32, 1);
-    // A read of nothing leaves the present line at 0: the first samples of two attempts differ.
-    chassis.fail({.op = Op::read, .path = "/dev/cpld0", .offset = 0x32, .error = 0, .result = 0});
+    // The present line is the second byte of a file. A short read once leaves it at 0: the first
+    // two samples differ.
+    chassis.write_file("/tmp/bspinfo/present", std::string("\0\1", 2));
+    start(peer_lines() +
+          "mcpu_present.src=file\nmcpu_present.fpath=/tmp/bspinfo/present\n"
+          "mcpu_present.reg_offset=0\nmcpu_present.frmt=num_bytes\nmcpu_present.len=2\n");
+    chassis.fail({.op = Op::read, .path = "/tmp/bspinfo/present", .error = 0, .result = 1});
     int state = 99;
     EXPECT_EQ(
         logged_by(DFD_DEBUG_ERR, [&] { sdd_get_chassis_mb_info(&state); }).find("get rmp failed"),

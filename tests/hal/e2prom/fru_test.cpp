@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
+#include <functional>
 #include <memory>
 #include <numeric>
 #include <random>
+#include <type_traits>
 
 #include "support/library_test.h"
 
@@ -16,6 +18,7 @@ using dfd_test::tlv_image;
 using dfd_test::operator+;
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::StartsWith;
 
 constexpr char kBus[] = "/dev/i2c-2";
 constexpr int kAddr = 0x52;
@@ -143,10 +146,6 @@ TEST_F(FruTest, ChecksAndTheirMessages) {
               "SUCCESS: Checksum matches:[0xFE]\n");
     header[7] ^= 1;
     EXPECT_EQ(logged_by(DFD_DEBUG_ERR,
-                        [&] { EXPECT_EQ(ipmi_validate_common_hdr(header.data(), 9), -1); }),
-              "Checksum mismatch. Calculated:[0xFE], Embedded:[0x5A]\n"
-              "Failed to validate common header\n");
-    EXPECT_EQ(logged_by(DFD_DEBUG_ERR,
                         [&] { EXPECT_EQ(ipmi_validate_common_hdr(header.data(), 7), -1); }),
               "Incomplete fru data file. Size:[7]\n");
     header[0] = 2;
@@ -156,6 +155,57 @@ TEST_F(FruTest, ChecksAndTheirMessages) {
     const Bytes three = {1, 2, 3};
     EXPECT_EQ(calculate_crc(three.data(), 3), 0xFA);
     EXPECT_EQ(calculate_crc(three.data(), 0), 0);
+    static_assert(std::is_same_v<decltype(calculate_crc(nullptr, 0)), int>);
+}
+
+TEST_F(FruTest, WrongChecksumsShowTheByteBehindTheArea) {
+    const std::string mismatch = "Checksum mismatch. Calculated:[0xFE], Embedded:[0x5A]\n";
+    const std::string bad_header = mismatch + "Failed to validate common header\n";
+    const std::string bad_area = mismatch + "Failed to validate fru product info data\n";
+    const Bytes broken = {1, 0, 0, 0, 1, 0, 0, 0xFF, 0x5A};
+    chassis.set_slave(2, kAddr, 0, broken);
+    fru_product_info_t info{};
+    fru_field_offsets offsets{};
+    struct Row {
+        const char *what;
+        std::function<int(Bytes &)> check;
+        std::string log;
+    };
+    const Row kRows[] = {
+        {"bytes", [](Bytes &area) { return verify_fru_data(area.data(), 8); }, mismatch},
+        {"header", [](Bytes &area) { return ipmi_validate_common_hdr(area.data(), 8); },
+         bad_header},
+        {"header read",
+         [](Bytes &area) { return dfd_get_frue2prom_info(kBus, kAddr, area.data()); }, bad_header},
+        {"area",
+         [&](Bytes &area) { return ipmi_fru_product_info_area(area.data(), 8, &info, offsets); },
+         bad_area},
+        {"update of a full area",
+         [&](Bytes &area) {
+             return ipmi_fru_sn_hw_updata(area.data(), 8, 8, "SN", nullptr, offsets);
+         },
+         bad_area}};
+    for (const Row &row : kRows) {
+        Bytes area = broken;
+        EXPECT_EQ(logged_by(DFD_DEBUG_ERR, [&] { EXPECT_EQ(row.check(area), -1); }), row.log)
+            << row.what;
+    }
+    // In buffers of the library's own a zero stands behind a header or an area.
+    const std::string header_log =
+        "Checksum mismatch. Calculated:[0xFE], Embedded:[0x0]\nFailed to validate common header\n";
+    const auto update = [] { return dfd_set_fan_info_fru(kBus, kAddr, "SN0002", nullptr); };
+    const auto look_up = [] { return query(fru_data, 2).first; };
+    EXPECT_THAT(logged_by(DFD_DEBUG_ERR, [&] { EXPECT_EQ(look_up(), -1); }),
+                StartsWith(header_log));
+    EXPECT_EQ(logged_by(DFD_DEBUG_ERR, [&] { EXPECT_EQ(update(), -1); }), header_log);
+    Bytes area = product_area(kFields, 8);
+    area.back() ^= 0xFF;
+    put(area);
+    EXPECT_THAT(logged_by(DFD_DEBUG_ERR, [&] { EXPECT_EQ(look_up(), -1); }),
+                HasSubstr("Embedded:[0x0]\n"));
+    // An update reads to the end of the chip: the byte behind the area is the chip's.
+    EXPECT_THAT(logged_by(DFD_DEBUG_ERR, [&] { EXPECT_EQ(update(), -1); }),
+                HasSubstr("Embedded:[0x48]\n"));
 }
 
 TEST_F(FruTest, BadParametersAndSilentChips) {

@@ -28,7 +28,7 @@ std::string big_endian(std::uint32_t value) {
 
 void put_checksum(RawBytes &raw, std::size_t from) {
     const auto area = std::span(raw.bytes).first(raw.count).subspan(from);
-    raw.put(calculate_crc(area.data(), static_cast<int>(area.size())));
+    raw.put(static_cast<std::uint8_t>(calculate_crc(area.data(), static_cast<int>(area.size()))));
 }
 
 void put_field(RawBytes &area, std::string_view text) {
