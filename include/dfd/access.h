@@ -138,6 +138,7 @@ DFD_API int dfd_info_get_buf(uint32_t key, void *buf, uint32_t buf_len, dfd_info
  * Writes an integer to an info_ctrl item of mode config; always one byte: a bit field shifted,
  * inverted for negative polarity and merged with the register's other bits, or the low byte of
  * value. On an I2C source a bit field is written as the whole byte, so the other bits are lost.
+ * Each write to I2C is logged as an error, also when it succeeds.
  * A local-bus device that cannot be opened swallows a whole byte (0, nothing is written); a bit
  * field, which is read first, fails there (-7).
  * Returns 0. -8: another key type. -6: not configured. -5: another mode, .bit_offset over 7, .len

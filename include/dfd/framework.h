@@ -16,13 +16,13 @@ DFD_BEGIN_DECLS
  * Prepares the library; call it once, before anything else. Creates the item store, loads
  * /etc/cfg/dfd/cfg_file/card_pid.cfg, finds out the board type, loads every file that
  * /etc/cfg/dfd/file_name/0x<board type> lists from /etc/cfg/dfd/cfg_file/, then
- * /etc/cfg/dfd/chassis/<chassis type>.cfg.
- *
+ * /etc/cfg/dfd/chassis/<chassis type>.cfg. A second call begins with an empty store, but keeps the
+ * two types and adds to the conversion lists.
  * Returns 0, also without PID table or chassis file, and when one of the listed files fails: what
  * was loaded until then stays, the files after it are not loaded. -1: the store cannot be created,
  * the board type cannot be found or is negative, or the list of the board cannot be opened. A line
  * that fails a file is printed whatever the log gate; open the gate to learn the rest. May sleep
- * 50 ms for each EEPROM that does not answer.
+ * 50 ms for each transfer to an EEPROM that does not answer.
  */
 DFD_API int dev_drv_init(void);
 

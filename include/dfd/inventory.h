@@ -28,9 +28,10 @@ enum {
 /* ---- Queries by information type ---------------------------------------------------------- */
 
 /*
- * One item of inventory. *len is the capacity of buf in and the bytes delivered out; a device type
- * arrives as a 32-bit integer in host order (*len 4), texts without terminator. The layout that an
- * item's .mode names decides which of them to call.
+ * One item of inventory, by information type or, in a TLV image, any entry type. *len is the
+ * capacity of buf in and the bytes delivered out; a device type arrives as a 32-bit integer in host
+ * order (*len 4), texts without terminator. The layout that an item's .mode names decides which of
+ * them to call.
  *
  * ..._by_type: a TLV image. Device type from header byte 3, or entry 6 when that byte is 0xF1; a
  * hardware version without entry 5 from header byte 2 ("1.20" for 0x12).
@@ -73,9 +74,9 @@ DFD_API int sdd_get_e2prom_legacy_power_info_by_type(const char *dev, uint32_t t
 
 /*
  * Serial number and hardware version of a TLV image: written over the values of entries 3 and 5,
- * with a terminator, where they are shorter than the entry; the others stay. Data area and checksum
- * are written back, 4 bytes at a time, 10 ms apart. sn and hw may be null or empty: that one stays.
- * Both names are the same operation.
+ * with a terminator, where they are shorter than the entry; the others stay, unreported. sn and hw
+ * may be null or empty: that one stays. Data area and checksum are written back in any case, 4
+ * bytes at a time, 10 ms apart. Both names are the same operation.
  * Return 0; -22: null dev; -1: invalid image, an image that does not fit its EEPROM, or a failed
  * write of the data area; -12: no memory; the negative result of a transfer. Write protection is
  * the caller's.
@@ -202,7 +203,8 @@ DFD_API int dfd_write_e2prom(const char *dev, uint16_t addr, int offset, const u
                              int len);
 
 /* Whether the TLV image whose header is hdr (of dfd_get_e2prom_info) is valid: flag, length of the
- * data area, checksum. Returns 1 or 0. */
+ * data area (3 to 244), checksum, for which the whole EEPROM is read. Returns 1, or 0, also for
+ * null hdr and a failed read. */
 DFD_API int dfd_check_e2prom_info(const char *dev, uint16_t addr, const uint8_t *hdr);
 
 /* Reads and validates the header of a TLV image into hdr, DFD_TLV_HEADER_SIZE bytes, and turns its
@@ -273,10 +275,12 @@ DFD_API int ipmi_fru_product_info_area(const uint8_t *area, int area_len, fru_pr
 /*
  * Replaces the field whose type/length byte is at field_offset by str; growth is the length of str
  * less the field's present length, or 0 to zero the rest of the field. capacity: bytes of area;
- * *area_len: used bytes of it, renewed. Renews the checksum. Returns 0; -1: null argument, a field
- * that is not 8-bit text, a str over 63 characters or of another length than growth says, or no
- * room (a grown area is rounded up to the next block of 8 bytes, with one more when it just fills
- * one). Nothing is changed on failure.
+ * *area_len: used bytes of it, renewed. Renews the checksum, behind a longer str also the area's
+ * length byte; behind a shorter one that byte keeps naming the old size.
+ * Returns 0; -1: null argument, a place outside the area, a field that is not 8-bit text, a str
+ * over 63 characters or of another length than growth says, or no room (a grown area is rounded up
+ * to the next block of 8 bytes, with one more when it just fills one). Nothing is changed on
+ * failure.
  */
 DFD_API int insert_fru_str(uint8_t *area, int capacity, int *area_len, const char *str,
                            int field_offset, int growth);
