@@ -42,11 +42,12 @@ enum power_status {
 DFD_API int sdd_get_power_present(uint32_t power_id);
 
 /*
- * Health of a supply, an enum power_status. Presence comes from item power_state, or in its mode
- * func from sdd_func_get_power_status; a present supply is then looked at for failure (item
- * power_fail) and for input line failure (item power_line_fail), each of which a board may leave
- * out. Failure outranks line failure. A line failure item on an I2C source tells by whether the
- * supply answers: silence is a failed line, and what it answers does not count.
+ * Health of a supply, an enum power_status. Present is a supply whose item power_state is not 0
+ * or, where that is in mode func, whose item power_present is not 0, whatever power_state reads
+ * (sdd_func_get_power_status). A present supply is then looked at for failure (item power_fail)
+ * and for input line failure (item power_line_fail), each of which a board may leave out. Failure
+ * outranks line failure. A line failure item on an I2C source tells by whether the supply answers:
+ * silence is a failed line, and what it answers does not count.
  * Returns the status; -6: power_state (in mode func power_present) is not configured; -1: a line
  * failure item elsewhere cannot be read; otherwise the negative code of the reading.
  */
