@@ -159,8 +159,8 @@ DFD_API int dfd_get_led_info_state(uint32_t key, uint32_t regval, uint32_t *stat
 /*
  * One read as an item describes it: src as enum info_src, path the device, addr the I2C address,
  * reg the register (I2C: its low 8 bits) or file offset. Returns the number of bytes obtained: len
- * or, at the end of a file, fewer; -1 for an unknown src; the negative result of the device
- * access. May sleep 50 ms (I2C).
+ * or, at the end of a file, fewer; 0 when a file or a local-bus device delivers nothing; -1 for an
+ * unknown src; the negative result of the device access. May sleep 50 ms (I2C).
  */
 DFD_API int dfd_read_info(int src, const char *path, uint16_t addr, uint32_t reg, int len,
                           uint8_t *buf);
@@ -178,9 +178,10 @@ DFD_API int dfd_write_info(int src, const char *path, uint16_t addr, uint32_t re
  * the first read that fails: negative, or 0 when the device delivers no byte. */
 DFD_API int sdd_read_info_localbus(const char *path, uint32_t reg, int len, uint8_t *buf);
 
-/* One register: with mask 0xFF *value as it is, else merged under the mask with what the register
- * holds. Returns 0; -1 for a null value, or when the write fails or the read, also one without a
- * byte; nothing is written then. */
+/* One register, whatever len: with mask 0xFF *value as it is, else merged under the mask with what
+ * the register holds. Returns 0, also where a device for a whole byte cannot be opened; -1 for a
+ * null value, or when the write fails or the read, also one without a byte; nothing is written
+ * then. */
 DFD_API int sdd_write_info_localbus(const char *path, uint32_t reg, int len, const uint8_t *value,
                                     uint8_t mask);
 

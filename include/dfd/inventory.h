@@ -250,7 +250,8 @@ enum {
 };
 typedef uint8_t fru_field_offsets[FRU_OFFSET_COUNT];
 
-/* Zero checksum, 0 to 255: what makes the 8-bit sum of all bytes 0. */
+/* Zero checksum, 0 to 255: what makes the 8-bit sum of all bytes 0. 0 for null data or a len below
+ * 1. */
 DFD_API int calculate_crc(const uint8_t *data, int len);
 
 /* Whether a header or area of len bytes has version 1 and a right checksum. Returns 0; -1, also for
