@@ -76,7 +76,7 @@ int sdd_get_support_lc_hwhb(int *flag) {
     }
     int value = 0;
     const int rv = dfd_info_get_int(key, &value, nullptr);
-    // The line is low where the heartbeat is supported.
+    // Inverted from the register: 1 there says that the heartbeat is not supported.
     *flag = value != 1 ? 1 : 0;
     return rv;
 }

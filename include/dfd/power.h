@@ -117,10 +117,11 @@ DFD_API int sdd_get_power_hw_version(uint32_t power_id, char *buf, int *len);
  * Software version (item power_sw_ver, mode config, format buf): the .len bytes as they are,
  * without terminator; *len is the capacity in and stays, so clear buf first. Without the item:
  * "N/A", terminated where buf has room for 4, and *len 3. An item of three bytes is read anew as
- * entry 0 of a TLV image at the same device; where that fails, buf holds the three bytes. Give a
- * buffer of DFD_POWER_VERSION_SIZE bytes. Returns 0; -8: null buf or len, a capacity below 1, or
- * below 3 without the item; -5: another mode or format, or .len above the capacity; -7: the
- * hardware did not answer; otherwise the negative result of the EEPROM query.
+ * entry 0 of a TLV image at the same device, whose length *len then is; where that fails, buf
+ * holds the three bytes. Give a buffer of DFD_POWER_VERSION_SIZE bytes.
+ * Returns 0; -8: null buf or len, a capacity below 1, or below 3 without the item; -5: another
+ * mode or format, or .len above the capacity; -7: the hardware did not answer; otherwise the
+ * negative result of the EEPROM query.
  */
 DFD_API int sdd_get_power_sw_version(uint32_t power_id, char *buf, int *len);
 
