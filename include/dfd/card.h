@@ -1,8 +1,9 @@
 /* SPDX-License-Identifier: MIT */
 /*
  * Cards: power budget, supply voltages, and sub-cards without a processor. Items of a card are
- * configured under its virtual slot (sdd_get_virtual_slotid). A call that reads an item on I2C may
- * sleep 50 ms when the device does not answer.
+ * configured under its virtual slot (sdd_get_virtual_slotid); the own card is asked for with the
+ * result of sdd_get_my_slotid, on a board without item my_slotid with its -6. A call that reads an
+ * item on I2C may sleep 50 ms when the device does not answer.
  */
 #ifndef DFD_CARD_H
 #define DFD_CARD_H

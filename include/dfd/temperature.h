@@ -5,9 +5,9 @@
  * A sensor is named by the slot of its card and its index (0 to 82). card_temp_info(slot, index)
  * gives name and kind, card_temp_ctrl(slot, index) where the value is read. The slot of a card in
  * these keys is its virtual slot (sdd_get_virtual_slotid) unless a function says that it takes the
- * slot as it is. The own card is asked for with the result of sdd_get_my_slotid, whatever that is:
- * on a board without item my_slotid its -6 names the own card too. Temperatures are whole degrees
- * Celsius. A read or write on an I2C bus sleeps 50 ms when the device does not answer.
+ * slot as it is. The own card is asked for with the result of sdd_get_my_slotid, whatever that is
+ * but 0: on a board without item my_slotid its -6 names the own card too. Temperatures are whole
+ * degrees Celsius. A read or write on an I2C bus sleeps 50 ms when the device does not answer.
  */
 #ifndef DFD_TEMPERATURE_H
 #define DFD_TEMPERATURE_H
