@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include <regex>
 
+#include "support/libc_calls.h"
 #include "support/library_test.h"
 
 namespace {
 
+using dfd_test::FailingCalls;
+using dfd_test::LibcCall;
 using dfd_test::printed_by;
 
 TEST(DebugGate, LevelsAddBitsAndOtherLevelsClearThem) {
@@ -104,6 +107,29 @@ TEST(Store, RefusesNullPointers) {
     EXPECT_EQ(btree_insert_node(&root, 1, nullptr), -1);
     EXPECT_EQ(btree_find_node(nullptr, 1), nullptr);
     EXPECT_EQ(btree_delete_node(nullptr, 1), -1);
+}
+
+TEST(Store, FailingCallsLeaveTheTreeAsItWas) {
+    btree_root root{};
+    int record = 0;
+    root.tree = &record;
+    {
+        const FailingCalls failing(LibcCall::rwlock_init);
+        EXPECT_EQ(btree_init_root(&root), -1);
+        EXPECT_TRUE(failing.all_happened());
+    }
+    EXPECT_EQ(root.tree, nullptr) << "empty all the same";
+    for (const LibcCall call : {LibcCall::tsearch, LibcCall::allocation}) {
+        if (call == LibcCall::allocation && !dfd_test::kAllocationsCanFail) {
+            continue;
+        }
+        const FailingCalls failing(call);
+        EXPECT_EQ(btree_insert_node(&root, 7, &record), -1);
+        EXPECT_TRUE(failing.all_happened());
+        EXPECT_EQ(btree_find_node(&root, 7), nullptr);
+    }
+    const dfd_test::NeverFreed never_freed;
+    EXPECT_EQ(btree_insert_node(&root, 7, &record), 0);
 }
 
 TEST(Store, OrdersKeysAsSignedNumbers) {

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include <optional>
 
+#include "support/libc_calls.h"
 #include "support/library_test.h"
 
 namespace {
 
+using dfd_test::LibcCall;
 using dfd_test::logged_by;
 using dfd_test::printed_by;
 using testing::HasSubstr;
@@ -208,6 +210,78 @@ TEST_F(ParserTest, LinesThatCannotBeStoredAreLoggedAndSkipped) {
             "open config file[/etc/cfg/dfd/chassis/1.cfg] fail, error=No such file or directory\n");
     EXPECT_EQ(dfd_lib_cfg_get_item(0x27000000), nullptr);
     EXPECT_STREQ(item<char>(0x27000100), too_long.substr(1).c_str());
+}
+
+// The line behind the one that finds no memory is stored.
+TEST_F(ParserTest, WithoutMemoryALineIsLoggedAndSkipped) {
+    struct Row {
+        const char *line;
+        LibcCall call;
+        unsigned skip;
+        std::uint32_t key;
+        const char *message;
+    };
+    constexpr LibcCall kMemory = LibcCall::allocation;
+    constexpr LibcCall kTree = LibcCall::tsearch;
+    const Row kRows[] = {
+        {"fan_num=4", kMemory, 0, 0x23000000, "malloc int fail\r\n"},
+        {"fan_num=4", kMemory, 1, 0x23000000, "add int item[4] fail, key=0x23000000 rv=-1 \r\n"},
+        {"fan_num=0x11", kTree, 0, 0x23000000, "add int item[17] fail, key=0x23000000 rv=-1 \r\n"},
+        {"temp_name_1=abc", kMemory, 0, 0x27000100, "malloc str[3] fail\r\n"},
+        {"temp_name_1=abc", kTree, 0, 0x27000100,
+         "add string item[abc] fail, key=0x27000100 rv=-1 \r\n"},
+        {"cpld_i2c_dev.bus_3=2", kMemory, 0, 0x32000300, "malloc i2c_dev fail\r\n"},
+        {"cpld_i2c_dev.bus_3=0x20", kTree, 0, 0x32000300,
+         "add i2c_dev item[.bus=32] fail, key=0x32000300 rv=-1\r\n"},
+        {"slot_online.len_5=2", kMemory, 0, 0x39000500, "malloc info_ctrl fail\r\n"},
+        {"slot_online.len_5=2", kTree, 0, 0x39000500,
+         "add info_ctrl item[.len=2] fail, key=0x39000500 rv=-1\r\n"},
+        // The other kinds go by the same words.
+        {"irq_ctrl_info.irq_flag=1", kMemory, 0, 0xAD000000, "malloc info_ctrl fail\r\n"},
+        {"irq_ctrl_info.irq_clr_bit=1", kTree, 0, 0xAD000000,
+         "add info_ctrl item[.src=1] fail, key=0xad000000 rv=-1\r\n"},
+        {"irq_info.type_1_2=fan", kMemory, 0, 0xAF000102, "malloc info_ctrl fail\r\n"},
+        {"irq_info.val2_1_2=fan", kTree, 0, 0xAF000102,
+         "add info_ctrl item[.frmt=fan] fail, key=0xaf000102 rv=-1\r\n"},
+        {"mb_fan_led_info.red=3", kMemory, 0, 0xB6000000, "malloc info_ctrl fail\r\n"},
+        {"mb_fan_led_info.red=3", kTree, 0, 0xB6000000,
+         "add info_ctrl item[.red=3] fail, key=0xb6000000 rv=-1\r\n"},
+        {"card_temp_info.type_2_7=mac", kMemory, 0, 0xBB000207, "malloc info_ctrl fail\r\n"},
+        {"card_temp_info.type_2_7=mac", kTree, 0, 0xBB000207,
+         "add info_ctrl item[.type=mac] fail, key=0xbb000207 rv=-1\r\n"},
+    };
+    for (const Row &row : kRows) {
+        if (row.call == kMemory && !dfd_test::kAllocationsCanFail) {
+            continue;
+        }
+        dfd_test::in_own_process(row.line, [&] {
+            start("");
+            write_config("card_pid", std::string(row.line) + "\nsslot_num=7\n");
+            const dfd_test::FailingCalls failing(row.call, row.skip);
+            EXPECT_EQ(logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(dfd_lib_cfg_init_pre(), 0); }),
+                      std::string("line1: ") + row.message);
+            EXPECT_TRUE(failing.all_happened());
+            EXPECT_EQ(dfd_lib_cfg_get_item(row.key), nullptr);
+            EXPECT_EQ(number(DFD_MAKE_KEY(DFD_KEY_SSLOT_NUM, 0, 0)), 7);
+        });
+    }
+}
+
+TEST_F(ParserTest, AnItemWithoutMemoryForItsListEntryIsStored) {
+    if (!dfd_test::kAllocationsCanFail) {
+        GTEST_SKIP() << "the sanitizer owns the allocator";
+    }
+    start("");
+    write_config("card_pid", "power_name_1=ABC\npower_name_2=ABC\n");
+    {
+        const dfd_test::FailingCalls failing(LibcCall::allocation, 2);
+        EXPECT_EQ(logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(dfd_lib_cfg_init_pre(), 0); }),
+                  "malloc val_convert_node_t fail\r\n");
+    }
+    EXPECT_STREQ(item<char>(DFD_MAKE_KEY(DFD_KEY_POWER_NAME, 1, 0)), "ABC");
+    std::uint32_t type = 0;
+    EXPECT_EQ(dfd_lib_cfg_get_power_type_by_name("ABC", &type), 0);
+    EXPECT_EQ(type, 2U) << "the first entry is missing";
 }
 
 TEST_F(ParserTest, VerboseTraceSaysWhatEachLineBecame) {

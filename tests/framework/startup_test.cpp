@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "support/libc_calls.h"
 #include "support/library_test.h"
 
 namespace {
@@ -125,6 +126,15 @@ TEST_F(StartupTest, WithoutProductIdAndE2promThereIsNoBoardTypeYet) {
     chassis.remove_file("/tmp/bspinfo/ProductID");
     EXPECT_EQ(drv_get_my_dev_type(), 42) << "a type is";
     EXPECT_EQ(dfd_get_dev_type(), -1);
+}
+
+TEST_F(StartupTest, WithoutAStoreNothingIsRead) {
+    write_board("ABC", "card_pid_str_42_0=ABC\n");
+    write_list(42, "");
+    const dfd_test::FailingCalls failing(dfd_test::LibcCall::rwlock_init);
+    EXPECT_EQ(logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(dev_drv_init(), -1); }),
+              "init btree root fail, rv=-1\r\n");
+    EXPECT_TRUE(chassis.log().empty());
 }
 
 TEST_F(StartupTest, OtherNegativeTypesAreKept) {

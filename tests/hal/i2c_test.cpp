@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
+#include "support/libc_calls.h"
 #include "support/library_test.h"
 
 namespace {
 
 using dfd_test::Bytes;
+using dfd_test::functions_logged_by;
 using dfd_test::logged_by;
 using testing::Each;
 using testing::ElementsAre;
@@ -126,6 +128,104 @@ TEST_F(I2cTest, DbA1FlagTakesOnlyAResultOfZero) {
     EXPECT_EQ(logged_by(DFD_DEBUG_VBOSE, [&] { EXPECT_EQ(dfd_dev_check_db_a1_flag(&flag), 0); }),
               "DB_A1 FLAG = 0x0\r\n");
     EXPECT_EQ(flag, 0U);
+    // A driver that answers 0 for a transfer that it carried out.
+    for (const auto &[byte, expected] : {std::pair{0x80, 1U}, {0x01, 1U}, {0, 0U}}) {
+        chassis.set_slave(0, 0x57, 6, Bytes{static_cast<std::uint8_t>(byte)});
+        const dfd_test::FailingCalls answering(dfd_test::LibcCall::ioctl, 0, 1, 0);
+        flag = 9;
+        char trace[32];
+        std::snprintf(trace, sizeof trace, "DB_A1 FLAG = 0x%x\r\n", byte);
+        EXPECT_EQ(
+            logged_by(DFD_DEBUG_VBOSE, [&] { EXPECT_EQ(dfd_dev_check_db_a1_flag(&flag), 0); }),
+            trace);
+        EXPECT_EQ(flag, expected) << byte;
+    }
+    for (const int result : {1, 3, -1, -9}) {
+        const dfd_test::FailingCalls answering(dfd_test::LibcCall::ioctl, 0, 5, result);
+        flag = 9;
+        EXPECT_EQ(drv_check_db_a1_flag(&flag), -1) << result;
+        EXPECT_EQ(flag, 9U) << result;
+    }
+    EXPECT_EQ(functions_logged_by(DFD_DEBUG_ERR, [&] { drv_check_db_a1_flag(&flag); }),
+              "dfd_dev_check_db_a1_flag ");
+}
+
+// What each name makes of the kernel's answer: raw counts and codes, or 0 for whatever went well.
+TEST_F(I2cTest, AnswersOfTheBusByName) {
+    std::uint8_t byte = 0x33;
+    constexpr char kBus[] = "/dev/i2c-3";
+    struct Name {
+        const char *name;
+        std::function<int()> call;
+        bool is_raw;
+        unsigned attempts;
+        const char *trace = "";
+    };
+    const Name kNames[] = {
+        {"read once", [&] { return sdd_read_i2c_one_time(kBus, 0x50, 0, &byte, 1, 0); }, true, 1},
+        {"write once", [&] { return sdd_write_i2c_one_time(kBus, 0x50, 0, &byte, 1, 0); }, true, 1},
+        {"sdd read", [&] { return sdd_read_i2c(kBus, 0x50, 0, &byte, 1); }, true, 5},
+        {"sdd write", [&] { return sdd_write_i2c(kBus, 0x50, 0, &byte, 1); }, true, 5},
+        {"port read", [&] { return dfd_read_port_i2c(kBus, 0x50, 0, &byte, 1); }, true, 5},
+        {"port write", [&] { return dfd_write_port_i2c(kBus, 0x50, 0, &byte, 1); }, true, 5},
+        {"ssa read", [&] { return ssa_i2c_read(kBus, 0x50, 0, &byte, 1); }, true, 5},
+        {"ssa write", [&] { return ssa_i2c_write(kBus, 0x50, 0, &byte, 1); }, false, 5},
+        {"read", [&] { return dfd_i2c_read(3, 0x50, &byte, 1); }, false, 5},
+        {"read offset", [&] { return dfd_i2c_read_offset(3, 0x50, 7, &byte, 1); }, false, 5},
+        {"write", [&] { return dfd_i2c_write(3, 0x50, 0, &byte, 1); }, false, 5,
+         "ssa_i2c_write: dev = /dev/i2c-3, rv = -9\r\n"},
+    };
+    for (const Name &name : kNames) {
+        for (const int answer : {0, 1, 3, -9}) {
+            chassis.clear_log();
+            const dfd_test::FailingCalls answering(dfd_test::LibcCall::ioctl, 0, 5, answer);
+            int result = 99;
+            EXPECT_EQ(logged_by(DFD_DEBUG_VBOSE, [&] { result = name.call(); }),
+                      answer < 0 ? name.trace : "")
+                << name.name;
+            EXPECT_EQ(result, answer < 0 || name.is_raw ? answer : 0) << name.name;
+            EXPECT_EQ(count(Op::transfer), answer < 0 ? name.attempts : 1U) << name.name;
+        }
+        // The code of the last attempt counts, and the first attempt that goes well ends them.
+        chassis.clear_log();
+        chassis.fail({.addr = 0x50, .count = 2, .error = 0, .result = -7});
+        const int result = name.call();
+        EXPECT_EQ(result, name.attempts == 1 ? -7 : name.is_raw ? 2 : 0) << name.name;
+        EXPECT_EQ(chassis.slept_us(), name.attempts == 1 ? 0U : 20000U) << name.name;
+        chassis.clear_faults();
+        chassis.advance_us(100000);
+    }
+    EXPECT_EQ(functions_logged_by(DFD_DEBUG_VBOSE,
+                                  [&] {
+                                      dfd_i2c_write(9, 0x50, 0, &byte, 1);
+                                      dfd_i2c_write(3, 0x50, 0, nullptr, 1);
+                                  }),
+              "dfd_i2c_write dfd_i2c_write ");
+}
+
+// The longest transfers, and one byte more.
+TEST_F(I2cTest, LengthsAtTheirLimits) {
+    Bytes data(65536, 0x5A);
+    std::uint8_t *const bytes = data.data();
+    struct Row {
+        std::function<int()> call;
+        int result;
+        std::size_t moved;  // bytes of the second message; 0: nothing goes over the bus
+    };
+    const Row kRows[] = {
+        {[&] { return sdd_write_i2c_one_time("/dev/i2c-3", 0x50, 0, bytes, 255, 0); }, 2, 255},
+        {[&] { return sdd_write_i2c_one_time("/dev/i2c-3", 0x50, 0, bytes, 256, 0); }, 2, 256},
+        {[&] { return sdd_write_i2c_one_time("/dev/i2c-3", 0x50, 0, bytes, 257, 0); }, -1, 0},
+        {[&] { return sdd_read_i2c_one_time("/dev/i2c-3", 0x50, 0, bytes, 256, 0); }, 2, 256},
+        {[&] { return sdd_read_i2c_one_time("/dev/i2c-3", 0x50, 0, bytes, 65536, 0); }, -1, 0},
+    };
+    for (const Row &row : kRows) {
+        chassis.clear_log();
+        EXPECT_EQ(row.call(), row.result);
+        const auto log = chassis.log(Op::transfer);
+        EXPECT_EQ(log.empty() ? 0 : log[0].messages[1].bytes.size(), row.moved);
+        chassis.advance_us(100000);
+    }
 }
 
 }  // namespace

@@ -34,12 +34,52 @@ std::string printed_by(const std::function<void()> &action) {
     return testing::internal::GetCapturedStdout();
 }
 
-std::string logged_by(std::uint32_t gate, const std::function<void()> &action) {
+namespace {
+
+std::string printed_with_gate(std::uint32_t gate, const std::function<void()> &action) {
     const std::uint32_t before = dfd_debug;
     dfd_debug = gate;
     const std::string text = printed_by(action);
     dfd_debug = before;
-    return without_headers(text);
+    return text;
+}
+
+}  // namespace
+
+std::string logged_by(std::uint32_t gate, const std::function<void()> &action) {
+    return without_headers(printed_with_gate(gate, action));
+}
+
+std::string functions_logged_by(std::uint32_t gate, const std::function<void()> &action) {
+    constexpr std::string_view kBefore = ", Func:";
+    const std::string text = printed_with_gate(gate, action);
+    std::string functions;
+    for (std::size_t at = 0; (at = text.find(kBefore, at)) != std::string::npos;) {
+        at += kBefore.size();
+        functions += text.substr(at, text.find(',', at) - at) + " ";
+    }
+    return functions;
+}
+
+namespace {
+
+constexpr char kDirt = '\xA5';
+constexpr std::size_t kGuardBytes = 64;
+
+}  // namespace
+
+DirtyBuffer::DirtyBuffer(std::size_t size) : size_(size), bytes_(size + kGuardBytes, kDirt) {}
+
+DirtyBuffer::~DirtyBuffer() {
+    const auto guard = bytes_.begin() + static_cast<std::ptrdiff_t>(size_);
+    EXPECT_EQ(std::count(guard, bytes_.end(), kDirt), kGuardBytes) << "written past its end";
+}
+
+std::string DirtyBuffer::shown() const {
+    std::string text(bytes_.begin(), bytes_.begin() + static_cast<std::ptrdiff_t>(size_));
+    std::replace(text.begin(), text.end(), kDirt, '~');
+    std::replace(text.begin(), text.end(), '\0', '|');
+    return text;
 }
 
 void in_own_process(std::string_view row, const std::function<void()> &body) {

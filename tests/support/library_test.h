@@ -37,9 +37,26 @@ std::string printed_by(const std::function<void()> &action);
 // The messages that `action` logged with the gate bits `gate` open, without their headers.
 std::string logged_by(std::uint32_t gate, const std::function<void()> &action);
 
+// The functions that the messages of `action` name in their headers, in order, each before a blank.
+std::string functions_logged_by(std::uint32_t gate, const std::function<void()> &action);
+
 // Runs `body` with the library as it is now in a process of its own; its failures fail the test.
 // For rows that each need fresh caches.
 void in_own_process(std::string_view row, const std::function<void()> &body);
+
+// A buffer of a getter: `size` bytes of dirt, and more of it behind them that must stay.
+class DirtyBuffer {
+  public:
+    explicit DirtyBuffer(std::size_t size);
+    ~DirtyBuffer();
+    char *data() { return bytes_.data(); }
+    // All of it, with '~' for dirt and '|' for a terminator.
+    std::string shown() const;
+
+  private:
+    std::size_t size_;
+    std::vector<char> bytes_;
+};
 
 Bytes bytes_of(std::string_view text);
 Bytes operator+(Bytes a, const Bytes &b);

@@ -5,13 +5,16 @@
 #include <random>
 #include <type_traits>
 
+#include "support/libc_calls.h"
 #include "support/library_test.h"
 
 namespace {
 
 using dfd_test::Bytes;
 using dfd_test::bytes_of;
+using dfd_test::DirtyBuffer;
 using dfd_test::e2prom_image;
+using dfd_test::functions_logged_by;
 using dfd_test::logged_by;
 using dfd_test::tlv_entry;
 using dfd_test::tlv_image;
@@ -362,6 +365,43 @@ TEST_F(FruTest, UpdateThatDoesNotFitWritesBackWhatItRead) {
         EndsWith("Failed to validate fru product info data\nanalysis FRU product info error.\n"));
 }
 
+// Where the header puts the area, and what an update makes of one that does not end in the chip.
+TEST_F(FruTest, AreasAtTheEndOfTheChip) {
+    struct Row {
+        const char *what;
+        std::uint8_t at_blocks, blocks;
+        int update;
+        std::size_t written;  // bytes
+    };
+    for (const Row &row :
+         {Row{"ends with the chip", 24, 8, 0, 64}, Row{"one block before", 23, 8, 0, 72},
+          Row{"claims a block more than the chip has", 25, 8, -1, 0},
+          Row{"at its end", 32, 8, -1, 0}}) {
+        // A read goes on at the chip's start, so that such an area would be whole but for its end.
+        Bytes image(256, 0);
+        const Bytes area_bytes = product_area(kFields, row.blocks);
+        for (std::size_t i = 0; i < area_bytes.size(); ++i) {
+            image[(row.at_blocks * 8U + i) % 256] = area_bytes[i];
+        }
+        const Bytes header = common_header(row.at_blocks);
+        std::copy(header.begin(), header.end(), image.begin());
+        chassis.set_slave(2, kAddr, 0, image);
+        chassis.clear_log();
+        const std::string log = logged_by(DFD_DEBUG_ERR, [&] {
+            EXPECT_EQ(dfd_set_fan_info_fru(kBus, kAddr, "SN0009", nullptr), row.update) << row.what;
+        });
+        EXPECT_EQ(log.find("analysis FRU product info error.\n") != std::string::npos,
+                  row.update != 0)
+            << row.what;
+        std::size_t written = 0;
+        for (const Bytes &write : i2c_writes()) {
+            written += write.size() - 1;
+        }
+        EXPECT_EQ(written, row.written) << row.what;
+        chassis.advance_us(100000);
+    }
+}
+
 TEST_F(FruTest, UpdateTakesFiveBitsOfTheAreaLengthLookUpAllEight) {
     Bytes area_bytes = product_area(kFields, 8);
     area_bytes[1] = 0x28;
@@ -423,6 +463,147 @@ TEST_F(FruTest, ReplacementsThatWouldLeaveTheAreaAreRefusedUntouched) {
     EXPECT_EQ(std::string(area_bytes.begin() + 25, area_bytes.begin() + 32),
               std::string("\xC6SN\0\0\0\0", 7))
         << "without growth the rest of the field is zeroed";
+}
+
+TEST_F(FruTest, WithoutMemoryNothingIsReadOrWritten) {
+    if (!dfd_test::kAllocationsCanFail) {
+        GTEST_SKIP() << "the sanitizer owns the allocator";
+    }
+    put(product_area(kFields, 8));
+    const Bytes before = chassis.slave(2, kAddr);
+    chassis.clear_log();
+    for (const auto &[update, message] : {std::pair{false, "Allocate buffer(len:64) error!\n"},
+                                          {true, "Allocate buffer(len:248) error!\n"}}) {
+        const dfd_test::FailingCalls failing(dfd_test::LibcCall::allocation);
+        EXPECT_EQ(logged_by(DFD_DEBUG_ERR,
+                            [&] {
+                                EXPECT_EQ(update ? dfd_set_fan_info_fru(kBus, kAddr, "X", nullptr)
+                                                 : query(fru_data, 3).first,
+                                          -12);
+                            }),
+                  message);
+        EXPECT_TRUE(failing.all_happened());
+    }
+    EXPECT_TRUE(i2c_writes().empty());
+    EXPECT_EQ(chassis.slave(2, kAddr), before);
+}
+
+// Fields go out as they are stored; only the version that is repaired has zeros behind a text.
+TEST_F(FruTest, DirtyBuffersKeepWhatIsNotDelivered) {
+    std::vector<std::string> fields = kFields;
+    fields[1] = std::string("P\0Q", 3);
+    put(product_area(fields, 8));
+    struct Row {
+        Query function;
+        std::uint32_t type;
+        int capacity, code, len;
+        const char *bytes;
+    };
+    constexpr Query kPlain = sdd_get_e2prom_info_by_type_fru;
+    constexpr Query kCompatible = sdd_get_e2prom_info_by_type_fru_compatible;
+    for (const Row &row :
+         {Row{fru_data, 3, 8, 0, 6, "SN0001~~"}, Row{fru_data, 3, 4, 0, 4, "SN00"},
+          Row{kPlain, 5, 8, 0, 3, "123~~~~~"}, Row{kPlain, 2, 8, 0, 3, "P|Q~~~~~"},
+          Row{kCompatible, 5, 8, 0, 4, "1.23~~~~"}, Row{kCompatible, 5, 4, 0, 4, "1.23"},
+          Row{kCompatible, 5, 3, -22, 3, "~~~"}, Row{kCompatible, 5, 2, 0, 2, "12"},
+          Row{kCompatible, 2, 8, 0, 3, "P||~~~~~"}, Row{kCompatible, 3, 3, 0, 3, "SN0"},
+          Row{kCompatible, 4, 8, -1, 8, "~~~~~~~~"}}) {
+        DirtyBuffer buf(static_cast<std::size_t>(row.capacity));
+        int len = row.capacity;
+        EXPECT_EQ(row.function(kBus, row.type, kAddr, buf.data(), &len), row.code) << row.bytes;
+        EXPECT_EQ(len, row.len) << row.bytes;
+        EXPECT_EQ(buf.shown(), row.bytes);
+    }
+}
+
+TEST_F(FruTest, MessagesNameTheirFunctions) {
+    const Bytes good = product_area(kFields, 8);
+    Bytes bad = good;
+    bad.back() ^= 1;
+    const auto fail_at = [&](int offset) {
+        chassis.fail({.addr = kAddr, .offset = offset, .count = 5, .error = EIO});
+    };
+    struct Row {
+        const char *what;
+        std::function<void()> prepare;
+        const char *of_look_up, *of_update;
+    };
+    const Row kRows[] = {
+        {"header", [&] { fail_at(0); }, "dfd_read_e2prom dfd_get_frue2prom_info dfd_get_fru_data ",
+         "dfd_read_e2prom dfd_get_frue2prom_info "},
+        {"length", [&] { fail_at(9); }, "dfd_read_e2prom dfd_get_fru_data ",
+         "dfd_read_e2prom dfd_set_fan_info_fru "},
+        {"area", [&] { fail_at(8); }, "dfd_read_e2prom dfd_get_fru_data ",
+         "dfd_read_e2prom dfd_set_fan_info_fru "},
+        {"checksum", [&] { put(bad); },
+         "verify_fru_data ipmi_fru_product_info_area dfd_get_fru_data ",
+         "verify_fru_data ipmi_fru_product_info_area dfd_set_fan_info_fru "},
+        {"header's checksum",
+         [&] {
+             chassis.set_slave(2, kAddr, 0, Bytes{1, 1});
+         },
+         "verify_fru_data ipmi_validate_common_hdr dfd_get_fru_data ",
+         "verify_fru_data ipmi_validate_common_hdr "},
+        {"header's version", [&] { chassis.set_slave(2, kAddr, 0, Bytes{2}); },
+         "verify_fru_data ipmi_validate_common_hdr dfd_get_fru_data ",
+         "verify_fru_data ipmi_validate_common_hdr "},
+    };
+    for (const Row &row : kRows) {
+        for (const bool update : {false, true}) {
+            put(good);
+            row.prepare();
+            EXPECT_EQ(functions_logged_by(DFD_DEBUG_ERR,
+                                          [&] {
+                                              update ? dfd_set_fan_info_fru(kBus, kAddr, "SN", "")
+                                                     : query(fru_data, 3).first;
+                                          }),
+                      update ? row.of_update : row.of_look_up)
+                << row.what;
+            chassis.clear_faults();
+            chassis.advance_us(100000);
+        }
+    }
+    put(good);
+    EXPECT_EQ(functions_logged_by(DFD_DEBUG_ERR, [] { query(fru_data, 4); }), "dfd_get_fru_data ");
+    EXPECT_EQ(functions_logged_by(DFD_DEBUG_VBOSE,
+                                  [] { query(sdd_get_e2prom_info_by_type_fru_compatible, 5); }),
+              "dfd_get_fru_data verify_fru_data verify_fru_data dfd_get_fru_data verify_fru_data "
+              "verify_fru_data sdd_get_e2prom_info_by_type_fru "
+              "sdd_get_e2prom_info_by_type_fru_compatible ");
+    Bytes area_bytes = good;
+    fru_product_info_t info{};
+    fru_field_offsets offsets{};
+    ASSERT_EQ(ipmi_fru_product_info_area(area_bytes.data(), 64, &info, offsets), 0);
+    int len = 64;
+    const Bytes header = common_header(1);
+    struct Call {
+        std::function<void()> call;
+        const char *functions;
+    };
+    std::uint8_t *const bytes = area_bytes.data();
+    for (const Call &row :
+         {Call{[&] { ipmi_validate_common_hdr(header.data(), 7); }, "ipmi_validate_common_hdr "},
+          Call{[&] { ipmi_fru_product_info_area(bytes, 64, nullptr, offsets); },
+               "ipmi_fru_product_info_area "},
+          Call{[&] { ipmi_fru_sn_hw_updata(bytes, 64, 64, "x", "y", nullptr); },
+               "ipmi_fru_sn_hw_updata "},
+          Call{[&] { ipmi_fru_sn_hw_updata(bytes, 64, 64, "SN00011", nullptr, offsets); },
+               "ipmi_fru_sn_hw_updata "},
+          Call{[&] { ipmi_fru_sn_hw_updata(bytes, 64, 64, nullptr, "1.234", offsets); },
+               "ipmi_fru_sn_hw_updata "},
+          Call{[&] { ipmi_fru_sn_hw_updata(bytes, 64, 63, "SN0001", nullptr, offsets); },
+               "verify_fru_data ipmi_fru_sn_hw_updata "},
+          Call{[&] { insert_fru_str(bytes, 64, &len, "x", 5, 0); }, "insert_fru_str "},
+          Call{[&] { insert_fru_str(bytes, 64, &len, "SN00011", offsets[8], 9); },
+               "insert_fru_str "},
+          Call{[&] { dfd_get_frue2prom_info(kBus, kAddr, nullptr); }, "dfd_get_frue2prom_info "},
+          Call{[&] { dfd_get_fru_data(kBus, kAddr, 3, nullptr, &len); }, "dfd_get_fru_data "},
+          Call{[] { query(sdd_get_e2prom_info_by_type_fru, 3, 0); },
+               "sdd_get_e2prom_info_by_type_fru "},
+          Call{[] { query(sdd_get_e2prom_info_by_type_fru_compatible, 3, 0); },
+               "sdd_get_e2prom_info_by_type_fru_compatible "}}) {
+        EXPECT_EQ(functions_logged_by(DFD_DEBUG_ERR, row.call), row.functions);
+    }
 }
 
 // Any 256 bytes give a result code. Mutations of valid images reach deeper than noise; the

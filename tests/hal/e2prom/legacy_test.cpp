@@ -5,7 +5,9 @@ namespace {
 
 using dfd_test::Bytes;
 using dfd_test::bytes_of;
+using dfd_test::DirtyBuffer;
 using dfd_test::e2prom_image;
+using dfd_test::functions_logged_by;
 using dfd_test::logged_by;
 using dfd_test::operator+;
 using testing::EndsWith;
@@ -92,6 +94,106 @@ TEST_F(LegacyTest, FailedReadsNameWhatTheyWereFor) {
         EXPECT_THAT(logged_by(DFD_DEBUG_ERR, [&] { EXPECT_EQ(row.call(), -9); }),
                     EndsWith("(ret -9)\r\n" + std::string(row.message)));
     }
+}
+
+TEST_F(LegacyTest, MessagesNameTheirFunctions) {
+    char buf[16];
+    int len = 16;
+    struct Row {
+        std::function<void()> call;
+        const char *functions;
+    };
+    const auto expect_all = [](std::uint32_t gate, const std::vector<Row> &rows) {
+        for (const Row &row : rows) {
+            EXPECT_EQ(functions_logged_by(gate, row.call), row.functions);
+        }
+    };
+    const auto fan_query = [&](void *to, int *capacity) {
+        return [=] { sdd_get_e2prom_legacy_info_by_type(kBus, 3, kAddr, to, capacity); };
+    };
+    const auto power_query = [&](std::uint32_t type, void *to, int *capacity) {
+        return
+            [=] { sdd_get_e2prom_legacy_power_info_by_type(kBus, type, kAddr, 0, to, capacity); };
+    };
+    const auto set_fan = [&](const char *sn, const char *hw) {
+        return [=, this] {
+            dfd_set_fan_info_legacy(kBus, kAddr, nullptr, sn, hw);
+            chassis.advance_us(100000);
+        };
+    };
+    const auto set_power = [&](const char *hw) {
+        return [=, this] {
+            dfd_set_power_info_legacy(kBus, kAddr, kVersionAt, hw);
+            chassis.advance_us(100000);
+        };
+    };
+    constexpr char kSn[] = "1234567890ABC";
+    expect_all(DFD_DEBUG_ERR,
+               {{fan_query(nullptr, &len), "sdd_get_e2prom_legacy_info_by_type "},
+                {fan_query(buf, nullptr), "sdd_get_e2prom_legacy_info_by_type "},
+                {power_query(2, nullptr, &len), "sdd_get_e2prom_legacy_power_info_by_type "},
+                {power_query(5, buf, nullptr), "sdd_get_e2prom_legacy_power_info_by_type "},
+                {set_fan("12", nullptr), "dfd_set_fan_info_legacy "},
+                {set_fan(kSn, "12.3"), "dfd_set_fan_info_legacy "},
+                {set_power("12.3"), "dfd_set_power_info_legacy "}});
+    expect_all(DFD_DEBUG_VBOSE,
+               {{set_fan(nullptr, ""), "dfd_set_fan_info_legacy "},
+                {set_fan(kSn, nullptr), "dfd_set_fan_info_legacy "},
+                {set_fan("", "1.23"),
+                 "dfd_set_fan_info_legacy dfd_set_fan_info_legacy dfd_set_fan_info_legacy "},
+                {set_power(""), "dfd_set_power_info_legacy "},
+                {set_power("1.23"), "dfd_set_power_info_legacy dfd_set_power_info_legacy "}});
+    chassis.fail({.addr = kAddr, .offset = 0, .skip = 1, .count = 5});
+    expect_all(DFD_DEBUG_ERR,
+               {{set_fan(kSn, nullptr), "dfd_write_e2prom dfd_set_fan_info_legacy "}});
+    chassis.clear_faults();
+    chassis.fail({.addr = kAddr, .count = 0});
+    expect_all(
+        DFD_DEBUG_ERR,
+        {{fan_query(buf, &len), "dfd_read_e2prom sdd_get_e2prom_legacy_info_by_type "},
+         {power_query(2, buf, &len), "dfd_read_e2prom sdd_get_e2prom_legacy_power_info_by_type "},
+         {power_query(5, buf, &len), "dfd_read_e2prom sdd_get_e2prom_legacy_power_info_by_type "},
+         {set_fan(kSn, nullptr), "dfd_read_e2prom dfd_set_fan_info_legacy "},
+         {set_power("1.23"), "dfd_read_e2prom dfd_set_power_info_legacy "}});
+}
+
+// Versions end in a terminator, names and serial numbers in what the buffer held.
+TEST_F(LegacyTest, DirtyBuffersKeepWhatIsNotDelivered) {
+    struct Row {
+        bool is_power;
+        std::uint32_t type;
+        std::size_t size;
+        int len;
+        const char *bytes;
+    };
+    for (const Row &row :
+         {Row{false, 3, 14, 13, "1234567890ABC~"}, Row{false, 3, 13, 13, "1234567890ABC"},
+          Row{false, 5, 8, 5, "V1.23|~~"}, Row{true, 2, 13, 12, "PSU-AC-1200 ~"},
+          Row{true, 5, 6, 4, "2.05|~"}, Row{true, 5, 5, 4, "2.05|"}}) {
+        DirtyBuffer buf(row.size);
+        int len = 0;
+        EXPECT_EQ(
+            row.is_power
+                ? sdd_get_e2prom_legacy_power_info_by_type(
+                      kBus, row.type, kAddr, row.type == 2 ? kNameAt : kVersionAt, buf.data(), &len)
+                : sdd_get_e2prom_legacy_info_by_type(kBus, row.type, kAddr, buf.data(), &len),
+            0);
+        EXPECT_EQ(len, row.len) << row.bytes;
+        EXPECT_EQ(buf.shown(), row.bytes);
+    }
+    // The widest version: two digits before the point, two behind it.
+    chassis.set_slave(2, kAddr, 14, Bytes{0xFF, 0xA5});
+    DirtyBuffer buf(7);
+    int len = 0;
+    EXPECT_EQ(sdd_get_e2prom_legacy_info_by_type(kBus, 5, kAddr, buf.data(), &len), 0);
+    EXPECT_EQ(buf.shown(), "Vff.5a|");
+    EXPECT_EQ(len, 6);
+    DirtyBuffer type(5);
+    EXPECT_EQ(sdd_get_e2prom_legacy_info_by_type(kBus, 6, kAddr, type.data(), &len), 0);
+    std::uint32_t value = 0;
+    memcpy(&value, type.data(), sizeof value);
+    EXPECT_EQ(value, 0x2AU);
+    EXPECT_EQ(type.shown().back(), '~');
 }
 
 TEST_F(LegacyTest, TraceSaysWhatAnUpdateChanges) {
@@ -233,6 +335,14 @@ TEST_F(WriteProtectTest, TheBoardReportsTheEngineCode) {
 
 TEST_F(WriteProtectTest, NothingConfiguredIsNotSupported) {
     start("");
+    for (const auto &[target, functions] :
+         {std::pair{DFD_WP_BOARD, "dfd_info_set_int dfd_ctl_e2_write_pro "},
+          {DFD_WP_BACKPLANE, "dfd_info_set_int dfd_ctl_e2_write_pro "},
+          {DFD_WP_FANS, "dfd_info_set_int dfd_info_set_int dfd_info_set_int dfd_info_set_int "}}) {
+        EXPECT_EQ(functions_logged_by(DFD_DEBUG_ERR,
+                                      [target = target] { dfd_ctl_e2_write_pro(target, 1); }),
+                  functions);
+    }
     for (const int target : {DFD_WP_BOARD, DFD_WP_FANS, DFD_WP_SUBCARDS, DFD_WP_BACKPLANE}) {
         EXPECT_EQ(dfd_ctl_e2_write_pro(target, 1), -6) << target;
     }

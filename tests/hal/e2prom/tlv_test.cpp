@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
+#include "support/libc_calls.h"
 #include "support/library_test.h"
 
 namespace {
 
 using dfd_test::Bytes;
 using dfd_test::bytes_of;
+using dfd_test::DirtyBuffer;
 using dfd_test::e2prom_image;
+using dfd_test::functions_logged_by;
 using dfd_test::logged_by;
 using dfd_test::tlv_entry;
 using dfd_test::tlv_image;
@@ -260,6 +263,146 @@ TEST_F(TlvTest, UpdateReportsWhereItFailed) {
     chassis.clear_faults();
     chassis.fail({.addr = kAddr, .offset = 16, .count = 0, .error = 0, .result = -9});
     EXPECT_EQ(dfd_set_fan_info_tlv(kBus, kAddr, "X", nullptr), -9) << "checksum: the I2C code";
+}
+
+TEST_F(TlvTest, WithoutMemoryNothingIsReadOrWritten) {
+    if (!dfd_test::kAllocationsCanFail) {
+        GTEST_SKIP() << "the sanitizer owns the allocator";
+    }
+    const Bytes image = tlv_image(1, 0x12, 0xF1, tlv_entry(3, bytes_of("ABCDEFGH")));
+    put(image);
+    struct Row {
+        const char *what;
+        std::function<int()> call;
+        int code;
+        const char *message;
+    };
+    for (const Row &row :
+         {Row{"serial", [] { return query(3).code; }, -12, "Allocate buffer(len:10) error!\n"},
+          Row{"type", [] { return query(6).code; }, -12, "Allocate buffer(len:10) error!\n"},
+          Row{"version: from the header", [] { return query(5).code; }, 0,
+              "Allocate buffer(len:10) error!\n"},
+          Row{"update", [] { return dfd_set_fan_info_tlv(kBus, kAddr, "X", "Y"); }, -12, ""}}) {
+        const dfd_test::FailingCalls failing(dfd_test::LibcCall::allocation);
+        EXPECT_EQ(logged_by(DFD_DEBUG_ERR, [&] { EXPECT_EQ(row.call(), row.code) << row.what; }),
+                  row.message)
+            << row.what;
+        EXPECT_TRUE(failing.all_happened());
+    }
+    EXPECT_TRUE(i2c_writes().empty());
+    EXPECT_EQ(chassis.slave(2, kAddr), image);
+}
+
+// Values go out as they are stored, without a terminator; what is behind them stays.
+TEST_F(TlvTest, DirtyBuffersKeepWhatIsNotDelivered) {
+    const Bytes entries = tlv_entry(2, bytes_of("NAME")) + tlv_entry(3, {}) +
+                          tlv_entry(6, {0, 0, 0, 9}) + tlv_entry(6, {0, 0, 0, 8}) +
+                          tlv_entry(5, bytes_of(std::string("1.0\0", 4)));
+    const Bytes no_version = tlv_entry(2, bytes_of("NAME"));
+    struct Row {
+        std::uint8_t version;
+        Bytes entries;
+        std::uint32_t type;
+        int capacity, code, len;
+        const char *bytes;
+    };
+    for (const Row &row :
+         {Row{1, entries, 2, 8, 0, 4, "NAME~~~~"}, Row{1, entries, 2, 4, 0, 4, "NAME"},
+          Row{1, entries, 2, 3, -1, 3, "~~~"}, Row{2, entries, 2, 8, 0, 4, "NAME~~~~"},
+          Row{1, entries, 3, 8, 0, 0, "~~~~~~~~"}, Row{1, entries, 5, 8, 0, 4, "1.0|~~~~"},
+          Row{1, no_version, 5, 8, 0, 4, "9.90~~~~"}, Row{1, no_version, 5, 4, 0, 4, "9.90"},
+          Row{1, no_version, 5, 3, -1, 3, "~~~"}, Row{2, no_version, 5, 8, 0, 4, "9.90~~~~"},
+          Row{2, no_version, 6, 8, -1, 8, "~~~~~~~~"},
+          Row{1, no_version, 3, 8, -1, 8, "~~~~~~~~"}}) {
+        put(tlv_image(row.version, 0x99, 0xF1, row.entries));
+        DirtyBuffer buf(static_cast<std::size_t>(row.capacity));
+        int len = row.capacity;
+        EXPECT_EQ(sdd_get_e2prom_info_by_type(kBus, row.type, kAddr, buf.data(), &len), row.code);
+        EXPECT_EQ(len, row.len);
+        EXPECT_EQ(buf.shown(), row.bytes) << row.type;
+    }
+    put(tlv_image(1, 0, 0xF1, entries));
+    EXPECT_EQ(query(6, 4), (Answer{0, integer(9)})) << "the first entry that holds a type";
+}
+
+TEST_F(TlvTest, MessagesNameTheirFunctions) {
+    const Bytes good = tlv_image(1, 0x12, 0xF1, tlv_entry(3, bytes_of("SERIAL")));
+    std::uint8_t header[10] = {1, 0x7E, 0, 0, 0, 0};
+    char buf[8];
+    int len = 8;
+    const auto fail_from = [&](unsigned skip) {
+        chassis.fail({.addr = kAddr, .skip = skip, .count = 5, .error = EIO});
+    };
+    struct Row {
+        const char *what;
+        std::function<void()> prepare;
+        std::function<void()> call;
+        const char *functions;
+    };
+    const std::function<void()> nothing = [] {};
+    const Row kRows[] = {
+        {"read", [&] { fail_from(0); }, [] { query(3); }, "dfd_read_e2prom dfd_get_e2prom_info "},
+        {"check", [&] { fail_from(1); }, [] { query(3); },
+         "dfd_read_e2prom dfd_check_e2prom_info "},
+        {"data", [&] { fail_from(2); }, [] { query(3); }, "dfd_read_e2prom dfd_get_tlv_data "},
+        {"data of an update", [&] { fail_from(2); },
+         [] { dfd_set_fan_info_tlv(kBus, kAddr, "X", ""); },
+         "dfd_read_e2prom dfd_set_fan_info_tlv "},
+        {"write", [&] { fail_from(3); }, [] { dfd_set_fan_info_tlv(kBus, kAddr, "X", ""); },
+         "dfd_write_e2prom "},
+        {"parameters of a query", nothing,
+         [&] { sdd_get_e2prom_info_by_type(kBus, 3, kAddr, nullptr, &len); },
+         "sdd_get_e2prom_info_by_type "},
+        {"parameters of a look-up", nothing,
+         [&] { dfd_get_tlv_data(kBus, kAddr, 3, nullptr, buf, &len); }, "dfd_get_tlv_data "},
+        {"no data", nothing, [&] { dfd_get_tlv_data(kBus, kAddr, 3, header, buf, &len); },
+         "dfd_get_tlv_data "},
+        {"parameters of the header", nothing, [&] { dfd_get_e2prom_info(kBus, kAddr, nullptr); },
+         "dfd_get_e2prom_info "},
+        {"flag", [&] { put(Bytes(256, 0xFF)); }, [] { query(3); }, "dfd_check_e2prom_info "},
+    };
+    for (const Row &row : kRows) {
+        put(good);
+        row.prepare();
+        EXPECT_EQ(functions_logged_by(DFD_DEBUG_ERR, row.call), row.functions) << row.what;
+        chassis.clear_faults();
+        chassis.advance_us(100000);
+    }
+    put(good);
+    EXPECT_EQ(functions_logged_by(DFD_DEBUG_VBOSE, [] { query(2); }),
+              "dfd_check_e2prom_info dfd_get_tlv_data dfd_get_tlv_data dfd_get_tlv_data ");
+}
+
+// Headers of an EEPROM decide by themselves, whatever the caller's buffer held.
+TEST_F(TlvTest, ChecksOfAHeaderInMemory) {
+    const Bytes image = tlv_image(1, 0x12, 0x23, tlv_entry(3, bytes_of("SERIAL")));
+    put(image);
+    EXPECT_EQ(dfd_check_e2prom_info(kBus, kAddr, nullptr), 0);
+    struct Row {
+        std::uint8_t version, flag;
+        std::uint16_t length;
+        int valid;
+        std::size_t transfers;
+    };
+    for (const Row &row : {Row{1, 0x7E, 8, 1, 1}, Row{1, 0x7E, 9, 0, 1}, Row{2, 0x7E, 8, 0, 1},
+                           Row{1, 0x7F, 8, 0, 0}, Row{1, 0x7E, 2, 0, 0}, Row{1, 0x7E, 3, 0, 1},
+                           Row{1, 0x7E, 244, 0, 1}, Row{1, 0x7E, 245, 0, 0}}) {
+        std::uint8_t header[10];
+        memset(header, 0xA5, sizeof header);
+        header[0] = row.version;
+        header[1] = row.flag;
+        memcpy(header + (row.version == 1 ? 4 : 8), &row.length, sizeof row.length);
+        chassis.clear_log();
+        EXPECT_EQ(dfd_check_e2prom_info(kBus, kAddr, header), row.valid) << row.length;
+        EXPECT_EQ(count(Op::transfer), row.transfers) << row.length;
+    }
+    // A long header of version 3 is checked like one of version 1.
+    Bytes version3 = tlv_image(3, 0x12, 0x23, tlv_entry(3, bytes_of("SERIAL")));
+    put(version3);
+    EXPECT_EQ(query(3), (Answer{0, bytes_of("SERIAL")}));
+    version3[12] ^= 1;
+    put(version3);
+    EXPECT_EQ(query(3).code, -1);
 }
 
 }  // namespace

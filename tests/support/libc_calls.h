@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+// Calls of the C library that fail when the library under test makes them. For test programs that
+// compile libc_calls.cpp in: its functions stand before those of libc.
+#pragma once
+
+namespace dfd_test {
+
+enum class LibcCall { allocation, tsearch, rwlock_init, ioctl };
+
+// While it lives, calls of this kind fail: `count` of them, behind `skip` that pass. An ioctl is
+// carried out and answers `result`.
+class FailingCalls {
+  public:
+    explicit FailingCalls(LibcCall call, unsigned skip = 0, unsigned count = 1, int result = 0);
+    ~FailingCalls();
+    FailingCalls(const FailingCalls &) = delete;
+    FailingCalls &operator=(const FailingCalls &) = delete;
+
+    // Whether every failure was asked for.
+    bool all_happened() const;
+};
+
+// A sanitizer owns the allocator of its programs.
+#ifdef DFD_SANITIZED
+inline constexpr bool kAllocationsCanFail = false;
+#else
+inline constexpr bool kAllocationsCanFail = true;
+#endif
+
+}  // namespace dfd_test
