@@ -3,6 +3,7 @@
 #pragma once
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <linux/i2c-dev.h>
 #include <linux/i2c.h>
 #include <sys/ioctl.h>
@@ -29,6 +30,18 @@ class File {
 
     const int fd;
 };
+
+// A register of a device file as the program on the chassis sees it; -1 where it cannot be read.
+inline int read_register(const char *device, std::uint32_t reg) {
+    const File file(device, O_RDONLY);
+    std::uint8_t byte = 0;
+    return pread(file.fd, &byte, 1, reg) == 1 ? byte : -1;
+}
+
+inline void write_register(const char *device, std::uint32_t reg, std::uint8_t byte) {
+    const File file(device, O_WRONLY);
+    EXPECT_EQ(pwrite(file.fd, &byte, 1, reg), 1);
+}
 
 // The errno of a call that failed, 0 for one that did not.
 inline int error_of(long result) {

@@ -39,6 +39,15 @@ constexpr Row kRows[] = {
     {"[[registers]]\npath = '/dev/cpld0'\n"
      "reg = [{ address = 1, read_only = 3, write_1_clear = 2 }]\n",
      "3:38: a bit is either read-only or cleared by writing 1"},
+    {"[[registers]]\npath = '/dev/cpld0'\n"
+     "reg = [{ address = 1, write_0_clear = 6, read_only = 4 }]\n",
+     "3:23: a bit is either read-only, cleared by writing 1 or cleared by writing 0"},
+    {"[[registers]]\npath = '/dev/cpld0'\n"
+     "reg = [{ address = 1, write_1_clear = 1, write_0_clear = true }]\n",
+     "3:42: a bit is either read-only, cleared by writing 1 or cleared by writing 0"},
+    {"[[registers]]\npath = '/dev/cpld0'\n"
+     "reg = [{ address = 1, write_0_clear = 256 }]\n",
+     "3:23: 'write_0_clear' must be an integer from 0 to 255"},
     {"[[i2c]]\nbus = 0\naddr = 0x80\nmodel = 'eeprom'\n",
      "3:1: 'addr' must be an integer from 0 to 127"},
     {"[[i2c]]\nbus = 0\naddr = 0x50\nmodel = 'eprom'\n",

@@ -39,7 +39,12 @@ class DeviceFile : public ::testing::Test {
             path = "/dev/cpld0"
             size = 16
             init = { 0x04 = [0x44, 0x55], 0x0f = 0xff }
-            reg = [{ address = 8, value = 0xf0, read_only = 0xc0, write_1_clear = 0x30 }])");
+            [[registers.reg]]
+            address = 8
+            value = 0xf0
+            read_only = 0xc0
+            write_1_clear = 0x30
+            write_0_clear = 0x0c)");
     }
     Chassis chassis;
 };
@@ -157,9 +162,10 @@ TEST_F(DeviceFile, WritesObeyTheBitsOfTheRegister) {
     struct Row {
         std::uint8_t before, written, after;
     };
-    // Bits 7 and 6 are read-only, 5 and 4 cleared by writing 1, the others plain.
-    for (const Row row : {Row{0xf0, 0x00, 0xf0}, Row{0xf0, 0xff, 0xcf}, Row{0xf0, 0x10, 0xe0},
-                          Row{0x0a, 0xf5, 0x05}, Row{0x20, 0x20, 0x00}}) {
+    // Bits 7 and 6 are read-only, 5 and 4 cleared by writing 1, 3 and 2 by writing 0, the others
+    // plain.
+    for (const Row row : {Row{0xfc, 0x00, 0xf0}, Row{0xfc, 0xff, 0xcf}, Row{0xfc, 0x18, 0xe8},
+                          Row{0x00, 0xff, 0x03}, Row{0x0a, 0xf5, 0x01}, Row{0x20, 0x20, 0x00}}) {
         SCOPED_TRACE(static_cast<int>(row.written));
         chassis.set_reg(kCpld, 8, row.before);
         ASSERT_EQ(pwrite(File(kCpld).fd, &row.written, 1, 8), 1);

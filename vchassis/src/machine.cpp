@@ -248,6 +248,12 @@ void Machine::resolve(const std::vector<Link *> &links) {
             throw DescriptionError(
                 fmt::format("{}: {} has no register 0x{:x}", link->where, link->device, last));
         }
+        if (link->watches && target->register_table() == nullptr) {
+            throw DescriptionError(fmt::format(
+                "{}: {} is of the model {}; what programs write is seen of [[registers]] "
+                "and the model registers",
+                link->where, link->device, target->model()));
+        }
         link->target = target;
     }
 }
@@ -269,14 +275,14 @@ void Machine::attach(const Built &built) {
 
 void Machine::attach_wiring() {
     for (; wiring_attached_ < wiring_.size(); ++wiring_attached_) {
-        wiring_[wiring_attached_]->attach_scratch(next_scratch(), clock_);
+        wiring_[wiring_attached_]->attach(next_scratch(), clock_);
     }
 }
 
 std::span<std::uint8_t> Machine::next_scratch() {
     if (scratch_used_ == kMaxScratches) {
         throw DescriptionError(
-            fmt::format("more than {} devices on buses, lines and rotors", kMaxScratches));
+            fmt::format("more than {} devices on buses and pieces of wiring", kMaxScratches));
     }
     const std::size_t at = Clock::kSize + scratch_used_++ * Scratch::kSize;
     return scratch_.subspan(at, Scratch::kSize);

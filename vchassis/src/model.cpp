@@ -110,21 +110,27 @@ bool Link::put(std::uint32_t index, std::uint8_t byte) const {
     return changes;
 }
 
-Condition::Condition(const Section &section, unsigned shift)
+Condition::Condition(const Section &section, unsigned shift, bool needs_bits)
     : Link(section), wanted(section.integer_or("value", kBitValue, 1) == 1) {
-    mask = section.has("mask") && !section.has("bit")
-               ? static_cast<std::uint8_t>(section.integer("mask", kMask))
-               : static_cast<std::uint8_t>(
-                     1U << (section.integer("bit", {kBit.low, kBit.high - shift}) + shift));
-    section.refuse_unknown();
-    if (section.has("mask") && section.has("bit")) {
+    const bool has_mask = section.has("mask");
+    const bool has_bit = section.has("bit");
+    if (has_mask && has_bit) {
         section.fail_at("mask", "a condition has either 'bit' or 'mask'");
     }
+    if (has_mask) {
+        mask = static_cast<std::uint8_t>(section.integer("mask", kMask));
+    } else if (has_bit || needs_bits) {
+        const std::int64_t bit = section.integer("bit", {kBit.low, kBit.high - shift}) + shift;
+        mask = static_cast<std::uint8_t>(1U << bit);
+    } else if (section.has("value")) {
+        section.fail_at("value", "'value' is that of a bit: give 'bit' or 'mask' too");
+    }
+    section.refuse_unknown();
 }
 
-bool Condition::holds() const {
-    const unsigned bits = wanted ? value() : ~unsigned{value()};
-    return (bits & mask) != 0;
+bool Condition::holds_in(std::uint8_t byte) const {
+    const unsigned bits = wanted ? byte : ~unsigned{byte};
+    return mask == 0 || (bits & mask) != 0;
 }
 
 bool Condition::is_one_bit() const {

@@ -45,6 +45,7 @@ class Scratch {
 };
 
 class Device;
+class RegisterTable;
 
 // A register of another device, which a model reads whenever it needs it; so what it shows follows,
 // whoever writes there. The machine finds the target once all devices are known.
@@ -58,16 +59,20 @@ struct Link {
     std::string device;
     std::uint32_t reg = 0;
     std::uint32_t width = 1;  // registers from there on
-    const Device *target = nullptr;
+    // Whether the target must tell what programs write to the register.
+    bool watches = false;
+    Device *target = nullptr;
     std::string where;  // file:line:column, for messages
 };
 
 // "Bit b of register r of device d has value v", or one of several bits has it.
 struct Condition : Link {
-    // `shift` moves a single bit so many places up.
-    explicit Condition(const Section &section, unsigned shift = 0);
+    // `shift` moves a single bit so many places up. Without bits, where it may be, it always holds.
+    explicit Condition(const Section &section, unsigned shift = 0, bool needs_bits = true);
 
-    bool holds() const;
+    bool holds() const { return holds_in(value()); }
+    // The same if `byte` stood in the register.
+    bool holds_in(std::uint8_t byte) const;
     bool is_one_bit() const;
     // Makes it hold, or not.
     void put(bool hold) const;
@@ -95,6 +100,8 @@ class Device {
     virtual std::vector<Named> named() const { return {}; }
     // What this device depends on.
     virtual std::vector<Link *> links() { return {}; }
+    // How it takes writes, of devices that are registers and nothing else.
+    virtual RegisterTable *register_table() { return nullptr; }
 
     const std::string &path() const { return path_; }
     const std::string &label() const { return label_; }

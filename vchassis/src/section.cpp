@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <utility>
 
@@ -93,6 +94,16 @@ bool Section::flag_or(const std::string &key, bool otherwise) const {
         fail(value->mark, fmt::format("'{}' must be true or false", key));
     }
     return *flag;
+}
+
+std::size_t Section::choice(const std::string &key, std::span<const std::string_view> words) const {
+    const std::string word = text_or(key, std::string(words.front()));
+    const auto found = std::find(words.begin(), words.end(), word);
+    if (found == words.end()) {
+        fail_at(key, fmt::format("'{}' must be {} or {}", word,
+                                 fmt::join(words.first(words.size() - 1), ", "), words.back()));
+    }
+    return static_cast<std::size_t>(found - words.begin());
 }
 
 std::vector<std::string> Section::texts(const std::string &key) const {

@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -58,6 +59,8 @@ class Section {
     std::string text(const std::string &key) const;
     std::string text_or(const std::string &key, const std::string &otherwise) const;
     bool flag_or(const std::string &key, bool otherwise) const;
+    // Which of the words stands there; the first one where the key does not.
+    std::size_t choice(const std::string &key, std::span<const std::string_view> words) const;
     std::vector<std::string> texts(const std::string &key) const;
     const Section *table(const std::string &key) const;
     std::vector<const Section *> tables(const std::string &key) const;

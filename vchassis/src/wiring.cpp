@@ -8,6 +8,7 @@
 
 #include "models/line.h"
 #include "models/rotor.h"
+#include "models/strobe.h"
 
 namespace vchassis {
 
@@ -23,7 +24,7 @@ std::unique_ptr<Wiring> make(const Section &section, unsigned index) {
     return std::make_unique<Kind>(section, index);
 }
 
-constexpr Row kKinds[] = {{"line", make<Line>}, {"rotor", make<Rotor>}};
+constexpr Row kKinds[] = {{"line", make<Line>}, {"rotor", make<Rotor>}, {"strobe", make<Strobe>}};
 constexpr Range kCounts{1, 8};
 
 }  // namespace

@@ -18,8 +18,9 @@ class Wiring {
     virtual bool settle() = 0;
     virtual std::vector<Link *> links() = 0;
 
-    void attach_scratch(std::span<std::uint8_t> bytes, const Clock &clock) {
-        scratch.attach(bytes);
+    // From here on it is part of the machine.
+    virtual void attach(std::span<std::uint8_t> scratch_bytes, const Clock &clock) {
+        scratch.attach(scratch_bytes);
         clock_ = &clock;
     }
 

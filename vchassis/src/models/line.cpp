@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "line.h"
 
-#include <fmt/format.h>
-
 namespace vchassis {
 
 namespace {
@@ -35,17 +33,8 @@ Line::Line(const Section &section, unsigned index)
 }
 
 Line::Mode Line::mode_of(const Section &section) {
-    const std::string word = section.text_or("mode", "follow");
-    if (word == "follow") {
-        return Mode::follow;
-    }
-    if (word == "clear") {
-        return Mode::clear;
-    }
-    if (word == "event") {
-        return Mode::event;
-    }
-    section.fail_at("mode", fmt::format("'{}' must be follow, clear or event", word));
+    static constexpr std::string_view kModes[] = {"follow", "set", "clear", "event"};
+    return static_cast<Mode>(section.choice("mode", kModes));
 }
 
 std::vector<Link *> Line::links() {
@@ -79,6 +68,8 @@ bool Line::settle() {
     switch (mode_) {
         case Mode::follow:
             return drive(output);
+        case Mode::set:
+            return output && drive(true);
         case Mode::clear:
             return !output && drive(false);
         case Mode::event:

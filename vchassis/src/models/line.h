@@ -15,10 +15,11 @@ class Line : public Wiring {
     std::vector<Link *> links() override;
 
   private:
-    enum class Mode {
-        follow,  // active while the conditions hold
-        clear,   // inactive while they do not; otherwise as others leave it
-        event,   // becomes active whenever they begin or cease to hold
+    enum class Mode {  // in the order of their words
+        follow,        // active while the conditions hold
+        set,           // active while they hold; otherwise as others leave it
+        clear,         // inactive while they do not; otherwise as others leave it
+        event,         // becomes active whenever they begin or cease to hold
     };
 
     bool drive(bool active);

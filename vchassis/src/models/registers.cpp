@@ -26,45 +26,48 @@ std::uint8_t mask(const Section &reg, const std::string &key) {
 
 }  // namespace
 
-void WriteRules::set(std::size_t reg, std::uint8_t read_only, std::uint8_t write_1_clear) {
-    rules_[reg] = {read_only, write_1_clear};
+RegisterTable::Rule RegisterTable::rule_of(const Section &reg) {
+    const Rule rule{mask(reg, "read_only"), mask(reg, "write_1_clear"), mask(reg, "write_0_clear")};
+    if ((rule.read_only & rule.write_1_clear) != 0) {
+        reg.fail_at("write_1_clear", "a bit is either read-only or cleared by writing 1");
+    }
+    if (((rule.read_only | rule.write_1_clear) & rule.write_0_clear) != 0) {
+        reg.fail_at("write_0_clear",
+                    "a bit is either read-only, cleared by writing 1 or cleared by writing 0");
+    }
+    return rule;
 }
 
-std::uint8_t WriteRules::apply(std::size_t reg, std::uint8_t old_value,
-                               std::uint8_t written) const {
-    const Rule rule = rules_[reg];
-    const unsigned plain = written & ~(rule.read_only | rule.write_1_clear);
-    const unsigned cleared = old_value & rule.write_1_clear & ~written;
-    return static_cast<std::uint8_t>((old_value & rule.read_only) | plain | cleared);
+// What a bit that writing clears becomes: 0 for the clearing value, else what it was.
+void RegisterTable::write(std::size_t reg, std::uint8_t &place, std::uint8_t byte) const {
+    const auto found = rules_.find(reg);
+    const Rule rule = found == rules_.end() ? Rule{} : found->second;
+    const unsigned kept =
+        rule.read_only | (rule.write_1_clear & ~byte) | (rule.write_0_clear & byte);
+    const unsigned taken = byte & ~(rule.read_only | rule.write_1_clear | rule.write_0_clear);
+    place = static_cast<std::uint8_t>((place & kept) | taken);
+    const auto [first, last] = watchers_.equal_range(reg);
+    std::for_each(first, last, [byte](const auto &each) { each.second(byte); });
 }
 
 RegisterTable::RegisterTable(const Section &section, Range sizes)
     : initial(initial_bytes(
-          section, static_cast<std::size_t>(section.integer_or("size", sizes, kDefaultSize)), 0)),
-      rules(initial.size()) {
+          section, static_cast<std::size_t>(section.integer_or("size", sizes, kDefaultSize)), 0)) {
     const Range addresses{0, static_cast<std::int64_t>(initial.size()) - 1};
     for (const Section *reg : section.tables("reg")) {
         const auto address = static_cast<std::uint32_t>(reg->integer("address", addresses));
         initial[address] =
             static_cast<std::uint8_t>(reg->integer_or("value", kByte, initial[address]));
-        const std::uint8_t read_only = mask(*reg, "read_only");
-        const std::uint8_t write_1_clear = mask(*reg, "write_1_clear");
-        if ((read_only & write_1_clear) != 0) {
-            reg->fail_at("write_1_clear", "a bit is either read-only or cleared by writing 1");
-        }
-        rules.set(address, read_only, write_1_clear);
+        rules_[address] = rule_of(*reg);
         names.push_back({address, reg->text_or("name", ""), {}});
         reg->refuse_unknown();
     }
 }
 
 RegisterSpace::RegisterSpace(const Section &section)
-    : Device(section.text("path"), section), rules_(0) {
-    RegisterTable table(section, kSpaceSizes);
+    : Device(section.text("path"), section), table_(section, kSpaceSizes) {
     set_model("registers");
-    initial_ = std::move(table.initial);
-    rules_ = std::move(table.rules);
-    names_ = std::move(table.names);
+    initial_ = table_.initial;
 }
 
 std::size_t RegisterSpace::read(std::uint64_t offset, std::span<std::uint8_t> out) const {
@@ -80,7 +83,7 @@ std::size_t RegisterSpace::read(std::uint64_t offset, std::span<std::uint8_t> ou
 std::size_t RegisterSpace::write(std::uint64_t offset, std::span<const std::uint8_t> bytes) {
     std::size_t count = 0;
     for (std::uint64_t reg = offset; reg < contents().size() && count < bytes.size(); ++reg) {
-        contents()[reg] = rules_.apply(reg, contents()[reg], bytes[count++]);
+        table_.write(reg, contents()[reg], bytes[count++]);
     }
     return count;
 }
@@ -116,7 +119,7 @@ bool RegisterSlave::write(std::uint8_t byte) {
         return true;
     }
     const std::uint32_t reg = next();
-    contents()[reg] = table_.rules.apply(reg, contents()[reg], byte);
+    table_.write(reg, contents()[reg], byte);
     return true;
 }
 

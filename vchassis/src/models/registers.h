@@ -1,37 +1,41 @@
 // SPDX-License-Identifier: MIT
-// Byte registers with read-only and write-1-to-clear bits, as a CPLD or FPGA behind a device file
-// and as a slave on a bus.
+// Byte registers with read-only bits and bits that writing clears, as a CPLD or FPGA behind a
+// device file and as a slave on a bus.
 #pragma once
 
-#include <optional>
+#include <functional>
+#include <map>
 
 #include "../model.h"
 
 namespace vchassis {
 
-// How the bits of each register take a write.
-class WriteRules {
+// Registers, their names and how they take a write, read from `size`, `fill`, `image`, `init` and
+// `[[...reg]]`.
+class RegisterTable {
   public:
-    explicit WriteRules(std::size_t size) : rules_(size) {}
+    // Is told each byte that a program writes to a register, once it stands there.
+    using Watcher = std::function<void(std::uint8_t written)>;
 
-    void set(std::size_t reg, std::uint8_t read_only, std::uint8_t write_1_clear);
-    std::uint8_t apply(std::size_t reg, std::uint8_t old_value, std::uint8_t written) const;
+    RegisterTable(const Section &section, Range sizes);
+
+    // A program writes `byte` to a register whose byte is `place`.
+    void write(std::size_t reg, std::uint8_t &place, std::uint8_t byte) const;
+    void watch(std::size_t reg, Watcher watcher) { watchers_.emplace(reg, std::move(watcher)); }
+
+    std::vector<std::uint8_t> initial;
+    std::vector<Device::Named> names;
 
   private:
     struct Rule {
         std::uint8_t read_only = 0;
         std::uint8_t write_1_clear = 0;
+        std::uint8_t write_0_clear = 0;
     };
-    std::vector<Rule> rules_;
-};
+    static Rule rule_of(const Section &reg);
 
-// Registers, their names and rules, read from `size`, `fill`, `image`, `init` and `[[...reg]]`.
-struct RegisterTable {
-    RegisterTable(const Section &section, Range sizes);
-
-    std::vector<std::uint8_t> initial;
-    WriteRules rules;
-    std::vector<Device::Named> names;
+    std::map<std::size_t, Rule> rules_;
+    std::multimap<std::size_t, Watcher> watchers_;
 };
 
 // A device file: the file position is the register.
@@ -44,11 +48,11 @@ class RegisterSpace : public Device {
     std::size_t write(std::uint64_t offset, std::span<const std::uint8_t> bytes);
 
     std::string summary() const override;
-    std::vector<Named> named() const override { return names_; }
+    std::vector<Named> named() const override { return table_.names; }
+    RegisterTable *register_table() override { return &table_; }
 
   private:
-    std::vector<Named> names_;
-    WriteRules rules_;
+    RegisterTable table_;
 };
 
 // The first byte written sets the register pointer; it goes on by one with each byte after that.
@@ -62,6 +66,7 @@ class RegisterSlave : public Slave {
 
     std::string summary() const override;
     std::vector<Named> named() const override { return table_.names; }
+    RegisterTable *register_table() override { return &table_; }
 
   private:
     std::uint32_t next();
