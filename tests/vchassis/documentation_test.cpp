@@ -57,7 +57,7 @@ constexpr const char *kCpld = "/dev/cpld1";
 }  // namespace
 
 TEST(Documentation, ExamplesAreTaken) {
-    EXPECT_GE(examples().size(), 4U);
+    EXPECT_GE(examples().size(), 5U);
     for (const std::string &example : examples()) {
         SCOPED_TRACE(example);
         Chassis chassis;
@@ -116,6 +116,20 @@ TEST(Documentation, FaultsAreSetAnewWhileTheyLast) {
     EXPECT_EQ(read_register(kCpld, 0x62), 0x00);
     write_register(kCpld, 0x72, 0x85);
     EXPECT_EQ(read_register(kCpld, 0x72), 0x05);
+}
+
+TEST(Documentation, RotorsTurnInTheirUnits) {
+    constexpr const char *kBus = "/dev/i2c-3";
+    Chassis chassis;
+    describe(chassis, example_of("full = 142"));
+    write_register("/dev/fpga0", 0x31, 0xff);
+    EXPECT_EQ(read_register("/dev/fpga0", 0x12), 12000 % 256);
+    EXPECT_EQ(read_register("/dev/fpga0", 0x13), 12000 / 256);
+    EXPECT_EQ(transfer(kBus, 0x2e, {put({0x70, 50})}).result, 1);
+    EXPECT_EQ(read_from(kBus, 0x2e, 0x72, 2), (Bytes{0, 71}));
+    write_register("/dev/cpld0", 0x34, 0xe4);
+    EXPECT_EQ(read_register("/dev/cpld0", 0x36), 0x20);
+    EXPECT_EQ(read_register("/dev/cpld0", 0x37), 0x95);
 }
 
 }  // namespace vchassis_test

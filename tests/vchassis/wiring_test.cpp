@@ -150,6 +150,97 @@ TEST(Rotor, TurnsAsItsSpeedRegisterSays) {
     }
 }
 
+TEST(Rotor, FieldsStandForSpeeds) {
+    struct Row {
+        const char *keys;
+        Bytes written;  // to the registers from 8 on
+        Bytes shown;    // in those from 0x10 on, where 0x0f stood before
+    };
+    // `set` and `speed` follow the opening of their tables.
+    const Row rows[] = {
+        // Three bits of the setting: 3 of 7.
+        {"set = { S, bit = 4, bits = 3 }\nspeed = { R }\nfull_rpm = 7000", {0xb5}, {0xb8, 0x0b}},
+        {"set = { S, bits = 16 }\nspeed = { R }\nfull_rpm = 65535\norder = 'big'",
+         {0x7f, 0xfe},
+         {0x7f, 0xfe}},
+        {"set = { S, bit = 6, bits = 9 }\nspeed = { R }\nfull_rpm = 511", {0x40, 0x3c}, {0xf1, 0}},
+        // Codes; one that is not listed stands still.
+        {"set = { S, bits = 2, codes = { 0 = 0, 1 = 4000, 0x3 = 9000 } }\nspeed = { R }",
+         {0xfd},
+         {0xa0, 0x0f}},
+        {"set = { S, bits = 2, codes = { 0 = 0, 1 = 4000, 0x3 = 9000 } }\nspeed = { R }",
+         {0x02},
+         {0, 0}},
+        // Percent, and more than it.
+        {"set = { S, full = 100 }\nspeed = { R }\nfull_rpm = 10000", {25}, {0xc4, 0x09}},
+        {"set = { S, full = 100 }\nspeed = { R }\nfull_rpm = 10000", {200}, {0x10, 0x27}},
+        // Less of it is faster: 51 of 255 steps.
+        {"set = { S, still = 255, full = 0 }\nspeed = { R }\nfull_rpm = 12000",
+         {204},
+         {0x60, 0x09}},
+        // 50 of 200 steps from 20 on, and the range before the first.
+        {"set = { S, still = 20, full = 220 }\nspeed = { R }\nfull_rpm = 8000", {70}, {0xd0, 0x07}},
+        {"set = { S, still = 20, full = 220 }\nspeed = { R }\nfull_rpm = 8000", {19}, {0, 0}},
+        // Hundreds of revolutions: 60.24 of 120.
+        {"set = { S }\nspeed = { R, bits = 8, full = 120 }\nfull_rpm = 12000", {128}, {60, 0x0f}},
+        {"set = { S }\nspeed = { R, bits = 8, still = 255, full = 55 }\nfull_rpm = 10000",
+         {51},
+         {215, 0x0f}},
+        // 16 + 3000 in the upper 12 bits.
+        {"set = { S }\nspeed = { R, bit = 4, bits = 12, still = 16 }\nfull_rpm = 3000\norder = "
+         "'big'",
+         {255},
+         {0xbc, 0x8f}},
+        // The code of the highest speed reached, 4518 here; the lowest one's while it stands still.
+        {"set = { S }\nspeed = { R, bit = 6, bits = 2, codes = { 0 = 9000, 1 = 4600, 2 = 4500, 3 = "
+         "0 } }\n"
+         "full_rpm = 9000",
+         {128},
+         {0x8f, 0x0f}},
+        {"set = { S }\nspeed = { R, bit = 6, bits = 2, codes = { 0 = 9000, 1 = 3000, 2 = 4000 } }\n"
+         "full_rpm = 9000",
+         {0},
+         {0x4f, 0x0f}},
+        // Four bits a setting, one register each four a speed.
+        {"count = 3\nset = { S, bits = 4, step = 4 }\nfull_rpm = 1500\n"
+         "speed = { R, bits = 8, step = 32, full = 15 }",
+         {0x21, 0x03},
+         {1, 0x0f, 0x0f, 0x0f, 2, 0x0f, 0x0f, 0x0f, 3}},
+        // One setting for two rotors, whose speeds share a register.
+        {"count = 2\nset = { S, step = 0 }\nspeed = { R, bits = 12, step = 12 }\nfull_rpm = 2748",
+         {255},
+         {0xbc, 0xca, 0xab}},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.keys);
+        std::string keys = row.keys;
+        keys.replace(keys.find("{ S") + 2, 1, "device = '/dev/cpld0', register = 8");
+        keys.replace(keys.find("{ R") + 2, 1, "device = '/dev/fpga0', register = 0x10");
+        Chassis chassis;
+        chassis.describe(
+            "[[registers]]\npath = '/dev/cpld0'\n"
+            "[[registers]]\npath = '/dev/fpga0'\nfill = 0x0f\n"
+            "[[wiring.rotor]]\n" +
+            keys);
+        const File file(kCpld);
+        ASSERT_EQ(pwrite(file.fd, row.written.data(), row.written.size(), 8), row.written.size());
+        for (std::uint32_t i = 0; i < row.shown.size(); ++i) {
+            EXPECT_EQ(chassis.reg(kFpga, 0x10 + i), row.shown[i]) << i;
+        }
+    }
+}
+
+TEST(Rotor, TurnsOnABusToo) {
+    Chassis chassis;
+    chassis.describe(
+        "[[i2c]]\nbus = 3\naddr = 0x2e\nmodel = 'registers'\n"
+        "[[wiring.rotor]]\nfull_rpm = 100\n"
+        "set = { device = '/dev/i2c-3:0x2e', register = 0xfe }\n"
+        "speed = { device = '/dev/i2c-3:0x2e', register = 0xff, bits = 7 }\n");
+    ASSERT_EQ(transfer("/dev/i2c-3", 0x2e, {put({0xfe, 0xff})}).result, 1);
+    EXPECT_EQ(read_from("/dev/i2c-3", 0x2e, 0xff, 1), Bytes{100});
+}
+
 TEST(Strobe, ActsOnTheByteThatIsWritten) {
     struct Row {
         const char *on;  // behind the register
@@ -222,6 +313,15 @@ TEST(Wiring, MistakesAreRefusedWithTheReason) {
     };
     const std::string to = "[[wiring.line]]\nto = { device = '/dev/cpld0', register = 1, ";
     const std::string rotor = "[[wiring.rotor]]\nset = { device = '/dev/cpld0', register = 0 }\n";
+    const std::string speed = "speed = { device = '/dev/fpga0', register = 8 }\n";
+    const auto rotor_with = [&speed](const std::string &keys) {
+        return "[[wiring.rotor]]\nset = { device = '/dev/cpld0', register = 0, " + keys + " }\n" +
+               speed + "full_rpm = 300\n";
+    };
+    const auto rotor_showing = [&rotor](const std::string &keys) {
+        return rotor + "speed = { device = '/dev/fpga0', register = 8, " + keys +
+               " }\nfull_rpm = 300\n";
+    };
     const auto strobe_on = [](const std::string &device, const std::string &keys) {
         return "[[i2c]]\nbus = 0\naddr = 0x50\nmodel = 'eeprom'\n[[wiring.strobe]]\non = { device "
                "= '" +
@@ -240,6 +340,30 @@ TEST(Wiring, MistakesAreRefusedWithTheReason) {
              Row{rotor + "full_rpm = 9\n", "'speed' is missing"},
              Row{rotor + "full_rpm = 9\nspeed = { device = '/dev/cpld0', register = 0xff }\n",
                  "no register 0x100"},
+             Row{rotor + speed, "5:1: [[rotor]] lacks the key 'full_rpm'"},
+             Row{rotor + speed + "full_rpm = 0\n", "8:1: 'full_rpm' must be an integer from 1 to"},
+             Row{rotor + speed + "full_rpm = 9\norder = 'middle'\n",
+                 "9:1: 'middle' must be little or big"},
+             Row{rotor_with("bit = 8"), "6:46: 'bit' must be an integer from 0 to 7"},
+             Row{rotor_with("bits = 17"), "6:46: 'bits' must be an integer from 1 to 16"},
+             Row{rotor_with("bits = 4, full = 16"), "6:56: 'full' must be an integer from 0 to 15"},
+             Row{rotor_with("still = 255"), "6:46: 255 is already the value of a rotor"},
+             Row{rotor_with("codes = { 256 = 1 }"),
+                 "6:56: '256' is no value of 8 bits: 0 to 255 are"},
+             Row{rotor_with("codes = { fast = 1 }"), "'fast' is no value of 8 bits"},
+             Row{rotor_with("codes = { 1 = 65536 }"), "'1' must be an integer from 0 to 65535"},
+             Row{rotor_with("codes = { 1 = 5, 0x1 = 6 }"), "code 1 is given twice"},
+             Row{rotor_with("codes = { 0 = 0 }"), "6:46: no code stands for a speed above 0"},
+             Row{rotor_with("codes = { 1 = 5 }, full = 9"),
+                 "6:65: 'codes' lists all speeds: leave"},
+             Row{rotor_with("codes = { 1 = 5 }"), "8:1: the highest of 'codes' in 'set' is full"},
+             Row{rotor_with("ful = 9"), "6:46: 'set' knows no key 'ful'; did you mean 'full'?"},
+             Row{rotor_showing("bits = 8"), "7:48: 8 bits cannot show 300: give 'full'"},
+             Row{rotor_showing("bits = 9, still = 212"), "9 bits cannot show 512"},
+             Row{rotor_showing("step = 15"), "7:48: 'step' must be an integer from 16 to 4096"},
+             Row{"[[wiring.rotor]]\norder = 'big'\n" +
+                     rotor_showing("bits = 12, step = 12").substr(17),
+                 "8:59: with the high byte first, rotors lie whole registers apart"},
              Row{strobe_on("/dev/cpld9", ""), "10:6: there is no device '/dev/cpld9'"},
              Row{strobe_on("/dev/i2c-0:0x50", ""),
                  "10:6: /dev/i2c-0:0x50 is of the model eeprom; "},
