@@ -4,18 +4,11 @@
 #include <cstdlib>
 
 #include "framework/dfd_lib_cfg/lookup.h"
-#include "framework/dfd_lib_cfg/members.h"
 #include "framework/dfd_lib_cfg/module.h"
 
 namespace {
 
 using dfd::Field;
-using dfd::kI2cDev;
-using dfd::kInfoCtrl;
-using dfd::kIrqCtrl;
-using dfd::kIrqInfo;
-using dfd::kLedInfo;
-using dfd::kTempInfo;
 using dfd::MemberKind;
 using dfd::MemberRow;
 
@@ -57,40 +50,16 @@ int insert(uint32_t key, void *record) {
     return rv;
 }
 
-// `shown` is the value as messages print it.
-int add_member_item(const char *func, const MemberKind &kind, uint32_t key, int member,
-                    const char *value, const char *shown, int line) {
-    const auto index = static_cast<std::size_t>(member);
-    const char *const name = kind.log_names[index];
-    if (void *const found = btree_find_node(&g_item_root, key)) {
-        set_member(found, kind.rows[index], value, line);
-        LOG_VBOSE_IN(func, "line%d: replace %s item[%s=%s], key=0x%08x\r\n", line, kind.noun, name,
-                     shown, key);
-        return DFD_OK;
-    }
-    void *const record = std::calloc(1, kind.record_size);
-    if (record == nullptr) {
-        LOG_ERR_IN(func, "line%d: malloc %s fail\r\n", line, kind.noun);
-        return DFD_ERR;
-    }
-    set_member(record, kind.rows[index], value, line);
-    if (const int rv = insert(key, record); rv != DFD_OK) {
-        LOG_ERR_IN(func, "line%d: add %s item[%s=%s] fail, key=0x%08x rv=%d\r\n", line, kind.noun,
-                   name, shown, key, rv);
-        return DFD_ERR;
-    }
-    LOG_VBOSE_IN(func, "line%d: add %s item[%s=%s] success, key=0x%08x\r\n", line, kind.noun, name,
-                 shown, key);
-    return DFD_OK;
-}
+using NumberText = char[16];
 
-int get_member(const MemberKind &kind, const char *text, int *member) {
-    const int found = dfd::find_word(kind.names, text);
-    if (found == dfd::kNoWord) {
-        return DFD_ERR;
+// The value as messages print it.
+const char *shown_value(const MemberKind &kind, const char *value, NumberText &number) {
+    if (!kind.shows_numbers) {
+        return value;
     }
-    *member = found;
-    return DFD_OK;
+    std::snprintf(number, sizeof number, "%d",
+                  *value != '\0' ? static_cast<int>(dfd::number_from_text(value)) : -1);
+    return number;
 }
 
 }  // namespace
@@ -143,61 +112,44 @@ int dfd_lib_cfg_add_str_item(uint32_t key, const char *value, int line) {
     return DFD_OK;
 }
 
-int dfd_lib_cfg_add_i2c_dev_item(uint32_t key, int member, const char *value, int line) {
-    char number[16];
-    std::snprintf(number, sizeof number, "%d",
-                  *value != '\0' ? static_cast<int>(dfd::number_from_text(value)) : -1);
-    return add_member_item(__func__, kI2cDev, key, member, value, number, line);
-}
-
-int dfd_lib_cfg_add_info_ctrl_item(uint32_t key, int member, const char *value, int line) {
-    return add_member_item(__func__, kInfoCtrl, key, member, value, value, line);
-}
-
-int dfd_lib_cfg_add_led_info_item(uint32_t key, int member, const char *value, int line) {
-    return add_member_item(__func__, kLedInfo, key, member, value, value, line);
-}
-
-int dfd_lib_cfg_add_temp_info_item(uint32_t key, int member, const char *value, int line) {
-    return add_member_item(__func__, kTempInfo, key, member, value, value, line);
-}
-
-int dfd_lib_cfg_add_irq_ctrl_item(uint32_t key, int member, const char *value, int line) {
-    return add_member_item(__func__, kIrqCtrl, key, member, value, value, line);
-}
-
-int dfd_lib_cfg_add_irq_info_item(uint32_t key, int member, const char *value, int line) {
-    return add_member_item(__func__, kIrqInfo, key, member, value, value, line);
-}
-
-int dfd_lib_cfg_get_i2c_dev_member(const char *text, int *member, int line) {
-    const int rv = get_member(kI2cDev, text, member);
-    if (rv != DFD_OK) {
-        LOG_ERR("line%d: i2c dev member[%s] invalid\r\n", line, text);
+int dfd::add_member_item(const MemberKind &kind, uint32_t key, int member, const char *value,
+                         int line) {
+    NumberText number;
+    const char *const func = kind.add_func;
+    const char *const shown = shown_value(kind, value, number);
+    const auto index = static_cast<std::size_t>(member);
+    const char *const name = kind.log_names[index];
+    if (void *const found = btree_find_node(&g_item_root, key)) {
+        set_member(found, kind.rows[index], value, line);
+        LOG_VBOSE_IN(func, "line%d: replace %s item[%s=%s], key=0x%08x\r\n", line, kind.noun, name,
+                     shown, key);
+        return DFD_OK;
     }
-    return rv;
-}
-
-int dfd_lib_cfg_get_info_ctrl_member(const char *text, int *member, int line) {
-    const int rv = get_member(kInfoCtrl, text, member);
-    if (rv != DFD_OK) {
-        LOG_ERR("line%d: info ctrl member[%s] invalid\r\n", line, text);
+    void *const record = std::calloc(1, kind.record_size);
+    if (record == nullptr) {
+        LOG_ERR_IN(func, "line%d: malloc %s fail\r\n", line, kind.noun);
+        return DFD_ERR;
     }
-    return rv;
+    set_member(record, kind.rows[index], value, line);
+    if (const int rv = insert(key, record); rv != DFD_OK) {
+        LOG_ERR_IN(func, "line%d: add %s item[%s=%s] fail, key=0x%08x rv=%d\r\n", line, kind.noun,
+                   name, shown, key, rv);
+        return DFD_ERR;
+    }
+    LOG_VBOSE_IN(func, "line%d: add %s item[%s=%s] success, key=0x%08x\r\n", line, kind.noun, name,
+                 shown, key);
+    return DFD_OK;
 }
 
-int dfd_lib_cfg_get_led_info_member(const char *text, int *member, int /*line*/) {
-    return get_member(kLedInfo, text, member);
-}
-
-int dfd_lib_cfg_get_temp_info_member(const char *text, int *member, int /*line*/) {
-    return get_member(kTempInfo, text, member);
-}
-
-int dfd_lib_cfg_get_irq_ctrl_member(const char *text, int *member, int /*line*/) {
-    return get_member(kIrqCtrl, text, member);
-}
-
-int dfd_lib_cfg_get_irq_info_member(const char *text, int *member, int /*line*/) {
-    return get_member(kIrqInfo, text, member);
+int dfd::get_member(const MemberKind &kind, const char *text, int *member, int line) {
+    const int found = dfd::find_word(kind.names, text);
+    if (found == dfd::kNoWord) {
+        if (kind.unknown.func != nullptr) {
+            LOG_ERR_IN(kind.unknown.func, "line%d: %s member[%s] invalid\r\n", line,
+                       kind.unknown.noun, text);
+        }
+        return DFD_ERR;
+    }
+    *member = found;
+    return DFD_OK;
 }

@@ -5,19 +5,16 @@
 
 #include <cstdint>
 
+#include "framework/dfd_lib_cfg/members.h"
+
 int dfd_lib_cfg_add_int_item(uint32_t key, const char *value, int line);
 int dfd_lib_cfg_add_str_item(uint32_t key, const char *value, int line);
-int dfd_lib_cfg_add_i2c_dev_item(uint32_t key, int member, const char *value, int line);
-int dfd_lib_cfg_add_info_ctrl_item(uint32_t key, int member, const char *value, int line);
-int dfd_lib_cfg_add_led_info_item(uint32_t key, int member, const char *value, int line);
-int dfd_lib_cfg_add_temp_info_item(uint32_t key, int member, const char *value, int line);
-int dfd_lib_cfg_add_irq_ctrl_item(uint32_t key, int member, const char *value, int line);
-int dfd_lib_cfg_add_irq_info_item(uint32_t key, int member, const char *value, int line);
+
+namespace dfd {
+
+int add_member_item(const MemberKind &kind, uint32_t key, int member, const char *value, int line);
 
 // Member number of the text right behind the key name. 0, or -1 when it names no member.
-int dfd_lib_cfg_get_i2c_dev_member(const char *text, int *member, int line);
-int dfd_lib_cfg_get_info_ctrl_member(const char *text, int *member, int line);
-int dfd_lib_cfg_get_led_info_member(const char *text, int *member, int line);
-int dfd_lib_cfg_get_temp_info_member(const char *text, int *member, int line);
-int dfd_lib_cfg_get_irq_ctrl_member(const char *text, int *member, int line);
-int dfd_lib_cfg_get_irq_info_member(const char *text, int *member, int line);
+int get_member(const MemberKind &kind, const char *text, int *member, int line);
+
+}  // namespace dfd

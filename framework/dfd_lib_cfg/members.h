@@ -21,12 +21,21 @@ struct MemberRow {
     Words words;
 };
 
+// The message of a member that a kind does not have; kinds without a func are silent.
+struct UnknownMember {
+    const char *func;
+    const char *noun;
+};
+
 struct MemberKind {
     const char *noun;  // what messages call the kind
     Words names;
     Words log_names;  // what messages call the members
     std::span<const MemberRow> rows;
     std::size_t record_size;
+    const char *add_func;  // the Func field of messages about storing
+    UnknownMember unknown = {};
+    bool shows_numbers = false;  // in messages, instead of the texts that they came from
 };
 
 #define DFD_MEMBER_(record, member, field, words) \
@@ -64,21 +73,36 @@ inline constexpr MemberRow kIrqInfoRows[] = {
     DFD_MEMBER_(irq_info_t, type, Field::irq_type, {}), DFD_NUMBER_(irq_info_t, val0),
     DFD_NUMBER_(irq_info_t, val1), DFD_NUMBER_(irq_info_t, val2)};
 
-inline constexpr MemberKind kI2cDev = {"i2c_dev", dfd_i2c_dev_mem_str, dfd_i2c_dev_mem_str,
-                                       kI2cDevRows, sizeof(i2c_dev_t)};
+inline constexpr MemberKind kI2cDev = {"i2c_dev",
+                                       dfd_i2c_dev_mem_str,
+                                       dfd_i2c_dev_mem_str,
+                                       kI2cDevRows,
+                                       sizeof(i2c_dev_t),
+                                       "dfd_lib_cfg_add_i2c_dev_item",
+                                       {"dfd_lib_cfg_get_i2c_dev_member", "i2c dev"},
+                                       true};
 // The other five all go by the name of the first: log filters rely on it.
 inline constexpr char kMemberNoun[] = "info_ctrl";
-inline constexpr MemberKind kInfoCtrl = {kMemberNoun, info_ctrl_mem_str, info_ctrl_mem_str,
-                                         kInfoCtrlRows, sizeof(info_ctrl_t)};
-inline constexpr MemberKind kLedInfo = {kMemberNoun, led_info_mem_str, led_info_mem_str,
-                                        kLedInfoRows, sizeof(led_info_t)};
-inline constexpr MemberKind kTempInfo = {kMemberNoun, temp_info_mem_str, temp_info_mem_str,
-                                         kTempInfoRows, sizeof(temp_info_t)};
+inline constexpr MemberKind kInfoCtrl = {kMemberNoun,
+                                         info_ctrl_mem_str,
+                                         info_ctrl_mem_str,
+                                         kInfoCtrlRows,
+                                         sizeof(info_ctrl_t),
+                                         "dfd_lib_cfg_add_info_ctrl_item",
+                                         {"dfd_lib_cfg_get_info_ctrl_member", "info ctrl"}};
+inline constexpr MemberKind kLedInfo = {kMemberNoun,        led_info_mem_str,
+                                        led_info_mem_str,   kLedInfoRows,
+                                        sizeof(led_info_t), "dfd_lib_cfg_add_led_info_item"};
+inline constexpr MemberKind kTempInfo = {kMemberNoun,         temp_info_mem_str,
+                                         temp_info_mem_str,   kTempInfoRows,
+                                         sizeof(temp_info_t), "dfd_lib_cfg_add_temp_info_item"};
 // Log readers know the interrupt members by the info_ctrl names at the same positions.
-inline constexpr MemberKind kIrqCtrl = {kMemberNoun, irq_ctrl_mem_str, info_ctrl_mem_str,
-                                        kIrqCtrlRows, sizeof(irq_ctrl_t)};
-inline constexpr MemberKind kIrqInfo = {kMemberNoun, irq_info_mem_str, info_ctrl_mem_str,
-                                        kIrqInfoRows, sizeof(irq_info_t)};
+inline constexpr MemberKind kIrqCtrl = {kMemberNoun,        irq_ctrl_mem_str,
+                                        info_ctrl_mem_str,  kIrqCtrlRows,
+                                        sizeof(irq_ctrl_t), "dfd_lib_cfg_add_irq_ctrl_item"};
+inline constexpr MemberKind kIrqInfo = {kMemberNoun,        irq_info_mem_str,
+                                        info_ctrl_mem_str,  kIrqInfoRows,
+                                        sizeof(irq_info_t), "dfd_lib_cfg_add_irq_info_item"};
 
 #undef DFD_MEMBER_
 #undef DFD_NUMBER_

@@ -151,37 +151,14 @@ int store_plain(const dfd::KeyRow &row, const char *rest, const char *value, int
     return rv;
 }
 
-// Kinds whose lines name a member.
-struct MemberKindRow {
-    Kind kind;
-    dfd::Words names;
-    int (*get_member)(const char *text, int *member, int line);
-    int (*add)(uint32_t key, int member, const char *value, int line);
-};
-
-constexpr MemberKindRow kMemberKinds[] = {
-    {Kind::i2c_dev, dfd_i2c_dev_mem_str, dfd_lib_cfg_get_i2c_dev_member,
-     dfd_lib_cfg_add_i2c_dev_item},
-    {Kind::info_ctrl, info_ctrl_mem_str, dfd_lib_cfg_get_info_ctrl_member,
-     dfd_lib_cfg_add_info_ctrl_item},
-    {Kind::irq_ctrl, irq_ctrl_mem_str, dfd_lib_cfg_get_irq_ctrl_member,
-     dfd_lib_cfg_add_irq_ctrl_item},
-    {Kind::irq_info, irq_info_mem_str, dfd_lib_cfg_get_irq_info_member,
-     dfd_lib_cfg_add_irq_info_item},
-    {Kind::led_info, led_info_mem_str, dfd_lib_cfg_get_led_info_member,
-     dfd_lib_cfg_add_led_info_item},
-    {Kind::temp_info, temp_info_mem_str, dfd_lib_cfg_get_temp_info_member,
-     dfd_lib_cfg_add_temp_info_item},
-};
-
 constexpr int kIrqInfoType = 0;  // position of irq_info .type
 
 // The text behind the key name is the member, then the index part.
-int store_member(const dfd::KeyRow &row, const MemberKindRow &kind, const char *rest,
+int store_member(const dfd::KeyRow &row, const dfd::MemberKind &kind, const char *rest,
                  const char *value, int line) {
     int member = 0;
     DFD_WATCH_STEP(unknown_member);
-    if (kind.get_member(rest, &member, line) != DFD_OK) {
+    if (dfd::get_member(kind, rest, &member, line) != DFD_OK) {
         return DFD_ERR;
     }
     DFD_WATCH_LINE(member, member);
@@ -193,11 +170,11 @@ int store_member(const dfd::KeyRow &row, const MemberKindRow &kind, const char *
     const uint32_t key = DFD_MAKE_KEY(row.type, indexes.first, indexes.second);
     DFD_WATCH_LINE(key, key);
     DFD_WATCH_STEP(not_stored);
-    const int rv = kind.add(key, member, value, line);
+    const int rv = dfd::add_member_item(kind, key, member, value, line);
     if (rv == DFD_OK) {
         DFD_WATCH_STEP(stored);
     }
-    if (rv == DFD_OK && kind.kind == Kind::irq_info && member == kIrqInfoType) {
+    if (rv == DFD_OK && dfd::kind_of_type(row.type) == Kind::irq_info && member == kIrqInfoType) {
         const auto *const info = dfd::get_item<irq_info_t>(key);
         dfd_irq_set_type_distrib(info->type, static_cast<int>(indexes.first),
                                  static_cast<int>(indexes.second));
@@ -219,10 +196,8 @@ int dispatch_item(const char *name, const char *value, int line) {
     if (kind == Kind::integer || kind == Kind::string) {
         return store_plain(*row, rest, value, line);
     }
-    for (const MemberKindRow &member_kind : kMemberKinds) {
-        if (member_kind.kind == kind) {
-            return store_member(*row, member_kind, rest, value, line);
-        }
+    if (const dfd::MemberKind *const members = dfd::member_kind(kind)) {
+        return store_member(*row, *members, rest, value, line);
     }
     DFD_WATCH_STEP(refused_type);
     return DFD_ERR;

@@ -306,6 +306,40 @@ TEST_F(ParserTest, VerboseTraceSaysWhatEachLineBecame) {
     }
 }
 
+TEST_F(ParserTest, MessagesOfMembersNameTheFunctionOfTheKind) {
+    struct Row {
+        const char *config;
+        std::uint32_t gate;
+        const char *func;  // null: no message
+    };
+    constexpr Row kRows[] = {
+        {"cpld_i2c_dev.bus_0=2\n", DFD_DEBUG_VBOSE, "dfd_lib_cfg_add_i2c_dev_item"},
+        {"slot_online.len_5=1\n", DFD_DEBUG_VBOSE, "dfd_lib_cfg_add_info_ctrl_item"},
+        {"mb_status_led_info.red=1\n", DFD_DEBUG_VBOSE, "dfd_lib_cfg_add_led_info_item"},
+        {"card_temp_info.type_2_7=lm75\n", DFD_DEBUG_VBOSE, "dfd_lib_cfg_add_temp_info_item"},
+        {"irq_ctrl_info.irq_flag=1\n", DFD_DEBUG_VBOSE, "dfd_lib_cfg_add_irq_ctrl_item"},
+        {"irq_info.val0_1_2=1\n", DFD_DEBUG_VBOSE, "dfd_lib_cfg_add_irq_info_item"},
+        {"cpld_i2c_dev.pus_0=2\n", DFD_DEBUG_ERR, "dfd_lib_cfg_get_i2c_dev_member"},
+        {"slot_online.width_5=1\n", DFD_DEBUG_ERR, "dfd_lib_cfg_get_info_ctrl_member"},
+        {"mb_status_led_info.blue=1\n", DFD_DEBUG_ERR, nullptr},
+        {"card_temp_info.name_2_7=x\n", DFD_DEBUG_ERR, nullptr},
+        {"irq_ctrl_info.flag=1\n", DFD_DEBUG_ERR, nullptr},
+        {"irq_info.val3_1_2=1\n", DFD_DEBUG_ERR, nullptr},
+    };
+    for (const Row &row : kRows) {
+        const std::string log = printed_by([&] {
+            dfd_debug = row.gate;
+            start(row.config);
+            dfd_debug = 0;
+        });
+        if (row.func == nullptr) {
+            EXPECT_THAT(log, Not(HasSubstr("_member,"))) << row.config;
+        } else {
+            EXPECT_THAT(log, HasSubstr("Func:" + std::string(row.func) + ",")) << row.config;
+        }
+    }
+}
+
 TEST_F(ParserTest, OnlyLinesWithoutEqualsOrNameFailAFile) {
     struct Row {
         const char *line;
