@@ -28,6 +28,7 @@ add_library(dfd_objects OBJECT
   hal/core/slots.cpp
   hal/core/subcard.cpp
   hal/core/voltage.cpp
+  hal/core/voltage_lock.cpp
   hal/dfd_frueeprom.cpp
   hal/e2prom/access.cpp
   hal/e2prom/fru.cpp

@@ -62,15 +62,6 @@ int sdd_get_card_vol_num(void) {
     return dfd::int_item_or(DFD_KEY_CARD_VOL_NUM, 0);
 }
 
-void dfd_card_vol_lock(int on) {
-    const int rv =
-        dfd_info_set_int(DFD_MAKE_KEY(DFD_KEY_CARD_VOL_LOCK, 0, 0), static_cast<uint32_t>(on));
-    if (rv != DFD_OK && (dfd_debug & DFD_DEBUG_VOL_LOCK) != 0) {
-        // A bare line, without the header of other messages.
-        std::printf("VOL LOCK ERR(err = %d)\r\n", rv);
-    }
-}
-
 int sdd_get_card_vol(int slot, int channel) {
     if (const int rv = check_channel(channel); rv != DFD_OK) {
         return rv;
@@ -107,6 +98,3 @@ int sdd_get_current_voltage(int *volt) {
     }
     return DFD_OK;
 }
-
-void dfd_flock_down(int /*arg*/) {}
-void dfd_flock_up(int /*arg*/) {}
