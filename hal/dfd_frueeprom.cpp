@@ -63,7 +63,7 @@ int read_field(dfd::ByteCursor &cursor, fru_field_t *dest) {
 }
 
 bool at_end_of_fields(const dfd::ByteCursor &cursor) {
-    return cursor.at_end() || *cursor.position() == kEndOfFields;
+    return cursor.at_end() || cursor.peek() == kEndOfFields;
 }
 
 void read_custom_fields(dfd::ByteCursor &cursor, const fru_product_info_t &info) {
@@ -95,7 +95,7 @@ void read_fields(std::span<const uint8_t> area, std::span<fru_field_t *const> fi
         if (at_end_of_fields(cursor)) {
             return;
         }
-        const auto offset = cursor.position() - area.data();
+        const std::size_t offset = cursor.offset();
         const int length = read_field(cursor, dest);
         if (length < 0) {
             return;

@@ -14,9 +14,9 @@ constexpr int kPageBytes = 4;
 constexpr unsigned kWritePause_us = 10000;
 
 // Both directions say "get": readers of the log search for this one text.
-void log_failure(const char *func, const char *dev, uint16_t addr, int offset, int rv) {
-    LOG_ERR_IN(func, "Failed to get e2prom info: dev %s 0x%02x, offset: %d(ret %d)\r\n",
-               dfd::shown(dev), addr, offset, rv);
+void log_failure(const dfd::E2prom &e2prom, int offset, int rv) {
+    LOG_ERR_IN(e2prom.func, "Failed to get e2prom info: dev %s 0x%02x, offset: %d(ret %d)\r\n",
+               dfd::shown(e2prom.dev), e2prom.addr, offset, rv);
 }
 
 }  // namespace
@@ -25,7 +25,7 @@ int dfd_read_e2prom(const char *dev, uint16_t addr, int offset, uint8_t *buf, in
     const int rv =
         sdd_read_i2c(dev, addr, static_cast<uint16_t>(offset), buf, static_cast<uint32_t>(len));
     if (rv < 0) {
-        log_failure(__func__, dev, addr, offset, rv);
+        log_failure({__func__, dev, addr}, offset, rv);
         return rv;
     }
     return DFD_OK;
@@ -38,7 +38,7 @@ int dfd_write_e2prom(const char *dev, uint16_t addr, int offset, const uint8_t *
         const int rv = sdd_write_i2c(dev, addr, static_cast<uint16_t>(offset), buf,
                                      static_cast<uint32_t>(chunk));
         if (rv < 0) {
-            log_failure(__func__, dev, addr, offset, rv);
+            log_failure({__func__, dev, addr}, offset, rv);
             return rv;
         }
         offset += chunk;

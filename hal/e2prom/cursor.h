@@ -12,20 +12,22 @@ namespace dfd {
 // and from then on it delivers zeros and empty spans: one verdict at the end is enough.
 class ByteCursor {
   public:
-    explicit constexpr ByteCursor(std::span<const uint8_t> area) : rest_(area) {}
+    explicit constexpr ByteCursor(std::span<const uint8_t> area) : area_(area) {}
 
     constexpr bool is_valid() const { return is_valid_; }
-    constexpr bool at_end() const { return rest_.empty(); }
-    constexpr const uint8_t *position() const { return rest_.data(); }
+    constexpr bool at_end() const { return offset_ == area_.size(); }
+    constexpr std::size_t offset() const { return offset_; }
+    // The next byte, which stays; not at the end.
+    constexpr uint8_t peek() const { return area_[offset_]; }
 
     constexpr std::span<const uint8_t> take(std::size_t count) {
-        if (!is_valid_ || count > rest_.size()) {
+        if (!is_valid_ || count > area_.size() - offset_) {
             is_valid_ = false;
-            rest_ = {};
+            offset_ = area_.size();
             return {};
         }
-        const auto taken = rest_.first(count);
-        rest_ = rest_.subspan(count);
+        const auto taken = area_.subspan(offset_, count);
+        offset_ += count;
         return taken;
     }
 
@@ -35,7 +37,8 @@ class ByteCursor {
     }
 
   private:
-    std::span<const uint8_t> rest_;
+    std::span<const uint8_t> area_;
+    std::size_t offset_ = 0;
     bool is_valid_ = true;
 };
 

@@ -10,6 +10,7 @@
 
 namespace {
 
+using dfd::E2prom;
 using dfd::HeapBytes;
 
 using dfd::fru::kAreaLengthAt;
@@ -19,17 +20,10 @@ using dfd::fru::kProductOffsetAt;
 // A common header. The check of a broken one prints the byte behind it.
 using HeaderBytes = uint8_t[DFD_FRU_HEADER_SIZE + 1];
 
-// What the log calls an EEPROM.
-struct E2prom {
-    const char *func;
-    const char *dev;
-    uint16_t addr;
-};
-
 // The area length byte of the product info area.
 int read_area_length(const E2prom &e2prom, const uint8_t *hdr, uint8_t *blocks) {
     const int area_at = hdr[kProductOffsetAt] * kBlockBytes;
-    if (dfd_read_e2prom(e2prom.dev, e2prom.addr, area_at + kAreaLengthAt, blocks, 1) != DFD_OK) {
+    if (e2prom.read(area_at + kAreaLengthAt, {blocks, 1}) != DFD_OK) {
         LOG_ERR_IN(e2prom.func,
                    "read eeprom info product_offset(dev: %s, addr: %02x, product offset:%d).\n",
                    e2prom.dev, e2prom.addr, hdr[kProductOffsetAt]);
@@ -39,12 +33,12 @@ int read_area_length(const E2prom &e2prom, const uint8_t *hdr, uint8_t *blocks) 
 }
 
 int read_area(const E2prom &e2prom, int area_at, HeapBytes &area) {
-    const int size = static_cast<int>(area.span().size());
     if (!area) {
-        LOG_ERR_IN(e2prom.func, "Allocate buffer(len:%d) error!\n", size);
+        LOG_ERR_IN(e2prom.func, "Allocate buffer(len:%d) error!\n",
+                   static_cast<int>(area.span().size()));
         return DFD_ERR_NO_MEMORY;
     }
-    const int rv = dfd_read_e2prom(e2prom.dev, e2prom.addr, area_at, area.data(), size);
+    const int rv = e2prom.read(area_at, area.span());
     if (rv != DFD_OK) {
         LOG_ERR_IN(e2prom.func, "Get FRU data error.\n");
     }
@@ -177,7 +171,7 @@ int dfd_set_fan_info_fru(const char *dev, uint16_t addr, const char *sn, const c
     }
     // Changed or not, the area is written back: a text that does not fit is not reported.
     ipmi_fru_sn_hw_updata(area.data(), capacity, area_len, given(sn), given(hw), offsets);
-    return dfd_write_e2prom(dev, addr, area_at, area.data(), capacity) == DFD_OK ? DFD_OK : DFD_ERR;
+    return e2prom.write(area_at, area.span()) == DFD_OK ? DFD_OK : DFD_ERR;
 }
 
 int dfd_set_card_info_fru(const char *dev, uint16_t addr, const char *sn, const char *hw) {

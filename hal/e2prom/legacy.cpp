@@ -23,12 +23,15 @@ constexpr int kVersionLength = 4;   // "x.yz"
 constexpr int kFanVersionSize = 8;  // "Vff.ff" and the terminator fit
 constexpr int kBase16 = 16;
 
+using dfd::E2prom;
+
 using FanRecord = uint8_t[kFanBytes];
 
-int read_fan_record(const char *func, const char *dev, uint16_t addr, FanRecord &record) {
-    const int rv = dfd_read_e2prom(dev, addr, 0, record, kFanBytes);
+int read_fan_record(const E2prom &e2prom, FanRecord &record) {
+    const int rv = e2prom.read(0, record);
     if (rv != DFD_OK) {
-        LOG_ERR_IN(func, "Read fan eeprom error(dev: %s, addr: %02x).\n", dfd::shown(dev), addr);
+        LOG_ERR_IN(e2prom.func, "Read fan eeprom error(dev: %s, addr: %02x).\n",
+                   dfd::shown(e2prom.dev), e2prom.addr);
     }
     return rv;
 }
@@ -81,11 +84,10 @@ int put_fan_version(const char *func, const char *hw, FanRecord &record) {
     return DFD_OK;
 }
 
-int write_back(const char *func, const char *dev, uint16_t addr, int offset, const uint8_t *bytes,
-               int len) {
-    const int rv = dfd_write_e2prom(dev, addr, offset, bytes, len);
+int write_back(const E2prom &e2prom, int offset, std::span<const uint8_t> bytes) {
+    const int rv = e2prom.write(offset, bytes);
     if (rv != DFD_OK) {
-        LOG_ERR_IN(func, "Write e2prom error:%d\n", rv);
+        LOG_ERR_IN(e2prom.func, "Write e2prom error:%d\n", rv);
         return DFD_ERR;
     }
     return DFD_OK;
@@ -105,13 +107,12 @@ void deliver_fan_version(const FanRecord &record, void *buf, int *len) {
     std::memcpy(buf, text, static_cast<std::size_t>(*len) + 1);
 }
 
-int get_power_name(const char *func, const char *dev, uint16_t addr, int offset, void *buf,
-                   int *len) {
+int get_power_name(const E2prom &e2prom, int offset, void *buf, int *len) {
     uint8_t name[kPowerNameBytes] = {};
-    const int rv = dfd_read_e2prom(dev, addr, offset, name, sizeof name);
+    const int rv = e2prom.read(offset, name);
     if (rv != DFD_OK) {
-        LOG_ERR_IN(func, "Read power eeprom name error(dev: %s, addr: %02x, offset:%02x).\n",
-                   dfd::shown(dev), addr, offset);
+        LOG_ERR_IN(e2prom.func, "Read power eeprom name error(dev: %s, addr: %02x, offset:%02x).\n",
+                   dfd::shown(e2prom.dev), e2prom.addr, offset);
         return rv;
     }
     std::memcpy(buf, name, sizeof name);
@@ -119,13 +120,12 @@ int get_power_name(const char *func, const char *dev, uint16_t addr, int offset,
     return DFD_OK;
 }
 
-int get_power_version(const char *func, const char *dev, uint16_t addr, int offset, void *buf,
-                      int *len) {
+int get_power_version(const E2prom &e2prom, int offset, void *buf, int *len) {
     uint8_t digits[kVersionDigits] = {};
-    const int rv = dfd_read_e2prom(dev, addr, offset, digits, sizeof digits);
+    const int rv = e2prom.read(offset, digits);
     if (rv != DFD_OK) {
-        LOG_ERR_IN(func, "Read power eeprom hw error(dev: %s, addr: %02x, offset:%02x).\n",
-                   dfd::shown(dev), addr, offset);
+        LOG_ERR_IN(e2prom.func, "Read power eeprom hw error(dev: %s, addr: %02x, offset:%02x).\n",
+                   dfd::shown(e2prom.dev), e2prom.addr, offset);
         return rv;
     }
     char text[kVersionLength + 1];
@@ -144,7 +144,7 @@ int sdd_get_e2prom_legacy_info_by_type(const char *dev, uint32_t type, uint16_t 
         return DFD_ERR_PARAM;
     }
     FanRecord record = {};
-    if (const int rv = read_fan_record(__func__, dev, addr, record); rv != DFD_OK) {
+    if (const int rv = read_fan_record({__func__, dev, addr}, record); rv != DFD_OK) {
         return rv;
     }
     switch (type) {
@@ -171,9 +171,9 @@ int sdd_get_e2prom_legacy_power_info_by_type(const char *dev, uint32_t type, uin
     }
     switch (type) {
         case E2PROM_INFO_NAME:
-            return get_power_name(__func__, dev, addr, offset, buf, len);
+            return get_power_name({__func__, dev, addr}, offset, buf, len);
         case E2PROM_INFO_HW_VER:
-            return get_power_version(__func__, dev, addr, offset, buf, len);
+            return get_power_version({__func__, dev, addr}, offset, buf, len);
         default:
             return DFD_ERR;
     }
@@ -185,8 +185,9 @@ int dfd_set_fan_info_legacy(const char *dev, uint16_t addr, const uint32_t *type
         LOG_VBOSE("Set fan do nothing, both sn and hw are empty!\n");
         return DFD_OK;
     }
+    const E2prom e2prom = {__func__, dev, addr};
     FanRecord record = {};
-    if (const int rv = read_fan_record(__func__, dev, addr, record); rv != DFD_OK) {
+    if (const int rv = read_fan_record(e2prom, record); rv != DFD_OK) {
         return rv;
     }
     if (type != nullptr) {
@@ -196,7 +197,7 @@ int dfd_set_fan_info_legacy(const char *dev, uint16_t addr, const uint32_t *type
         put_fan_version(__func__, hw, record) != DFD_OK) {
         return DFD_ERR;
     }
-    return write_back(__func__, dev, addr, 0, record, kFanBytes);
+    return write_back(e2prom, 0, record);
 }
 
 int dfd_set_power_info_legacy(const char *dev, uint16_t addr, int offset, const char *hw) {
@@ -204,8 +205,9 @@ int dfd_set_power_info_legacy(const char *dev, uint16_t addr, int offset, const 
         LOG_VBOSE("Set power do nothing, hw are empty!\n");
         return DFD_OK;
     }
+    const E2prom e2prom = {__func__, dev, addr};
     uint8_t stored[kVersionDigits] = {};
-    if (const int rv = dfd_read_e2prom(dev, addr, offset, stored, sizeof stored); rv != DFD_OK) {
+    if (const int rv = e2prom.read(offset, stored); rv != DFD_OK) {
         LOG_ERR("Read power eeprom error(dev: %s, addr: %02x, offset: %02x).\n", dfd::shown(dev),
                 addr, offset);
         return rv;
@@ -217,5 +219,5 @@ int dfd_set_power_info_legacy(const char *dev, uint16_t addr, int offset, const 
     std::memcpy(stored, digits, sizeof stored);
     LOG_VBOSE("Power hw strtol:0x%lx", std::strtol(digits, nullptr, kBase16));
     LOG_VBOSE("Power hw now:0x%x 0x%x 0x%x\n", stored[0], stored[1], stored[2]);
-    return write_back(__func__, dev, addr, offset, stored, sizeof stored);
+    return write_back(e2prom, offset, stored);
 }

@@ -7,16 +7,15 @@
 namespace {
 
 using dfd::ByteCursor;
+using dfd::E2prom;
 using dfd::HeapBytes;
 using dfd::tlv::Entry;
 using dfd::tlv::Header;
 
-int read_data_area(const char *func, const char *dev, uint16_t addr, const Header &header,
-                   std::span<uint8_t> data) {
-    const int rv =
-        dfd_read_e2prom(dev, addr, header.size(), data.data(), static_cast<int>(data.size()));
+int read_data_area(const E2prom &e2prom, const Header &header, std::span<uint8_t> data) {
+    const int rv = e2prom.read(header.size(), data);
     if (rv != DFD_OK) {
-        LOG_ERR_IN(func, "Get TLV data error.\n");
+        LOG_ERR_IN(e2prom.func, "Get TLV data error.\n");
     }
     return rv;
 }
@@ -41,39 +40,32 @@ void deliver(const Entry &entry, void *buf, int *len) {
 }
 
 // Writes text with its terminator over the start of a value that is longer; else leaves it.
-void replace_value(uint8_t *value, std::size_t size, const char *text, std::size_t text_len) {
-    if (text_len > 0 && text_len < size) {
-        std::memcpy(value, text, text_len + 1);
+void replace_value(std::span<uint8_t> value, const char *text) {
+    if (!dfd::is_empty(text) && std::strlen(text) < value.size()) {
+        std::memcpy(value.data(), text, std::strlen(text) + 1);
     }
 }
 
-std::size_t length_of(const char *text) {
-    return text != nullptr ? std::strlen(text) : 0;
-}
-
 void replace_entries(std::span<uint8_t> data, const char *sn, const char *hw) {
-    const std::size_t sn_len = length_of(sn);
-    const std::size_t hw_len = length_of(hw);
     ByteCursor cursor(data);
     for (Entry entry{}; dfd::tlv::next_entry(cursor, &entry);) {
-        uint8_t *const value = data.data() + (entry.at - data.data()) + dfd::tlv::kEntryHeaderSize;
+        const auto value = data.subspan(entry.at + dfd::tlv::kEntryHeaderSize, entry.value.size());
         if (entry.type == E2PROM_INFO_SN) {
-            replace_value(value, entry.value.size(), sn, sn_len);
+            replace_value(value, sn);
         } else if (entry.type == E2PROM_INFO_HW_VER) {
-            replace_value(value, entry.value.size(), hw, hw_len);
+            replace_value(value, hw);
         }
     }
 }
 
 // The header's sum does not depend on the byte order of its length field.
-int write_checksum(const char *dev, uint16_t addr, const Header &header,
-                   std::span<const uint8_t> data) {
+int write_checksum(const E2prom &e2prom, const Header &header, std::span<const uint8_t> data) {
     const auto header_bytes =
         std::span(header.bytes).first(static_cast<std::size_t>(header.size()));
     const uint32_t sum = dfd::tlv::sum_of(header_bytes) + dfd::tlv::sum_of(data);
     const uint8_t checksum[dfd::tlv::kChecksumSize] = {static_cast<uint8_t>(sum >> 8),
                                                        static_cast<uint8_t>(sum)};
-    return dfd_write_e2prom(dev, addr, header.size() + header.length(), checksum, sizeof checksum);
+    return e2prom.write(header.size() + header.length(), checksum);
 }
 
 }  // namespace
@@ -148,14 +140,14 @@ int dfd_get_tlv_data(const char *dev, uint16_t addr, uint32_t type, const uint8_
         LOG_ERR("Allocate buffer(len:%d) error!\n", header.length());
         return DFD_ERR_NO_MEMORY;
     }
-    if (const int rv = read_data_area(__func__, dev, addr, header, data.span()); rv != DFD_OK) {
+    if (const int rv = read_data_area({__func__, dev, addr}, header, data.span()); rv != DFD_OK) {
         return rv;
     }
     LOG_VBOSE("TLV Len:%d\n", dfd::tlv::kEntryHeaderSize);
     ByteCursor cursor(data.span());
     for (Entry entry{}; dfd::tlv::next_entry(cursor, &entry);) {
         LOG_VBOSE("tlv: %p, tlv->type: 0x%x, tlv->len: 0x%x *tlv_len: 0x%x\n",
-                  static_cast<const void *>(entry.at), entry.type,
+                  static_cast<const void *>(data.data() + entry.at), entry.type,
                   static_cast<unsigned>(entry.value.size()), header.length());
         if (is_wanted(entry, type, *len)) {
             deliver(entry, buf, len);
@@ -167,6 +159,7 @@ int dfd_get_tlv_data(const char *dev, uint16_t addr, uint32_t type, const uint8_
 }
 
 int dfd_set_fan_info_tlv(const char *dev, uint16_t addr, const char *sn, const char *hw) {
+    const E2prom e2prom = {__func__, dev, addr};
     Header header{};
     if (const int rv = dfd_get_e2prom_info(dev, addr, header.bytes); rv != DFD_OK) {
         return rv;
@@ -180,14 +173,14 @@ int dfd_set_fan_info_tlv(const char *dev, uint16_t addr, const char *sn, const c
     if (!data) {
         return DFD_ERR_NO_MEMORY;
     }
-    if (const int rv = read_data_area(__func__, dev, addr, header, data.span()); rv != DFD_OK) {
+    if (const int rv = read_data_area(e2prom, header, data.span()); rv != DFD_OK) {
         return rv;
     }
     replace_entries(data.span(), sn, hw);
-    if (dfd_write_e2prom(dev, addr, header.size(), data.data(), header.length()) != DFD_OK) {
+    if (e2prom.write(header.size(), data.span()) != DFD_OK) {
         return DFD_ERR;
     }
-    return write_checksum(dev, addr, header, data.span());
+    return write_checksum(e2prom, header, data.span());
 }
 
 int dfd_set_card_info_tlv(const char *dev, uint16_t addr, const char *sn, const char *hw) {

@@ -62,7 +62,7 @@ constexpr uint32_t sum_of(std::span<const uint8_t> bytes) {
 }
 
 struct Entry {
-    const uint8_t *at;
+    std::size_t at;  // offset in the data area
     uint8_t type;
     std::span<const uint8_t> value;
 };
@@ -72,7 +72,7 @@ inline bool next_entry(ByteCursor &cursor, Entry *entry) {
     if (cursor.at_end()) {
         return false;
     }
-    entry->at = cursor.position();
+    entry->at = cursor.offset();
     entry->type = cursor.take_u8();
     entry->value = cursor.take(cursor.take_u8());
     return cursor.is_valid();
