@@ -7,7 +7,7 @@
 
 namespace dfd {
 
-// The record of a key as the kind that its type stands for, or null: not configured.
+// The record of a key as the struct of its item type; null when the item is not configured.
 template <typename Record>
 const Record *get_item(uint32_t key) {
     return static_cast<const Record *>(dfd_lib_cfg_get_item(key));

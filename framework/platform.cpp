@@ -10,7 +10,7 @@ namespace dfd {
 
 namespace {
 
-// Where a configuration file is really read from.
+// The path that a configuration file is really read from.
 const char *real_path(const char *path) {
 #ifdef DFD_WATCHED
     if (watch::hooks != nullptr && watch::hooks->map_path != nullptr) {

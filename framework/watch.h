@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The library at work, seen from outside: lines as they are parsed, look-ups, engine steps,
-// transfers. Only the tools' build of the framework and of the bus files (DFD_WATCHED) has these
-// hooks; in libdfd.so every DFD_WATCH line is empty.
+// Hooks that show the library at work: lines as they are parsed, look-ups, engine steps, transfers.
+// Only the tools' build of the framework and of the bus files (DFD_WATCHED) has these hooks; in
+// libdfd.so every DFD_WATCH line is empty.
 #pragma once
 
 #include <cstdint>
@@ -83,7 +83,7 @@ struct Line {
 struct Hooks {
     void *context = nullptr;
 
-    // Configuration files: where they are really read from. Valid until the next call.
+    // Returns the path that a configuration file is really read from; valid until the next call.
     const char *(*map_path)(void *context, const char *path) = nullptr;
     bool goes_on = false;    // behind a line or a file that fails
     bool is_silent = false;  // nothing is printed for a line that fails its file
@@ -101,13 +101,14 @@ struct Hooks {
     void (*converted)(void *context, const dfd_list_head_t &list, const char *text, uint32_t number,
                       const val_convert_node_t *found) = nullptr;
     void (*engine_begin)(void *context, const EngineCall &call) = nullptr;
-    // `value` counts where the result says that there is one.
+    // `value` is valid for results that deliver one.
     void (*engine_end)(void *context, const EngineCall &call, int result, uint32_t value) = nullptr;
 
-    // True: answered, nothing outside is touched; *result is what the system would have returned.
+    // Returns true when it answered: nothing outside is touched, and *result is what the system
+    // would have returned.
     bool (*answer)(void *context, const Transfer &transfer, int *result) = nullptr;
     void (*transferred)(void *context, const Transfer &transfer, int result) = nullptr;
-    // True: the library does not sleep.
+    // Returns true to keep the library from sleeping.
     bool (*pause)(void *context, unsigned us) = nullptr;
 };
 
@@ -135,7 +136,7 @@ extern const Hooks *hooks;
 
 namespace dfd::watch {
 
-// An access that a watcher may answer, and learns the result of.
+// Makes an access, unless a watcher answers it, and reports the result to the watcher.
 template <typename Make>
 int transfer(const Transfer &transfer, Make make) {
     int result = 0;
@@ -149,7 +150,8 @@ int transfer(const Transfer &transfer, Make make) {
     return result;
 }
 
-// A request to the engine; `value` delivers what a good result has brought.
+// Runs a request to the engine and reports it. `value` returns the value that a good result
+// brought.
 template <typename Run, typename Value>
 int engine(const EngineCall &call, Run run, Value value) {
     DFD_WATCH(engine_begin, call);

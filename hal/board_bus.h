@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Bus devices by number, and where a board is told from others.
+// Paths of bus devices by number, and the sources that identify a board.
 #pragma once
 
 #include <cstdint>

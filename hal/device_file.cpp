@@ -26,8 +26,8 @@ int read_device(const char *path, int offset, uint8_t *buf, int len) {
 int write_device(const char *path, int offset, const uint8_t *buf, int len) {
     const int fd = open(path, O_RDWR, kFileMode);
     if (fd < 0) {
-        // A device that is not there swallows writes: boards share configuration for parts that
-        // only some of them carry.
+        // A write to a missing device succeeds: boards share configuration for parts that only some
+        // of them have.
         return DFD_OK;
     }
     auto rv = static_cast<int>(lseek(fd, offset, SEEK_SET));

@@ -86,7 +86,8 @@ void clear_destinations(std::span<fru_field_t *const> fixed, const fru_product_i
     }
 }
 
-// Stops at the first field that is refused: those behind it stay empty, and that is a success.
+// Stops at the first field that is refused. The fields behind it stay empty, and the parse
+// succeeds.
 void read_fields(std::span<const uint8_t> area, std::span<fru_field_t *const> fixed,
                  const fru_product_info_t &info, uint8_t *offsets) {
     dfd::ByteCursor cursor(area);
@@ -162,7 +163,7 @@ void shrink(uint8_t *area, int capacity, const Field &field, const char *str) {
     std::memmove(data + field.new_len, data + field.old_len, static_cast<std::size_t>(tail));
 }
 
-// Replaces the field of one pair of the offsets table, where a text is given.
+// Replaces the field that a pair of the offsets table describes; a null text changes nothing.
 int replace_at(const char *func, uint8_t *area, int capacity, int *area_len, const char *text,
                const uint8_t *pair) {
     if (text == nullptr) {
@@ -170,7 +171,7 @@ int replace_at(const char *func, uint8_t *area, int capacity, int *area_len, con
     }
     const int growth = static_cast<int>(strnlen(text, kMaxFieldLength + 1)) - pair[1];
     if (growth > capacity - *area_len) {
-        // One wording for both fields.
+        // The message is the same for both fields.
         LOG_ERR_IN(func, "The serial number is too long to insert!\n");
         return DFD_ERR;
     }
@@ -276,7 +277,7 @@ int insert_fru_str(uint8_t *area, int capacity, int *area_len, const char *str, 
         grow(area, capacity, field, str);
         area[kAreaLengthAt] = static_cast<uint8_t>(*area_len / kBlockBytes);
     } else if (growth < 0) {
-        // The area length byte keeps naming the old size.
+        // The area length byte keeps the old size: boards rely on it.
         shrink(area, capacity, field, str);
     } else {
         put_text(area + field.data_at, field.old_len, str, field.new_len);

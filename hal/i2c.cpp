@@ -68,7 +68,7 @@ int sdd_read_i2c_one_time(const char *path, uint16_t addr, uint16_t offset, uint
     if (path == nullptr || buf == nullptr || len > kMaxReadBytes) {
         return DFD_ERR;
     }
-    // Drivers that know wide offsets take this flag of a read for their sign.
+    // This flag marks the wide offset of a read for drivers that support one.
     const uint16_t offset_flags = wide_offset != 0 ? I2C_M_TEN : 0;
     const OffsetBytes offset_out = offset_bytes(offset, wide_offset);
     return dfd::watch::transfer(

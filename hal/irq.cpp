@@ -34,7 +34,7 @@ bool is_pending(uint8_t status, uint32_t bit) {
     return (status >> bit & 1) != 0;
 }
 
-// One dispatch under way.
+// A dispatch in progress.
 struct Dispatch {
     const irq_ctrl_t &ctrl;
     dfd_irq_handler_t handler;

@@ -14,7 +14,7 @@ constexpr char kMarkerFile[] = "/tmp/.factory_disabale_cli_tty";
 
 constexpr uint32_t kHandToSoftware = 1;
 
-// Where an LED is controlled and what its states are called in registers.
+// Item types of an LED: its control register, and the table of its register values.
 struct Led {
     uint32_t control_type;
     uint32_t info_type;
@@ -25,7 +25,7 @@ constexpr Led kBoardPrimary = {DFD_KEY_MB_PRIMARY_LED_CTRL, DFD_KEY_MB_PRIMARY_L
 constexpr Led kBoardAlarm = {DFD_KEY_MB_ALARM_LED_CTRL, DFD_KEY_MB_ALARM_LED_INFO};
 constexpr Led kBoardFabric = {DFD_KEY_MB_FE_LED_CTRL, DFD_KEY_MB_FE_LED_INFO};
 constexpr Led kBoardFan = {DFD_KEY_MB_FAN_LED_CTRL, DFD_KEY_MB_FAN_LED_INFO};
-// On the fan tray itself, with the values of the board's fan LED.
+// The LED on the fan tray itself; its values are in the table of the board's fan LED.
 constexpr Led kFanInFan = {DFD_KEY_MB_FAN_IN_FAN_LED_CTRL, DFD_KEY_MB_FAN_LED_INFO};
 constexpr Led kBoardPower = {DFD_KEY_MB_PWR_LED_CTRL, DFD_KEY_MB_PWR_LED_INFO};
 constexpr Led kLineCardStatus = {DFD_KEY_LC_STATUS_LED_CTRL, DFD_KEY_LC_STATUS_LED_INFO};

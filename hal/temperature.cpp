@@ -40,7 +40,7 @@ dfd_info_num_proc_t processor_of(int type) {
     }
 }
 
-// One register write after another, until one fails.
+// Registers that are written one after the other, until a write fails.
 struct RegisterByte {
     uint16_t offset;
     uint8_t value;

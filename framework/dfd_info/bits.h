@@ -26,8 +26,8 @@ constexpr uint8_t extract_field(uint8_t byte, uint32_t bit_offset, uint32_t widt
     return static_cast<uint8_t>((level >> bit_offset) & low_bits(width));
 }
 
-// The register byte that holds value at bit_offset. Bits outside the field are not cleared: a write
-// under a mask drops them, a write of the whole byte takes them along.
+// The register byte that holds value at bit_offset. Bits outside the field are not cleared: a
+// masked write ignores them, a write of the whole byte writes them.
 constexpr uint8_t place_field(uint32_t value, uint32_t bit_offset, bool inverted) {
     const uint32_t shifted = value << bit_offset;
     return static_cast<uint8_t>(inverted ? ~shifted : shifted);

@@ -48,7 +48,7 @@ bool is_negative(const info_ctrl_t &ctrl) {
     return ctrl.pola == INFO_POLA_NEGATIVE;
 }
 
-// One item in work: what every step and every message of it needs.
+// An item that is being executed, with what every step and every message needs.
 struct Access {
     const char *func;  // the exported function that log readers know
     uint32_t key;
@@ -327,7 +327,7 @@ int execute_set(const Access &access, uint32_t value) {
     return write_int(access, value);
 }
 
-// As log readers know them, from inside a lambda too.
+// For the Func field: inside a lambda __func__ is another name.
 constexpr char kGetBuf[] = "dfd_info_get_buf";
 constexpr char kSetInt[] = "dfd_info_set_int";
 

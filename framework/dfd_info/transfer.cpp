@@ -8,7 +8,7 @@ int sdd_read_info_localbus(const char *path, uint32_t reg, int len, uint8_t *buf
     for (int i = 0; i < len; ++i) {
         const auto at = static_cast<int>(reg + static_cast<uint32_t>(i));
         const int rv = sdd_device_read(path, at, buf == nullptr ? nullptr : buf + i, 1);
-        // A device that delivers no byte has failed: there is no register behind its end.
+        // A device that delivers no byte has failed: the register does not exist.
         if (rv <= 0) {
             LOG_ERR("read info[addr=0x%x read_bytes=%d] from cpld fail, reading_byte=%d rv=%d\r\n",
                     reg, len, i, rv);

@@ -44,7 +44,7 @@ bool find_type_by_text(const dfd_list_head_t &list, const char *text, uint32_t *
     return true;
 }
 
-// What the three look-ups of a type by a text share; `what` completes "get %s[%s] fail".
+// Shared by the three look-ups of a type by a text. `what` completes "get %s[%s] fail".
 int get_type_by_text(const char *func, const dfd_list_head_t &list, const char *what,
                      const char *text, uint32_t *type) {
     if (text == nullptr || type == nullptr) {

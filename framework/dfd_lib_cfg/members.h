@@ -81,7 +81,7 @@ inline constexpr MemberKind kI2cDev = {"i2c_dev",
                                        "dfd_lib_cfg_add_i2c_dev_item",
                                        {"dfd_lib_cfg_get_i2c_dev_member", "i2c dev"},
                                        true};
-// The other five all go by the name of the first: log filters rely on it.
+// Messages call the other five kinds info_ctrl: log filters rely on it.
 inline constexpr char kMemberNoun[] = "info_ctrl";
 inline constexpr MemberKind kInfoCtrl = {kMemberNoun,
                                          info_ctrl_mem_str,
@@ -96,7 +96,8 @@ inline constexpr MemberKind kLedInfo = {kMemberNoun,        led_info_mem_str,
 inline constexpr MemberKind kTempInfo = {kMemberNoun,         temp_info_mem_str,
                                          temp_info_mem_str,   kTempInfoRows,
                                          sizeof(temp_info_t), "dfd_lib_cfg_add_temp_info_item"};
-// Log readers know the interrupt members by the info_ctrl names at the same positions.
+// Messages give interrupt members the info_ctrl names of the same positions: log filters rely on
+// it.
 inline constexpr MemberKind kIrqCtrl = {kMemberNoun,        irq_ctrl_mem_str,
                                         info_ctrl_mem_str,  kIrqCtrlRows,
                                         sizeof(irq_ctrl_t), "dfd_lib_cfg_add_irq_ctrl_item"};

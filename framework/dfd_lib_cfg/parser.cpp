@@ -99,7 +99,7 @@ int read_indexes(const dfd::KeyRow &row, const char *text, Indexes *indexes, int
     return dfd_lib_cfg_check_array_index(row, indexes->first, second, line);
 }
 
-// The list that items of a type also feed, or null.
+// The conversion list that stored items of a type are added to; null for most types.
 dfd_list_head_t *conversion_list(uint32_t type) {
     switch (type) {
         case DFD_KEY_FAN_SPEEDLVL_CONVERT:
@@ -115,8 +115,8 @@ dfd_list_head_t *conversion_list(uint32_t type) {
     }
 }
 
-// After an item was stored, new or replaced: a replaced line's earlier entry stays in its list, and
-// look-ups go on finding it first. The lists get the indexes that the key cuts.
+// Called after an item was stored, new or replaced. The entry of a replaced line stays in its list,
+// and look-ups find it first. The lists keep the indexes whole, the key only their low bits.
 void feed_conversion_list(uint32_t key, const Indexes &indexes) {
     dfd_list_head_t *const list = conversion_list(DFD_KEY_TYPE(key));
     if (list == nullptr) {
@@ -182,8 +182,8 @@ int store_member(const dfd::KeyRow &row, const dfd::MemberKind &kind, const char
     return rv;
 }
 
-// Stores the item of a line; -1, already logged where there is something to say, when it is
-// skipped.
+// Stores the item of a line. -1 when the line is skipped; the message, if there is one, is already
+// logged.
 int dispatch_item(const char *name, const char *value, int line) {
     const dfd::KeyRow *const row = dfd::find_key_row(name);
     DFD_WATCH_LINE(row, row);

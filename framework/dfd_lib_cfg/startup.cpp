@@ -72,7 +72,7 @@ int dfd_lib_cfg_init(void) {
         LOG_ERR("init btree root fail, rv=%d\r\n", rv);
         return DFD_ERR;
     }
-    // A board without PID table can still be told by its EEPROM.
+    // The result is ignored: a board without PID table can be identified by its EEPROM.
     dfd_lib_cfg_init_pre();
     const int board_type = drv_get_my_dev_type();
     if (board_type < 0) {

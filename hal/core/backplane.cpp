@@ -38,7 +38,7 @@ const i2c_dev_t *find_e2prom(uint32_t id) {
     return dfd::get_item<i2c_dev_t>(DFD_MAKE_KEY(DFD_KEY_BP_E2PROM_DEV, id, 0));
 }
 
-// The whole record or nothing of it.
+// Copies the whole record or nothing.
 void read_from_e2prom(const i2c_dev_t &e2prom, backplane_info_t *rec) {
     const BusPath path(e2prom.bus);
     uint8_t scratch[kTransfers * kTransferBytes] = {};
@@ -52,7 +52,7 @@ void read_from_e2prom(const i2c_dev_t &e2prom, backplane_info_t *rec) {
     std::memcpy(rec, scratch, sizeof *rec);
 }
 
-// Up to the first field that fails.
+// Stops at the first field that fails.
 void read_fields(uint32_t id, backplane_info_t *rec) {
     if (sdd_get_bp_hw_ver(id, reinterpret_cast<char *>(rec->hw_ver), sizeof rec->hw_ver) < 0 ||
         sdd_get_bp_sn(id, reinterpret_cast<char *>(rec->sn), sizeof rec->sn) < 0 ||

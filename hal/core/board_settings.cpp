@@ -11,7 +11,7 @@ constexpr int kDefaultVsdNum = 1;
 constexpr uint32_t kDateSize = 21;
 
 // BCD bytes of a version date as digits, two for each byte of the item's .len. The caller's
-// capacity plays no part: the item says how much comes.
+// capacity is not used: the item's .len gives the length.
 int get_ver_date(uint32_t type, char *text, int *len) {
     const uint32_t key = DFD_MAKE_KEY(type, 0, 0);
     const auto *const ctrl = dfd::get_item<info_ctrl_t>(key);
@@ -35,7 +35,7 @@ int get_ver_date(uint32_t type, char *text, int *len) {
     return DFD_OK;
 }
 
-// An integer of the board straight through the caller's pointer.
+// Reads an integer of the board into the caller's variable.
 int get_flag(uint32_t type, int *value) {
     const uint32_t key = DFD_MAKE_KEY(type, 0, 0);
     if (!dfd::is_configured(key)) {

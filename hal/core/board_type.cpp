@@ -19,7 +19,7 @@ constexpr uint8_t kTlvFlag = 0x7E;
 DFD_STATE int g_board_type;    // 0: not yet known
 DFD_STATE int g_chassis_type;  // 0: not yet known
 
-// Where the layouts keep what tells the board type.
+// Offsets of the bytes that give the board type.
 constexpr int kLayoutAt = 0;
 constexpr int kFlagAt = 1;
 constexpr int kRawTypeAt = 3;
@@ -42,7 +42,7 @@ int read_board_e2prom(BoardE2prom *image) {
 
 constexpr int kAnySub = -1;
 
-// Raw and sub type of boards whose type does not follow from the raw type. First match.
+// Boards whose type does not follow from the raw type. The first row that matches counts.
 struct FixedType {
     int raw;
     int sub;

@@ -4,7 +4,7 @@
 
 namespace {
 
-// Rated power of a card by the register value that tells its class.
+// Rated power of a card by the register value of its power class.
 int sdd_get_card_rate_power(uint8_t *buf, int len, int *power) {
     if (buf == nullptr || len < 0 || power == nullptr) {
         LOG_ERR("input arguments error, len=%d\r\n", len);

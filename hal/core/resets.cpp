@@ -28,7 +28,7 @@ void write_all_reset_lines(uint32_t value) {
     }
 }
 
-// An input line of the peer; the value stays as it was when nothing is read.
+// Reads an input line of the peer; *value is not written when nothing is read.
 int read_line(uint32_t type, int *value) {
     const int rv = dfd_info_get_int(DFD_MAKE_KEY(type, 0, 0), value, nullptr);
     return rv < 0 ? rv : DFD_OK;
@@ -60,7 +60,7 @@ int read_peer_lines(int *lines) {
     return DFD_OK;
 }
 
-// Peer state by the number that its lines make.
+// Peer states by the number that read_peer_lines forms.
 constexpr int kPeerStates[] = {DFD_PEER_ABSENT,       DFD_PEER_PRESENT,      DFD_PEER_INCONSISTENT,
                                DFD_PEER_INCONSISTENT, DFD_PEER_INCONSISTENT, DFD_PEER_READY,
                                DFD_PEER_INCONSISTENT, DFD_PEER_MASTER};
@@ -157,7 +157,7 @@ int sdd_get_peer_mb_state(int *state) {
 
 int sdd_reset_master(void) {
     constexpr int kNothingToReset = 6;
-    // A positive 6, not the code of a missing item: callers know the comparison as it stands.
+    // A positive 6, not the code of a missing item: callers rely on this comparison.
     if (write_master_reset(kAsserted) == kNothingToReset) {
         return DFD_OK;
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Sub-cards without a processor: what their EEPROM tells.
+// Sub-cards without a processor: their EEPROM is all that is known of them.
 #include "framework/platform.h"
 #include "hal/core/module.h"
 
@@ -65,7 +65,8 @@ int sdd_get_sub_unintlg_lc_info(uint32_t /*slot*/, uint32_t sslot, uint32_t *typ
     if (e2prom == nullptr) {
         return DFD_ERR_NOT_SUPPORTED;
     }
-    // Always both attempts: a card that is being pulled answers once more, and the last one counts.
+    // Both attempts are always made, and the second one counts: a card that is being pulled answers
+    // once more.
     int rv = DFD_ERR;
     uint32_t value = 0;
     for (int i = 0; i < kTypeAttempts; ++i) {

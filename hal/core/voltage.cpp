@@ -45,7 +45,7 @@ int read_channel(int vslot, uint32_t channel, AdcBytes *bytes) {
                             nullptr);
 }
 
-// Millivolts, in the 32 bits that the product is defined to have.
+// Millivolts. The product is cut to 32 bits: users rely on it.
 int voltage_mV(const AdcBytes &reference, const AdcBytes &measured) {
     const auto divisor = static_cast<int>(reference.reading());
     if (divisor == 0) {
@@ -75,8 +75,8 @@ int sdd_get_card_vol(int slot, int channel) {
         rv = read_channel(vslot, static_cast<uint32_t>(channel), &measured);
     }
     if (rv != DFD_OK) {
-        // The lock stays taken until the next reading that succeeds: boards rely on the hardware
-        // seeing that a reading broke off.
+        // The lock stays taken until the next reading that succeeds: boards rely on the lock to
+        // show that a reading failed.
         return rv;
     }
     const int voltage = voltage_mV(reference, measured);

@@ -13,7 +13,7 @@ namespace {
 constexpr int kPageBytes = 4;
 constexpr unsigned kWritePause_us = 10000;
 
-// Both directions say "get": readers of the log search for this one text.
+// The message of a failed write says "get" too: log filters match this one text.
 void log_failure(const dfd::E2prom &e2prom, int offset, int rv) {
     LOG_ERR_IN(e2prom.func, "Failed to get e2prom info: dev %s 0x%02x, offset: %d(ret %d)\r\n",
                dfd::shown(e2prom.dev), e2prom.addr, offset, rv);

@@ -82,7 +82,7 @@ int get_field(const E2prom &e2prom, const uint8_t *hdr, uint32_t type, fru_field
     return parse_area(e2prom, area, area_len, &info, offsets);
 }
 
-// An empty text leaves its field, like a null one.
+// An empty text keeps its field as it is, like a null one.
 const char *given(const char *text) {
     return dfd::is_empty(text) ? nullptr : text;
 }
@@ -155,7 +155,7 @@ int dfd_set_fan_info_fru(const char *dev, uint16_t addr, const char *sn, const c
     if (const int rv = read_area_length(e2prom, hdr, &blocks); rv != DFD_OK) {
         return rv;
     }
-    // Of the length byte only 5 bits count here, all 8 in a look-up: both stay as boards know them.
+    // An update uses 5 bits of the length byte, a look-up all 8: boards rely on both.
     constexpr int kUpdateLengthMask = 0x1F;
     const int area_at = hdr[kProductOffsetAt] * kBlockBytes;
     const int area_len = (blocks & kUpdateLengthMask) * kBlockBytes;

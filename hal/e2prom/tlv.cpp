@@ -92,7 +92,7 @@ int dfd_check_e2prom_info(const char *dev, uint16_t addr, const uint8_t *hdr) {
     const auto end = static_cast<std::size_t>(header.size()) + static_cast<std::size_t>(length);
     const uint32_t stored = dfd::big_endian(std::span(image).subspan(end, 2));
     const uint32_t computed = dfd::tlv::sum_of(std::span(image).first(end));
-    // The byte called low is the high-order one: the label is part of the text that tools know.
+    // The message calls the high-order byte low: tools match its text.
     LOG_VBOSE("Len:%d, chechsum_low:0x%x, high:0x%x, checksum:0x%x.\n", static_cast<int>(end),
               image[end], image[end + 1], stored);
     if (stored != computed) {
@@ -116,7 +116,7 @@ int dfd_get_e2prom_info(const char *dev, uint16_t addr, uint8_t *hdr) {
     header.length_to_host_order();
     std::memcpy(hdr, header.bytes, sizeof header.bytes);
     if (header.version() == dfd::tlv::kVersion2) {
-        // Taken without flag, length or checksum check: such images are in the field.
+        // Accepted without flag, length or checksum check: such images are in the field.
         return DFD_OK;
     }
     return dfd_check_e2prom_info(dev, addr, hdr) == 1 ? DFD_OK : DFD_ERR;
@@ -133,8 +133,8 @@ int dfd_get_tlv_data(const char *dev, uint16_t addr, uint32_t type, const uint8_
         LOG_ERR("No TVL data.\n");
         return DFD_ERR_PARAM;
     }
-    // A version 2 header may claim anything: the buffer is as long as the claim, and the bus
-    // refuses what it cannot carry.
+    // A version 2 header may give any length. The buffer is that long, and the bus refuses a length
+    // that it cannot transfer.
     HeapBytes data(static_cast<std::size_t>(header.length()));
     if (!data) {
         LOG_ERR("Allocate buffer(len:%d) error!\n", header.length());

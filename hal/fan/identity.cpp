@@ -127,8 +127,8 @@ int read_software_version(uint32_t key, const info_ctrl_t &ctrl, char *buf, int 
     char text[kE2promBytes + 1] = "";
     int rv = dfd_info_get_buf(key, text, kTextSize, nullptr);
     int limit = kMaxTextLength;
-    // The engine counts bytes here, so an item of 3 or 4 bytes is taken for one in mode tlv or fru:
-    // boards that describe the version so have it answered from the EEPROM at .fpath, .addr.
+    // The result is a byte count, so an item of 3 or 4 bytes looks like one in mode tlv or fru.
+    // Boards rely on it: their version is then read from the EEPROM at .fpath, .addr.
     if (rv == DFD_FROM_TLV || rv == DFD_FROM_FRU) {
         const Query query =
             rv == DFD_FROM_TLV ? sdd_get_e2prom_info_by_type : sdd_get_e2prom_info_by_type_fru;
@@ -144,7 +144,8 @@ int read_software_version(uint32_t key, const info_ctrl_t &ctrl, char *buf, int 
     return DFD_OK;
 }
 
-// Callers know the count of bytes as the result; the text goes out with exactly 0 only.
+// The result is the count of bytes, and the text is delivered for exactly 0 only: callers rely on
+// both.
 int read_cpld_version(uint32_t key, const info_ctrl_t & /*ctrl*/, char *buf, int *len) {
     char text[kTextSize] = "";
     const int rv = read_bytes(key, text);
@@ -169,7 +170,7 @@ constexpr Text kHardwareVersion = {DFD_KEY_FAN_HW_VER,
 constexpr Text kSoftwareVersion = {DFD_KEY_FAN_SW_VER, 0, {}, {}, {}, read_software_version};
 constexpr Text kCpldVersion = {DFD_KEY_FAN_CPLD_VERSION, 0, {}, {}, {}, read_cpld_version};
 
-// Boards without write-protect items of the fans have this register in their place.
+// The write-protect register of boards that configure no write-protect items for fans.
 constexpr char kProtectDevice[] = "/dev/cpld0";
 constexpr int kProtectRegister = 0x39;
 constexpr uint8_t kUnprotected = 0xF0;

@@ -11,7 +11,7 @@ static constexpr char kLogFile[] = "hal/fan.cpp";
 
 namespace dfd::fan {
 
-// Where an EEPROM query or update of a tray goes.
+// The I2C address of a tray's EEPROM.
 inline uint16_t e2prom_addr(const info_ctrl_t &ctrl) {
     return static_cast<uint16_t>(ctrl.addr);
 }

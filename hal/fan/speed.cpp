@@ -105,6 +105,6 @@ int sdd_get_fan_temp(uint32_t fan_id) {
         return DFD_ERR_NOT_SUPPORTED;
     }
     int temp = 0;
-    // An impossible temperature, not a code: callers show it as one.
+    // A failed read gives an impossible temperature, not a code: callers display it.
     return dfd_info_get_int(key, &temp, nullptr) < 0 ? FAN_TEMP_UNREADABLE : temp;
 }

@@ -28,7 +28,7 @@ int judge_rotor(const char *func, uint32_t fan_id, int rotor, int floor) {
 }
 
 // Failed rotors by their speed; -6 without a floor, and also for a slow rotor without a configured
-// level: boards count on that to fall back to their failure flag. *bitmap stays on failure.
+// level: boards rely on that to fall back to their failure flag. *bitmap is not written on failure.
 int sdd_get_fan_fail_status_by_speed(uint32_t fan_id, int *bitmap) {
     const int *const floor = get_item<int>(DFD_MAKE_KEY(DFD_KEY_FAN_SPEED_FLOOR, 0, 0));
     if (floor == nullptr) {
@@ -39,7 +39,7 @@ int sdd_get_fan_fail_status_by_speed(uint32_t fan_id, int *bitmap) {
         count = 1;
     }
     uint32_t failed = 0;
-    // Rotors that have no bit cannot be configured either.
+    // Rotors beyond the bitmap cannot be configured.
     for (int rotor = 1; rotor <= std::min(count, kBitmapBits); ++rotor) {
         const int judgement = judge_rotor(__func__, fan_id, rotor, *floor);
         if (judgement < 0) {
@@ -153,6 +153,7 @@ int sdd_get_fan_fail_bmp(uint32_t fan_id, int *bitmap) {
     if (status == FAN_STATUS_FAIL) {
         *bitmap = 1;
     }
-    // Not 0 but the state: callers of boards without a bitmap tell failure from line failure by it.
+    // The state, not 0: callers on boards without a bitmap distinguish failure and line failure by
+    // it.
     return status;
 }

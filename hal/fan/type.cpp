@@ -26,7 +26,8 @@ int type_from_bytes(const char *bytes) {
     return static_cast<int>(type);
 }
 
-// The type of a product name, or the four bytes that a TLV image or a short name holds.
+// Looks the product name up. The four bytes of a TLV image's type, or of a name of four characters
+// that is not listed, are the type themselves.
 int type_from_fru(const char *func, uint32_t fan_id, const info_ctrl_t &ctrl, int *type) {
     char name[kNameBytes + 1] = "";
     int len = kNameBytes;
@@ -55,7 +56,7 @@ int type_from_fru(const char *func, uint32_t fan_id, const info_ctrl_t &ctrl, in
 int type_from_item(const char *func, uint32_t key, int *type) {
     const int rv = dfd_info_get_int(key, type, nullptr);
     if (rv < 0) {
-        // The number in the brackets is the type so far, not the fan: log filters know it so.
+        // The brackets show the type so far, not the fan: log filters rely on it.
         LOG_ERR_IN(func, "get fan[%d] type fail, rv=%d\r\n", *type, rv);
     }
     return rv;
@@ -114,7 +115,8 @@ int sdd_get_fan_attribute(uint32_t fan_id, uint32_t /*ignored*/, int *attr) {
     }
     const int type = sdd_get_fan_type(fan_id);
     if (type < 0) {
-        // Looked up all the same: a board may list an attribute for trays that cannot be read.
+        // The negative code is looked up too: a board may list an attribute for trays that cannot
+        // be read.
         LOG_ERR("dfd_pub_get_fan_type fan_id %d failed ret %d.\n", fan_id, type);
     }
     const char *const name = get_item<char>(DFD_MAKE_KEY(DFD_KEY_FAN_ATTR_TYPE, type, 0));

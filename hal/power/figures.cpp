@@ -44,8 +44,8 @@ int sdd_get_sys_power_lack_state(int *out) {
     return rv < 0 ? rv : DFD_OK;
 }
 
-// Crossed: configurations rely on bypass_state being the supply's and power_bypass_state the
-// system's.
+// The two keys look swapped: configurations rely on bypass_state for one supply and on
+// power_bypass_state for the system.
 int sdd_get_bypass_power_state(uint32_t power_id, int *out) {
     return get_figure(DFD_KEY_BYPASS_STATE, power_id, out);
 }

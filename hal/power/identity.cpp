@@ -117,7 +117,7 @@ int dfd_get_power_type_by_buf(uint8_t *buf, int len, int *type) {
     uint32_t found = DFD_POWER_TYPE_UNKNOWN;
     if (dfd_lib_cfg_get_power_type_by_name(name, &found) != DFD_OK) {
         LOG_ERR("get power type by name[%s] fail\r\n", name);
-        // An unknown supply is a success: users rely on the type reserved for it.
+        // An unknown supply is a success: users rely on its reserved type.
         found = DFD_POWER_TYPE_UNKNOWN;
     }
     *type = static_cast<int>(found);
@@ -191,11 +191,11 @@ int sdd_get_power_sw_version(uint32_t power_id, char *buf, int *len) {
         return rv;
     }
     if (rv == DFD_FROM_TLV) {
-        // Also the count of a version of three bytes: boards rely on its being looked up under
-        // entry 0.
+        // A version of three bytes gives this count too: boards rely on entry 0 being looked up
+        // then.
         return dfd::power::read_tlv(*ctrl, buf, len);
     }
-    // Users rely on *len staying the capacity.
+    // *len keeps the capacity: users rely on it.
     return DFD_OK;
 }
 

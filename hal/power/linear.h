@@ -26,8 +26,8 @@ constexpr int linear11_whole(int16_t raw) {
     return linear11(raw) / kThousandths;
 }
 
-// Output voltage: the exponent that VOUT_MODE would tell is fixed, and the mantissa signed.
-// Users rely on 0x8000 and above being negative.
+// Output voltage: the exponent is fixed, VOUT_MODE is not read, and the mantissa is signed. Users
+// rely on 0x8000 and above being negative.
 constexpr int linear16(int16_t raw) {
     constexpr int kExponent = -9;
     return scaled_thousandths(raw, kExponent);

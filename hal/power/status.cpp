@@ -17,7 +17,7 @@ int read_state(const info_ctrl_t &state, uint32_t power_id, int *value) {
     return dfd_info_get_int(DFD_MAKE_KEY(DFD_KEY_POWER_STATE, power_id, 0), value, nullptr);
 }
 
-// Under the name that readers of the log know.
+// The name stands in messages: log filters rely on it.
 int sdd_get_power_line_fail_status(uint32_t power_id, int *fail) {
     const uint32_t key = DFD_MAKE_KEY(DFD_KEY_POWER_LINE_FAIL, power_id, 0);
     const info_ctrl_t *const ctrl = dfd::get_item<info_ctrl_t>(key);

@@ -37,7 +37,7 @@ uint32_t key_of(const Measurement &what, uint32_t power_id) {
     return DFD_MAKE_KEY(what.key_type, power_id, 0);
 }
 
-// An item in mode tlv or fru leaves *value and is no failure.
+// An item in mode tlv or fru is no failure, and *value is not written.
 int measure(const Measurement &what, uint32_t power_id, int *value) {
     const int rv = dfd_info_get_int(key_of(what, power_id), value, what.proc);
     return rv < 0 ? rv : DFD_OK;

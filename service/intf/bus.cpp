@@ -111,7 +111,8 @@ int dfd_i2c_write(uint32_t bus, uint16_t addr, uint16_t offset, const uint8_t *d
 
 int dfd_dev_check_db_a1_flag(uint32_t *flag) {
     uint8_t byte = 0;
-    // Only 0 passes, though a good transfer counts its messages: callers depend on this answer.
+    // Only a result of 0 passes, although a good transfer returns its count of messages: callers
+    // rely on it.
     if (ssa_i2c_read(dfd::kBoardBus, dfd::kBoardE2promAddr, kDbA1Offset, &byte, 1) != 0) {
         LOG_ERR("/dev/i2c-0 dev_addr = 0x%x, offset = 0x%x fail\r\n", dfd::kBoardE2promAddr,
                 kDbA1Offset);

@@ -52,7 +52,7 @@ int dfd_get_card_vol(int slot, int channel, int *voltage) {
     if (voltage == nullptr) {
         return DFD_ERR;
     }
-    // A negative code is stored as well: callers look at either.
+    // A negative code is stored too: some callers check the result, some the value.
     *voltage = sdd_get_card_vol(slot, channel);
     return *voltage;
 }
