@@ -23,7 +23,7 @@ using HeaderBytes = uint8_t[DFD_FRU_HEADER_SIZE + 1];
 // The area length byte of the product info area.
 int read_area_length(const E2prom &e2prom, const uint8_t *hdr, uint8_t *blocks) {
     const int area_at = hdr[kProductOffsetAt] * kBlockBytes;
-    if (e2prom.read(area_at + kAreaLengthAt, {blocks, 1}) != DFD_OK) {
+    if (e2prom.load(area_at + kAreaLengthAt, {blocks, 1}) != DFD_OK) {
         LOG_ERR_IN(e2prom.func,
                    "read eeprom info product_offset(dev: %s, addr: %02x, product offset:%d).\n",
                    e2prom.dev, e2prom.addr, hdr[kProductOffsetAt]);
@@ -38,7 +38,7 @@ int read_area(const E2prom &e2prom, int area_at, HeapBytes &area) {
                    static_cast<int>(area.span().size()));
         return DFD_ERR_NO_MEMORY;
     }
-    const int rv = e2prom.read(area_at, area.span());
+    const int rv = e2prom.load(area_at, area.span());
     if (rv != DFD_OK) {
         LOG_ERR_IN(e2prom.func, "Get FRU data error.\n");
     }
@@ -171,7 +171,7 @@ int dfd_set_fan_info_fru(const char *dev, uint16_t addr, const char *sn, const c
     }
     // Changed or not, the area is written back: a text that does not fit is not reported.
     ipmi_fru_sn_hw_updata(area.data(), capacity, area_len, given(sn), given(hw), offsets);
-    return e2prom.write(area_at, area.span()) == DFD_OK ? DFD_OK : DFD_ERR;
+    return e2prom.store(area_at, area.span()) == DFD_OK ? DFD_OK : DFD_ERR;
 }
 
 int dfd_set_card_info_fru(const char *dev, uint16_t addr, const char *sn, const char *hw) {

@@ -28,7 +28,7 @@ using dfd::E2prom;
 using FanRecord = uint8_t[kFanBytes];
 
 int read_fan_record(const E2prom &e2prom, FanRecord &record) {
-    const int rv = e2prom.read(0, record);
+    const int rv = e2prom.load(0, record);
     if (rv != DFD_OK) {
         LOG_ERR_IN(e2prom.func, "Read fan eeprom error(dev: %s, addr: %02x).\n",
                    dfd::shown(e2prom.dev), e2prom.addr);
@@ -85,7 +85,7 @@ int put_fan_version(const char *func, const char *hw, FanRecord &record) {
 }
 
 int write_back(const E2prom &e2prom, int offset, std::span<const uint8_t> bytes) {
-    const int rv = e2prom.write(offset, bytes);
+    const int rv = e2prom.store(offset, bytes);
     if (rv != DFD_OK) {
         LOG_ERR_IN(e2prom.func, "Write e2prom error:%d\n", rv);
         return DFD_ERR;
@@ -109,7 +109,7 @@ void deliver_fan_version(const FanRecord &record, void *buf, int *len) {
 
 int get_power_name(const E2prom &e2prom, int offset, void *buf, int *len) {
     uint8_t name[kPowerNameBytes] = {};
-    const int rv = e2prom.read(offset, name);
+    const int rv = e2prom.load(offset, name);
     if (rv != DFD_OK) {
         LOG_ERR_IN(e2prom.func, "Read power eeprom name error(dev: %s, addr: %02x, offset:%02x).\n",
                    dfd::shown(e2prom.dev), e2prom.addr, offset);
@@ -122,7 +122,7 @@ int get_power_name(const E2prom &e2prom, int offset, void *buf, int *len) {
 
 int get_power_version(const E2prom &e2prom, int offset, void *buf, int *len) {
     uint8_t digits[kVersionDigits] = {};
-    const int rv = e2prom.read(offset, digits);
+    const int rv = e2prom.load(offset, digits);
     if (rv != DFD_OK) {
         LOG_ERR_IN(e2prom.func, "Read power eeprom hw error(dev: %s, addr: %02x, offset:%02x).\n",
                    dfd::shown(e2prom.dev), e2prom.addr, offset);
@@ -207,7 +207,7 @@ int dfd_set_power_info_legacy(const char *dev, uint16_t addr, int offset, const 
     }
     const E2prom e2prom = {__func__, dev, addr};
     uint8_t stored[kVersionDigits] = {};
-    if (const int rv = e2prom.read(offset, stored); rv != DFD_OK) {
+    if (const int rv = e2prom.load(offset, stored); rv != DFD_OK) {
         LOG_ERR("Read power eeprom error(dev: %s, addr: %02x, offset: %02x).\n", dfd::shown(dev),
                 addr, offset);
         return rv;

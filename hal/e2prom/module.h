@@ -20,10 +20,10 @@ struct E2prom {
     const char *dev;
     uint16_t addr;
 
-    int read(int offset, std::span<uint8_t> bytes) const {
+    int load(int offset, std::span<uint8_t> bytes) const {
         return dfd_read_e2prom(dev, addr, offset, bytes.data(), static_cast<int>(bytes.size()));
     }
-    int write(int offset, std::span<const uint8_t> bytes) const {
+    int store(int offset, std::span<const uint8_t> bytes) const {
         return dfd_write_e2prom(dev, addr, offset, bytes.data(), static_cast<int>(bytes.size()));
     }
 };

@@ -13,7 +13,7 @@ using dfd::tlv::Entry;
 using dfd::tlv::Header;
 
 int read_data_area(const E2prom &e2prom, const Header &header, std::span<uint8_t> data) {
-    const int rv = e2prom.read(header.size(), data);
+    const int rv = e2prom.load(header.size(), data);
     if (rv != DFD_OK) {
         LOG_ERR_IN(e2prom.func, "Get TLV data error.\n");
     }
@@ -65,7 +65,7 @@ int write_checksum(const E2prom &e2prom, const Header &header, std::span<const u
     const uint32_t sum = dfd::tlv::sum_of(header_bytes) + dfd::tlv::sum_of(data);
     const uint8_t checksum[dfd::tlv::kChecksumSize] = {static_cast<uint8_t>(sum >> 8),
                                                        static_cast<uint8_t>(sum)};
-    return e2prom.write(header.size() + header.length(), checksum);
+    return e2prom.store(header.size() + header.length(), checksum);
 }
 
 }  // namespace
@@ -177,7 +177,7 @@ int dfd_set_fan_info_tlv(const char *dev, uint16_t addr, const char *sn, const c
         return rv;
     }
     replace_entries(data.span(), sn, hw);
-    if (e2prom.write(header.size(), data.span()) != DFD_OK) {
+    if (e2prom.store(header.size(), data.span()) != DFD_OK) {
         return DFD_ERR;
     }
     return write_checksum(e2prom, header, data.span());
