@@ -32,6 +32,23 @@ struct EngineCall {
     bool has_processor;  // of the caller; otherwise the engine interprets alone
 };
 
+// Why the engine does not do a request, reported where it logs the same.
+enum class Refusal {
+    none,
+    bit_offset,
+    number_len,
+    number_format,
+    write_format,
+    text_write,
+    read_mode,  // of a buffer
+    write_mode,
+    buffer,  // its format or length, or the caller's room
+    no_processor,
+    not_processed,  // by the caller's conversion
+    source,
+    file_write
+};
+
 }  // namespace dfd::watch
 
 #ifdef DFD_WATCHED
@@ -101,6 +118,7 @@ struct Hooks {
     void (*converted)(void *context, const dfd_list_head_t &list, const char *text, uint32_t number,
                       const val_convert_node_t *found) = nullptr;
     void (*engine_begin)(void *context, const EngineCall &call) = nullptr;
+    void (*refused)(void *context, Refusal refusal) = nullptr;
     // `value` is valid for results that deliver one.
     void (*engine_end)(void *context, const EngineCall &call, int result, uint32_t value) = nullptr;
 

@@ -33,6 +33,7 @@ const info_ctrl_t *find_info_ctrl(uint32_t key) {
 
 using dfd::word_of;
 using dfd::watch::Op;
+using dfd::watch::Refusal;
 
 const char *src_of(const info_ctrl_t &ctrl) {
     return word_of(info_src_str, ctrl.src);
@@ -59,6 +60,7 @@ int check_bit_offset(const Access &access) {
     if (access.ctrl.bit_offset <= kMaxBitOffset) {
         return DFD_OK;
     }
+    DFD_WATCH(refused, Refusal::bit_offset);
     LOG_ERR_IN(access.func, "info ctrl[key=0x%08x] bit_offsest[%d] invalid\r\n", access.key,
                access.ctrl.bit_offset);
     return DFD_ERR_UNUSABLE;
@@ -68,6 +70,7 @@ int check_number_len(const Access &access) {
     if (access.ctrl.len >= 1 && access.ctrl.len <= kMaxNumberBytes) {
         return DFD_OK;
     }
+    DFD_WATCH(refused, Refusal::number_len);
     LOG_ERR_IN(access.func, "info ctrl[key=0x%08x] len[%d] invalid\r\n", access.key,
                access.ctrl.len);
     return DFD_ERR_UNUSABLE;
@@ -89,6 +92,7 @@ int number_read_len(const Access &access) {
             return rv == DFD_OK ? static_cast<int>(access.ctrl.len) : rv;
         }
         default:
+            DFD_WATCH(refused, Refusal::number_format);
             LOG_ERR_IN(access.func, "info ctrl[key=0x%08x]  format[%d] error\r\n", access.key,
                        access.ctrl.frmt);
             return DFD_ERR_UNUSABLE;
@@ -104,6 +108,7 @@ int field_value(const Access &access, uint8_t byte, dfd_info_num_proc_t proc, in
     }
     const int rv = proc(&field, 1, value);
     if (rv < 0) {
+        DFD_WATCH(refused, Refusal::not_processed);
         LOG_ERR_IN(access.func, "info ctrl[key=0x%08x] bit process fail, rv=%d\r\n", access.key,
                    rv);
         return rv;
@@ -114,12 +119,14 @@ int field_value(const Access &access, uint8_t byte, dfd_info_num_proc_t proc, in
 int processed_value(const Access &access, uint8_t *bytes, int len, dfd_info_num_proc_t proc,
                     int *value) {
     if (proc == nullptr) {
+        DFD_WATCH(refused, Refusal::no_processor);
         LOG_ERR_IN(access.func, "info ctrl[key=0x%08x] number buf process function is null\r\n",
                    access.key);
         return DFD_ERR_ARG;
     }
     const int rv = proc(bytes, len, value);
     if (rv < 0) {
+        DFD_WATCH(refused, Refusal::not_processed);
         LOG_ERR_IN(access.func, "info ctrl[key=0x%08x] number buf process fail, rv=%d\r\n",
                    access.key, rv);
         return rv;
@@ -220,6 +227,7 @@ int deliver(const Access &access, std::span<const uint8_t> raw, void *buf, uint3
     int len = static_cast<int>(std::min(buf_len, uint32_t{INT_MAX}));
     const int rv = proc(raw.data(), static_cast<int>(raw.size()), buf, &len);
     if (rv < 0) {
+        DFD_WATCH(refused, Refusal::not_processed);
         LOG_ERR_IN(access.func, "info ctrl[key=0x%08x] buf process fail, rv=%d\r\n", access.key,
                    rv);
         return DFD_ERR_NOT_SUPPORTED;
@@ -247,12 +255,14 @@ int transfer_buf(const Access &access, void *buf, uint32_t buf_len, dfd_info_buf
 int execute_get_buf(const Access &access, void *buf, uint32_t buf_len, dfd_info_buf_proc_t proc) {
     const info_ctrl_t &ctrl = access.ctrl;
     if (ctrl.mode != INFO_CTRL_MODE_CONFIG) {
+        DFD_WATCH(refused, Refusal::read_mode);
         LOG_ERR_IN(access.func, "info ctrl[key=0x%08x] mode[%d] invalid\r\n", access.key,
                    ctrl.mode);
         return DFD_ERR_UNUSABLE;
     }
     if (ctrl.frmt != INFO_FRMT_BUF || ctrl.len < 1 || ctrl.len > kMaxBufferBytes ||
         buf_len < ctrl.len) {
+        DFD_WATCH(refused, Refusal::buffer);
         LOG_ERR_IN(access.func, "info ctrl[key=0x%08x] format=%d or len=%d invlaid, buf_len=%d\r\n",
                    access.key, ctrl.frmt, ctrl.len, buf_len);
         return DFD_ERR_UNUSABLE;
@@ -284,9 +294,11 @@ int prepare_write(const Access &access, uint32_t value, RegisterWrite *write) {
             *write = {static_cast<uint8_t>(value), dfd::kWholeByte};
             return check_number_len(access);
         case INFO_FRMT_NUM_STR:
+            DFD_WATCH(refused, Refusal::text_write);
             LOG_ERR_IN(access.func, "not support str int set\r\n");
             return DFD_ERR;
         default:
+            DFD_WATCH(refused, Refusal::write_format);
             LOG_ERR_IN(access.func, "info ctrl[key=0x%08x] format[%d] error\r\n", access.key,
                        ctrl.frmt);
             return DFD_ERR_UNUSABLE;
@@ -320,6 +332,7 @@ int write_int(const Access &access, uint32_t value) {
 
 int execute_set(const Access &access, uint32_t value) {
     if (access.ctrl.mode != INFO_CTRL_MODE_CONFIG) {
+        DFD_WATCH(refused, Refusal::write_mode);
         LOG_ERR_IN(access.func, "info ctrl[key=0x%08x] ctrl mode[%d] warnning\r\n", access.key,
                    access.ctrl.mode);
         return DFD_ERR_UNUSABLE;

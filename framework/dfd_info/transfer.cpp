@@ -2,6 +2,7 @@
 // Reads and writes of one source, as an info_ctrl item names it.
 #include "framework/dfd_info/bits.h"
 #include "framework/dfd_info/module.h"
+#include "framework/watch.h"
 
 int sdd_read_info_localbus(const char *path, uint32_t reg, int len, uint8_t *buf) {
     // Byte by byte: a register file has no transfers of more than one register.
@@ -47,6 +48,7 @@ int dfd_read_info(int src, const char *path, uint16_t addr, uint32_t reg, int le
         case INFO_SRC_FILE:
             return sdd_device_read(path, static_cast<int>(reg), buf, len);
         default:
+            DFD_WATCH(refused, dfd::watch::Refusal::source);
             LOG_ERR("info src[%d] error\r\n", src);
             return DFD_ERR;
     }
@@ -76,9 +78,11 @@ int dfd_write_info(int src, const char *path, uint16_t addr, uint32_t reg, int l
         case INFO_SRC_I2C:
             return write_info_i2c(__func__, path, addr, reg, len, value);
         case INFO_SRC_FILE:
+            DFD_WATCH(refused, dfd::watch::Refusal::file_write);
             LOG_ERR("not support write info to file\r\n");
             return DFD_ERR;
         default:
+            DFD_WATCH(refused, dfd::watch::Refusal::source);
             LOG_ERR("info src[%d] error\r\n", src);
             return DFD_ERR;
     }

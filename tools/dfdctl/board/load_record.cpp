@@ -78,6 +78,18 @@ std::string problem_of(const SourceLine &line) {
     return is_number_missing(line) ? "no value behind '='" : "";
 }
 
+const SourceLine *LoadRecord::line_of(std::uint32_t key, int member) const {
+    const auto found = origins.find(key);
+    if (found == origins.end()) {
+        return nullptr;
+    }
+    const auto &setting = found->second;
+    const auto last =
+        std::find_if(setting.rbegin(), setting.rend(),
+                     [member](const Origin &origin) { return origin.member == member; });
+    return last != setting.rend() ? &lines[last->source] : nullptr;
+}
+
 std::string LoadRecord::origin_of(std::uint32_t key) const {
     const auto found = origins.find(key);
     if (found == origins.end()) {

@@ -10,9 +10,25 @@
 #include <string_view>
 #include <vector>
 
+#include "dfdctl/board/keys.hpp"
 #include "framework/watch.h"
 
 namespace dfdctl {
+
+/// Members of info_ctrl, in the order of info_ctrl_mem_str.
+enum CtrlMember {
+    kMode,
+    kIntCons,
+    kSrc,
+    kFrmt,
+    kPola,
+    kFpath,
+    kAddr,
+    kRegOffset,
+    kLen,
+    kBitOffset,
+    kCtrlMembers
+};
 
 enum class FileRole { card_pid, listed, chassis };
 
@@ -75,6 +91,8 @@ struct LoadRecord {
 
     /// Where an item was set: "cm8_fans.cfg:41-47"; the last file that set it counts.
     std::string origin_of(std::uint32_t key) const;
+    /// The line that set a member last, or null; dfd::watch::kNoMember of items without members.
+    const SourceLine *line_of(std::uint32_t key, int member) const;
 };
 
 /// Configuration files, and their names, may hold anything; what a terminal gets is text.

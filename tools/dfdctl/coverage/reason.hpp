@@ -7,9 +7,6 @@
 
 namespace dfdctl::coverage {
 
-/// Why the engine did not execute an item, from its log and the item's description.
-std::string engine_reason(std::uint32_t key, int code, const std::string &log);
-
 /// Why a function stopped behind an item that the engine had nothing against.
 std::string function_reason(std::uint32_t key, int code);
 

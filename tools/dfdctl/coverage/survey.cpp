@@ -7,6 +7,7 @@
 
 #include "dfdctl/board/keys.hpp"
 #include "dfdctl/coverage/reason.hpp"
+#include "dfdctl/observe/refusal.hpp"
 
 namespace dfdctl::coverage {
 
@@ -132,7 +133,7 @@ class Judge {
                 const bool is_refused = event.kind == Event::Kind::engine && event.result < 0 &&
                                         !is_led(event) && !misses_within(run.seen, i);
                 if (is_refused && !worked_once(event)) {
-                    refuse(event.key, event.result, reason_of(run.answers, event));
+                    refuse_item(event);
                     return true;
                 }
             }
@@ -140,16 +141,15 @@ class Judge {
         return false;
     }
 
-    std::string reason_of(const Answers &answers, const Event &refused) const {
-        const Observation again =
-            observer_.observe(*cell_.call, cell_.args, answers, observe::Log::open);
-        for (const Event &event : again.events) {
-            if (event.kind == Event::Kind::engine && event.key == refused.key &&
-                event.op == refused.op && event.result == refused.result) {
-                return engine_reason(refused.key, refused.result, event.text);
-            }
+    void refuse_item(const Event &event) {
+        const auto reason =
+            observe::reason_of(observer_.startup(), item_of_key(event.key), event.refusal);
+        if (reason.has_value()) {
+            refuse(event.key, event.result, reason->member, reason->text);
+        } else {
+            refuse(event.key, event.result, dfd::watch::kNoMember,
+                   fmt::format("the library refuses it: {}", code_word(event.result)));
         }
-        return engine_reason(refused.key, refused.result, {});
     }
 
     /// The answered buses take any path, the system does not.
@@ -162,7 +162,7 @@ class Judge {
             const bool is_transfer =
                 event.kind == Event::Kind::transfer && event.via != Via::file_exists;
             if (is_transfer && event.text.empty() && key != 0) {
-                refuse(key, DFD_ERR_IO, ".fpath is missing: there is nothing to open");
+                refuse(key, DFD_ERR_IO, kFpath, ".fpath is missing: there is nothing to open");
                 return true;
             }
         }
@@ -178,15 +178,16 @@ class Judge {
             if (is_left && std::none_of(event, events.end(), [](const Event &later) {
                     return later.kind == Event::Kind::transfer;
                 })) {
-                refuse(event->key, event->result, no_eeprom_reason(event->key));
+                refuse(event->key, event->result, kMode, no_eeprom_reason(event->key));
                 return true;
             }
         }
         return false;
     }
 
-    void refuse(std::uint32_t key, int code, std::string reason) {
-        cell_.refusal = Refusal{.key = key, .code = code, .reason = std::move(reason)};
+    void refuse(std::uint32_t key, int code, int member, std::string reason) {
+        cell_.refusal =
+            Refusal{.key = key, .code = code, .member = member, .reason = std::move(reason)};
     }
 
     /// Whether some run has found what this event misses, if only for another value.
@@ -296,7 +297,8 @@ class Judge {
             return;
         }
         cell_.state = State::unusable;
-        refuse(last->key, cell_.result, function_reason(last->key, cell_.result));
+        refuse(last->key, cell_.result, dfd::watch::kNoMember,
+               function_reason(last->key, cell_.result));
     }
 
     const observe::Observer &observer_;

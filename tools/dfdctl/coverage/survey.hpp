@@ -19,6 +19,7 @@ enum class State : std::uint8_t {
 struct Refusal {
     std::uint32_t key;
     int code;
+    int member;  ///< that it is about; dfd::watch::kNoMember: all of it
     std::string reason;
 
     bool operator==(const Refusal &) const = default;

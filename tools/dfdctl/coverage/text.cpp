@@ -208,23 +208,15 @@ std::string plural(std::uint64_t count, std::string_view noun) {
     return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
-/// File and line of the member that a reason begins with, else of the item's first line.
+/// File and line of the member that a reason is about, else of the item's first line.
 std::string place_of(const Refusal &refusal, const Report &report) {
     const auto lines = report.log.origins.find(refusal.key);
     if (lines == report.log.origins.end()) {
         return report.place.root;
     }
-    const std::string member = refusal.reason.substr(0, refusal.reason.find(' '));
-    const Origin *place = &lines->second.front();
-    for (const Origin &origin : lines->second) {
-        const std::string &name = report.log.lines[origin.source].name;
-        const bool is_whole = origin.member == dfd::watch::kNoMember;
-        if (is_whole || (member.starts_with('.') && name.find(member) != std::string::npos)) {
-            place = &origin;  // the last one counts
-        }
-    }
-    return fmt::format("{}{}:{}", report.place.root, report.log.files[place->file].path,
-                       place->line);
+    const SourceLine *line = report.log.line_of(refusal.key, refusal.member);
+    line = line != nullptr ? line : &report.log.lines[lines->second.front().source];
+    return fmt::format("{}{}:{}", report.place.root, report.log.files[line->file].path, line->line);
 }
 
 /// "drv_set_led(0, 0, 0) and 6 more", by function.

@@ -226,7 +226,8 @@ class Session {
     int item() {
         const Item item = parse_item(arguments_.name, arguments_.words);
         const observe::BoardUse board = observe::observe_board(observer_, units_);
-        explain::ItemExplanation explanation{item, explain::consumers_of(board, item), nullptr};
+        explain::ItemExplanation explanation{item, explain::consumers_of(board, item, log_),
+                                             nullptr};
         std::optional<Explanation> reading;
         if (is_readable(item) && (arguments_.reads || !arguments_.answers.empty())) {
             reading = read(item, board);

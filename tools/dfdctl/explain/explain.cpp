@@ -7,6 +7,7 @@
 #include <array>
 
 #include "dfdctl/board/facts.hpp"
+#include "dfdctl/observe/refusal.hpp"
 
 #include <fmt/format.h>
 
@@ -74,14 +75,18 @@ std::string_view how_of(const observe::Use &use) {
     return use.op == dfd::watch::Op::set_int ? "writes" : "reads";
 }
 
-Consumer consumer_of(const observe::Use &use, bool is_exact) {
+Consumer consumer_of(const observe::Use &use, const Item &item, const LoadRecord &log,
+                     bool is_exact) {
     const bool refused = use.is_read && !use.worked && use.refused != 0;
+    const auto reason = observe::reason_of(log, item, use.refusal);
     return {.call = use.call,
             .args = use.args,
             .is_exact = is_exact,
             .how = how_of(use),
             .worked = !refused,
-            .refusal = refused ? use.reason : std::string()};
+            .refusal = refused ? (reason.has_value() ? reason->text
+                                                     : std::string(code_meaning(use.refused)))
+                               : std::string()};
 }
 
 }  // namespace
@@ -290,12 +295,13 @@ Explanation explain_call(const observe::Observer &observer, const observe::Units
     return result;
 }
 
-std::vector<Consumer> consumers_of(const observe::BoardUse &board, const Item &item) {
+std::vector<Consumer> consumers_of(const observe::BoardUse &board, const Item &item,
+                                   const LoadRecord &log) {
     std::vector<Consumer> consumers;
     const auto exact = board.keys.find(item.key());
     if (exact != board.keys.end()) {
         for (const observe::Use &use : exact->second) {
-            consumers.push_back(consumer_of(use, true));
+            consumers.push_back(consumer_of(use, item, log, true));
         }
         return consumers;
     }
@@ -306,7 +312,7 @@ std::vector<Consumer> consumers_of(const observe::BoardUse &board, const Item &i
     for (const auto &[key, uses] : board.keys) {
         for (const observe::Use &use : uses) {
             if (DFD_KEY_TYPE(key) == item.type->type && !is_known(use.call)) {
-                consumers.push_back(consumer_of(use, false));
+                consumers.push_back(consumer_of(use, item_of_key(key), log, false));
             }
         }
     }

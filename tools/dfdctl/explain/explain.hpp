@@ -98,6 +98,7 @@ struct Consumer {
     bool worked = true;
     std::string refusal = {};  ///< why the engine cannot do it
 };
-std::vector<Consumer> consumers_of(const observe::BoardUse &board, const Item &item);
+std::vector<Consumer> consumers_of(const observe::BoardUse &board, const Item &item,
+                                   const LoadRecord &log);
 
 }  // namespace dfdctl::explain

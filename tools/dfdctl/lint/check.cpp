@@ -148,18 +148,6 @@ void Check::at_value(std::string_view rule, const SourceLine &line, std::string 
     at_byte(rule, line, value_byte(line), std::move(text));
 }
 
-const SourceLine *Check::line_of(std::uint32_t key, int member) const {
-    const auto found = log_.origins.find(key);
-    if (found == log_.origins.end()) {
-        return nullptr;
-    }
-    const auto &origins = found->second;
-    const auto last =
-        std::find_if(origins.rbegin(), origins.rend(),
-                     [member](const Origin &origin) { return origin.member == member; });
-    return last != origins.rend() ? &log_.lines[last->source] : nullptr;
-}
-
 void Check::at_member(std::string_view rule, std::uint32_t key, int member, std::string text) {
     const SourceLine *const line = line_of(key, member);
     if (line != nullptr) {

@@ -8,6 +8,7 @@
 #include <array>
 
 #include "dfdctl/lint/uses.hpp"
+#include "dfdctl/observe/refusal.hpp"
 
 #include <fmt/format.h>
 
@@ -17,62 +18,6 @@ namespace {
 
 using dfd::watch::Op;
 using observe::Use;
-
-/// What the engine means by a message, and the member that it is about.
-struct Meaning {
-    std::string_view message;
-    CtrlMember member;
-    std::string_view text;
-};
-
-constexpr std::array kMeanings = {
-    Meaning{"bit_offsest[", kBitOffset, "a bit field begins at bit 0 to 7"},
-    Meaning{"] len[", kLen, "a number has 1 to 31 bytes"},
-    Meaning{"]  format[", kFrmt, "a number is bit, byte, num_bytes, num_str or num_buf"},
-    Meaning{"] format[", kFrmt, "only bit, byte, num_bytes and num_buf can be written"},
-    Meaning{"] ctrl mode[", kMode, "only mode config can be written"},
-    Meaning{"] mode[", kMode,
-            "bytes and texts are read in mode config, or from an EEPROM in a layout that the "
-            "function knows"},
-    Meaning{"process function is null", kFrmt,
-            "the function does not convert bytes itself: write bit, byte, num_bytes or num_str"},
-    Meaning{", error.", kLen, "the function cannot convert this number of bytes"},
-    Meaning{"process fail", kLen, "the function cannot convert this number of bytes"},
-    Meaning{"not support str int set", kFrmt, "a text cannot be written"},
-    Meaning{"write info to file", kSrc, "a file cannot be written"},
-    Meaning{"info src[", kSrc, "a source is localbus, i2c or file"},
-};
-
-constexpr std::string_view kBufferMessage = "] format=";
-
-/// One message is about the format and the length of a buffer.
-Meaning meaning_of_buffer(const info_ctrl_t &ctrl) {
-    constexpr std::uint32_t kMaxBytes = 255;
-    if (ctrl.frmt != INFO_FRMT_BUF) {
-        return {{}, kFrmt, "the function takes bytes: write .frmt=buf"};
-    }
-    return ctrl.len >= 1 && ctrl.len <= kMaxBytes
-               ? Meaning{{}, kLen, "the function has room for fewer bytes"}
-               : Meaning{{}, kLen, "a buffer has 1 to 255 bytes"};
-}
-
-std::optional<Meaning> meaning_of(const Item &item, const std::string &message) {
-    if (message.find(kBufferMessage) != std::string::npos) {
-        return meaning_of_buffer(*record_of<info_ctrl_t>(item));
-    }
-    const auto *const found = std::find_if(
-        kMeanings.begin(), kMeanings.end(),
-        [&](const Meaning &meaning) { return message.find(meaning.message) != std::string::npos; });
-    return found != kMeanings.end() ? std::optional(*found) : std::nullopt;
-}
-
-/// ".len is '40'", "there is no .len".
-std::string state_of(const Check &check, const Item &item, CtrlMember member) {
-    const std::string_view name = info_ctrl_mem_str[member];
-    const SourceLine *line = check.line_of(item.key(), member);
-    return line != nullptr ? fmt::format("{} is '{}'", name, line->value)
-                           : fmt::format("there is no {}", name);
-}
 
 /// "drv_get_power_sn and 2 more"; the driver's own functions first.
 std::string names_of(std::span<const Use> uses, bool (*counts)(const Use &)) {
@@ -97,7 +42,7 @@ void check_readers(Check &check, const Item &item, std::span<const Use> uses) {
         std::ranges::any_of(uses, [](const Use &use) { return is_read(use) && use.worked; })) {
         return;
     }
-    if (const auto why = explain_refusal(check, item, refusal->reason)) {
+    if (const auto why = observe::reason_of(check.log(), item, refusal->refusal)) {
         check.at_member("item-unusable", item.key(), why->member,
                         fmt::format("{} is of no use to {} ({}): {}", as_written(item),
                                     names_of(uses, is_read), refusal->refused, why->text));
@@ -156,17 +101,6 @@ bool is_asked(const Uses &uses, std::uint32_t key) {
 }
 
 }  // namespace
-
-std::optional<Refusal> explain_refusal(const Check &check, const Item &item,
-                                       const std::string &message) {
-    const std::optional<Meaning> meaning = meaning_of(item, message);
-    if (!meaning) {
-        return std::nullopt;
-    }
-    return Refusal{
-        meaning->member,
-        fmt::format("{}, but {}", state_of(check, item, meaning->member), meaning->text)};
-}
 
 void check_consumers(Check &check, const std::set<std::uint32_t> &refused) {
     for (const Item &item : configured(check, Kind::info_ctrl)) {

@@ -12,13 +12,15 @@
 #include "dfdctl/lint/consumers.hpp"
 #include "dfdctl/lint/survey.hpp"
 #include "dfdctl/lint/uses.hpp"
-#include "dfdctl/observe/recorder.hpp"
+#include "dfdctl/observe/refusal.hpp"
 
 #include <fmt/format.h>
 
 namespace dfdctl::lint {
 
 namespace {
+
+using dfd::watch::Refusal;
 
 constexpr std::uint32_t kMaxBytes = 255;
 constexpr std::uint32_t kIntegerBytes = 4;
@@ -32,7 +34,7 @@ int convert(std::uint8_t * /*bytes*/, int /*count*/, int *value) {
     return DFD_OK;
 }
 
-/// The engine with every transfer answered, and what it says when it refuses.
+/// The engine with every transfer answered, and why it refuses.
 class Engine {
   public:
     Engine() : watching_(hooks_) {
@@ -43,30 +45,33 @@ class Engine {
             *result = static_cast<int>(transfer.len);
             return true;
         };
+        hooks_.context = this;
+        hooks_.refused = [](void *context, Refusal refusal) {
+            Refusal &first = static_cast<Engine *>(context)->refusal_;
+            first = first == Refusal::none ? refusal : first;
+        };
         hooks_.pause = [](void * /*context*/, unsigned /*us*/) { return true; };
-        dfd_debug = DFD_DEBUG_ERR;  // the capture puts it back
     }
 
     bool reads_number(std::uint32_t key) {
-        begin_ = log_.size();
+        refusal_ = Refusal::none;
         int value = 0;
         return dfd_info_get_int(key, &value, convert) >= DFD_OK;
     }
     bool reads_buffer(std::uint32_t key) {
-        begin_ = log_.size();
+        refusal_ = Refusal::none;
         std::array<char, kMaxBytes> buffer{};
         return dfd_info_get_buf(key, buffer.data(), kMaxBytes, nullptr) >= DFD_OK;
     }
     bool writes(std::uint32_t key) {
-        begin_ = log_.size();
+        refusal_ = Refusal::none;
         return dfd_info_set_int(key, 0) >= DFD_OK;
     }
     /// Of the last call.
-    std::string said() const { return log_.text(begin_); }
+    Refusal refusal() const { return refusal_; }
 
   private:
-    observe::LogCapture log_;
-    std::size_t begin_ = 0;
+    Refusal refusal_ = Refusal::none;
     dfd::watch::Hooks hooks_;
     Watching watching_;
 };
@@ -87,12 +92,11 @@ struct Seen {
 };
 
 void add_refusal(Check &check, const Seen &seen, std::string_view rule, std::string_view verdict,
-                 const std::string &said) {
-    const Refusal refusal =
-        explain_refusal(check, seen.item, said)
-            .value_or(Refusal{kMode, fmt::format("the library says '{}'", said)});
-    check.at_member(rule, seen.item.key(), refusal.member,
-                    fmt::format("{} {}: {}", as_written(seen.item), verdict, refusal.text));
+                 Refusal refusal) {
+    const observe::Reason reason = observe::reason_of(check.log(), seen.item, refusal)
+                                       .value_or(observe::Reason{kMode, "the library fails"});
+    check.at_member(rule, seen.item.key(), reason.member,
+                    fmt::format("{} {}: {}", as_written(seen.item), verdict, reason.text));
 }
 
 /// Whether the engine takes the item at all.
@@ -100,13 +104,13 @@ bool try_engine(Check &check, Engine &engine, const Seen &seen) {
     const std::uint32_t key = seen.item.key();
     const bool is_buffer = seen.ctrl.frmt == INFO_FRMT_BUF;
     const bool writes = engine.writes(key);
-    const std::string write_said = writes ? "" : engine.said();
+    const Refusal of_write = engine.refusal();
     if (!writes && !(is_buffer ? engine.reads_buffer(key) : engine.reads_number(key))) {
-        add_refusal(check, seen, "item-refused", "can never be read", engine.said());
+        add_refusal(check, seen, "item-refused", "can never be read", engine.refusal());
         return false;
     }
     if (!writes && seen.is_written()) {
-        add_refusal(check, seen, "write-refused", "can never be written", write_said);
+        add_refusal(check, seen, "write-refused", "can never be written", of_write);
     }
     return true;
 }

@@ -76,7 +76,9 @@ class Check {
     void at_file(std::string_view rule, std::string_view path, int line, std::string text);
 
     /// The line that set a member last, or null.
-    const SourceLine *line_of(std::uint32_t key, int member) const;
+    const SourceLine *line_of(std::uint32_t key, int member) const {
+        return log_.line_of(key, member);
+    }
     /// "cm8_fans.cfg:41", for texts that name another line.
     std::string place(const SourceLine &line) const;
 

@@ -13,21 +13,6 @@
 
 namespace dfdctl::lint {
 
-/// Members of info_ctrl, in the order of info_ctrl_mem_str.
-enum CtrlMember {
-    kMode,
-    kIntCons,
-    kSrc,
-    kFrmt,
-    kPola,
-    kFpath,
-    kAddr,
-    kRegOffset,
-    kLen,
-    kBitOffset,
-    kCtrlMembers
-};
-
 /// Member of i2c_dev.
 inline constexpr int kDevBus = 0;
 inline constexpr int kDevAddr = 1;

@@ -85,18 +85,6 @@ void vary(Finding &finding, const Answers &given) {
     }
 }
 
-std::string reason_of(const Observer &observer, const CallUse &call, const Answers &answers,
-                      const Event &refusal) {
-    const Observation again = observer.observe(*call.call, call.args, answers, Log::open);
-    for (const Event &event : again.events) {
-        if (event.kind == Event::Kind::engine && event.key == refusal.key &&
-            event.op == refusal.op && event.result == refusal.result) {
-            return log_message(event.text);
-        }
-    }
-    return {};
-}
-
 /// The use of a key by a call, made where there is none. A key that is read counts as that, not
 /// also as looked at.
 Use &use_of(std::vector<Use> &uses, const CallUse &call, const Event &event) {
@@ -120,7 +108,7 @@ void note_list(BoardUse &board, const Call *call, std::uint32_t type) {
     }
 }
 
-void note_run(BoardUse &board, const Observer &observer, const CallUse &call, const Run &run) {
+void note_run(BoardUse &board, const CallUse &call, const Run &run) {
     for (const Event &event : run.seen.events) {
         if (event.kind == Event::Kind::conversion) {
             note_list(board, call.call, list_type(event.list));
@@ -135,7 +123,9 @@ void note_run(BoardUse &board, const Observer &observer, const CallUse &call, co
         use.worked = use.worked || event.result >= 0;
         if (event.result < 0 && use.refused == 0) {
             use.refused = event.result;
-            use.reason = reason_of(observer, call, run.answers, event);
+            // A value that a conversion table does not have tells nothing of the description.
+            use.refusal =
+                event.result == DFD_ERR_NOT_SUPPORTED ? dfd::watch::Refusal::none : event.refusal;
         }
     }
 }
@@ -212,7 +202,7 @@ BoardUse observe_board(const Observer &observer, const Units &units) {
             const Exploration found = explore(observer, units, call, args);
             board.calls.push_back({&call, args, found.keys(), found.works(), found.code()});
             for (const Run &run : found.runs) {
-                note_run(board, observer, board.calls.back(), run);
+                note_run(board, board.calls.back(), run);
             }
         }
     }

@@ -43,10 +43,10 @@ struct Use {
     Args args;             ///< of the first call that asked
     bool is_read = false;  ///< asked of the engine; otherwise only the record was looked at
     dfd::watch::Op op = {};
-    bool has_processor = false;  ///< the function converts the bytes itself
-    bool worked = false;         ///< the engine did it at least once
-    int refused = 0;             ///< negative code of the engine although everything answered
-    std::string reason = {};     ///< what the library's log says of that
+    bool has_processor = false;        ///< the function converts the bytes itself
+    bool worked = false;               ///< the engine did it at least once
+    int refused = 0;                   ///< negative code of the engine although everything answered
+    dfd::watch::Refusal refusal = {};  ///< why
 };
 
 /// A call with its arguments.

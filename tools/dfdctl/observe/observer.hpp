@@ -27,6 +27,7 @@ struct Event {
     dfd::watch::Op op = {};
     std::uint32_t argument = 0;
     bool has_processor = false;
+    dfd::watch::Refusal refusal = {};
     std::uint32_t value = 0;  ///< of an engine call; type or level of a conversion
     // engine, transfer: as the library got it
     int result = 0;

@@ -91,6 +91,13 @@ Recorder::Recorder(const Answers &answers, const Plausible &plausible, const Log
         }
         recorder.log_at_ = recorder.log_ != nullptr ? recorder.log_->size() : 0;
     };
+    hooks_.refused = [](void *context, dfd::watch::Refusal refusal) {
+        Recorder &recorder = self(context);
+        if (recorder.engine_ != kOutside) {
+            auto &first = recorder.seen_.events[static_cast<std::size_t>(recorder.engine_)].refusal;
+            first = first == dfd::watch::Refusal::none ? refusal : first;
+        }
+    };
     hooks_.engine_end = [](void *context, const EngineCall &call, int result, std::uint32_t value) {
         self(context).engine_end(call, result, value);
     };

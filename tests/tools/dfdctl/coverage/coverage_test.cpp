@@ -140,13 +140,13 @@ TEST(Coverage, BlamesTheLineThatMakesAnItemUnusable) {
         {"fan_real_speed.len_2_1=0",
          "fan_real_speed 2 1",
          -5,
-         ".len is 0",
+         ".len is '0'",
          {"get_fan_speed", "get_fan_status", "get_fan_fail_bmp"}},
         // Behind a way through the function that ends earlier with most states of the supply.
         {"power_line_fail.bit_offset_3=9",
          "power_line_fail 3",
          -5,
-         ".bit_offset is 9",
+         ".bit_offset is '9'",
          {"get_power_status"}},
         {"power_in_current.fpath_2=",
          "power_in_current 2",
@@ -162,14 +162,14 @@ TEST(Coverage, BlamesTheLineThatMakesAnItemUnusable) {
         {"sys_power_rsupply.frmt=num_buf",
          "sys_power_rsupply",
          -8,
-         "does not interpret",
+         "does not convert bytes itself",
          {"get_sys_power_rsupply"}},
         // An item without members.
         {"irq_ctrl_num=6", "irq_ctrl_num", -1, "described (6)", {"irq_cfg_init"}},
         {"mb_alarm_led_ctrl.src=file",
          "mb_alarm_led_ctrl",
          -7,
-         "file, which cannot be written",
+         "a file cannot be written",
          {"set_led", "set_mymb_alarm_led"}},
     };
     const Board board("demo");

@@ -156,7 +156,7 @@ TEST_F(ObserverOnDemo, BoardUseKnowsReadersWritersAndLists) {
     for (const auto &[key, uses] : board.keys) {
         for (const Use &use : uses) {
             const bool refused = use.is_read && !use.worked;
-            EXPECT_FALSE(refused) << item_of_key(key).name() << ": " << use.reason;
+            EXPECT_FALSE(refused) << item_of_key(key).name() << ": " << use.refused;
         }
     }
 }
@@ -186,7 +186,7 @@ TEST(Observer, SaysWhyTheEngineRefuses) {
     const Use &use = board.keys.at(DFD_MAKE_KEY(DFD_KEY_FAN_STATE, 2, 0)).front();
     EXPECT_FALSE(use.worked);
     EXPECT_EQ(use.refused, DFD_ERR_UNUSABLE);
-    EXPECT_THAT(use.reason, testing::HasSubstr("bit_offsest[8] invalid"));
+    EXPECT_EQ(use.refusal, dfd::watch::Refusal::bit_offset);
 }
 
 }  // namespace
