@@ -232,8 +232,11 @@ int Answerer::read(const Transfer &transfer) const {
     if (in_engine_) {
         const auto &record = *static_cast<const info_ctrl_t *>(last_.record);
         const std::uint32_t index = call_.op == Op::get_int_by_index ? call_.argument : 0;
-        return deliver(item_bytes(), transfer.offset - record.reg_offset - record.len * index,
-                       transfer);
+        RawBytes raw = item_bytes();
+        if (record.src == INFO_SRC_LOCALBUS) {
+            raw.count = raw.bytes.size();  // registers do not end, as a file does
+        }
+        return deliver(raw, transfer.offset - record.reg_offset - record.len * index, transfer);
     }
     if (transfer.via == Via::i2c) {
         return deliver(eeprom(transfer), transfer.offset, transfer);
