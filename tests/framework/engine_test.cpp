@@ -287,6 +287,91 @@ TEST_F(EngineTest, SuccessIsTraced) {
               "addr=0x48 len=2 bit_offset=3 val=1] success\r\n");
 }
 
+TEST_F(EngineTest, MessagesNameTheFunctionThatWasCalled) {
+    start_items({{.frmt = "bit", .bit = 8},
+                 {.frmt = "byte", .len = 0},
+                 {.frmt = "none"},
+                 {.src = "none"},
+                 {.frmt = "num_buf"},
+                 {.frmt = "bit"},
+                 {.path = "/dev/cpld7"},
+                 {.src = "file", .path = "/tmp/bspinfo/count"},
+                 {.frmt = "num_str"},
+                 {.mode = "constant"},
+                 {.frmt = "buf"},
+                 {.src = "i2c", .path = "/dev/i2c-1"}});
+    const auto get = [](unsigned slot, dfd_info_num_proc_t proc = nullptr) {
+        int value = 0;
+        dfd_info_get_int(slot_online(slot), &value, proc);
+    };
+    const auto by_index = [](unsigned slot, dfd_info_num_proc_t proc = nullptr) {
+        int value = 0;
+        dfd_info_get_int_by_index(slot_online(slot), 0, &value, proc);
+    };
+    const auto buf = [](unsigned slot, dfd_info_buf_proc_t proc = nullptr) {
+        char text[4];
+        dfd_info_get_buf(slot_online(slot), text, 1, proc);
+    };
+    const auto set = [](unsigned slot) { dfd_info_set_int(slot_online(slot), 1); };
+    struct Row {
+        std::uint32_t gate;
+        std::function<void()> call;
+        std::string functions;
+    };
+    constexpr std::uint32_t kErr = DFD_DEBUG_ERR;
+    std::vector<Row> rows;
+    for (const bool is_indexed : {false, true}) {
+        const auto read = [=](unsigned slot, dfd_info_num_proc_t proc = nullptr) {
+            return [=] { is_indexed ? by_index(slot, proc) : get(slot, proc); };
+        };
+        const std::string own = is_indexed ? "dfd_info_get_int_by_index " : "dfd_info_get_int ";
+        rows.insert(rows.end(), {{DFD_DEBUG_WARN, read(20), own},
+                                 {kErr, read(0), own},
+                                 {kErr, read(1), own},
+                                 {kErr, read(2), own},
+                                 {kErr, read(3), "dfd_read_info " + own},
+                                 {kErr, read(4), own},
+                                 {kErr, read(4, failing_processor), own},
+                                 {kErr, read(5, failing_processor), own},
+                                 {kErr, read(6), "sdd_read_info_localbus " + own},
+                                 {kErr, read(5, sum_processor), ""},
+                                 {kErr, read(4, sum_processor), ""},
+                                 {DFD_DEBUG_VBOSE, read(5), own}});
+    }
+    int value = 0;
+    const std::uint32_t led = DFD_MAKE_KEY(DFD_KEY_MB_FE_LED_INFO, 0, 0);
+    std::uint32_t word = 0;
+    const std::string set_int = "dfd_info_set_int ";
+    rows.insert(rows.end(),
+                {{kErr, [&] { dfd_info_get_int(0, &value, nullptr); }, "dfd_info_get_int "},
+                 {kErr, [&] { dfd_info_get_int_by_index(0, 0, &value, nullptr); },
+                  "dfd_info_get_int_by_index "},
+                 {kErr, [&] { dfd_info_get_buf(0, &value, 4, nullptr); }, "dfd_info_get_buf "},
+                 {kErr, [&] { dfd_info_set_int(0, 1); }, set_int},
+                 {DFD_DEBUG_WARN, [=] { buf(20); }, "dfd_info_get_buf "},
+                 {kErr, [=] { buf(9); }, "dfd_info_get_buf "},
+                 {kErr, [=] { buf(5); }, "dfd_info_get_buf "},
+                 {kErr, [=] { buf(10, sdd_get_string_by_buf); }, "dfd_info_get_buf "},
+                 {kErr, [=] { set(20); }, set_int},
+                 {kErr, [=] { set(9); }, set_int},
+                 {kErr, [=] { set(0); }, set_int},
+                 {kErr, [=] { set(1); }, set_int},
+                 {kErr, [=] { set(8); }, set_int},
+                 {kErr, [=] { set(10); }, set_int},
+                 {kErr, [=] { set(3); }, "dfd_write_info " + set_int},
+                 {kErr, [=] { set(7); }, "dfd_write_info " + set_int},
+                 {kErr, [=] { set(11); }, "dfd_write_info "},
+                 {DFD_DEBUG_VBOSE, [=] { set(5); }, set_int},
+                 {DFD_DEBUG_WARN, [&] { dfd_get_led_info_regval(led, 0, &word); },
+                  "dfd_get_led_info_regval "},
+                 {DFD_DEBUG_WARN, [&] { dfd_get_led_info_state(led, 0, &word); },
+                  "dfd_get_led_info_state "}});
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        EXPECT_EQ(dfd_test::functions_logged_by(rows[i].gate, rows[i].call), rows[i].functions)
+            << "row " << i;
+    }
+}
+
 TEST_F(EngineTest, BuffersRawAndThroughAProcessor) {
     start_items({{.frmt = "buf", .len = 4},
                  {.src = "i2c", .frmt = "buf", .len = 6, .path = "/dev/i2c-1"},

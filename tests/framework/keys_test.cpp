@@ -176,7 +176,10 @@ TEST_F(KeysTest, OneMoreIsRefused) {
         }
     });
     for (const auto &[type, name] : kSentinels) {
-        config += std::string(name) + "=1\n" + name + ".mode=config\n";
+        config += std::string(name) + "=1\n";
+        for (const char *member : {".bus", ".mode", ".irq_flag", ".type", ".dark"}) {
+            config += std::string(name) + member + "=1\n";
+        }
     }
     write_board("TEST", "card_pid_str_0x10001_0x101=TEST\n");
     write_list(0x10001, "board\n");

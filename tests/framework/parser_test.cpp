@@ -34,9 +34,10 @@ TEST_F(ParserTest, IntegersByTheNumberRule) {
         int value;
     };
     constexpr Row kRows[] = {
-        {"4", 4},           {"08", 8},     {"-3", -3},         {"abc", 0},         {"0x", 0},
-        {"0X1f", 31},       {"0x1g", 1},   {"0xffffffff", -1}, {"12abc", 12},      {"", -1},
-        {"4294967295", -1}, {" 1 2 ", 12}, {"\t7\t8", 7},      {"0x100000001", 1}, {"=5", 0}};
+        {"010", 10},   {"0", 0},           {"0x1", 1},         {"1x1", 1}, {"4", 4},
+        {"08", 8},     {"-3", -3},         {"abc", 0},         {"0x", 0},  {"0X1f", 31},
+        {"0x1g", 1},   {"0xffffffff", -1}, {"12abc", 12},      {"", -1},   {"4294967295", -1},
+        {" 1 2 ", 12}, {"\t7\t8", 7},      {"0x100000001", 1}, {"=5", 0}};
     std::string config;
     int slot = 0;
     for (const Row &row : kRows) {
@@ -170,6 +171,37 @@ TEST_F(ParserTest, MembersOfEveryRecordKind) {
     EXPECT_EQ(irq->val0 * 100 + irq->val1 * 10 + irq->val2, 789U);
     EXPECT_EQ(item<irq_info_t>(DFD_MAKE_KEY(DFD_KEY_IRQ_INFO, 0, 0))->type, IRQ_TYPE_FE_OFFLINE);
     EXPECT_EQ(item<irq_info_t>(DFD_MAKE_KEY(DFD_KEY_IRQ_INFO, 0, 8))->type, IRQ_TYPE_UNKNOWN);
+}
+
+// Words and members as configuration files write them; the position is the number that is stored.
+TEST(Words, StandAtTheirNumbers) {
+    const auto joined = [](auto &words) {
+        std::string text;
+        for (const char *const word : words) {
+            text += std::string(word) + " ";
+        }
+        return text;
+    };
+    EXPECT_EQ(joined(info_ctrl_mode_str), "none config constant tlv fru func legacy ");
+    EXPECT_EQ(joined(info_src_str), "none localbus i2c file ");
+    EXPECT_EQ(joined(info_frmt_str), "none bit byte num_bytes num_str num_buf buf ");
+    EXPECT_EQ(joined(info_pola_str), "none positive negative ");
+    EXPECT_EQ(joined(temp_info_type_str), "none lm75 tmp411 mac ");
+    EXPECT_EQ(joined(dfd_i2c_dev_mem_str), ".bus .addr ");
+    EXPECT_EQ(joined(info_ctrl_mem_str),
+              ".mode .int_cons .src .frmt .pola .fpath .addr .reg_offset .len .bit_offset ");
+    EXPECT_EQ(joined(led_info_mem_str),
+              ".dark .green .red .yellow .spark .fspark_open .fspark_close ");
+    EXPECT_EQ(joined(temp_info_mem_str), ".temp_name .type ");
+    EXPECT_EQ(joined(irq_ctrl_mem_str), ".irq_flag .irq_clr_flag .irq_clr_bit ");
+    EXPECT_EQ(joined(irq_info_mem_str), ".type .val0 .val1 .val2 ");
+    std::string irq_types;
+    for (const irq_type_name_t &row : g_irq_type_name) {
+        irq_types += std::to_string(row.type) + " " + row.name + " ";
+    }
+    EXPECT_EQ(irq_types,
+              "0 card 1 power 2 fan 3 poe_power 4 poe 5 sfp 6 heartbeat 7 phy 8 system_power "
+              "9 fe_offline 10 reset_button ");
 }
 
 TEST_F(ParserTest, LaterLinesReplaceMemberByMember) {
@@ -306,38 +338,86 @@ TEST_F(ParserTest, VerboseTraceSaysWhatEachLineBecame) {
     }
 }
 
-TEST_F(ParserTest, MessagesOfMembersNameTheFunctionOfTheKind) {
+TEST_F(ParserTest, MessagesNameTheirFunctions) {
     struct Row {
         const char *config;
         std::uint32_t gate;
-        const char *func;  // null: no message
+        const char *functions;  // of the lines; the chassis file's message follows
     };
-    constexpr Row kRows[] = {
-        {"cpld_i2c_dev.bus_0=2\n", DFD_DEBUG_VBOSE, "dfd_lib_cfg_add_i2c_dev_item"},
-        {"slot_online.len_5=1\n", DFD_DEBUG_VBOSE, "dfd_lib_cfg_add_info_ctrl_item"},
-        {"mb_status_led_info.red=1\n", DFD_DEBUG_VBOSE, "dfd_lib_cfg_add_led_info_item"},
-        {"card_temp_info.type_2_7=lm75\n", DFD_DEBUG_VBOSE, "dfd_lib_cfg_add_temp_info_item"},
-        {"irq_ctrl_info.irq_flag=1\n", DFD_DEBUG_VBOSE, "dfd_lib_cfg_add_irq_ctrl_item"},
-        {"irq_info.val0_1_2=1\n", DFD_DEBUG_VBOSE, "dfd_lib_cfg_add_irq_info_item"},
-        {"cpld_i2c_dev.pus_0=2\n", DFD_DEBUG_ERR, "dfd_lib_cfg_get_i2c_dev_member"},
-        {"slot_online.width_5=1\n", DFD_DEBUG_ERR, "dfd_lib_cfg_get_info_ctrl_member"},
-        {"mb_status_led_info.blue=1\n", DFD_DEBUG_ERR, nullptr},
-        {"card_temp_info.name_2_7=x\n", DFD_DEBUG_ERR, nullptr},
-        {"irq_ctrl_info.flag=1\n", DFD_DEBUG_ERR, nullptr},
-        {"irq_info.val3_1_2=1\n", DFD_DEBUG_ERR, nullptr},
-    };
-    for (const Row &row : kRows) {
-        const std::string log = printed_by([&] {
-            dfd_debug = row.gate;
-            start(row.config);
-            dfd_debug = 0;
+    for (const Row &row :
+         {Row{"fan_num\n", DFD_DEBUG_ERR, "dfd_lib_cfg_analyse_config_line "},
+          Row{"=4\n", DFD_DEBUG_ERR, "dfd_lib_cfg_analyse_config_line "},
+          Row{"power_name=A\n", DFD_DEBUG_ERR, "dfd_lib_cfg_analyse_index "},
+          Row{"sslot_fpga_out_port_1=1\n", DFD_DEBUG_ERR, "dfd_lib_cfg_analyse_index "},
+          Row{"slot_online.len_33=1\n", DFD_DEBUG_ERR, "dfd_lib_cfg_check_array_index "},
+          Row{"sslot_fpga_out_port_1_9=1\n", DFD_DEBUG_ERR, "dfd_lib_cfg_check_array_index "},
+          Row{"slot_online.x_1=1\n", DFD_DEBUG_ERR, "dfd_lib_cfg_get_info_ctrl_member "},
+          Row{"cpld_i2c_dev.x_1=1\n", DFD_DEBUG_ERR, "dfd_lib_cfg_get_i2c_dev_member "},
+          Row{"mb_status_led_info.blue=1\n", DFD_DEBUG_ERR, ""},
+          Row{"card_temp_info.name_2_7=x\n", DFD_DEBUG_ERR, ""},
+          Row{"irq_ctrl_info.flag=1\n", DFD_DEBUG_ERR, ""},
+          Row{"irq_info.val3_1_2=1\n", DFD_DEBUG_ERR, ""},
+          Row{"fan_num=\n", DFD_DEBUG_WARN, "dfd_lib_cfg_get_value_from_char "},
+          Row{"fan_num=1\nfan_num=2\n", DFD_DEBUG_WARN, "dfd_lib_cfg_add_int_item "},
+          Row{"temp_name_1=a\ntemp_name_1=b\n", DFD_DEBUG_WARN, "dfd_lib_cfg_add_str_item "},
+          Row{"\n#\n", DFD_DEBUG_VBOSE,
+              "dfd_lib_cfg_analyse_config_line dfd_lib_cfg_analyse_config_line "},
+          Row{"fan_num=1\n", DFD_DEBUG_VBOSE,
+              "dfd_lib_cfg_analyse_config_line dfd_lib_cfg_add_int_item "},
+          Row{"temp_name_1=a\n", DFD_DEBUG_VBOSE,
+              "dfd_lib_cfg_analyse_config_line dfd_lib_cfg_add_str_item "},
+          Row{"cpld_i2c_dev.bus_1=1\n", DFD_DEBUG_VBOSE,
+              "dfd_lib_cfg_analyse_config_line dfd_lib_cfg_add_i2c_dev_item "},
+          Row{"slot_online.len_1=1\nslot_online.len_1=2\n", DFD_DEBUG_VBOSE,
+              "dfd_lib_cfg_analyse_config_line dfd_lib_cfg_add_info_ctrl_item "
+              "dfd_lib_cfg_analyse_config_line dfd_lib_cfg_add_info_ctrl_item "},
+          Row{"mb_fan_led_info.red=1\n", DFD_DEBUG_VBOSE,
+              "dfd_lib_cfg_analyse_config_line dfd_lib_cfg_add_led_info_item "},
+          Row{"card_temp_info.type_1_1=mac\n", DFD_DEBUG_VBOSE,
+              "dfd_lib_cfg_analyse_config_line dfd_lib_cfg_add_temp_info_item "},
+          Row{"irq_ctrl_info.irq_flag=1\n", DFD_DEBUG_VBOSE,
+              "dfd_lib_cfg_analyse_config_line dfd_lib_cfg_add_irq_ctrl_item "},
+          Row{"irq_info.val1_1_1=1\n", DFD_DEBUG_VBOSE,
+              "dfd_lib_cfg_analyse_config_line dfd_lib_cfg_add_irq_info_item "}}) {
+        dfd_test::in_own_process(row.config, [&] {
+            start("");
+            write_config("card_pid", row.config);
+            std::string functions = row.functions;
+            if (row.gate == DFD_DEBUG_VBOSE) {
+                functions = "dfd_lib_cfg_init_pre " + functions;
+            } else if (std::string_view(row.functions) == "dfd_lib_cfg_analyse_config_line ") {
+                functions += "dfd_lib_cfg_init_pre ";
+            }
+            EXPECT_EQ(dfd_test::functions_logged_by(row.gate, [] { dfd_lib_cfg_init_pre(); }),
+                      functions);
         });
-        if (row.func == nullptr) {
-            EXPECT_THAT(log, Not(HasSubstr("_member,"))) << row.config;
-        } else {
-            EXPECT_THAT(log, HasSubstr("Func:" + std::string(row.func) + ",")) << row.config;
-        }
     }
+    dfd_test::in_own_process("start-up", [&] {
+        chassis.remove_file("/tmp/bspinfo/ProductID");
+        chassis.remove_file("/etc/cfg/dfd/cfg_file/card_pid.cfg");
+        EXPECT_EQ(dfd_test::functions_logged_by(DFD_DEBUG_ERR, [] { dev_drv_init(); }),
+                  "dfd_lib_cfg_analyse_config_file dfd_lib_cfg_init_pre dfd_lib_cfg_init ");
+        write_board("ABC", "card_pid_str_42_0=ABC\n");
+        EXPECT_EQ(dfd_test::functions_logged_by(DFD_DEBUG_ERR, [] { dev_drv_init(); }),
+                  "dfd_lib_cfg_init ")
+            << "no list";
+        write_list(42, "one\n");
+        EXPECT_EQ(dfd_test::functions_logged_by(DFD_DEBUG_ERR, [] { dev_drv_init(); }),
+                  "dfd_lib_cfg_analyse_config_file dfd_lib_cfg_analyse_config_file ")
+            << "the listed file and that of the chassis";
+        EXPECT_EQ(
+            dfd_test::functions_logged_by(DFD_DEBUG_ERR,
+                                          [] {
+                                              std::uint32_t type = 0;
+                                              int level = 0;
+                                              dfd_lib_cfg_get_card_type_by_pid_str("X", &type);
+                                              dfd_lib_cfg_get_power_type_by_name("X", &type);
+                                              dfd_lib_cfg_get_fan_type_by_name("X", nullptr);
+                                              dfd_lib_cfg_get_fan_speedlvl_by_regval(1, &level);
+                                          }),
+            "dfd_lib_cfg_get_card_type_by_pid_str dfd_lib_cfg_get_power_type_by_name "
+            "dfd_lib_cfg_get_fan_type_by_name dfd_lib_cfg_get_fan_speedlvl_by_regval ");
+    });
 }
 
 TEST_F(ParserTest, OnlyLinesWithoutEqualsOrNameFailAFile) {

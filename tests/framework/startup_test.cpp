@@ -137,6 +137,59 @@ TEST_F(StartupTest, WithoutAStoreNothingIsRead) {
     EXPECT_TRUE(chassis.log().empty());
 }
 
+// An EEPROM can make up any number: 0 starts the board but stays unknown, less does not start it.
+TEST_F(StartupTest, BoardTypesOfZeroAndBelow) {
+    struct Row {
+        std::uint8_t raw;
+        int type, start, fans, rated_code;
+        const char *start_log, *rated_log, *conflict_log;
+    };
+    for (const Row &row :
+         {Row{81, 1, 0, 3, 0, "", "", "drv_get_my_type_from_setmac failed ret -6.\n"},
+          Row{80, 0, 0, 2, 0, "", "", "drv_get_my_dev_type failed ret 0.\n"},
+          Row{79, -1, -1, -999, -7, "get my dev type fail, rv=-1\r\n",
+              "get my card type fail, rv=0xffffffff\r\n", "drv_get_my_dev_type failed ret -1.\n"},
+          Row{10, -70, -1, -999, -7, "get my dev type fail, rv=-70\r\n",
+              "get my card type fail, rv=0xffffffba\r\n",
+              "drv_get_my_dev_type failed ret -70.\n"}}) {
+        in_own_process(std::to_string(row.type), [&] {
+            add_e2prom(0, 0x57, legacy(1, row.raw, 0, 0));
+            write_config("card_pid", "");
+            write_list(0, "zero\n");
+            write_list(1, "one\n");
+            write_config("zero", "fan_num=2\nmy_rate_power_0=90\n");
+            write_config("one", "fan_num=3\nmy_rate_power_1=91\n");
+            for (const char *const chassis_type : {"0", "-1", "-70"}) {
+                chassis.write_file(std::string("/etc/cfg/dfd/chassis/") + chassis_type + ".cfg",
+                                   "fan_num=99\n");
+            }
+            chassis.write_file("/etc/cfg/dfd/chassis/1.cfg", "");
+            EXPECT_EQ(logged_by(DFD_DEBUG_ERR, [&] { EXPECT_EQ(dev_drv_init(), row.start); }),
+                      row.start_log);
+            EXPECT_EQ(number(kFanNum), row.fans);
+            EXPECT_EQ(sdd_get_my_chassis_type(), row.type);
+            int power = 0;
+            EXPECT_EQ(logged_by(DFD_DEBUG_ERR,
+                                [&] { EXPECT_EQ(sdd_get_my_rate_power(&power), row.rated_code); }),
+                      row.rated_log);
+            EXPECT_EQ(power, row.rated_code == 0 ? 90 + row.type : 0);
+            EXPECT_EQ(
+                logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(sdd_check_mycard_is_conflict(), 0); }),
+                row.conflict_log);
+            chassis.clear_log();
+            EXPECT_EQ(drv_get_my_dev_type(), row.type);
+            const bool is_kept = row.type != 0 && row.type != -1;
+            EXPECT_EQ(count(Op::transfer), is_kept ? 0U : 1U);
+        });
+    }
+}
+
+TEST_F(StartupTest, AnEmptyProductIdIsAText) {
+    write_board("", "card_pid_str_42_0=A\ncard_pid_str_43_0=\n");
+    ASSERT_EQ(dfd_lib_cfg_init_pre(), 0);
+    EXPECT_EQ(dfd_dev_type_from_product_id(), 43);
+}
+
 TEST_F(StartupTest, OtherNegativeTypesAreKept) {
     // The image reads fine, the query's transfers do not: its code is the answer from then on.
     const Bytes image = tlv_image(1, 0, 0xF1, tlv_entry(3, {'S', 'N', 0}));

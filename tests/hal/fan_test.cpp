@@ -524,4 +524,108 @@ TEST_F(FanTest, InventoryIsWrittenBetweenLiftingAndRestoringProtection) {
     EXPECT_TRUE(chassis.log().empty());
 }
 
+// Nothing is read of an item in mode tlv or fru: the code is no failure, and the value stays.
+TEST_F(FanTest, ItemsOfAnEepromWhereAnIntegerIsAskedFor) {
+    struct Row {
+        const char *items;  // '%' stands for the mode
+        std::function<int(int *)> call;
+        bool gives_mode;
+        int result, value;
+    };
+    const Row kRows[] = {
+        {"fan_state=%", [](int *) { return sdd_get_fan_status(kFan); }, false, 0, 99},
+        {"fan_state=1 fan_fail_status=%", [](int *) { return sdd_get_fan_status(kFan); }, false, 1,
+         99},
+        {"fan_state=1 fan_line_fail=%", [](int *) { return sdd_get_fan_status(kFan); }, false, 1,
+         99},
+        {"fan_line_fail=%", [](int *out) { return sdd_get_fan_line_fail_status(kFan, out); }, false,
+         0, 99},
+        {"fan_fail_bmp=%", [](int *out) { return sdd_get_fan_fail_bmp(kFan, out); }, true, 0, 0},
+        {"subfan_num=%", [](int *out) { return sdd_get_fan_num(kFan, out); }, true, 0, 99},
+        {"fan_real_speed.1=%", [](int *out) { return sdd_get_fan_speed(kFan, 1, out); }, false, 0,
+         99},
+        {"get_fan_cfg_speed.1=%", [](int *out) { return sdd_get_fan_speed_level(kFan, 1, out); },
+         false, 0, 99},
+        {"fan_temp=%", [](int *) { return sdd_get_fan_temp(kFan); }, false, 0, 99},
+        {"fan_cfg_speed.1=%", [](int *) { return sdd_set_fan_speed_level(kFan, 1, 2); }, false, -5,
+         99},
+    };
+    for (const Row &row : kRows) {
+        for (const auto &[word, code] : {std::pair{"tlv", 3}, {"fru", 4}}) {
+            in_own_process(std::string(row.items) + word, [&, mode = word, rv = code] {
+                std::string items = row.items;
+                start(cfg(items.replace(items.find('%'), 1, mode)));
+                int value = 99;
+                EXPECT_EQ(row.call(&value), row.gives_mode ? rv : row.result);
+                EXPECT_EQ(value, row.value);
+                EXPECT_EQ(count(Op::transfer) + count(Op::read) + count(Op::write), 0U);
+            });
+        }
+    }
+}
+
+TEST_F(FanTest, MessagesNameTheirFunctions) {
+    struct Row {
+        const char *items;
+        std::function<void()> call;
+        std::string functions;
+        const char *more = "";
+    };
+    const std::function<void()> status = [] { sdd_get_fan_status(kFan); };
+    const std::function<void()> level = [] {
+        int value = 0;
+        sdd_get_fan_speed_level(kFan, 2, &value);
+    };
+    const std::function<void()> type = [] { sdd_get_fan_type(kFan); };
+    const std::string broken = "sdd_read_info_localbus dfd_info_get_int ";
+    const Row kRows[] = {
+        {"", status, "sdd_get_fan_status "},
+        {"fan_state=broken", status, broken + "sdd_get_fan_status "},
+        {"fan_state=1 fan_fail_status=broken", status,
+         broken + "sdd_get_fan_fail_status sdd_get_fan_status "},
+        {"fan_state=1 fan_line_fail=broken", status,
+         broken + "sdd_get_fan_line_fail_status sdd_get_fan_status "},
+        {"fan_state=1 fan_line_fail=unusable", status,
+         "dfd_info_get_int sdd_get_fan_line_fail_status sdd_get_fan_status "},
+        {"fan_real_speed.1=9 get_fan_cfg_speed.1=broken fan_state=1", status,
+         broken + "sdd_get_fan_speed_level sdd_get_fan_fail_status_by_speed sdd_get_fan_status ",
+         kFloor},
+        {"fan_state=broken",
+         [] {
+             int bitmap = 0;
+             sdd_get_fan_fail_bmp(kFan, &bitmap);
+         },
+         broken + "sdd_get_fan_status sdd_get_fan_fail_bmp "},
+        {"", level, "sdd_get_fan_speed_level "},
+        {"get_fan_cfg_speed.2=num:32", level,
+         "dfd_lib_cfg_get_fan_speedlvl_by_regval sdd_get_fan_speed_level_by_buf dfd_info_get_int "
+         "sdd_get_fan_speed_level ",
+         "fan_speed_level_support=1\n"},
+        {"", [] { sdd_get_fan_speed_level(kFan, 2, nullptr); }, "sdd_get_fan_speed_level "},
+        {"", [] { sdd_set_fan_speed_level(kFan, 2, 1); },
+         "sdd_get_fan_speed_regval_by_level dfd_info_set_int sdd_set_fan_speed_level "},
+        {"fan_type=broken", type, broken + "sdd_get_fan_type "},
+        {"", [] { sdd_get_fan_attribute(kFan, 0, nullptr); }, "sdd_get_fan_attribute "},
+        {"fan_type=broken",
+         [] {
+             int attr = 0;
+             sdd_get_fan_attribute(kFan, 0, &attr);
+         },
+         broken + "sdd_get_fan_type sdd_get_fan_attribute "},
+    };
+    for (const Row &row : kRows) {
+        in_own_process(row.functions, [&] {
+            start(cfg(row.items) + row.more);
+            EXPECT_EQ(dfd_test::functions_logged_by(DFD_DEBUG_ERR, row.call), row.functions);
+        });
+    }
+    start(cfg("fan_type=fru") + "fan_attr_type_7=-F\n" + kNames);
+    chassis.set_slave(kBus, kAddr, 0, fru_image("TRAY 2"));
+    const std::string trace = dfd_test::functions_logged_by(DFD_DEBUG_VBOSE, type);
+    EXPECT_THAT(trace,
+                EndsWith("sdd_get_e2prom_info_by_type_fru sdd_get_fan_type sdd_get_fan_type "));
+    EXPECT_THAT(dfd_test::functions_logged_by(DFD_DEBUG_ERR, type),
+                EndsWith("dfd_lib_cfg_get_fan_type_by_name sdd_get_fan_type "));
+}
+
 }  // namespace

@@ -158,6 +158,26 @@ TEST_F(IrqTest, MasksByType) {
     EXPECT_EQ(reg(0x220), 0xFF) << "a position without a source counts as card";
 }
 
+// Only a line of `.type` sets it; a position is told by all three of its bits.
+TEST_F(IrqTest, TypesComeFromTheirLineAlone) {
+    start(
+        "irq_info.type_0x201_3=fan\nirq_info.type_0x102_0=phy\nirq_info.type_0x103_0=sfp\n"
+        "irq_info.type_0x103_0=poe\n" +
+        register_item("irq_mask", 0x40, "_513_0") + register_item("irq_mask", 0x41, "_258_0") +
+        register_item("irq_mask", 0x42, "_259_0"));
+    chassis.clear_log();
+    EXPECT_EQ(dfd_irq_set_cfg(IRQ_TYPE_FAN, 0), 0);
+    EXPECT_THAT(writes(), IsEmpty()) << "the fan is at bit 3, the masks at bit 0";
+    EXPECT_EQ(dfd_irq_set_cfg(IRQ_TYPE_CARD, 0), 0);
+    EXPECT_THAT(writes(), ElementsAre(Pair(0x40U, 255U)));
+    chassis.clear_log();
+    EXPECT_EQ(dfd_irq_set_cfg(IRQ_TYPE_SFP, 0), 0);
+    EXPECT_THAT(writes(), IsEmpty()) << "the later line counts";
+    EXPECT_EQ(dfd_irq_set_cfg(IRQ_TYPE_PHY, 0), 0);
+    EXPECT_EQ(dfd_irq_set_cfg(IRQ_TYPE_POE, 0), 0);
+    EXPECT_THAT(writes(), ElementsAre(Pair(0x41U, 255U), Pair(0x42U, 255U)));
+}
+
 TEST_F(IrqTest, PositionsOutsideTheTableChangeNoType) {
     for (const auto &[index1, index2] :
          {std::pair{0x0800, 0}, {0x0008, 0}, {0, 8}, {0, -1}, {0xFFFF, 7}, {-1, 0x7FFFFFFF}}) {

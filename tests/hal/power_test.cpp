@@ -577,4 +577,98 @@ TEST_F(PowerTest, ModulePowerAndEnvironmentTemperature) {
     EXPECT_EQ(sdd_get_env_temp(), -7);
 }
 
+TEST_F(PowerTest, MessagesNameTheirFunctions) {
+    start(reg(1, "power_state", 0x11) + reg(1, "power_type", 0, "fpath=/dev/cpld7") +
+          chip(2, "power_type", 0x20, "mode=legacy") +
+          chip(3, "power_hw_ver", 0x40, "mode=legacy"));
+    chassis.set_reg(kCpld, 0x11, 1);
+    std::uint8_t name[] = {'P', 'S'};
+    int value = 0;
+    char text[16];
+    int len = 16;
+    struct Row {
+        std::function<void()> call;
+        const char *functions;
+    };
+    for (const Row &row :
+         {Row{[] { sdd_get_power_status(1); }, "sdd_get_power_line_fail_status "},
+          Row{[] { sdd_get_power_type(1); },
+              "sdd_read_info_localbus dfd_info_get_int sdd_get_power_type "},
+          Row{[&] { dfd_get_power_type_by_buf(name, 0, &value); }, "dfd_get_power_type_by_buf "},
+          Row{[&] { dfd_get_power_type_by_buf(name, 2, &value); },
+              "dfd_lib_cfg_get_power_type_by_name dfd_get_power_type_by_buf "},
+          Row{[&] { dfd_get_power_temp_by_buf(nullptr, 2, &value); }, "dfd_get_power_temp_by_buf "},
+          Row{[&] { dfd_get_power_temp_by_buf(name, 1, &value); }, "dfd_get_power_temp_by_buf "},
+          Row{[&] { sdd_get_power_temp(9, 0, &value); }, "sdd_get_power_temp "}}) {
+        EXPECT_EQ(dfd_test::functions_logged_by(DFD_DEBUG_ERR, row.call), row.functions);
+    }
+    chassis.fail({.addr = kAddr, .count = 0, .error = ENXIO});
+    EXPECT_EQ(dfd_test::functions_logged_by(DFD_DEBUG_ERR, [] { sdd_get_power_type(2); }),
+              "dfd_read_e2prom sdd_get_e2prom_legacy_power_info_by_type ")
+        << "a reader's failure is passed on without a word";
+    EXPECT_EQ(dfd_test::functions_logged_by(DFD_DEBUG_ERR,
+                                            [&] { sdd_get_power_hw_version(3, text, &len); }),
+              "dfd_read_e2prom sdd_get_e2prom_legacy_power_info_by_type ");
+}
+
+// A version of three bytes is looked up in the EEPROM under entry 0; one of four goes out as it is.
+TEST_F(PowerTest, SoftwareVersionsOfThreeAndFourBytes) {
+    start(chip(1, "power_sw_ver", 0x80, "mode=config frmt=buf len=3") +
+          chip(2, "power_sw_ver", 0x80, "mode=config frmt=buf len=4"));
+    struct Row {
+        const char *what;
+        std::uint32_t id;
+        Bytes entries;
+        int capacity, code, len;
+        const char *bytes;
+    };
+    for (const Row &row :
+         {Row{"three, found", 1, tlv_entry(0, bytes_of("9.8.7")), 8, 0, 5, "9.8.7~~~"},
+          Row{"three, too long", 1, tlv_entry(0, bytes_of("9.8.7")), 4, -1, 4, "1.0~"},
+          Row{"three, no entry 0", 1, tlv_entry(3, bytes_of("SN")), 8, -1, 8, "1.0~~~~~"},
+          Row{"four", 2, tlv_entry(0, bytes_of("9.8.7")), 8, 0, 8, "1.0A~~~~"},
+          Row{"four, no room", 2, tlv_entry(0, bytes_of("9.8.7")), 3, -5, 3, "~~~"}}) {
+        put(0, tlv_image(1, 0, 0, row.entries));
+        put(0x80, bytes_of("1.0A"));
+        dfd_test::DirtyBuffer buf(static_cast<std::size_t>(row.capacity));
+        int len = row.capacity;
+        EXPECT_EQ(sdd_get_power_sw_version(row.id, buf.data(), &len), row.code) << row.what;
+        EXPECT_EQ(len, row.len) << row.what;
+        EXPECT_EQ(buf.shown(), row.bytes) << row.what;
+    }
+}
+
+// Names are cut at what is not graphic and end in a terminator; a buffer of 32 bytes holds them
+// all.
+TEST_F(PowerTest, NamesInDirtyBuffers) {
+    start(chip(1, "power_type", 0, "mode=fru") + chip(2, "power_type", 0x20, "mode=legacy") +
+          chip(3, "power_type", 0, "mode=tlv"));
+    struct Row {
+        std::uint32_t id;
+        Bytes image;
+        const char *shown;
+    };
+    const std::string dirt(32, '~');
+    for (const Row &row :
+         {Row{1, fru_image("AC 650"), "AC|"},
+          Row{1, fru_image(std::string(31, 'L')), "LLLLLLLLLLLLLLLLLLLLLLLLLLLLLLL|"},
+          Row{1, fru_image(std::string(33, 'L')), "LLLLLLLLLLLLLLLLLLLLLLLLLLLLLLL|"},
+          Row{2, name_at_0x20("ABCDEFGHIJKL"), "ABCDEFGHIJKL|"},
+          Row{2, name_at_0x20(" BCDEFGHIJKL"), "|"},
+          Row{2,
+              name_at_0x20("A\x7F"
+                           "CDEFGHIJKL"),
+              "A|"},
+          Row{3, tlv_image(1, 0, '!', Bytes(3)), "!|"}, Row{3, tlv_image(1, 0, ' ', Bytes(3)), "|"},
+          Row{3, tlv_image(1, 0, '~' + 1, Bytes(3)), "|"}}) {
+        put(0, row.image);
+        dfd_test::DirtyBuffer buf(32);
+        int len = -1;
+        EXPECT_EQ(sdd_get_power_name(row.id, buf.data(), &len), 0);
+        const std::string wanted = row.shown;
+        EXPECT_EQ(buf.shown(), wanted + dirt.substr(wanted.size()));
+        EXPECT_EQ(len, static_cast<int>(wanted.size()) - 1);
+    }
+}
+
 }  // namespace

@@ -5,10 +5,12 @@
 #include <pthread.h>
 #include <search.h>
 #include <sys/ioctl.h>
+#include <unistd.h>
 
 #include <cstdarg>
 #include <cstddef>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -20,6 +22,7 @@ struct Plan {
     int result;
 };
 Plan g_plan;
+std::function<void()> g_during_pauses;
 
 // Only calls from the library itself: the virtual chassis and the tests allocate as well.
 bool is_from_library(const void *caller) {
@@ -60,6 +63,14 @@ bool FailingCalls::all_happened() const {
     return g_plan.count == 0;
 }
 
+DuringPauses::DuringPauses(std::function<void()> hook) {
+    g_during_pauses = std::move(hook);
+}
+
+DuringPauses::~DuringPauses() {
+    g_during_pauses = nullptr;
+}
+
 }  // namespace dfd_test
 
 extern "C" {
@@ -87,6 +98,14 @@ int ioctl(int fd, unsigned long request, ...) noexcept {
     va_end(arguments);
     const int result = real(fd, request, argument);
     return fails(dfd_test::LibcCall::ioctl, __builtin_return_address(0)) ? g_plan.result : result;
+}
+
+int usleep(useconds_t us) {
+    static auto *const real = next<decltype(usleep)>("usleep");
+    if (g_during_pauses && is_from_library(__builtin_return_address(0))) {
+        g_during_pauses();
+    }
+    return real(us);
 }
 
 #ifndef DFD_SANITIZED

@@ -3,6 +3,8 @@
 // compile libc_calls.cpp in: its functions stand before those of libc.
 #pragma once
 
+#include <functional>
+
 namespace dfd_test {
 
 enum class LibcCall { allocation, tsearch, rwlock_init, ioctl };
@@ -18,6 +20,15 @@ class FailingCalls {
 
     // Whether every failure was asked for.
     bool all_happened() const;
+};
+
+// While it lives, `hook` runs in each pause of the library: hardware that changes meanwhile.
+class DuringPauses {
+  public:
+    explicit DuringPauses(std::function<void()> hook);
+    ~DuringPauses();
+    DuringPauses(const DuringPauses &) = delete;
+    DuringPauses &operator=(const DuringPauses &) = delete;
 };
 
 // A sanitizer owns the allocator of its programs.

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "support/board.h"
+#include "support/libc_calls.h"
 
 namespace {
 
@@ -265,8 +266,8 @@ TEST_F(ChassisTest, SetmacTypeAndConflict) {
         int conflict;
     };
     for (const Row &row : {Row{"hex", "1a\n", 0x1A + 47, 1}, Row{"same", "-2e", 1, 0},
-                           Row{"missing", nullptr, -1, 0}, Row{"no number", "x", 47, 1},
-                           Row{"not positive", "-30", -1, 0}}) {
+                           Row{"missing", nullptr, -1, 0}, Row{"empty", "", 47, 1},
+                           Row{"no number", "x", 47, 1}, Row{"not positive", "-30", -1, 0}}) {
         in_own_process(row.what, [&] {
             chassis.remove_file("/tmp/bspinfo/setmac");
             if (row.file != nullptr) {
@@ -330,6 +331,207 @@ TEST_F(ChassisTest, ResetButtonByType) {
         EXPECT_EQ(logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(drv_get_reset_button_type(), 0); }),
                   "get type buf fail, rv=-6\r\n");
     });
+}
+
+TEST_F(ChassisTest, SamplesThatNeverAgreeEndWithTheLast) {
+    start(peer_lines());
+    set_reg(0x31, 1);
+    bool is_present = false;
+    const dfd_test::DuringPauses flips(
+        [&] { set_reg(0x32, static_cast<std::uint8_t>(is_present = !is_present)); });
+    int state = 99;
+    std::istringstream trace(
+        logged_by(DFD_DEBUG_VBOSE, [&] { EXPECT_EQ(sdd_get_chassis_mb_info(&state), 0); }));
+    std::vector<std::string> retries;
+    for (std::string line; std::getline(trace, line);) {
+        if (line.starts_with("retry_cnt")) {
+            retries.push_back(line);
+        }
+    }
+    ASSERT_EQ(retries.size(), 18U);
+    retries.resize(6);
+    EXPECT_THAT(retries, ElementsAre("retry_cnt 0.", "retry_cnt 0, rmp0 0x2, rmp1 0x3.",
+                                     "retry_cnt 0, rmp0 0x2 not equal to rmp1 0x3, retry.",
+                                     "retry_cnt 1.", "retry_cnt 1, rmp0 0x3, rmp1 0x2.",
+                                     "retry_cnt 1, rmp0 0x3 not equal to rmp1 0x2, retry."));
+    EXPECT_EQ(state, 4);
+    EXPECT_EQ(reads().size(), 36U);
+    EXPECT_EQ(chassis.slept_us(), 30000U);
+    set_reg(0x31, 0);
+    EXPECT_EQ(logged_by(DFD_DEBUG_ERR, [&] { EXPECT_EQ(sdd_get_peer_mb_state(&state), 0); }),
+              "retry_cnt 6, get rmp failed, rmp0 0x1, rmp1 0x0.\n");
+    EXPECT_EQ(state, 0) << "the last sample counts";
+    EXPECT_EQ(dfd_test::functions_logged_by(DFD_DEBUG_ERR,
+                                            [&] { EXPECT_EQ(sdd_get_peer_mb_state(&state), 0); }),
+              "sdd_get_chassis_mb_info ");
+    // Lines that settle end the attempts.
+    int pauses = 0;
+    const dfd_test::DuringPauses settles([&] { set_reg(0x32, ++pauses > 1 ? 1 : 0); });
+    set_reg(0x32, 1);
+    EXPECT_EQ(sdd_get_chassis_mb_info(&state), 0);
+    EXPECT_EQ(state, 1);
+    EXPECT_EQ(pauses, 3);
+}
+
+// Nothing is read of an item in mode tlv or fru: the code is no failure, and the value stays.
+TEST_F(ChassisTest, ItemsOfAnEepromWhereAnIntegerIsAskedFor) {
+    struct Row {
+        const char *name;
+        std::string items;  // '%' stands for the mode
+        std::function<int(int *)> call;
+        bool gives_mode;  // otherwise the result stands in `result`
+        int result, value;
+    };
+    const auto rest_of_peer =
+        register_item("mcpu_master_status", 0x31) + register_item("mcpu_present", 0x32);
+    const std::string present = register_item("sslot_state", 0x20, "_3");
+    const Row kRows[] = {
+        {"slot", "my_slotid.mode=%\nslot_base=5\n", [](int *) { return sdd_get_my_slotid(); }, true,
+         0, 99},
+        {"sub-slot", "my_sslotid.mode=%\nsslot_base=5\n",
+         [](int *) { return sdd_get_my_sslotid(); }, true, 0, 99},
+        {"other slot", "slot_online.mode_3=%\n", [](int *) { return sdd_get_slot_online(3); },
+         false, 0, 99},
+        {"sub-card", "sslot_state.mode_3=%\n", [](int *) { return sdd_get_sslot_state(3); }, false,
+         0, 99},
+        {"peer", "mcpu_rdy_status.mode=%\n" + rest_of_peer, sdd_get_chassis_mb_info, false, 0, 4},
+        {"present", "mcpu_present.mode=%\n", sdd_rd_mcpu_present, false, 0, 99},
+        {"heartbeat", "support_lc_hwhb.mode=%\n", sdd_get_support_lc_hwhb, true, 0, 1},
+        {"EEPROM", "eeprom_fail_status.mode=%\n", sdd_get_eeprom_fail_status, true, 0, 99},
+        {"temperature", "mb_temp_fail_status.mode=%\n", sdd_get_mb_temp_fail_status, true, 0, 99},
+        {"SFP", "port_sfp_state.mode_3=%\n",
+         [](int *out) {
+             std::uint8_t byte = 9;
+             const int code = dfd_port_get_sfp_present(3, &byte);
+             *out = byte;
+             return code;
+         },
+         false, 0, 0},
+        {"button", "reset_button_type.mode=%\nreset_button_tp_str_0=short\n",
+         [](int *) { return drv_get_reset_button_type(); }, false, 1, 99},
+        {"rated power", "card_rate_power.mode_3=%\n",
+         [](int *out) { return sdd_get_card_power_consume(3, out); }, true, 0, 99},
+        {"powered",
+         "card_power_status.mode_3=%\n" + present + register_item("card_power_lack", 0x31, "_3"),
+         [](int *out) { return sdd_get_card_power_status(3, out); }, false, 0, 1},
+        {"lack",
+         "card_power_lack.mode_3=%\n" + present + register_item("card_power_status", 0x30, "_3"),
+         [](int *out) { return sdd_get_card_power_status(3, out); }, false, 0, 2},
+        {"level", "card_vol_num=2\ncard_vol_waterline.mode_3_1=%\n",
+         [](int *out) { return sdd_get_card_vol_waterline(3, 1, out); }, true, 0, 99},
+        {"voltage", "card_vol_num=2\ncard_vol_low.mode_3_0=%\n",
+         [](int *) { return sdd_get_card_vol(3, 1); }, true, 0, 99},
+        {"serial", "backplane_serial2.mode_1=%\n",
+         [](int *out) {
+             std::uint8_t byte = 99;
+             const int code = sdd_get_bp_serial(1, 2, &byte);
+             *out = byte;
+             return code;
+         },
+         true, 0, 99},
+    };
+    for (const Row &row : kRows) {
+        for (const auto &[word, code] : {std::pair{"tlv", 3}, {"fru", 4}}) {
+            in_own_process(std::string(row.name) + " " + word, [&, mode = word, rv = code] {
+                std::string config = row.items;
+                config.replace(config.find('%'), 1, mode);
+                start(config);
+                set_reg(0x20, 1);
+                set_reg(0x31, 1);
+                set_reg(0x32, 1);
+                int value = 99;
+                EXPECT_EQ(row.call(&value), row.gives_mode ? rv : row.result);
+                EXPECT_EQ(value, row.value);
+            });
+        }
+    }
+}
+
+TEST_F(ChassisTest, FlagsThatCannotBeRead) {
+    start(broken_item("support_lc_hwhb") + broken_item("eeprom_fail_status") +
+          broken_item("mcpu_present") + "mgmt_min_mtu=64\nmgmt_max_mtu=9000\nmgmt_def_mtu=1500\n");
+    int value = 99;
+    EXPECT_EQ(sdd_get_support_lc_hwhb(&value), -7);
+    EXPECT_EQ(value, 1) << "whatever is not 1 reads as supported";
+    EXPECT_EQ(sdd_get_support_lc_hwhb(nullptr), -8);
+    value = 99;
+    EXPECT_EQ(sdd_get_eeprom_fail_status(&value), -7);
+    EXPECT_EQ(sdd_get_eeprom_fail_status(nullptr), -8);
+    EXPECT_EQ(sdd_rd_mcpu_present(&value), -7);
+    EXPECT_EQ(sdd_rd_mcpu_present(nullptr), -8);
+    EXPECT_EQ(value, 99);
+    int min = 0;
+    int max = 0;
+    int def = 0;
+    EXPECT_EQ(sdd_get_mgmt_mtu_range(7, &min, &max, &def), 0);
+    EXPECT_EQ((std::vector{min, max, def}), (std::vector{64, 9000, 1500}));
+    EXPECT_EQ(sdd_get_mgmt_mtu_range(7, nullptr, &max, &def), -1);
+    EXPECT_EQ(sdd_get_mgmt_mtu_range(7, &min, nullptr, &def), -1);
+    for (const char *missing : {"min", "max", "def"}) {
+        in_own_process(missing, [&] {
+            std::string config;
+            for (const char *each : {"min", "max", "def"}) {
+                config += each != std::string_view(missing)
+                              ? std::string("mgmt_") + each + "_mtu=7\n"
+                              : "";
+            }
+            start(config);
+            min = max = def = 5;
+            EXPECT_EQ(sdd_get_mgmt_mtu_range(7, &min, &max, &def), -6);
+            EXPECT_EQ(min + max + def, 19) << "the other two are filled in";
+        });
+    }
+    EXPECT_EQ(sdd_get_vsd_support_num(nullptr), 0);
+    EXPECT_EQ(sdd_get_current_voltage(nullptr), 0);
+    start(register_item("port_sfp_state", 0x70, "_7") + "setmac_e2type_file=x\n" +
+          "e2_setmac.mode_2=config\n");
+    EXPECT_EQ(dfd_port_get_sfp_present(7, nullptr), -8);
+    EXPECT_EQ(get_backplane_info_from_e2(2, nullptr), -8);
+    EXPECT_EQ(get_backplane_info_from_e2(1, nullptr), -6);
+}
+
+TEST_F(ChassisTest, MessagesNameTheirFunctions) {
+    start(broken_item("port_sfp_state", "_8") + broken_item("port_sfp_tx", "_8") +
+          broken_item("mcpu_rdy_status") + broken_item("card_power_lack", "_3") +
+          register_item("card_power_status", 0x30, "_3") +
+          register_item("sslot_state", 0x20, "_3") +
+          "power_regval_convert_4=300\nsetmac_e2type_file=/tmp/bspinfo/nothing\n"
+          "card_rate_power.mode_2=config\ncard_rate_power.src_2=localbus\n"
+          "card_rate_power.frmt_2=num_buf\ncard_rate_power.len_2=1\n"
+          "card_rate_power.fpath_2=/dev/cpld0\n");
+    set_reg(0x20, 1);
+    int value = 0;
+    std::uint8_t byte = 0;
+    char text[4];
+    struct Row {
+        std::function<void()> call;
+        const char *functions;
+    };
+    for (const Row &row :
+         {Row{[&] { dfd_port_get_sfp_present(9, &byte); }, "dfd_port_get_sfp_present "},
+          Row{[] { dfd_port_set_sfp_tx(9, 1); }, "dfd_info_set_int dfd_port_set_sfp_tx "},
+          Row{[&] { sdd_get_chassis_mb_info(&value); },
+              "sdd_read_info_localbus dfd_info_get_int sdd_get_chassis_mb_info "},
+          Row{[] { drv_get_reset_button_type(); }, "drv_get_reset_button_type "},
+          Row{[] { sdd_get_my_type_from_setmac(); }, "sdd_get_my_type_from_setmac "},
+          Row{[] { sdd_check_mycard_is_conflict(); },
+              "sdd_get_my_type_from_setmac sdd_check_mycard_is_conflict "},
+          Row{[&] { sdd_get_card_power_consume(2, &value); },
+              "sdd_get_card_rate_power dfd_info_get_int "},
+          Row{[&] { sdd_get_card_power_status(3, &value); },
+              "sdd_read_info_localbus dfd_info_get_int sdd_get_card_power_lack "},
+          Row{[] { sdd_get_card_power_status(3, nullptr); }, "sdd_get_card_power_status "},
+          Row{[] { sdd_get_my_rate_power(nullptr); }, "sdd_get_my_rate_power "},
+          Row{[&] { sdd_get_my_rate_power(&value); }, "sdd_get_my_rate_power "},
+          Row{[&] { sdd_get_bp_scale_mac(&value); }, "sdd_get_bp_scale_mac "},
+          Row{[&] { sdd_get_bp_mac(1, &byte); }, "sdd_get_bp_mac "},
+          Row{[&] { sdd_get_bp_hw_ver(1, text, 4); }, "sdd_get_bp_hw_ver "},
+          Row{[&] { sdd_get_bp_sn(1, text, 4); }, "sdd_get_bp_sn "},
+          Row{[&] { sdd_get_bp_serial(1, 0, &byte); }, "sdd_get_bp_serial "}}) {
+        EXPECT_EQ(dfd_test::functions_logged_by(DFD_DEBUG_ERR, row.call), row.functions);
+    }
+    EXPECT_EQ(dfd_test::functions_logged_by(DFD_DEBUG_VBOSE, [] { dfd_cfg_card_hw_ver("x", 22); }),
+              "dfd_cfg_card_hw_ver ");
 }
 
 }  // namespace

@@ -211,7 +211,52 @@ TEST_F(FruTest, WrongChecksumsShowTheByteBehindTheArea) {
                 HasSubstr("Embedded:[0x48]\n"));
 }
 
+// A field that runs past the area ends the walk: its pair and those behind it stay as they were.
+TEST_F(FruTest, OffsetsOfRefusedFieldsAreLeft) {
+    struct Row {
+        std::size_t at;  // of the type/length byte that is changed
+        std::uint8_t byte;
+        std::vector<std::uint8_t> pairs;
+    };
+    // MAKER at 3, PSU-650 at 9, P/N at 17, ...
+    for (const Row &row : {Row{3, 0xFE, {}}, Row{9, 0xF7, {3, 5}}, Row{9, 0xC1, {3, 5}},
+                           Row{17, 0xEF, {3, 5, 9, 7}}, Row{9, 0xF6, {3, 5, 9, 54}}}) {
+        Bytes area_bytes = product_area(kFields, 8);
+        area_bytes[row.at] = row.byte;
+        put_checksum(area_bytes);
+        fru_field_offsets offsets;
+        memset(offsets, 0xA5, sizeof offsets);
+        std::vector<fru_field_t> fields(7);
+        for (fru_field_t &field : fields) {
+            memset(&field, 0xA5, sizeof field);
+        }
+        fru_product_info_t info = {nullptr,    &fields[0], &fields[1], &fields[2], &fields[3],
+                                   &fields[4], &fields[5], &fields[6], nullptr,    0};
+        EXPECT_EQ(ipmi_fru_product_info_area(area_bytes.data(), 64, &info, offsets), 0);
+        Bytes expected(row.pairs);
+        expected.resize(sizeof offsets, 0xA5);
+        EXPECT_EQ(Bytes(offsets, offsets + sizeof offsets), expected) << row.at;
+        for (std::size_t i = row.pairs.size() / 2; i < fields.size(); ++i) {
+            const auto *const bytes = reinterpret_cast<const std::uint8_t *>(&fields[i]);
+            EXPECT_EQ(std::count(bytes, bytes + sizeof fields[i], 0),
+                      static_cast<std::ptrdiff_t>(sizeof fields[i]))
+                << i;
+        }
+    }
+}
+
 TEST_F(FruTest, BadParametersAndSilentChips) {
+    const Bytes valid = common_header(1) + Bytes{0};
+    EXPECT_EQ(verify_fru_data(valid.data(), 8), 0);
+    EXPECT_EQ(verify_fru_data(valid.data(), 0), -1);
+    EXPECT_EQ(verify_fru_data(nullptr, 8), -1);
+    EXPECT_EQ(ipmi_validate_common_hdr(nullptr, 8), -1);
+    char one = 0;
+    int size = 1;
+    EXPECT_EQ(logged_by(DFD_DEBUG_ERR,
+                        [&] { EXPECT_EQ(dfd_get_fru_data(nullptr, kAddr, 2, &one, &size), -22); }),
+              "Invalid parameter!\n");
+
     std::uint8_t buf[8];
     int len = 8;
     int none = 0;
@@ -604,6 +649,81 @@ TEST_F(FruTest, MessagesNameTheirFunctions) {
                "sdd_get_e2prom_info_by_type_fru_compatible "}}) {
         EXPECT_EQ(functions_logged_by(DFD_DEBUG_ERR, row.call), row.functions);
     }
+}
+
+// Replacing a field in memory: where the text, its length, the tail and the checksum end up.
+TEST_F(FruTest, FieldsAreReplacedUpToTheEndOfTheBuffer) {
+    struct Row {
+        const char *what;
+        int area_len, capacity, at;
+        std::uint8_t type_length;
+        std::string text;
+        int growth, code, new_len;
+    };
+    for (const Row &row :
+         {Row{"ends with the buffer", 16, 64, 60, 0xC3, "abc", 0, 0, 16},
+          Row{"runs past it", 16, 64, 60, 0xC4, "abcd", 0, -1, 16},
+          Row{"its old bytes run past it", 16, 64, 60, 0xC4, "a", 0, -1, 16},
+          Row{"the first byte", 16, 64, 0, 0xC2, "ab", 0, 0, 16},
+          Row{"before the first byte", 16, 64, -1, 0xC2, "ab", 0, -1, 16},
+          Row{"behind the last", 16, 64, 64, 0xC2, "ab", 0, -1, 16},
+          Row{"type 0", 16, 64, 3, 0x02, "ab", 0, -1, 16},
+          Row{"type 1", 16, 64, 3, 0x42, "ab", 0, -1, 16},
+          Row{"type 2", 16, 64, 3, 0x82, "ab", 0, -1, 16},
+          Row{"longer", 16, 64, 3, 0xC2, "abc", 1, 0, 24},
+          Row{"longer by a block", 16, 64, 3, 0xC2, "abcdefghij", 8, 0, 32},
+          Row{"no room for the block", 56, 63, 3, 0xC2, "abc", 1, -1, 56},
+          Row{"room for the block", 56, 64, 3, 0xC2, "abc", 1, 0, 64},
+          Row{"shorter", 16, 64, 3, 0xC4, "ab", -2, 0, 14},
+          Row{"down to nothing", 16, 64, 3, 0xC4, "", -4, 0, 12},
+          Row{"the most blocks", 2032, 4000, 3, 0xC2, "abc", 1, 0, 2040},
+          Row{"more blocks than a byte names", 2040, 4000, 3, 0xC2, "abc", 1, -1, 2040},
+          Row{"another growth than the text's", 16, 64, 3, 0xC2, "abc", 2, -1, 16},
+          Row{"63 characters", 16, 128, 3, 0xC2, std::string(63, 'm'), 61, 0, 80},
+          Row{"64 characters", 16, 128, 3, 0xC2, std::string(64, 'm'), 62, -1, 16}}) {
+        const auto capacity = static_cast<std::size_t>(row.capacity);
+        Bytes before(capacity + 8);
+        std::iota(before.begin(), before.end(), std::uint8_t{1});
+        if (row.at >= 0) {
+            before[static_cast<std::size_t>(row.at)] = row.type_length;
+        }
+        Bytes after = before;
+        int len = row.area_len;
+        EXPECT_EQ(
+            insert_fru_str(after.data(), row.capacity, &len, row.text.c_str(), row.at, row.growth),
+            row.code)
+            << row.what;
+        EXPECT_EQ(len, row.new_len) << row.what;
+        Bytes expected = before;
+        if (row.code == 0) {
+            const auto data = expected.begin() + row.at + 1;
+            Bytes tail(data + (row.type_length & 0x3F), expected.begin() + row.capacity);
+            std::copy(row.text.begin(), row.text.end(), data);
+            if (row.growth != 0) {
+                expected[static_cast<std::size_t>(row.at)] =
+                    static_cast<std::uint8_t>(0xC0 | row.text.size());
+                const auto room = capacity - static_cast<std::size_t>(row.at) - 1 - row.text.size();
+                tail.resize(std::min({tail.size(), room, std::size_t{256}}));
+                std::copy(tail.begin(), tail.end(),
+                          data + static_cast<std::ptrdiff_t>(row.text.size()));
+            }
+            if (row.growth > 0) {
+                expected[1] = static_cast<std::uint8_t>(row.new_len / 8);
+            }
+            Bytes area_bytes(expected.begin(), expected.begin() + row.new_len);
+            put_checksum(area_bytes);
+            expected[static_cast<std::size_t>(row.new_len) - 1] = area_bytes.back();
+        }
+        EXPECT_EQ(after, expected) << row.what;
+    }
+}
+
+TEST_F(FruTest, VersionAloneIsReplaced) {
+    put(product_area(kFields, 8));
+    EXPECT_EQ(dfd_set_fan_info_fru(kBus, kAddr, nullptr, "456"), 0);
+    chassis.advance_us(100000);
+    EXPECT_EQ(query(fru_data, 5), Found(0, "456"));
+    EXPECT_EQ(query(fru_data, 3), Found(0, "SN0001"));
 }
 
 // Any 256 bytes give a result code. Mutations of valid images reach deeper than noise; the

@@ -156,7 +156,11 @@ TEST_F(TlvTest, BadParametersAndSilentChips) {
     EXPECT_EQ(sdd_get_e2prom_info_by_type(kBus, 3, kAddr, nullptr, &len), -22);
     EXPECT_EQ(sdd_get_e2prom_info_by_type(kBus, 3, kAddr, buf, nullptr), -22);
     EXPECT_EQ(sdd_get_e2prom_info_by_type(kBus, 3, kAddr, buf, &none), -22);
-    EXPECT_EQ(dfd_get_tlv_data(kBus, kAddr, 3, header, buf, &none), -22);
+    EXPECT_EQ(
+        logged_by(DFD_DEBUG_ERR,
+                  [&] { EXPECT_EQ(dfd_get_tlv_data(kBus, kAddr, 3, header, buf, &none), -22); }),
+        "Invalid parameter!\n")
+        << "no capacity comes before no data";
     EXPECT_EQ(
         logged_by(DFD_DEBUG_ERR,
                   [&] { EXPECT_EQ(dfd_get_tlv_data(kBus, kAddr, 3, header, buf, &len), -22); }),
@@ -371,6 +375,33 @@ TEST_F(TlvTest, MessagesNameTheirFunctions) {
     put(good);
     EXPECT_EQ(functions_logged_by(DFD_DEBUG_VBOSE, [] { query(2); }),
               "dfd_check_e2prom_info dfd_get_tlv_data dfd_get_tlv_data dfd_get_tlv_data ");
+}
+
+TEST_F(TlvTest, HeadersAndAreasAtTheirLimits) {
+    // A short header is read with the first bytes of its data.
+    put(tlv_image(1, 0x12, 0x23, tlv_entry(3, bytes_of("AB"))));
+    DirtyBuffer header(12);
+    auto *const bytes = reinterpret_cast<std::uint8_t *>(header.data());
+    EXPECT_EQ(dfd_get_e2prom_info(kBus, kAddr, bytes), 0);
+    EXPECT_EQ(Bytes(bytes, bytes + 4), (Bytes{1, 0x7E, 0x12, 0x23}));
+    EXPECT_EQ(header.shown().substr(6),
+              "\x03\x02"
+              "AB~~");
+    // The longest data area that a long header can have in the chip, and one byte more.
+    for (const auto &[size, code] : {std::pair{242U, 0}, {243U, -1}}) {
+        Bytes image = tlv_image(2, 0, 0, tlv_entry(9, Bytes(240, 'x')));
+        image[8] = 0;
+        image[9] = static_cast<std::uint8_t>(size + 2);
+        put(image);
+        chassis.clear_log();
+        EXPECT_EQ(logged_by(DFD_DEBUG_ERR,
+                            [&, expected = code] {
+                                EXPECT_EQ(dfd_set_fan_info_tlv(kBus, kAddr, "X", "Y"), expected);
+                            }),
+                  code == 0 ? "" : "E2prom TLV LEN error, LEN:245.\n");
+        EXPECT_EQ(i2c_writes().empty(), code != 0);
+        chassis.advance_us(100000);
+    }
 }
 
 // Headers of an EEPROM decide by themselves, whatever the caller's buffer held.
