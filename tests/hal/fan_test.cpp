@@ -191,7 +191,9 @@ TEST_F(FanTest, BitmapByItemThenSpeedThenState) {
         // One rotor where the number is unknown.
         {"fan_real_speed.1=99 get_fan_cfg_speed.1=1 fan_real_speed.2=0", 0, 1},
         {"subfan_num=broken fan_real_speed.1=0 get_fan_cfg_speed.1=1 fan_real_speed.2=0", 0, 1},
-        {"subfan_num=fru fan_real_speed.1=0 get_fan_cfg_speed.1=1", 0, 1},
+        {"subfan_num=fru fan_real_speed.1=0 get_fan_cfg_speed.1=1 fan_real_speed.2=0 "
+         "get_fan_cfg_speed.2=1",
+         0, 1},
         {"subfan_num=0 fan_real_speed.1=0 get_fan_cfg_speed.1=1", 0, 0},
         {"subfan_num=2147483647 fan_real_speed.16=0 get_fan_cfg_speed.16=1", 0, 0x8000},
         // At the floor; slow on command; without a speed item; unreadable, which is 0.
@@ -218,6 +220,15 @@ TEST_F(FanTest, BitmapByItemThenSpeedThenState) {
         EXPECT_EQ(bitmap, row.bitmap);
     });
     EXPECT_EQ(sdd_get_fan_fail_bmp(kFan, nullptr), -8);
+    // An absent tray is no message, as a tray of a known type is none.
+    start(cfg("fan_state=0 fan_type=77"));
+    EXPECT_EQ(logged_by(DFD_DEBUG_ERR,
+                        [] {
+                            int bitmap = 0;
+                            EXPECT_EQ(sdd_get_fan_fail_bmp(kFan, &bitmap), -1);
+                            EXPECT_EQ(sdd_get_fan_type(kFan), 77);
+                        }),
+              "");
 }
 
 TEST_F(FanTest, LineFailureLeavesTheFlagOfAnUnconfiguredLine) {
@@ -270,7 +281,7 @@ TEST_F(FanTest, SpeedLevelsAreConvertedWhenRead) {
 
 TEST_F(FanTest, SpeedLevelsAreConvertedWhenWritten) {
     start(kLevels + cfg("fan_cfg_speed.2=at:33") +
-          "fan_speedlvl_convert_7=-6\nfan_speedlvl_convert_8=-1\n");
+          "fan_speedlvl_convert_7=-6\nfan_speedlvl_convert_8=-1\nfan_speedlvl_convert_9=0\n");
     struct Row {
         std::uint8_t rotor;
         std::uint32_t level;
@@ -284,7 +295,8 @@ TEST_F(FanTest, SpeedLevelsAreConvertedWhenWritten) {
         {2, 3, 0, 1, 3, "get fan speed level[3] regval convert info ctrl fail, key=0x0e000300\r\n"},
         {2, 7, 0, 1, 7, ""},
         {2, 8, -5, 0, 7, ""},
-        {1, 1, -6, 0, 7,
+        {2, 9, 0, 1, 0, ""},
+        {1, 1, -6, 0, 0,
          "get info ctrl fail, key=0x6a000301\r\nset fan[fan_id=3 level=1] fail, rv=-6\r\n"},
     };
     for (const Row &row : kRows) {
@@ -333,6 +345,7 @@ TEST_F(FanTest, TypeByLayout) {
         {"", kTlv, -6},
         {"fan_type=tlv", kTlv, 0x23},
         {"fan_type=tlv", Bytes(256, 0), -1},
+        {"fan_type=fru", Bytes(256, 0), -1},
         {"fan_type=legacy", kLegacy, 0x2A},
         {"fan_type=fru", kFru, 7},
         {"fan_type=fru", fru_image("\x84\x03\x02\x01"), 0x01020384},
@@ -409,12 +422,11 @@ struct TextRow {
 };
 
 void expect_text(Getter getter, const TextRow &row) {
-    std::vector<char> buf(row.size, '~');
+    dfd_test::DirtyBuffer buf(row.size);
     int len = row.capacity;
     EXPECT_EQ(getter(kFan, buf.data(), &len), row.code);
     EXPECT_EQ(len, row.len);
-    std::replace(buf.begin(), buf.end(), '\0', '|');
-    EXPECT_EQ(std::string(buf.data(), row.bytes.size()), row.bytes);
+    EXPECT_EQ(buf.shown().substr(0, row.bytes.size()), row.bytes);
 }
 
 TEST_F(FanTest, SerialNumberByLayout) {
@@ -467,6 +479,9 @@ TEST_F(FanTest, SoftwareVersionsOfThreeOrFourBytesComeFromTheEeprom) {
         {"fan_sw_ver=chip:3", kTlv, 21, 21, -1, 21, "~"},
         {"fan_sw_ver=chip:3", long_entry, 256, 256, 0, 40, std::string(40, 'x') + "|~"},
         {"fan_sw_ver=chip:3", long_entry, 21, 21, -1, 21, "~"},
+        // A version that fills the buffer gives up its last character for the terminator.
+        {"fan_sw_ver=chip:3", long_entry, 40, 40, 0, 39, std::string(39, 'x') + "|"},
+        {"fan_sw_ver=chip:3", long_entry, 41, 41, 0, 40, std::string(40, 'x') + "|"},
         {"fan_sw_ver=chip:3", padded, 21, 21, 0, 4, "1.00|~"},
         {"fan_sw_ver=chip:3", entry, 21, 0, -22, 0, "~"},
     };

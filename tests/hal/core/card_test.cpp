@@ -228,6 +228,18 @@ TEST_F(SubCardTest, TextsAndRefusals) {
     EXPECT_EQ(sdd_get_sub_unintlg_lc_info(1, 8, &type, &aux), -6);
     EXPECT_EQ(sdd_get_sub_unintlg_sn(8, text, &len), -6);
     EXPECT_EQ(sdd_set_sub_unintlg_info(8, "X", "Y"), -6);
+    EXPECT_EQ(sdd_get_sub_unintlg_sn(1, text, &len), -6) << "the first sub-slot";
+    EXPECT_EQ(dfd_test::functions_logged_by(DFD_DEBUG_ERR,
+                                            [&] {
+                                                sdd_get_sub_unintlg_lc_info(1, 9, &type, &aux);
+                                                sdd_get_sub_unintlg_sn(9, text, &len);
+                                                sdd_get_sub_unintlg_hw_ver(9, text, &len);
+                                                len = 2;
+                                                sdd_get_sub_unintlg_sn(3, text, &len);
+                                                sdd_get_sub_unintlg_hw_ver(3, text, &len);
+                                            }),
+              "sdd_get_sub_unintlg_lc_info sdd_get_sub_unintlg_sn sdd_get_sub_unintlg_hw_ver "
+              "sdd_get_sub_unintlg_sn sdd_get_sub_unintlg_hw_ver ");
 }
 
 TEST_F(SubCardTest, WritesByModeWithProtectionLifted) {
