@@ -14,6 +14,8 @@ struct BusPath {
 
 inline constexpr char kBoardBus[] = "/dev/i2c-0";
 inline constexpr uint16_t kBoardE2promAddr = 0x57;
+// Where the platform leaves the product identifier.
+inline constexpr char kProductIdFile[] = "/tmp/bspinfo/ProductID";
 // Characters of the product identifier that are read.
 inline constexpr int kProductIdLength = 9;
 

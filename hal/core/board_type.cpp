@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr char kProductIdFile[] = "/tmp/bspinfo/ProductID";
 constexpr int kProductIdBuffer = 32;
 
 constexpr uint32_t kBoardE2promBytes = 128;
@@ -93,7 +92,7 @@ int tlv_type(uint8_t layout) {
 
 int dfd_dev_type_from_product_id(void) {
     char product_id[kProductIdBuffer] = "";
-    if (dfd::read_file(kProductIdFile, product_id, dfd::kProductIdLength) < 0) {
+    if (dfd::read_file(dfd::kProductIdFile, product_id, dfd::kProductIdLength) < 0) {
         return DFD_ERR;
     }
     uint32_t card_type = 0;

@@ -9,6 +9,7 @@
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/show/board_eeprom.hpp"
 #include "dfdctl/show/board_page.hpp"
+#include "hal/board_bus.h"
 
 #include <fmt/format.h>
 
@@ -16,11 +17,10 @@ namespace dfdctl {
 
 namespace {
 
-constexpr const char *kProductIdFile = "/tmp/bspinfo/ProductID";
 constexpr std::array<std::uint32_t, 2> kBackplaneSources = {1, 2};
 
 std::string product_id() {
-    std::ifstream file(kProductIdFile);
+    std::ifstream file(dfd::kProductIdFile);
     std::string text;
     std::getline(file, text);
     return text;
@@ -28,9 +28,9 @@ std::string product_id() {
 
 std::string no_product_id() {
     const std::string text = product_id();
-    return text.empty()
-               ? fmt::format("{} is missing or empty", kProductIdFile)
-               : fmt::format("\"{}\" of {} is not in the card PID table", text, kProductIdFile);
+    return text.empty() ? fmt::format("{} is missing or empty", dfd::kProductIdFile)
+                        : fmt::format("\"{}\" of {} is not in the card PID table", text,
+                                      dfd::kProductIdFile);
 }
 
 std::string eeprom_place() {
@@ -71,7 +71,7 @@ TypeFound find_board_type() {
     const int type = sdd_get_my_card_type();
     if (dfd_dev_type_from_product_id() > 0) {
         return {type, "product_id",
-                fmt::format("product identifier \"{}\" in {}", product_id(), kProductIdFile)};
+                fmt::format("product identifier \"{}\" in {}", product_id(), dfd::kProductIdFile)};
     }
     const auto header = read_board_header();
     if (type <= 0 || !header) {
