@@ -98,13 +98,19 @@ void Check::read_allowances() {
         }
         std::string_view ids = allowance(line.raw);
         for (auto id = take_word(ids); !id.empty(); id = take_word(ids)) {
-            if (find_rule(id) != nullptr) {
-                allowed_[root_ + log_.files[line.file].path].emplace(id);
-            } else {
-                at_byte("unknown-rule", line, static_cast<std::size_t>(id.data() - line.raw.data()),
-                        unknown_rule(id));
-            }
+            allow(id, line);
         }
+    }
+}
+
+/// `id` is a part of the line.
+void Check::allow(std::string_view id, const SourceLine &line) {
+    const auto byte = static_cast<std::size_t>(id.data() - line.raw.data());
+    if (const Rule *rule = find_rule(id)) {
+        allowed_.try_emplace({root_ + log_.files[line.file].path, rule},
+                             Allowance{line.line, column_of(line, byte)});
+    } else {
+        at_byte("unknown-rule", line, byte, unknown_rule(id));
     }
 }
 
@@ -116,18 +122,17 @@ void Check::keep(std::string_view rule, std::string file, int line, int column, 
     }
 }
 
-std::size_t Check::bytes_before(const SourceLine &line) const {
-    std::size_t bytes = 0;
+int Check::column_of(const SourceLine &line, std::size_t byte) const {
+    std::size_t before = 0;
     for (const SourceLine *part = &line; part->is_rest; --part) {
-        bytes += part[-1].raw.size();
+        before += part[-1].raw.size();
     }
-    return bytes;
+    return static_cast<int>(before + byte + 1);
 }
 
 void Check::at_byte(std::string_view rule, const SourceLine &line, std::size_t byte,
                     std::string text) {
-    const std::size_t column = bytes_before(line) + byte + 1;
-    keep(rule, root_ + log_.files[line.file].path, line.line, static_cast<int>(column),
+    keep(rule, root_ + log_.files[line.file].path, line.line, column_of(line, byte),
          std::move(text));
 }
 
@@ -184,8 +189,12 @@ std::set<Check::Place> Check::places() const {
 
 std::vector<Finding> Check::take() {
     std::erase_if(findings_, [this](const Finding &finding) {
-        const auto file = allowed_.find(finding.file);
-        return file != allowed_.end() && file->second.contains(std::string(finding.rule->id));
+        const auto allowance = allowed_.find({finding.file, finding.rule});
+        if (allowance == allowed_.end()) {
+            return false;
+        }
+        allowance->second.is_used = true;
+        return true;
     });
     std::sort(findings_.begin(), findings_.end());
     findings_.erase(std::unique(findings_.begin(), findings_.end()), findings_.end());
@@ -196,9 +205,9 @@ void check_all(Check &check) {
     check_lines(check);
     check_replaced(check);
     check_items(check);
-    check_siblings(check);
     check_together(check);
     check_addresses(check);
+    check_siblings(check);
     check_files(check);
     check_unasked(check);
 }

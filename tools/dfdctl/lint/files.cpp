@@ -1,12 +1,18 @@
 // SPDX-License-Identifier: MIT
 // The board's list, the files that it names, the chassis file.
+#include <dfd/framework.h>
+#include <dfd/keys.h>
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <map>
+#include <optional>
 
 #include "common/nearest.hpp"
 #include "dfdctl/board/offline.hpp"
 #include "dfdctl/lint/lint.hpp"
+#include "dfdctl/lint/survey.hpp"
+#include "hal/board_bus.h"
 
 #include <fmt/format.h>
 
@@ -139,22 +145,114 @@ std::string some_types(const std::set<std::uint32_t> &types) {
     return text;
 }
 
+/// Board types and the first line of each.
+using PidLines = std::map<std::uint32_t, const SourceLine *>;
+
+PidLines pid_lines(const Check &check) {
+    PidLines lines;
+    for (const SourceLine &line : check.log().lines) {
+        if (line.step == Step::stored && line.row->type == DFD_KEY_CARD_PID_STR) {
+            lines.try_emplace(line.index1, &line);
+        }
+    }
+    return lines;
+}
+
+/// The list that a board type was meant to have, if it has none: the only one that nothing leads
+/// to, or the one whose digits are the same.
+std::optional<int> list_meant(std::uint32_t type, const std::vector<int> &lonely, bool is_only) {
+    const auto same_digits = std::ranges::find_if(
+        lonely, [type](int list) { return fmt::format("{}", type) == fmt::format("{:x}", list); });
+    if (same_digits != lonely.end()) {
+        return *same_digits;
+    }
+    return is_only && lonely.size() == 1 ? std::optional(lonely[0]) : std::nullopt;
+}
+
+/// The text that the platform leaves for the board in this directory.
+std::optional<std::string> product_id(const std::string &root) {
+    const std::string path = root + dfd::kProductIdFile;
+    std::error_code error;
+    if (!fs::is_regular_file(path, error)) {
+        return std::nullopt;
+    }
+    std::string text(dfd::kProductIdLength, '\0');
+    std::ifstream(path).read(text.data(), dfd::kProductIdLength);
+    text.erase(std::min(text.find_first_of(std::string_view("\r\n\0", 3)), text.size()));
+    return text;
+}
+
+/// The board type that the library takes a product identifier for; negative for none.
+int type_of_product_id(std::string text) {
+    dfd::watch::Hooks hooks;
+    hooks.context = &text;
+    hooks.answer = [](void *context, const dfd::watch::Transfer &transfer, int *result) {
+        const std::string &content = *static_cast<std::string *>(context);
+        const std::size_t count = std::min<std::size_t>(transfer.len, content.size());
+        std::copy_n(content.begin(), count, transfer.data);
+        *result = static_cast<int>(count);
+        return true;
+    };
+    const Watching watching(hooks);
+    return dfd_dev_type_from_product_id();
+}
+
+/// `unknown` are types without a list that no other finding is about.
+void check_product_id(Check &check, PidLines &unknown) {
+    const std::optional<std::string> text = product_id(check.root());
+    const bool has_pids = std::ranges::any_of(check.log().files, [](const ConfigFile &file) {
+        return file.role == FileRole::card_pid && file.opened;
+    });
+    if (!text || !has_pids) {
+        return;
+    }
+    const int type = type_of_product_id(*text);
+    if (type < 0) {
+        check.at_file("product-id-unknown", dfd::kProductIdFile, 1,
+                      fmt::format("no card_pid_str begins '{}': only the board EEPROM can tell the "
+                                  "board type",
+                                  *text));
+    } else if (unknown.erase(static_cast<std::uint32_t>(type)) != 0) {
+        check.at_file("product-id-unknown", dfd::kProductIdFile, 1,
+                      fmt::format("'{}' leads to board type 0x{:x}, which has no list of files: "
+                                  "the library does not start",
+                                  *text, type));
+    }
+}
+
 /// Board types that product identifiers lead to and that have no list.
 void check_types(Check &check) {
     const std::vector<int> known = board_types(check.root());
-    const SourceLine *first = nullptr;
-    std::set<std::uint32_t> unknown;
-    for (const SourceLine &line : check.log().lines) {
-        const bool is_pid = line.step == Step::stored && line.row->type == DFD_KEY_CARD_PID_STR;
-        if (is_pid && !std::ranges::binary_search(known, static_cast<int>(line.index1))) {
-            first = first == nullptr ? &line : first;
-            unknown.insert(line.index1);
+    const PidLines pids = pid_lines(check);
+    std::vector<int> lonely = known;
+    std::erase_if(lonely,
+                  [&](int list) { return pids.contains(static_cast<std::uint32_t>(list)); });
+    PidLines unknown = pids;
+    std::erase_if(unknown, [&](const auto &pid) {
+        return std::ranges::binary_search(known, static_cast<int>(pid.first));
+    });
+    const bool is_only = unknown.size() == 1;
+    for (const auto &[type, line] : PidLines(unknown)) {
+        if (const std::optional<int> list = list_meant(type, lonely, is_only)) {
+            check.at_index("list-without-pid", *line,
+                           fmt::format("no list of files for board type 0x{0:x} ({0}), and no "
+                                       "product identifier leads to the list 0x{1:x} ({1}): are "
+                                       "they one board?",
+                                       type, *list));
+            unknown.erase(type);
         }
     }
-    if (first != nullptr) {
-        check.at_index("list-unknown-type", *first,
+    check_product_id(check, unknown);
+    if (!unknown.empty()) {
+        const auto first =
+            std::ranges::min_element(unknown, {}, [](const auto &pid) { return pid.second; });
+        std::set<std::uint32_t> types;
+        for (const auto &[type, line] : unknown) {
+            types.insert(type);
+        }
+        check.at_index("list-unknown-type", *first->second,
                        fmt::format("no list of files for {}: the library does not start there",
-                                   some_types(unknown)));
+                                   some_types(types)));
     }
 }
 
@@ -214,7 +312,8 @@ void check_files(Check &check) {
     check_types(check);
 }
 
-void check_directory(const std::string &root, const std::set<std::string> &listed, Check &check) {
+void check_directory(Check &check) {
+    const std::string &root = check.root();
     if (board_types(root).empty()) {
         check.at_file("list-empty", kListDirectory.substr(0, kListDirectory.size() - 1), 1,
                       "no list of files here: the library starts on no board");
@@ -227,12 +326,38 @@ void check_directory(const std::string &root, const std::set<std::string> &liste
             }
         }
     }
+}
+
+std::vector<std::string> unlisted_files(const std::string &root,
+                                        const std::set<std::string> &listed) {
+    std::vector<std::string> files;
     for (const std::string &name : files_in(root + std::string(kFileDirectory))) {
-        const std::string path = std::string(kFileDirectory) + name;
+        std::string path = std::string(kFileDirectory) + name;
         if (name != kPidFile && !listed.contains(path)) {
-            check.at_file("file-unlisted", path, 1, "no list names this file: it is never loaded");
+            files.push_back(std::move(path));
         }
     }
+    return files;
+}
+
+void check_unlisted(Check &check, const std::string &path,
+                    const std::set<std::uint32_t> &configured) {
+    std::vector<std::uint32_t> alone;
+    for (const auto &[key, origins] : check.log().origins) {
+        if (!configured.contains(key)) {
+            alone.push_back(key);
+        }
+    }
+    if (alone.empty() || configured.empty()) {
+        check.at_file("file-unlisted", path, 1, "no list names this file: it is never loaded");
+        return;
+    }
+    check.at_file(
+        "file-forgotten", path, 1,
+        fmt::format("no list names this file, though it alone sets {}{}: it is never "
+                    "loaded",
+                    as_written(item_of_key(alone[0])),
+                    alone.size() > 1 ? fmt::format(" and {} more", alone.size() - 1) : ""));
 }
 
 }  // namespace dfdctl::lint

@@ -48,6 +48,15 @@ struct Finding {
     auto operator<=>(const Finding &) const = default;
 };
 
+/// A rule that a "# lint: allow" of a file names.
+struct Allowance {
+    int line;
+    int column;
+    bool is_used = false;  ///< something was switched off by it
+};
+/// By file, as a finding names it, and rule.
+using Allowances = std::map<std::pair<std::string, const Rule *>, Allowance>;
+
 class Uses;
 
 /// What was loaded, and what is found in it. Records are in the library's store meanwhile.
@@ -90,20 +99,28 @@ class Check {
     /// Where there are findings by now.
     std::set<Place> places() const;
 
+    /// Another finding tells why no function asks for the item.
+    void explain(std::uint32_t key) { explained_.insert(key); }
+    bool is_explained(std::uint32_t key) const { return explained_.contains(key); }
+
     /// Sorted, each once; what the files' own "# lint: allow" lines switch off is gone.
     std::vector<Finding> take();
+    /// What they allowed, once that was taken.
+    const Allowances &allowances() const { return allowed_; }
 
   private:
-    /// Bytes of a line before the part of it that the reader delivered.
-    std::size_t bytes_before(const SourceLine &line) const;
+    /// Where a byte of a line stands in the line as a whole, from 1.
+    int column_of(const SourceLine &line, std::size_t byte) const;
     void keep(std::string_view rule, std::string file, int line, int column, std::string text);
     void read_allowances();
+    void allow(std::string_view id, const SourceLine &line);
 
     const LoadRecord &log_;
     std::string root_;
     const std::set<std::string> &skipped_;
     std::vector<Finding> findings_;
-    std::map<std::string, std::set<std::string>> allowed_;  ///< ids by file
+    Allowances allowed_;
+    std::set<std::uint32_t> explained_;
     mutable std::shared_ptr<const Uses> uses_;
 };
 
@@ -121,8 +138,13 @@ void check_files(Check &check);      ///< files.cpp: list file, missing files, c
 /// All of them.
 void check_all(Check &check);
 
-/// A board's directory as a whole, once all its boards are loaded; `listed` are the files that
-/// their lists name.
-void check_directory(const std::string &root, const std::set<std::string> &listed, Check &check);
+/// A board's directory as a whole.
+void check_directory(Check &check);
+/// Files of a directory that no list names, as the library names them; `listed` are the others.
+std::vector<std::string> unlisted_files(const std::string &root,
+                                        const std::set<std::string> &listed);
+/// Such a file, the only one of the check; `configured` is what the boards of its directory set.
+void check_unlisted(Check &check, const std::string &path,
+                    const std::set<std::uint32_t> &configured);
 
 }  // namespace dfdctl::lint

@@ -18,6 +18,7 @@ constexpr Scope kBoard = Scope::board;
 /* clang-format off */
 constexpr std::array kRules = {
     Rule{"address-unused", note, kItem, "Only a device on an I2C bus has an address", "info_ctrl"},
+    Rule{"allow-unused", warning, kLine, "A '# lint: allow' that switches nothing off hides the next mistake", "format"},
     Rule{"attribute-without-name", warning, kBoard, "A type that no name leads to is never met", "power"},
     Rule{"backplane-0", warning, kBoard, "Backplanes are numbered 1 and 2", "inventory"},
     Rule{"backplane-field-unread", warning, kBoard, "A backplane with an EEPROM has no other fields", "inventory"},
@@ -54,6 +55,7 @@ constexpr std::array kRules = {
     Rule{"fan-count-missing", warning, kBoard, "Platform software goes by the number of trays", "fans"},
     Rule{"fan-fail-unread", warning, kBoard, "With a lowest speed the rotors tell a failed tray, and its failure flag only in their place", "fans"},
     Rule{"file-device", warning, kItem, "Devices are read as localbus or i2c, not as a file", "info_ctrl"},
+    Rule{"file-forgotten", warning, kBoard, "A file that alone sets items belongs on a list", "files"},
     Rule{"file-missing", error, kBoard, "Loading stops at a listed file that cannot be opened: it and all behind it are lost", "files"},
     Rule{"file-name-odd", warning, kBoard, "A file whose name is not spelt as the library builds it is never loaded", "files"},
     Rule{"file-unlisted", note, kBoard, "A file of cfg_file that no list names is never loaded", "files"},
@@ -104,6 +106,7 @@ constexpr std::array kRules = {
     Rule{"list-line-empty", error, kBoard, "An empty line of the list stands for the file '.cfg'; loading stops there", "files"},
     Rule{"list-name-long", error, kBoard, "A name of over 30 characters is read as two", "files"},
     Rule{"list-unknown-type", note, kBoard, "The library does not start on a board type that has no list of files", "files"},
+    Rule{"list-without-pid", warning, kBoard, "A list that no product identifier leads to, beside one that leads to none, look like one board type", "files"},
     Rule{"localbus-i2c", error, kItem, "Registers are not read through the file of an I2C bus", "info_ctrl"},
     Rule{"localbus-path", warning, kItem, "Devices with registers are /dev/cpldN and /dev/fpga0", "info_ctrl"},
     Rule{"mac-file-half", warning, kBoard, "The file of the switch chip and the item that announces it belong together", "temperatures"},
@@ -139,6 +142,7 @@ constexpr std::array kRules = {
     Rule{"power-composed", error, kBoard, "A composed status needs the presence of the supply", "power"},
     Rule{"power-half", warning, kBoard, "Output power is made of current and voltage", "power"},
     Rule{"power-without-state", warning, kBoard, "The status of a supply begins with its state", "power"},
+    Rule{"product-id-unknown", warning, kBoard, "The product identifier of a board leads to its type", "files"},
     Rule{"protect-fixed-register", warning, kBoard, "Without write protection of the trays a fixed register is written", "inventory"},
     Rule{"protect-missing", note, kBoard, "EEPROMs that are written may be protected", "inventory"},
     Rule{"protect-unknown", warning, kBoard, "Write protection has fixed numbers", "inventory"},

@@ -35,15 +35,21 @@ class Run {
 
     void files(const std::vector<std::string> &paths) { check(load_files(paths), ""); }
 
+    /// Once all its boards are loaded.
     void directory(const std::string &root) {
         const LoadRecord nothing;
         Check check(nothing, root, skipped_);
-        check_directory(root, listed_, check);
-        std::ranges::move(check.take(), std::back_inserter(report_.findings));
+        check_directory(check);
+        keep(check.take());
+        for (const std::string &path : unlisted_files(root, listed_)) {
+            unlisted(root + path);
+        }
         listed_.clear();
+        configured_.clear();
     }
 
     Report take() {
+        add_unused_allowances();
         auto &findings = report_.findings;
         std::sort(findings.begin(), findings.end());
         findings.erase(std::unique(findings.begin(), findings.end()), findings.end());
@@ -62,6 +68,9 @@ class Run {
         for (const ListLine &line : log.list) {
             listed_.insert(line.path);
         }
+        for (const auto &[key, origins] : log.origins) {
+            configured_.insert(key);
+        }
         return !log.files.empty() &&
                log.files.back().path.ends_with(fmt::format("/{}.cfg", chassis_type));
     }
@@ -72,7 +81,10 @@ class Run {
             request_.visit(check);
         }
         check_all(check);
-        std::ranges::move(check.take(), std::back_inserter(report_.findings));
+        keep(check.take());
+        for (const auto &[place, allowance] : check.allowances()) {
+            allowances_.try_emplace(place, allowance).first->second.is_used |= allowance.is_used;
+        }
         for (const ConfigFile &file : log.files) {
             if (file.opened) {
                 report_.files.insert(root + file.path);
@@ -80,9 +92,45 @@ class Run {
         }
     }
 
+    void unlisted(const std::string &path) {
+        std::error_code error;
+        const bool is_file = fs::is_regular_file(path, error);
+        const LoadRecord log = is_file ? load_files({path}) : LoadRecord();
+        Check check(log, "", skipped_);
+        check_unlisted(check, path, configured_);
+        keep(check.take());
+    }
+
+    void keep(std::vector<Finding> findings) {
+        std::ranges::move(findings, std::back_inserter(report_.findings));
+    }
+
+    /// Where all boards were checked; a rule that was switched off finds nothing that could be
+    /// allowed.
+    void add_unused_allowances() {
+        const Rule *const unused = find_rule("allow-unused");
+        if (request_.board_type.has_value() || skipped_.contains(std::string(unused->id))) {
+            return;
+        }
+        for (const auto &[place, allowance] : allowances_) {
+            const auto &[file, rule] = place;
+            const bool is_judged = rule != unused && !skipped_.contains(std::string(rule->id)) &&
+                                   !allowances_.contains({file, unused});
+            if (is_judged && !allowance.is_used) {
+                report_.findings.push_back(
+                    {file, allowance.line, allowance.column, unused,
+                     fmt::format("nothing in this file is reported by {}: delete it, or it hides "
+                                 "the next mistake",
+                                 rule->id)});
+            }
+        }
+    }
+
     const Request &request_;
     std::set<std::string> skipped_;
-    std::set<std::string> listed_;
+    std::set<std::string> listed_;        ///< files of the directory in work
+    std::set<std::uint32_t> configured_;  ///< items of its boards
+    Allowances allowances_;
     Report report_;
 };
 

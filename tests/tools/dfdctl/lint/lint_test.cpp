@@ -98,6 +98,11 @@ TEST(Lint, ExitStatusTellsFindingsFromFaults) {
         {"slot_base=1\nslot_base=2\n", "--strict", 1},
         {"slot_base=1\nslot_base=2\n", "--strict --allow replace", 0},
         {"# lint: allow replace\nslot_base=1\nslot_base=2\n", "--strict", 0},
+        {"# lint: allow replace\nslot_base=1\n", "--strict", 1},
+        {"# lint: allow replace\nslot_base=1\n", "--strict --allow replace", 0},
+        {"# lint: allow replace allow-unused\nslot_base=1\n", "--strict", 0},
+        // Of a rule that needs a whole board.
+        {"# lint: allow base-without-slot\nslot_base=1\n", "--strict", 0},
         {"slot_base=x\n", "", 1},
         {"slot_base=x\n", "--json", 1},
         {"slot_base=x\n", "--allow number-rubbish --allow replace", 0},
