@@ -8,6 +8,7 @@
 #include <set>
 #include <tuple>
 
+#include "dfdctl/board/describe.hpp"
 #include "dfdctl/lint/registers.hpp"
 #include "dfdctl/lint/survey.hpp"
 #include "dfdctl/lint/uses.hpp"
@@ -166,18 +167,157 @@ bool may_share(std::uint32_t type) {
     return std::find(kShared.begin(), kShared.end(), type) != kShared.end();
 }
 
+/// Where an item's bits are; no two devices have one address here.
+using Bits = std::tuple<const Device *, std::uint32_t, std::uint32_t, std::uint8_t>;
+
+/// The units of each type, and which bits they share.
+class Rows {
+  public:
+    explicit Rows(const std::map<Device, std::vector<Claim>> &devices) {
+        std::map<Bits, std::set<std::uint32_t>> types;
+        for (const auto &[device, claims] : devices) {
+            for (const Claim &claim : claims) {
+                const std::uint32_t type = claim.item.type->type;
+                const Bits bits(&device, claim.first, claim.bytes, claim.mask);
+                bits_.emplace(claim.item.key(), bits);
+                ++rows_[type].units;
+                rows_[type].places += types[bits].insert(type).second ? 1 : 0;
+            }
+        }
+        for (const auto &[bits, sharing] : types) {
+            for (const std::uint32_t type : sharing) {
+                for (const std::uint32_t other : sharing) {
+                    ++meetings_[{type, other}];
+                }
+            }
+        }
+    }
+
+    /// The only two units that share among units that do not.
+    bool is_only_pair(std::uint32_t type) const {
+        const Row &row = rows_.at(type);
+        return type != DFD_KEY_E2_WRITE_PROTECT && row.units >= kLeastUnits &&
+               row.places + 1 == row.units;
+    }
+    /// The only place that units of two types share, where one of them has several.
+    bool is_only_meeting(std::uint32_t a, std::uint32_t b) const {
+        return meetings_.at({a, b}) == 1 &&
+               std::max(rows_.at(a).units, rows_.at(b).units) >= kLeastUnits;
+    }
+    /// Null for an item that claims nothing.
+    const Bits *find(std::uint32_t key) const {
+        const auto found = bits_.find(key);
+        return found != bits_.end() ? &found->second : nullptr;
+    }
+
+    /// Fewer units prove nothing.
+    static constexpr std::size_t kLeastUnits = 4;
+
+  private:
+    struct Row {
+        std::size_t units = 0;
+        std::size_t places = 0;
+    };
+    std::map<std::uint32_t, Row> rows_;
+    std::map<std::pair<std::uint32_t, std::uint32_t>, std::size_t> meetings_;  ///< by two types
+    std::map<std::uint32_t, Bits> bits_;
+};
+
+/// What is written, and what reads it back or is read beside it.
+struct ReadBack {
+    std::uint32_t written;
+    std::uint32_t read;
+};
+constexpr std::array kReadBacks = {
+    ReadBack{DFD_KEY_FAN_CFG_SPEED, DFD_KEY_GET_FAN_CFG_SPEED},
+    ReadBack{DFD_KEY_CARD_POWER_CTRL, DFD_KEY_CARD_POWER_STATUS},
+    ReadBack{DFD_KEY_2ND_IRQ_CLEAR, DFD_KEY_2ND_IRQ_STATUS},
+    ReadBack{DFD_KEY_3RD_IRQ_CLEAR, DFD_KEY_3RD_IRQ_STATUS},
+};
+
+/// The one unit that is read from another register than it is written to; its keys go to `said`.
+void check_read_back(Check &check, const Rows &rows, const ReadBack &pair,
+                     std::set<std::uint32_t> &said) {
+    std::size_t units = 0;
+    std::vector<Item> odd;
+    for (const Item &item : configured(check, pair.read)) {
+        const Item written = item_of(pair.written, item.index1, item.index2);
+        const Bits *from = rows.find(item.key());
+        const Bits *to = rows.find(written.key());
+        if (from != nullptr && to != nullptr) {
+            ++units;
+            if (*from != *to) {
+                odd.push_back(item);
+            }
+        }
+    }
+    if (units < Rows::kLeastUnits || odd.size() != 1) {
+        return;
+    }
+    const Item written = item_of(pair.written, odd[0].index1, odd[0].index2);
+    said.insert({odd[0].key(), written.key()});
+    const SourceLine *line = check.line_of(written.key(), kRegOffset);
+    check.at_member(
+        "read-back-differs", odd[0].key(), kRegOffset,
+        fmt::format("{} is not where {}{} is written, while the {} others are read "
+                    "from where they are written",
+                    as_written(odd[0]), as_written(written),
+                    line != nullptr ? fmt::format(" ({})", check.place(*line)) : "", units - 1));
+}
+
 /// What two items disagree about, as a rule and a text; a rule without a name: nothing.
 struct Conflict {
     std::string_view rule = {};
     std::string text = {};
 };
 
-/// Two items in the same bits of the same register.
-Conflict conflict_in_same_bits(const Claim &a, const Claim &b) {
-    const bool is_same_type = a.item.type == b.item.type;
-    if (is_same_type && !may_share(a.item.type->type)) {
+/// What a mask is switched with: the type of its source, card where there is none.
+std::uint32_t irq_type_of(const Item &mask) {
+    const auto *source = record_of<irq_info_t>(item_of(DFD_KEY_IRQ_INFO, mask.index1));
+    return source != nullptr ? source->type : 0;
+}
+
+/// Two items of one type in the same bits.
+Conflict conflict_of_units(const Rows &rows, const Claim &a, const Claim &b) {
+    const std::uint32_t type = a.item.type->type;
+    const bool is_mask = type == DFD_KEY_IRQ_MASK;
+    if (is_mask && irq_type_of(a.item) != irq_type_of(b.item)) {
+        return {
+            "irq-mask-types",
+            fmt::format("one mask for sources of type {} and of type {}: who masks the ones "
+                        "masks the others as well",
+                        irq_type_word(irq_type_of(a.item)), irq_type_word(irq_type_of(b.item)))};
+    }
+    if (!may_share(type)) {
         return {"register-twice",
                 "both are the same place: a copied line whose register was not changed?"};
+    }
+    return rows.is_only_pair(type)
+               ? Conflict{"register-twice",
+                          "both are the same place, the only two of their row: a copied line whose "
+                          "register was not changed?"}
+               : Conflict{};
+}
+
+/// Two items of different types in the same bits that are both written.
+Conflict conflict_of_writers(const Rows &rows, const Claim &a, const Claim &b) {
+    return rows.is_only_meeting(a.item.type->type, b.item.type->type)
+               ? Conflict{"register-twice",
+                          "both are written in the same place, while the other units of the row "
+                          "have places of their own: a copied line whose register was not changed?"}
+               : Conflict{"register-shared",
+                          "both are written in the same place: the one overwrites the other"};
+}
+
+/// Two items in the same bits of the same register.
+Conflict conflict_in_same_bits(const Uses &uses, const Rows &rows, const Claim &a, const Claim &b) {
+    if (a.item.type == b.item.type) {
+        const Conflict conflict = conflict_of_units(rows, a, b);
+        if (!conflict.rule.empty()) {
+            return conflict;
+        }
+    } else if (uses.is_written(a.item.type->type) && uses.is_written(b.item.type->type)) {
+        return conflict_of_writers(rows, a, b);
     }
     const bool is_number = a.is_field || (a.bytes > 1 && a.ctrl->frmt == b.ctrl->frmt);
     if (is_number && (a.ctrl->pola == INFO_POLA_NEGATIVE) != (b.ctrl->pola == INFO_POLA_NEGATIVE)) {
@@ -216,9 +356,10 @@ Conflict conflict_in_some_bits(const Uses &uses, const Device &device, const Cla
     return {};
 }
 
-Conflict conflict_of(const Uses &uses, const Device &device, const Claim &a, const Claim &b) {
+Conflict conflict_of(const Uses &uses, const Rows &rows, const Device &device, const Claim &a,
+                     const Claim &b) {
     if (a == b) {
-        return conflict_in_same_bits(a, b);
+        return conflict_in_same_bits(uses, rows, a, b);
     }
     const bool meet = a.first < b.end() && b.first < a.end() && (a.mask & b.mask) != 0;
     return meet ? conflict_in_some_bits(uses, device, a, b) : Conflict{};
@@ -233,8 +374,10 @@ void add_conflict(Check &check, const Claim &at, const Claim &other, const Confl
                                 conflict.text));
 }
 
-/// Each claim against those before it that may reach so far; one finding a claim.
-void check_registers(Check &check, const Device &device, const std::vector<Claim> &claims) {
+/// Each claim against those before it that may reach so far; one finding a claim, none for those
+/// that something is said of.
+void check_registers(Check &check, const Rows &rows, const std::set<std::uint32_t> &said,
+                     const Device &device, const std::vector<Claim> &claims) {
     constexpr std::uint64_t kLongest = 255;
     std::size_t first_near = 0;
     for (std::size_t i = 0; i < claims.size(); ++i) {
@@ -242,8 +385,10 @@ void check_registers(Check &check, const Device &device, const std::vector<Claim
             ++first_near;
         }
         for (std::size_t j = first_near; j < i; ++j) {
-            const Conflict conflict = conflict_of(check.uses(), device, claims[j], claims[i]);
-            if (!conflict.rule.empty()) {
+            const Conflict conflict = conflict_of(check.uses(), rows, device, claims[j], claims[i]);
+            const bool is_known =
+                said.contains(claims[i].item.key()) || said.contains(claims[j].item.key());
+            if (!conflict.rule.empty() && !is_known) {
                 add_conflict(check, claims[i], claims[j], conflict);
                 break;
             }
@@ -277,8 +422,14 @@ void check_addresses(Check &check) {
     check_buses(check);
     check_missing_registers(check);
     check_images(check);
-    for (const auto &[device, claims] : claims_of(check)) {
-        check_registers(check, device, claims);
+    const std::map<Device, std::vector<Claim>> devices = claims_of(check);
+    const Rows rows(devices);
+    std::set<std::uint32_t> said;
+    for (const ReadBack &pair : kReadBacks) {
+        check_read_back(check, rows, pair, said);
+    }
+    for (const auto &[device, claims] : devices) {
+        check_registers(check, rows, said, device, claims);
     }
 }
 

@@ -49,19 +49,68 @@ void check_readers(Check &check, const Item &item, std::span<const Use> uses) {
     }
 }
 
+/// Registers that stand for something, and the items that say for what.
+struct Coded {
+    std::uint32_t type;
+    std::uint32_t table;
+};
+constexpr std::array kCoded = {
+    Coded{DFD_KEY_GET_FAN_CFG_SPEED, DFD_KEY_FAN_SPEEDLVL_CONVERT},
+    Coded{DFD_KEY_CARD_RATE_POWER, DFD_KEY_POWER_REGVAL_CONVERT},
+    Coded{DFD_KEY_POWER_TYPE, DFD_KEY_POWER_NAME},
+};
+
+/// The table that a register's value is looked up in, or null.
+const Coded *table_of(const Check &check, std::uint32_t type) {
+    const auto *const row = std::ranges::find(kCoded, type, &Coded::type);
+    const bool is_off = type == DFD_KEY_GET_FAN_CFG_SPEED && !has(DFD_KEY_FAN_SPEED_LEVEL_SUPPORT);
+    return row != kCoded.end() && has_any(check, row->table) && !is_off ? row : nullptr;
+}
+
+/// Formats that no conversion of a function is applied to.
+bool is_plain(const Item &item) {
+    const auto &ctrl = *record_of<info_ctrl_t>(item);
+    return is_hardware_mode(ctrl.mode) &&
+           (ctrl.frmt == INFO_FRMT_BYTE || ctrl.frmt == INFO_FRMT_NUM_BYTES ||
+            ctrl.frmt == INFO_FRMT_NUM_STR);
+}
+
+bool converts(const Use &use) {
+    return is_read(use) && use.op != Op::get_buf && use.has_processor;
+}
+
+/// Registers whose table is passed by; once a type, for a board may do it so throughout.
+void check_coded(Check &check, const Coded &coded, const std::set<std::uint32_t> &refused) {
+    std::vector<Item> passed_by;
+    for (const Item &item : configured(check, coded.type)) {
+        if (!refused.contains(item.key()) && is_plain(item) && table_of(check, coded.type)) {
+            passed_by.push_back(item);
+        }
+    }
+    if (passed_by.empty()) {
+        return;
+    }
+    const std::string more =
+        passed_by.size() > 1 ? fmt::format(" and {} more", passed_by.size() - 1) : "";
+    check.at_member("code-unconverted", passed_by[0].key(), kFrmt,
+                    fmt::format("{}{}: the value of the register is looked up in {} with "
+                                ".frmt=num_buf; in this format it is handed on as it is",
+                                as_written(passed_by[0]), more, item_of(coded.table).type->name));
+    for (const std::uint32_t type : {coded.table, std::uint32_t{DFD_KEY_FAN_SPEED_LEVEL_SUPPORT}}) {
+        for (const Item &item : configured(check, type)) {
+            check.explain(item.key());
+        }
+    }
+}
+
 /// A number format where the function brings a conversion along.
 void check_conversion(Check &check, const Item &item, std::span<const Use> uses) {
-    const int format = record_of<info_ctrl_t>(item)->frmt;
-    const bool is_plain =
-        format == INFO_FRMT_BYTE || format == INFO_FRMT_NUM_BYTES || format == INFO_FRMT_NUM_STR;
-    const auto converts = [](const Use &use) {
-        return is_read(use) && use.op != Op::get_buf && use.has_processor;
-    };
     // A device that speaks in bytes is not meant to be read as they stand; the kinds of sensors
     // have a rule of their own.
     const bool is_device = record_of<info_ctrl_t>(item)->src == INFO_SRC_I2C &&
                            item.type->type != DFD_KEY_CARD_TEMP_CTRL;
-    if (is_plain && std::ranges::any_of(uses, converts)) {
+    if (is_plain(item) && std::ranges::any_of(uses, converts) &&
+        table_of(check, item.type->type) == nullptr) {
         check.at_member(
             is_device ? "device-unconverted" : "conversion-unused", item.key(), kFrmt,
             fmt::format("{}: what {} makes of the bytes counts with .frmt=num_buf; in this "
@@ -70,15 +119,25 @@ void check_conversion(Check &check, const Item &item, std::span<const Use> uses)
     }
 }
 
+/// Items that are looked up as entry 0 of a TLV image.
+constexpr std::array kEntry0 = {DFD_KEY_POWER_SN, DFD_KEY_POWER_HW_VER, DFD_KEY_POWER_RATE_SUPPLY};
+
 /// Layouts of EEPROMs where the functions ask the engine.
 void check_layout(Check &check, const Item &item, std::span<const Use> uses) {
     const int mode = record_of<info_ctrl_t>(item)->mode;
-    // The rated supply is the one value that is asked of the engine, then of the EEPROM.
-    const bool is_known =
-        item.type->type == DFD_KEY_POWER_RATE_SUPPLY && mode == INFO_CTRL_MODE_TLV;
+    if (mode == INFO_CTRL_MODE_TLV &&
+        std::ranges::find(kEntry0, item.type->type) != kEntry0.end()) {
+        check.at_member("tlv-entry-0", item.key(), kMode,
+                        fmt::format("{} is looked up as entry 0 of the image, which usual images "
+                                    "do not have: theirs are 2 (name), 3 (serial number), 5 "
+                                    "(version) and 6 (type); write .mode=config and where the "
+                                    "value is",
+                                    as_written(item)));
+        return;
+    }
     const bool is_asked =
         std::ranges::any_of(uses, [](const Use &use) { return is_read(use) && use.worked; });
-    if (!is_eeprom_mode(mode) || is_known || !is_asked) {
+    if (!is_eeprom_mode(mode) || !is_asked) {
         return;
     }
     check.at_member("layout-unknown", item.key(), kMode,
@@ -112,6 +171,9 @@ void check_consumers(Check &check, const std::set<std::uint32_t> &refused) {
         check_conversion(check, item, uses);
         check_layout(check, item, uses);
     }
+    for (const Coded &coded : kCoded) {
+        check_coded(check, coded, refused);
+    }
 }
 
 void check_unasked(Check &check) {
@@ -121,7 +183,7 @@ void check_unasked(Check &check) {
         const bool is_known = std::ranges::any_of(origins, [&](const Origin &origin) {
             return spoken_of.contains({check.log().files[origin.file].path, origin.line});
         });
-        if (is_known || is_asked(check.uses(), key)) {
+        if (is_known || check.is_explained(key) || is_asked(check.uses(), key)) {
             continue;
         }
         const Item item = item_of_key(key);

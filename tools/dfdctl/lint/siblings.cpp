@@ -8,6 +8,7 @@
 #include <array>
 #include <map>
 #include <optional>
+#include <set>
 #include <tuple>
 
 #include "dfdctl/lint/survey.hpp"
@@ -93,7 +94,15 @@ std::string as_set(const Check &check, const Item &item, CtrlMember member) {
                            : fmt::format("no {}", info_ctrl_mem_str[member]);
 }
 
-void check_row(Check &check, const std::vector<Unit> &units) {
+/// Whether there is a finding about the line that sets a member.
+bool is_spoken_of(const Check &check, const std::set<Check::Place> &spoken_of, const Item &item,
+                  CtrlMember member) {
+    const SourceLine *line = check.line_of(item.key(), member);
+    return line != nullptr && spoken_of.contains({check.log().files[line->file].path, line->line});
+}
+
+void check_row(Check &check, const std::set<Check::Place> &spoken_of,
+               const std::vector<Unit> &units) {
     const Unit *odd = odd_one(units);
     if (odd == nullptr) {
         return;
@@ -104,6 +113,9 @@ void check_row(Check &check, const std::vector<Unit> &units) {
         return;
     }
     const CtrlMember member = kTraits[*at];
+    if (is_spoken_of(check, spoken_of, odd->item, member)) {
+        return;
+    }
     const std::string others = member == kBitOffset ? "one" : as_set(check, other.item, member);
     check.at_member(
         "unit-differs", odd->item.key(), member,
@@ -123,8 +135,9 @@ void check_siblings(Check &check) {
             rows[row_of(item, ctrl)].push_back({item, traits_of(check, item, ctrl)});
         }
     }
+    const std::set<Check::Place> spoken_of = check.places();
     for (const auto &[row, units] : rows) {
-        check_row(check, units);
+        check_row(check, spoken_of, units);
     }
 }
 

@@ -2,10 +2,15 @@
 // Slots, cards and sub-slots, the reset button, the frame sizes of the management port.
 #include <dfd/keys.h>
 #include <dfd/records.h>
+#include <algorithm>
 #include <array>
+#include <iterator>
+#include <optional>
+#include <set>
 
 #include "dfdctl/lint/survey.hpp"
 #include "dfdctl/lint/together.hpp"
+#include "dfdctl/observe/units.hpp"
 
 #include <fmt/format.h>
 
@@ -52,6 +57,66 @@ void check_own_card(Check &check) {
                 return;
             }
         }
+    }
+}
+
+/// What is measured on a card.
+std::vector<Item> measured_on(const Check &check, std::uint32_t card) {
+    constexpr std::array kTypes = {DFD_KEY_CARD_TEMP_INFO, DFD_KEY_CARD_TEMP_CTRL,
+                                   DFD_KEY_CARD_VOL_LOW, DFD_KEY_CARD_VOL_HIGH,
+                                   DFD_KEY_CARD_VOL_WATERLINE};
+    std::vector<Item> items;
+    for (const std::uint32_t type : kTypes) {
+        std::ranges::copy_if(configured(check, type), std::back_inserter(items),
+                             [card](const Item &item) { return item.index1 == card; });
+    }
+    return items;
+}
+
+/// A card whose sensors are all that is known of it, on a board without sensors of its own.
+std::optional<std::uint32_t> only_sensed_card(const Check &check) {
+    constexpr std::array kOtherTypes = {DFD_KEY_SLOT_ONLINE,       DFD_KEY_SSLOT_STATE,
+                                        DFD_KEY_RESET_LC,          DFD_KEY_CARD_POWER_CTRL,
+                                        DFD_KEY_CARD_POWER_STATUS, DFD_KEY_CARD_RATE_POWER};
+    std::set<std::uint32_t> sensed;
+    for (const Item &item : configured(check, DFD_KEY_CARD_TEMP_INFO)) {
+        sensed.insert(item.index1);
+    }
+    const bool is_only = sensed.size() == 1 && !sensed.contains(0);
+    const bool is_known = is_only && std::ranges::any_of(kOtherTypes, [&](std::uint32_t type) {
+                              return has(type, *sensed.begin());
+                          });
+    return is_only && !is_known ? std::optional(*sensed.begin()) : std::nullopt;
+}
+
+/// The items of the card in the own slot have index 0. Where the slot is read from hardware, a
+/// lonely card is taken for it.
+void check_own_slot(Check &check) {
+    const auto *slot = record_of<info_ctrl_t>(item_of(DFD_KEY_MY_SLOTID));
+    if (slot == nullptr) {
+        return;
+    }
+    const bool is_constant = slot->mode == INFO_CTRL_MODE_CONSTANT;
+    const std::optional<std::uint32_t> card =
+        is_constant ? observe::Units(check.log()).own_slot() : only_sensed_card(check);
+    const std::vector<Item> items = card ? measured_on(check, *card) : std::vector<Item>();
+    if (items.empty() || *card == 0) {
+        return;
+    }
+    check.at_item(
+        "own-card-by-slot", items[0].key(),
+        fmt::format("{}{}: {}; items of the card in the own slot have index 0, write {}",
+                    as_written(items[0]),
+                    items.size() > 1 ? fmt::format(" and {} more", items.size() - 1) : "",
+                    is_constant ? fmt::format("slot {} is the own one (my_slotid), so it is never "
+                                              "looked at",
+                                              *card)
+                                : fmt::format("nothing but sensors is known of card {}, and "
+                                              "nothing of the sensors of this card",
+                                              *card),
+                    as_written(item_of(items[0].type->type, 0, items[0].index2))));
+    for (const Item &item : items) {
+        check.explain(item.key());
     }
 }
 
@@ -146,6 +211,7 @@ void check_own_power(Check &check) {
 void check_cards(Check &check) {
     check_card_numbers(check);
     check_own_card(check);
+    check_own_slot(check);
     check_power_status(check);
     check_sub_slots(check);
     check_button_texts(check);

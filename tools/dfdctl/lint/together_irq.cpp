@@ -129,6 +129,50 @@ void check_levels(Check &check) {
     }
 }
 
+/// The bit of a status register that leads to a source; 0 where it leads elsewhere.
+std::uint32_t bit_towards(const Item &status, const Source &source) {
+    switch (status.type->type) {
+        case DFD_KEY_1ST_IRQ_STATUS:
+            return source.i;
+        case DFD_KEY_2ND_IRQ_STATUS:
+            return source.i == status.index1 ? source.j : 0;
+        default:
+            return source.i == status.index1 && source.j == status.index2 ? source.k : 0;
+    }
+}
+
+void check_status_field(Check &check, const Item &status, std::uint32_t bits) {
+    std::vector<Item> unseen = configured(check, DFD_KEY_IRQ_INFO);
+    std::erase_if(unseen, [&](const Item &item) {
+        const Source source = source_of(item);
+        return !source.is_in_table() || bit_towards(status, source) < bits;
+    });
+    if (unseen.empty()) {
+        return;
+    }
+    check.at_member("irq-status-field", status.key(), kFrmt,
+                    fmt::format("{} is a field of {} bit{}: {}, bit {}, is never reported; write "
+                                ".frmt=byte",
+                                as_written(status), bits, bits == 1 ? "" : "s",
+                                as_written(unseen[0]), bit_towards(status, source_of(unseen[0]))));
+    for (const Item &item : unseen) {
+        check.explain(item.key());
+    }
+}
+
+/// Of a status register that is read as a field only the bits of the field are seen.
+void check_status_fields(Check &check) {
+    for (const std::uint32_t type :
+         {DFD_KEY_1ST_IRQ_STATUS, DFD_KEY_2ND_IRQ_STATUS, DFD_KEY_3RD_IRQ_STATUS}) {
+        for (const Item &status : configured(check, type)) {
+            const auto &ctrl = *record_of<info_ctrl_t>(status);
+            if (ctrl.frmt == INFO_FRMT_BIT && is_hardware_mode(ctrl.mode)) {
+                check_status_field(check, status, ctrl.len);
+            }
+        }
+    }
+}
+
 const irq_info_t *info_at(const Source &source) {
     return record_of<irq_info_t>(
         item_of(DFD_KEY_IRQ_INFO, source.i << kByteBits | source.j, source.k));
@@ -212,6 +256,7 @@ void check_irq_sources(Check &check) {
         check_source(check, item, said_clear);
     }
     check_levels(check);
+    check_status_fields(check);
     check_controllers(check);
     check_flags(check);
 }

@@ -3,7 +3,9 @@
 #include <dfd/keys.h>
 #include <dfd/records.h>
 #include <array>
+#include <map>
 #include <set>
+#include <string_view>
 
 #include "dfdctl/lint/survey.hpp"
 #include "dfdctl/lint/together.hpp"
@@ -52,6 +54,24 @@ void check_format(Check &check, const Item &item, const temp_info_t &sensor) {
                         fmt::format("{}: the bytes of a {} become degrees with .frmt=num_buf; in "
                                     "this format the number counts as degrees",
                                     as_written(control), temp_info_type_str[sensor.type]));
+    }
+}
+
+/// A name is all that tells the sensors of a card apart.
+void check_names(Check &check) {
+    std::map<std::pair<std::uint32_t, std::string_view>, Item> seen;
+    for (const Item &item : configured(check, DFD_KEY_CARD_TEMP_INFO)) {
+        const std::string_view name = record_of<temp_info_t>(item)->temp_name;
+        if (name.empty()) {
+            continue;
+        }
+        const auto [first, is_new] = seen.try_emplace({item.index1, name}, item);
+        if (!is_new) {
+            check.at_member("sensor-name-twice", item.key(), kTempName,
+                            fmt::format("{} and {} have the same name, by which nobody can tell "
+                                        "them apart",
+                                        as_written(item), as_written(first->second)));
+        }
     }
 }
 
@@ -124,6 +144,25 @@ void check_voltages(Check &check) {
     }
 }
 
+/// Bytes of a reading come from registers of their own.
+void check_channel_bytes(Check &check) {
+    for (const Item &low : configured(check, DFD_KEY_CARD_VOL_LOW)) {
+        const Item high = item_of(DFD_KEY_CARD_VOL_HIGH, low.index1, low.index2);
+        const auto &a = *record_of<info_ctrl_t>(low);
+        const auto *b = record_of<info_ctrl_t>(high);
+        const bool is_same = b != nullptr && is_hardware_mode(a.mode) && a.src == b->src &&
+                             is_hardware_mode(b->mode) && std::string_view(a.fpath) == b->fpath &&
+                             a.addr == b->addr && a.reg_offset == b->reg_offset &&
+                             a.frmt == b->frmt && a.bit_offset == b->bit_offset;
+        if (is_same) {
+            check.at_member("voltage-same-byte", high.key(), kRegOffset,
+                            fmt::format("{} is the register of {}: a reading is a low byte and a "
+                                        "high byte",
+                                        as_written(high), as_written(low)));
+        }
+    }
+}
+
 }  // namespace
 
 void check_sensors(Check &check) {
@@ -131,8 +170,10 @@ void check_sensors(Check &check) {
         check_sensor(check, item, *record_of<temp_info_t>(item));
         check_format(check, item, *record_of<temp_info_t>(item));
     }
+    check_names(check);
     check_mac_files(check);
     check_voltages(check);
+    check_channel_bytes(check);
 }
 
 }  // namespace dfdctl::lint
