@@ -12,6 +12,7 @@
 #include "dfdctl/lint/registers.hpp"
 #include "dfdctl/lint/survey.hpp"
 #include "dfdctl/lint/uses.hpp"
+#include "framework/dfd_info/bits.h"
 
 #include <fmt/format.h>
 
@@ -235,6 +236,14 @@ constexpr std::array kReadBacks = {
     ReadBack{DFD_KEY_3RD_IRQ_CLEAR, DFD_KEY_3RD_IRQ_STATUS},
 };
 
+/// Another register, or another field of it. A field beside a whole register is none.
+bool is_elsewhere(const Bits &a, const Bits &b) {
+    const auto [device, first, bytes, mask] = a;
+    const auto [other_device, other_first, other_bytes, other_mask] = b;
+    const bool are_fields = mask != dfd::kWholeByte && other_mask != dfd::kWholeByte;
+    return device != other_device || first != other_first || (are_fields && mask != other_mask);
+}
+
 /// The one unit that is read from another register than it is written to; its keys go to `said`.
 void check_read_back(Check &check, const Rows &rows, const ReadBack &pair,
                      std::set<std::uint32_t> &said) {
@@ -246,7 +255,7 @@ void check_read_back(Check &check, const Rows &rows, const ReadBack &pair,
         const Bits *to = rows.find(written.key());
         if (from != nullptr && to != nullptr) {
             ++units;
-            if (*from != *to) {
+            if (is_elsewhere(*from, *to)) {
                 odd.push_back(item);
             }
         }

@@ -73,24 +73,36 @@ std::vector<Item> measured_on(const Check &check, std::uint32_t card) {
     return items;
 }
 
-/// A card whose sensors are all that is known of it, on a board without sensors of its own.
-std::optional<std::uint32_t> only_sensed_card(const Check &check) {
-    constexpr std::array kOtherTypes = {DFD_KEY_SLOT_ONLINE,       DFD_KEY_SSLOT_STATE,
-                                        DFD_KEY_RESET_LC,          DFD_KEY_CARD_POWER_CTRL,
-                                        DFD_KEY_CARD_POWER_STATUS, DFD_KEY_CARD_RATE_POWER};
-    std::set<std::uint32_t> sensed;
-    for (const Item &item : configured(check, DFD_KEY_CARD_TEMP_INFO)) {
-        sensed.insert(item.index1);
+/// Whether something says that a slot other than the own one has this number. That it holds a card
+/// may be said of all slots, the own one too, and of sub-slots.
+bool is_other_slot(std::uint32_t slot, bool has_own_sensors) {
+    constexpr std::array kControls = {DFD_KEY_RESET_LC, DFD_KEY_CARD_POWER_CTRL,
+                                      DFD_KEY_CARD_POWER_STATUS, DFD_KEY_CARD_RATE_POWER};
+    constexpr std::array kPresences = {DFD_KEY_SLOT_ONLINE, DFD_KEY_SLOT_STATE,
+                                       DFD_KEY_SSLOT_STATE};
+    const auto has_item = [slot](std::uint32_t type) { return has(type, slot); };
+    return std::ranges::any_of(kControls, has_item) ||
+           (has_own_sensors && std::ranges::any_of(kPresences, has_item));
+}
+
+/// The only card, fabric apart, that has sensors and is known by nothing else.
+std::optional<std::uint32_t> only_measured_card(const Check &check) {
+    const std::vector<Item> sensors = configured(check, DFD_KEY_CARD_TEMP_INFO);
+    const bool has_own = std::ranges::any_of(sensors, [](const Item &item) {
+        return item.index1 == 0 && !is_place_only(item_of(DFD_KEY_CARD_TEMP_CTRL, 0, item.index2));
+    });
+    std::set<std::uint32_t> cards;
+    for (const Item &item : sensors) {
+        const bool is_card = item.index1 != 0 && item.index1 < kFirstFabricSlot;
+        if (is_card && !is_other_slot(item.index1, has_own)) {
+            cards.insert(item.index1);
+        }
     }
-    const bool is_only = sensed.size() == 1 && !sensed.contains(0);
-    const bool is_known = is_only && std::ranges::any_of(kOtherTypes, [&](std::uint32_t type) {
-                              return has(type, *sensed.begin());
-                          });
-    return is_only && !is_known ? std::optional(*sensed.begin()) : std::nullopt;
+    return cards.size() == 1 ? std::optional(*cards.begin()) : std::nullopt;
 }
 
 /// The items of the card in the own slot have index 0. Where the slot is read from hardware, a
-/// lonely card is taken for it.
+/// card of which nothing else is known is taken for it.
 void check_own_slot(Check &check) {
     const auto *slot = record_of<info_ctrl_t>(item_of(DFD_KEY_MY_SLOTID));
     if (slot == nullptr) {
@@ -98,7 +110,7 @@ void check_own_slot(Check &check) {
     }
     const bool is_constant = slot->mode == INFO_CTRL_MODE_CONSTANT;
     const std::optional<std::uint32_t> card =
-        is_constant ? observe::Units(check.log()).own_slot() : only_sensed_card(check);
+        is_constant ? observe::Units(check.log()).own_slot() : only_measured_card(check);
     const std::vector<Item> items = card ? measured_on(check, *card) : std::vector<Item>();
     if (items.empty() || *card == 0) {
         return;
@@ -108,12 +120,11 @@ void check_own_slot(Check &check) {
         fmt::format("{}{}: {}; items of the card in the own slot have index 0, write {}",
                     as_written(items[0]),
                     items.size() > 1 ? fmt::format(" and {} more", items.size() - 1) : "",
-                    is_constant ? fmt::format("slot {} is the own one (my_slotid), so it is never "
-                                              "looked at",
-                                              *card)
-                                : fmt::format("nothing but sensors is known of card {}, and "
-                                              "nothing of the sensors of this card",
-                                              *card),
+                    is_constant
+                        ? fmt::format("slot {} is the own one (my_slotid), so it is never "
+                                      "looked at",
+                                      *card)
+                        : fmt::format("nothing else tells of a card {} beside this one", *card),
                     as_written(item_of(items[0].type->type, 0, items[0].index2))));
     for (const Item &item : items) {
         check.explain(item.key());

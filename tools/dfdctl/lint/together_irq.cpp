@@ -155,8 +155,13 @@ void check_status_field(Check &check, const Item &status, std::uint32_t bits) {
                                 ".frmt=byte",
                                 as_written(status), bits, bits == 1 ? "" : "s",
                                 as_written(unseen[0]), bit_towards(status, source_of(unseen[0]))));
-    for (const Item &item : unseen) {
-        check.explain(item.key());
+    // Nothing behind the bits is asked for either.
+    for (const std::uint32_t type :
+         {DFD_KEY_1ST_IRQ_CLEAR, DFD_KEY_2ND_IRQ_STATUS, DFD_KEY_2ND_IRQ_CLEAR,
+          DFD_KEY_3RD_IRQ_STATUS, DFD_KEY_3RD_IRQ_CLEAR, DFD_KEY_IRQ_INFO}) {
+        for (const Item &item : configured(check, type)) {
+            check.explain(item.key());
+        }
     }
 }
 
