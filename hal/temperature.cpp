@@ -8,6 +8,7 @@
 
 #include "framework/item.h"
 #include "framework/platform.h"
+#include "hal/facts.h"
 
 namespace {
 
@@ -64,8 +65,6 @@ int get_threshold(uint32_t item_type, int *temp) {
     return rv;
 }
 
-// Where the control items of MAC temperatures begin.
-constexpr uint32_t kFirstMacIndex = 41;
 // Of the three figures in a MAC temperature file.
 constexpr int kMacFigures = 3;
 constexpr int kMacFiguresAt = 88;
@@ -143,7 +142,7 @@ int sdd_is_support_mac_temp(void) {
 }
 
 int sdd_get_mac_temp_state(int n, int *a, int *b, int *c) {
-    const uint32_t index = static_cast<uint32_t>(n) + kFirstMacIndex;
+    const uint32_t index = static_cast<uint32_t>(n) + dfd::kFirstMacIndex;
     const info_ctrl_t *const source =
         dfd::get_item<info_ctrl_t>(DFD_MAKE_KEY(DFD_KEY_CARD_TEMP_CTRL, 0, index));
     if (source == nullptr) {

@@ -13,7 +13,6 @@ constexpr uint32_t kBoardE2promBytes = 128;
 
 constexpr uint8_t kLayout1 = 1;
 constexpr uint8_t kLayout2 = 2;
-constexpr uint8_t kTlvFlag = 0x7E;
 
 DFD_STATE int g_board_type;    // 0: not yet known
 DFD_STATE int g_chassis_type;  // 0: not yet known
@@ -29,7 +28,7 @@ struct BoardE2prom {
     uint8_t bytes[kBoardE2promBytes];
 
     uint8_t layout() const { return bytes[kLayoutAt]; }
-    bool is_tlv() const { return bytes[kFlagAt] == kTlvFlag; }
+    bool is_tlv() const { return bytes[kFlagAt] == dfd::tlv::kFlag; }
     int raw_type() const { return bytes[kRawTypeAt]; }
     int extra_type() const { return bytes[kExtraTypeAt]; }
     int sub_type() const { return bytes[kSubTypeAt]; }

@@ -6,14 +6,11 @@
 
 #include "framework/item.h"
 #include "framework/log.h"
+#include "hal/facts.h"
 
 static constexpr char kLogFile[] = "hal/core.cpp";
 
 namespace dfd {
-
-// Backplane information sources are numbered 1 and 2.
-inline constexpr uint32_t kFirstBackplane = 1;
-inline constexpr uint32_t kLastBackplane = 2;
 
 // Sum of two configured or read numbers, which may be anything.
 constexpr int add_wrapping(int a, int b) {

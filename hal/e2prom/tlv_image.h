@@ -8,17 +8,16 @@
 
 #include "hal/e2prom/cursor.h"
 #include "hal/e2prom/module.h"
+#include "hal/facts.h"
 
 namespace dfd::tlv {
 
-inline constexpr uint8_t kFlag = 0x7E;
 inline constexpr uint8_t kVersion1 = 1;
 inline constexpr uint8_t kVersion2 = 2;
 inline constexpr int kMinLength = 3;  // of the data area, inclusive
 inline constexpr int kMaxLength = 244;
 inline constexpr int kChecksumSize = 2;
 inline constexpr int kEntryHeaderSize = 2;
-inline constexpr uint8_t kTypeInEntry = 0xF1;  // device type byte: see entry 6
 
 // The header buffer, whose length field is in host order once it has been read.
 struct Header {

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "framework/text.h"
+#include "hal/facts.h"
 #include "hal/power/module.h"
 
 namespace {
@@ -23,11 +24,6 @@ int read_legacy(const info_ctrl_t &ctrl, uint32_t type, void *buf, int *len) {
     return sdd_get_e2prom_legacy_power_info_by_type(ctrl.fpath, type,
                                                     static_cast<uint16_t>(ctrl.addr),
                                                     static_cast<int>(ctrl.reg_offset), buf, len);
-}
-
-bool has_name_in_e2prom(const info_ctrl_t &ctrl) {
-    return ctrl.mode == INFO_CTRL_MODE_TLV || ctrl.mode == INFO_CTRL_MODE_FRU ||
-           ctrl.mode == INFO_CTRL_MODE_LEGACY;
 }
 
 // A FRU image answers the device type with its product name. A TLV image answers with four bytes of
@@ -132,7 +128,7 @@ int sdd_get_power_type(uint32_t power_id) {
     }
     int type = 0;
     int rv = DFD_OK;
-    if (has_name_in_e2prom(*ctrl)) {
+    if (dfd::is_e2prom_mode(ctrl->mode)) {
         NameBytes name = {};
         rv = read_name(*ctrl, name);
         if (rv < 0) {

@@ -6,6 +6,8 @@
 #include <numeric>
 #include <span>
 
+#include "hal/facts.h"
+
 #include <fmt/format.h>
 
 namespace eeprom {
@@ -15,7 +17,6 @@ namespace {
 using View = std::span<const std::uint8_t>;
 
 constexpr std::size_t kRow = 16;
-constexpr std::uint8_t kTlvFlag = 0x7E;
 constexpr std::uint8_t kFruEnd = 0xC1;
 constexpr std::size_t kFruBlock = 8;
 constexpr unsigned kByteValues = 256;
@@ -138,7 +139,7 @@ std::string describe_image(const Bytes &bytes) {
     if (view.size() < kSmallest) {
         return text;
     }
-    if (view[1] == kTlvFlag) {
+    if (view[1] == dfd::tlv::kFlag) {
         return text + describe_tlv(view);
     }
     if (view[0] == 1 && sum(view.first(kFruBlock)) % kByteValues == 0) {

@@ -5,6 +5,8 @@
 
 #include "common/nearest.hpp"
 #include "eeprom/image.hpp"
+#include "framework/dfd_info/bits.h"
+#include "hal/facts.h"
 
 #include <fmt/format.h>
 
@@ -15,10 +17,7 @@ namespace {
 constexpr std::int64_t kByteMax = 0xFF;
 constexpr std::int64_t kWordMax = 0xFFFF;
 constexpr std::int64_t kShortVersion = 1;
-constexpr std::int64_t kFlag = 0x7E;
-constexpr std::int64_t kTypeInEntry = 0xF1;
 constexpr std::size_t kIntegerSize = 4;
-constexpr int kByteBits = 8;
 
 struct EntryType {
     std::string_view name;
@@ -55,7 +54,7 @@ std::uint8_t entry_type(Section &entry) {
 
 Bytes big_endian(std::int64_t value, std::size_t size) {
     Bytes bytes(size);
-    for (std::size_t i = size; i-- > 0; value >>= kByteBits) {
+    for (std::size_t i = size; i-- > 0; value >>= dfd::kBitsPerByte) {
         bytes[i] = static_cast<std::uint8_t>(value & kByteMax);
     }
     return bytes;
@@ -71,7 +70,7 @@ Bytes entry_value(Section &entry) {
     }
     if (number) {
         const auto width = static_cast<std::size_t>(size.value_or(kIntegerSize));
-        if (width < kIntegerSize && *number >> (width * kByteBits) != 0) {
+        if (width < kIntegerSize && *number >> (width * dfd::kBitsPerByte) != 0) {
             fail(entry.where("number"),
                  fmt::format("'number' does not fit in 'size', {} bytes", width));
         }
@@ -129,9 +128,10 @@ void build_tlv(Section &section, Image &image) {
     if (!type && !has_device_type) {
         fail(section.where(), "'device_type' is missing: here or in an entry of that type");
     }
-    Bytes bytes = {static_cast<std::uint8_t>(version),
-                   static_cast<std::uint8_t>(section.number_or("flag", kFlag, 0, kByteMax)),
-                   header_version(section), static_cast<std::uint8_t>(type.value_or(kTypeInEntry))};
+    Bytes bytes = {
+        static_cast<std::uint8_t>(version),
+        static_cast<std::uint8_t>(section.number_or("flag", dfd::tlv::kFlag, 0, kByteMax)),
+        header_version(section), static_cast<std::uint8_t>(type.value_or(dfd::tlv::kTypeInEntry))};
     if (version != kShortVersion) {
         bytes.resize(bytes.size() + kIntegerSize);
     }

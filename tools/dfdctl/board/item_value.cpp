@@ -11,6 +11,7 @@
 #include "dfdctl/board/inventory.hpp"
 #include "dfdctl/board/item_value.hpp"
 #include "dfdctl/board/library_calls.hpp"
+#include "framework/dfd_info/bits.h"
 
 #include <fmt/format.h>
 
@@ -18,7 +19,6 @@ namespace dfdctl {
 
 namespace {
 
-constexpr int kByteBits = 8;
 constexpr std::size_t kBufferSize = 256;
 
 Reading not_configured() {
@@ -73,7 +73,7 @@ Reading number_of(const Answer &answer, const Facts &facts, int scale) {
 int plain_number(std::uint8_t *bytes, int len, int *value) {
     unsigned number = 0;
     for (int i = 0; i < len; ++i) {
-        number = number << kByteBits | bytes[i];
+        number = number << dfd::kBitsPerByte | bytes[i];
     }
     *value = static_cast<int>(number);
     return DFD_OK;

@@ -10,6 +10,7 @@
 #include "framework/dfd_lib_cfg/module.h"
 #include "framework/platform.h"
 #include "hal/board_bus.h"
+#include "hal/facts.h"
 
 namespace dfdctl {
 
@@ -29,7 +30,7 @@ class Eeproms {
     explicit Eeproms(const BoardChoice &choice) : chassis_type_(choice.chassis_type) {
         const auto type = static_cast<std::uint32_t>(choice.board_type);
         // A TLV image of version 2, whose device type stands in entry 6.
-        board_ = {2, 0x7E, 0, 0xF1, 0, 0, 0, 0, 0, 6, 6, 4};
+        board_ = {2, dfd::tlv::kFlag, 0, dfd::tlv::kTypeInEntry, 0, 0, 0, 0, 0, 6, 6, 4};
         for (std::size_t i = 0; i < sizeof type; ++i) {
             board_[kTypeAt + i] = static_cast<std::uint8_t>(type >> (8 * (3 - i)));
         }

@@ -11,6 +11,8 @@
 #include "dfdctl/board/start.hpp"
 #include "dfdctl/command.hpp"
 #include "dfdctl/output.hpp"
+#include "framework/dfd_info/bits.h"
+#include "hal/facts.h"
 
 #include <fmt/format.h>
 
@@ -19,7 +21,6 @@ namespace dfdctl {
 namespace {
 
 constexpr std::uint32_t kByteMax = 0xFF;
-constexpr std::uint32_t kByteBits = 8;
 
 struct Arguments {
     std::string name;
@@ -32,11 +33,6 @@ struct Outcome {
     int result = DFD_OK;    ///< of the write
     bool verified = false;  ///< what was written reads back
 };
-
-bool is_inventory(const info_ctrl_t &record) {
-    return record.mode == INFO_CTRL_MODE_TLV || record.mode == INFO_CTRL_MODE_FRU ||
-           record.mode == INFO_CTRL_MODE_LEGACY;
-}
 
 [[noreturn]] void refuse(const Item &item, const std::string &reason) {
     throw UsageError(fmt::format("{} cannot be set: {}", item.name(), reason));
@@ -64,8 +60,8 @@ void check_writable(const Item &item, const info_ctrl_t &record) {
 }
 
 std::uint32_t largest_value(const info_ctrl_t &record) {
-    const std::uint32_t width = record.frmt == INFO_FRMT_BIT ? record.len : kByteBits;
-    return width < kByteBits ? (1U << width) - 1 : kByteMax;
+    const std::uint32_t width = record.frmt == INFO_FRMT_BIT ? record.len : dfd::kBitsPerByte;
+    return width < dfd::kBitsPerByte ? (1U << width) - 1 : kByteMax;
 }
 
 /// A number, or the name of a state of the LED that the item drives.
@@ -171,8 +167,8 @@ Outcome write_item(const Item &item, const std::string &text, const Library &lib
                                  library.log.origin_of(item.key())));
     }
     const auto &record = *record_of<info_ctrl_t>(item);
-    return is_inventory(record) ? write_inventory(item, record, text)
-                                : write_register(item, record, text);
+    return dfd::is_e2prom_mode(record.mode) ? write_inventory(item, record, text)
+                                            : write_register(item, record, text);
 }
 
 std::string error_of(const Outcome &outcome) {

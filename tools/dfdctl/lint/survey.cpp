@@ -5,14 +5,13 @@
 #include <dfd/keys.h>
 #include <algorithm>
 
+#include "hal/facts.h"
+
 #include <fmt/format.h>
 
 namespace dfdctl::lint {
 
 namespace {
-
-/// Index2 of card_temp_ctrl from which on a card's own sensors are files of the switch chip.
-constexpr std::uint32_t kFirstMacSensor = 41;
 
 bool has_hex_index(std::uint32_t type) {
     return type == DFD_KEY_IRQ_INFO || type == DFD_KEY_IRQ_MASK;
@@ -77,8 +76,7 @@ std::string is_or_are(std::uint32_t count, std::string_view what) {
 }
 
 bool is_eeprom_mode(int mode) {
-    return mode == INFO_CTRL_MODE_TLV || mode == INFO_CTRL_MODE_FRU ||
-           mode == INFO_CTRL_MODE_LEGACY;
+    return dfd::is_e2prom_mode(mode);
 }
 
 bool is_hardware_mode(int mode) {
@@ -88,7 +86,7 @@ bool is_hardware_mode(int mode) {
 bool is_place_only(const Item &item) {
     return item.type->type == DFD_KEY_SSLOT_E2PROM ||
            (item.type->type == DFD_KEY_CARD_TEMP_CTRL && item.index1 == 0 &&
-            item.index2 >= kFirstMacSensor);
+            item.index2 >= dfd::kFirstMacIndex);
 }
 
 bool is_numbered_path(std::string_view path, std::string_view prefix) {

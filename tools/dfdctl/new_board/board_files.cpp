@@ -7,16 +7,14 @@
 #include <cctype>
 
 #include "dfdctl/new_board/template.hpp"
+#include "hal/board_bus.h"
 
 namespace dfdctl::new_board {
 
 namespace {
 
-/// Of the text in ProductID the library reads so many characters.
-constexpr std::size_t kProductIdSize = 9;
-
 std::string product_id(std::string_view name) {
-    std::string id(name.substr(0, kProductIdSize));
+    std::string id(name.substr(0, dfd::kProductIdLength));
     std::ranges::transform(id, id.begin(), [](unsigned char character) {
         return static_cast<char>(std::toupper(character));
     });

@@ -11,6 +11,7 @@
 #include "framework/dfd_info/bits.h"
 #include "framework/platform.h"
 #include "hal/board_bus.h"
+#include "hal/facts.h"
 
 #include <fmt/format.h>
 
@@ -24,7 +25,6 @@ using dfd::watch::Via;
 
 constexpr int kFailed = -1;
 constexpr int kMessages = 2;  // of an I2C transfer that succeeded
-constexpr std::uint32_t kByteBits = 8;
 constexpr std::uint32_t kLastByteOfNumber = 3;
 
 RawBytes bit_bytes(const info_ctrl_t &record, std::uint32_t value) {
@@ -36,7 +36,7 @@ RawBytes bit_bytes(const info_ctrl_t &record, std::uint32_t value) {
 /// Byte `i` of a number, counted from the least significant one.
 std::uint8_t byte_of(std::uint32_t value, std::uint32_t i) {
     return i > kLastByteOfNumber ? std::uint8_t{0}
-                                 : static_cast<std::uint8_t>(value >> (kByteBits * i));
+                                 : static_cast<std::uint8_t>(value >> (dfd::kBitsPerByte * i));
 }
 
 RawBytes number_bytes(std::uint32_t len, std::uint32_t value, bool little_endian) {
@@ -111,9 +111,7 @@ bool names_layout(std::uint32_t key, const void *record) {
     if (record == nullptr || dfd::kind_of_key(key) != dfd::Kind::info_ctrl) {
         return false;
     }
-    const int mode = static_cast<const info_ctrl_t *>(record)->mode;
-    return mode == INFO_CTRL_MODE_TLV || mode == INFO_CTRL_MODE_FRU ||
-           mode == INFO_CTRL_MODE_LEGACY;
+    return dfd::is_e2prom_mode(static_cast<const info_ctrl_t *>(record)->mode);
 }
 
 /// The field of a supply that is asked for stands at .reg_offset.
@@ -326,7 +324,7 @@ Inventory Answerer::inventory(std::uint32_t key) const {
         // Four bytes of a TLV image's type go for the name, least significant first.
         result.type = 0;
         for (std::uint32_t i = 0; i < sizeof result.type && i < result.name.size(); ++i) {
-            result.type |= static_cast<std::uint32_t>(result.name[i]) << (kByteBits * i);
+            result.type |= static_cast<std::uint32_t>(result.name[i]) << (dfd::kBitsPerByte * i);
         }
     }
     if (const ItemAnswer *given = answers_.find(key)) {

@@ -4,13 +4,12 @@
 #include <algorithm>
 
 #include "dfdctl/observe/answers.hpp"
+#include "framework/dfd_info/bits.h"
 #include "hal/e2prom/tlv_image.h"
 
 namespace dfdctl::observe {
 
 namespace {
-
-constexpr std::uint32_t kByteBits = 8;
 
 void put_entry(RawBytes &data, std::uint8_t type, std::string_view value) {
     data.put(type);
@@ -21,7 +20,7 @@ void put_entry(RawBytes &data, std::uint8_t type, std::string_view value) {
 std::string big_endian(std::uint32_t value) {
     std::string bytes;
     for (std::uint32_t i = sizeof value; i-- > 0;) {
-        bytes.push_back(static_cast<char>(value >> (kByteBits * i)));
+        bytes.push_back(static_cast<char>(value >> (dfd::kBitsPerByte * i)));
     }
     return bytes;
 }
@@ -56,7 +55,7 @@ RawBytes tlv_image(const Inventory &inventory) {
                                           static_cast<std::uint8_t>(data.count)});
     image.put(std::span(data.bytes).first(data.count));
     const std::uint32_t sum = dfd::tlv::sum_of(std::span(image.bytes).first(image.count));
-    image.put(static_cast<std::uint8_t>(sum >> kByteBits));
+    image.put(static_cast<std::uint8_t>(sum >> dfd::kBitsPerByte));
     image.put(static_cast<std::uint8_t>(sum));
     return image;
 }

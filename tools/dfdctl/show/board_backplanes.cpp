@@ -7,6 +7,7 @@
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/board/item_value.hpp"
 #include "dfdctl/show/board_page.hpp"
+#include "hal/facts.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -15,7 +16,6 @@ namespace dfdctl {
 
 namespace {
 
-constexpr std::array<std::uint32_t, 2> kBackplanes = {1, 2};
 constexpr std::uint32_t kSerials = 4;
 constexpr std::size_t kMacSize = 6;
 
@@ -87,7 +87,7 @@ bool has_items(std::uint32_t id) {
 
 std::vector<Backplane> find_backplanes() {
     std::vector<Backplane> backplanes;
-    for (const std::uint32_t id : kBackplanes) {
+    for (std::uint32_t id = dfd::kFirstBackplane; id <= dfd::kLastBackplane; ++id) {
         if (const auto *dev = record_of<i2c_dev_t>(item_of(DFD_KEY_BP_E2PROM_DEV, id))) {
             backplanes.push_back(record_backplane(id, *dev));
         } else if (has_items(id)) {

@@ -7,9 +7,6 @@
 
 namespace dfdctl {
 
-inline constexpr const char *kBoardEepromDevice = "/dev/i2c-0";
-inline constexpr std::uint16_t kBoardEepromAddress = 0x57;
-
 /// The bytes that tell its layout and, in the legacy layouts, the board type.
 struct BoardHeader {
     std::uint8_t layout;

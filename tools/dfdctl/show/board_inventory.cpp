@@ -10,12 +10,13 @@
 #include "dfdctl/board/item_value.hpp"
 #include "dfdctl/show/board_eeprom.hpp"
 #include "dfdctl/show/board_page.hpp"
+#include "hal/board_bus.h"
+#include "hal/facts.h"
 
 namespace dfdctl {
 
 namespace {
 
-constexpr std::uint8_t kTlvFlag = 0x7E;
 constexpr std::size_t kTypeByte = 3;
 constexpr std::size_t kAddendByte = 7;
 constexpr std::size_t kSubTypeByte = 64;
@@ -34,11 +35,6 @@ constexpr std::array kFamilies = {
     Family{"power", DFD_KEY_POWER_TYPE, DFD_KEY_POWER_SN, DFD_KEY_POWER_HW_VER, Legacy::power},
     Family{"sub-card", DFD_KEY_SSLOT_E2PROM, 0, 0, Legacy::none},
 };
-
-bool is_eeprom_mode(int mode) {
-    return mode == INFO_CTRL_MODE_TLV || mode == INFO_CTRL_MODE_FRU ||
-           mode == INFO_CTRL_MODE_LEGACY;
-}
 
 /// An item's value; where the family has no such item, what the unit's EEPROM says.
 Reading detail(std::uint32_t type, std::uint32_t index, const std::optional<Eeprom> &eeprom,
@@ -81,7 +77,7 @@ Unit family_unit(const Family &family, std::uint32_t index, const info_ctrl_t &r
         unit.type = power_type(unit.type);
     }
     std::optional<Eeprom> eeprom;
-    if (is_eeprom_mode(record.mode)) {
+    if (dfd::is_e2prom_mode(record.mode)) {
         eeprom = eeprom_of(type_item, record);
         unit.layout = mode_word(record.mode);
         unit.device = record.fpath;
@@ -105,10 +101,10 @@ std::optional<Unit> board_unit() {
     Unit unit{.name = "board",
               .index = {},
               .layout = {},
-              .device = kBoardEepromDevice,
-              .address = kBoardEepromAddress};
+              .device = dfd::kBoardBus,
+              .address = dfd::kBoardE2promAddr};
     if (header->is_tlv()) {
-        const Eeprom eeprom{INFO_CTRL_MODE_TLV, kBoardEepromDevice, kBoardEepromAddress};
+        const Eeprom eeprom{INFO_CTRL_MODE_TLV, dfd::kBoardBus, dfd::kBoardE2promAddr};
         unit.layout = "tlv";
         unit.product = read_inventory(eeprom, E2PROM_INFO_NAME);
         unit.serial = read_inventory(eeprom, E2PROM_INFO_SN);
@@ -124,12 +120,12 @@ std::optional<Unit> board_unit() {
 }  // namespace
 
 bool BoardHeader::is_tlv() const {
-    return (layout == 1 || layout == 2) && flag == kTlvFlag;
+    return (layout == 1 || layout == 2) && flag == dfd::tlv::kFlag;
 }
 
 std::optional<BoardHeader> read_board_header() {
     std::array<std::uint8_t, kSubTypeByte + 1> bytes = {};
-    if (dfd_read_e2prom(kBoardEepromDevice, kBoardEepromAddress, 0, bytes.data(), bytes.size()) !=
+    if (dfd_read_e2prom(dfd::kBoardBus, dfd::kBoardE2promAddr, 0, bytes.data(), bytes.size()) !=
         DFD_OK) {
         return std::nullopt;
     }

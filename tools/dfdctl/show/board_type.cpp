@@ -3,21 +3,19 @@
 #include <dfd/framework.h>
 #include <dfd/inventory.h>
 #include <dfd/records.h>
-#include <array>
 #include <fstream>
 
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/show/board_eeprom.hpp"
 #include "dfdctl/show/board_page.hpp"
 #include "hal/board_bus.h"
+#include "hal/facts.h"
 
 #include <fmt/format.h>
 
 namespace dfdctl {
 
 namespace {
-
-constexpr std::array<std::uint32_t, 2> kBackplaneSources = {1, 2};
 
 std::string product_id() {
     std::ifstream file(dfd::kProductIdFile);
@@ -34,13 +32,12 @@ std::string no_product_id() {
 }
 
 std::string eeprom_place() {
-    return fmt::format("EEPROM at address 0x{:02x} on {}", kBoardEepromAddress, kBoardEepromDevice);
+    return fmt::format("EEPROM at address 0x{:02x} on {}", dfd::kBoardE2promAddr, dfd::kBoardBus);
 }
 
 TypeFound by_tlv(const BoardHeader &header, int type) {
-    constexpr std::uint8_t kTypeInEntry = 0xF1;
     const char *field =
-        header.type_byte == kTypeInEntry ? "entry of type 6" : "byte 3 of the header";
+        header.type_byte == dfd::tlv::kTypeInEntry ? "entry of type 6" : "byte 3 of the header";
     return {type, "eeprom_tlv",
             fmt::format("{} of the TLV image, version {}, in the {}; {}", field, header.layout,
                         eeprom_place(), no_product_id())};
@@ -83,7 +80,7 @@ TypeFound find_board_type() {
 TypeFound find_chassis_type() {
     const int type = sdd_get_my_chassis_type();
     std::string unread;
-    for (const std::uint32_t source : kBackplaneSources) {
+    for (std::uint32_t source = dfd::kFirstBackplane; source <= dfd::kLastBackplane; ++source) {
         const Item item = item_of(DFD_KEY_E2_SETMAC, source);
         backplane_info_t record = {};
         const int result = get_backplane_info_from_e2(source, &record);

@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "dfdctl/board/inventory.hpp"
+#include "hal/facts.h"
 
 #include <fmt/format.h>
 
@@ -30,9 +31,7 @@ Item item_behind(const Column &column, const Place &place) {
 Reading failed_reading(const Column &column, const Item &item, int code) {
     const auto *record = column.item != 0 ? record_of<info_ctrl_t>(item) : nullptr;
     const bool is_eeprom =
-        record != nullptr && record->fpath[0] != '\0' &&
-        (record->mode == INFO_CTRL_MODE_TLV || record->mode == INFO_CTRL_MODE_FRU ||
-         record->mode == INFO_CTRL_MODE_LEGACY);
+        record != nullptr && record->fpath[0] != '\0' && dfd::is_e2prom_mode(record->mode);
     if (!is_eeprom) {
         return engine_failure(code);
     }
