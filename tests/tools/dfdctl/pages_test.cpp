@@ -37,6 +37,27 @@ void poke(const Board &board, const std::string &what) {
     ASSERT_EQ(board.vchassis("poke", what).status, 0) << what;
 }
 
+TEST(Pages, CountsFarBeyondAnyChassisEnd) {
+    constexpr std::size_t kMostUnits = 64;
+    const Board board("demo");
+    board.append("etc/cfg/dfd/chassis/8.cfg",
+                 "fan_num=2147483647\nsslot_num=2147483647\ncard_vol_num=2147483647\n"
+                 "subfan_num.mode_1=constant\nsubfan_num.int_cons_1=2147483647\n");
+    const json fans = board.dfdctl("show fans --json").json();
+    EXPECT_EQ(fans["trays"].size(), kMostUnits);
+    EXPECT_EQ(rotor(fans, 1, kMostUnits)["tray"], 1);
+    EXPECT_EQ(rotor(fans, 1, kMostUnits + 1), json());
+    EXPECT_EQ(board.dfdctl("show subcards --json").json()["sub_cards"].size(), kMostUnits);
+    const json voltages = board.dfdctl("show voltages --json").json();
+    EXPECT_LT(voltages["channels"].size(), kMostUnits);
+    const json speed = board.dfdctl("fan speed 1 3 --yes --json").json();
+    EXPECT_EQ(speed["changes"].size(), kMostUnits);
+    const Result platform = board.vchassis("run", "-- " BUILD_DIR "/platform");
+    EXPECT_EQ(platform.status, 0);
+    EXPECT_THAT(platform.out,
+                testing::AllOf(HasSubstr("fan 16: "), testing::Not(HasSubstr("fan 17: "))));
+}
+
 TEST(Pages, WordsAndUnits) {
     struct Case {
         const char *page;

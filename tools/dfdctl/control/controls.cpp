@@ -16,6 +16,7 @@
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/board/leds.hpp"
 #include "dfdctl/board/library_calls.hpp"
+#include "dfdctl/board/units.hpp"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -127,11 +128,9 @@ std::vector<Change> fan_speed(const ControlWords &words) {
     if (words.size() > 2) {
         return {rotor_speed(fan, index_of(words[1], "rotor", DFD_KEY_FAN_CFG_SPEED), level)};
     }
-    int count = 1;
-    drv_get_fan_num(fan, &count);
     std::vector<Change> changes;
-    for (int rotor = 1; rotor <= count; ++rotor) {
-        changes.push_back(rotor_speed(fan, static_cast<std::uint32_t>(rotor), level));
+    for (std::uint32_t rotor = 1; rotor <= rotor_count(fan); ++rotor) {
+        changes.push_back(rotor_speed(fan, rotor, level));
     }
     return changes;
 }

@@ -5,6 +5,7 @@
 #include <dfd/keys.h>
 #include <algorithm>
 
+#include "dfdctl/board/units.hpp"
 #include "hal/facts.h"
 
 #include <fmt/format.h>
@@ -20,13 +21,7 @@ bool has_hex_index(std::uint32_t type) {
 }  // namespace
 
 std::vector<Item> configured(const Check &check, std::uint32_t type) {
-    const auto &origins = check.log().origins;
-    std::vector<Item> items;
-    for (auto at = origins.lower_bound(DFD_MAKE_KEY(type, 0, 0));
-         at != origins.end() && DFD_KEY_TYPE(at->first) == type; ++at) {
-        items.push_back(item_of_key(at->first));
-    }
-    return items;
+    return items_of(check.log(), type);
 }
 
 std::vector<Item> configured(const Check &check, Kind kind) {

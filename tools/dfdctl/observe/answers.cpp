@@ -8,6 +8,7 @@
 #include <algorithm>
 
 #include "dfdctl/board/keys.hpp"
+#include "dfdctl/board/units.hpp"
 #include "framework/dfd_info/bits.h"
 #include "framework/platform.h"
 #include "hal/board_bus.h"
@@ -67,10 +68,8 @@ std::string_view name_of_type(const dfd_list_head_t &list, std::uint32_t type,
 
 /// index1 of the first item of a type.
 std::uint32_t first_index(const LoadRecord &log, std::uint32_t type, std::uint32_t otherwise) {
-    const auto found = log.origins.lower_bound(DFD_MAKE_KEY(type, 0, 0));
-    return found != log.origins.end() && DFD_KEY_TYPE(found->first) == type
-               ? item_of_key(found->first).index1
-               : otherwise;
+    const std::vector<Item> items = items_of(log, type);
+    return items.empty() ? otherwise : items.front().index1;
 }
 
 /// The part of a source that a transfer asks for; the count that the source can give.

@@ -7,65 +7,39 @@
 #include <dfd/records.h>
 #include <algorithm>
 
-#include "dfdctl/board/keys.hpp"
+#include "dfdctl/board/leds.hpp"
+#include "framework/item.h"
+#include "hal/facts.h"
 
 namespace dfdctl::observe {
 
 namespace {
 
-constexpr std::uint32_t kFirstMacIndex = 41;
 constexpr std::uint32_t kFabricCard = 31;
-constexpr std::uint32_t kLastSlot = 32;
-constexpr std::uint32_t kLastUnit = 64;  // more of anything is a mistake in the configuration
 
-std::uint32_t integer_or(std::uint32_t type, std::uint32_t otherwise) {
-    const int *record = record_of<int>(item_of(type));
-    return record != nullptr && *record >= 0 ? static_cast<std::uint32_t>(*record) : otherwise;
-}
-
-const info_ctrl_t *constant(std::uint32_t type, std::uint32_t index1 = 0) {
-    const auto *record = record_of<info_ctrl_t>(item_of(type, index1));
+const info_ctrl_t *constant(std::uint32_t type) {
+    const auto *record = record_of<info_ctrl_t>(item_of(type));
     return record != nullptr && record->mode == INFO_CTRL_MODE_CONSTANT ? record : nullptr;
 }
 
 }  // namespace
 
-Units::Units(const LoadRecord &log, std::optional<std::uint32_t> own_slot) : log_(log) {
+Units::Units(const LoadRecord &record, std::optional<std::uint32_t> own_slot) : record_(record) {
     find_own_slot(own_slot);
 }
 
-Units::Numbers Units::index1_of(std::initializer_list<std::uint32_t> types) const {
+/// First indexes of the items of a type.
+Numbers Units::index1_of(std::uint32_t type) const {
     Numbers found;
-    for (const std::uint32_t type : types) {
-        for (auto at = log_.origins.lower_bound(DFD_MAKE_KEY(type, 0, 0));
-             at != log_.origins.end() && DFD_KEY_TYPE(at->first) == type; ++at) {
-            found.insert(item_of_key(at->first).index1);
-        }
-    }
-    return found;
-}
-
-Units::Numbers Units::index2_of(std::uint32_t type, std::uint32_t index1) const {
-    Numbers found;
-    for (auto at = log_.origins.lower_bound(DFD_MAKE_KEY(type, index1, 0));
-         at != log_.origins.end() && DFD_KEY_TYPE(at->first) == type &&
-         item_of_key(at->first).index1 == index1;
-         ++at) {
-        found.insert(item_of_key(at->first).index2);
-    }
-    return found;
-}
-
-Units::Numbers Units::one_to(std::uint32_t count) const {
-    Numbers found;
-    for (std::uint32_t number = 1; number <= std::min(count, kLastUnit); ++number) {
-        found.insert(found.end(), number);
+    for (const Item &item : items_of(record_, type)) {
+        found.insert(item.index1);
     }
     return found;
 }
 
 void Units::find_own_slot(std::optional<std::uint32_t> known) {
-    const std::uint32_t base = integer_or(DFD_KEY_SLOT_BASE, 0);
+    const std::uint32_t base =
+        static_cast<std::uint32_t>(std::max(dfd::int_item_or(DFD_KEY_SLOT_BASE, 0), 0));
     if (known.has_value()) {
         own_slot_ = *known;
         own_slot_value_ = own_slot_ - base;
@@ -76,10 +50,11 @@ void Units::find_own_slot(std::optional<std::uint32_t> known) {
         own_slot_ = own_slot_value_ + base;
         return;
     }
-    const Numbers taken = index1_of(
-        {DFD_KEY_SLOT_ONLINE, DFD_KEY_CARD_TEMP_INFO, DFD_KEY_CARD_TEMP_CTRL,
-         DFD_KEY_CARD_RATE_POWER, DFD_KEY_CARD_POWER_STATUS, DFD_KEY_CARD_POWER_CTRL,
-         DFD_KEY_CARD_VOL_LOW, DFD_KEY_CARD_VOL_WATERLINE, DFD_KEY_RESET_LC, DFD_KEY_SSLOT_STATE});
+    Numbers taken = units_of(record_, UnitKind::slot);
+    for (const std::uint32_t type :
+         {DFD_KEY_CARD_TEMP_CTRL, DFD_KEY_CARD_VOL_WATERLINE, DFD_KEY_SSLOT_STATE}) {
+        taken.merge(index1_of(type));
+    }
     own_slot_ = base + 1;
     while (taken.contains(own_slot_)) {
         ++own_slot_;
@@ -87,13 +62,9 @@ void Units::find_own_slot(std::optional<std::uint32_t> known) {
     own_slot_value_ = own_slot_ - base;
 }
 
-/// Slots beside the own one that anything is configured for, and the own one.
-Units::Numbers Units::slots() const {
-    Numbers found = index1_of({DFD_KEY_SLOT_ONLINE, DFD_KEY_RESET_LC, DFD_KEY_CARD_POWER_CTRL,
-                               DFD_KEY_CARD_POWER_STATUS, DFD_KEY_CARD_RATE_POWER,
-                               DFD_KEY_CARD_TEMP_INFO, DFD_KEY_CARD_VOL_LOW});
-    found.erase(0);
-    found.erase(found.upper_bound(kLastSlot), found.end());
+/// Slots that anything is configured for, and the own one.
+Numbers Units::slots() const {
+    Numbers found = units_of(record_, UnitKind::slot);
     if (record_of<info_ctrl_t>(item_of(DFD_KEY_MY_SLOTID)) != nullptr) {
         // Beyond the last one where all the others have a card of their own.
         found.insert(own_slot_);
@@ -101,37 +72,10 @@ Units::Numbers Units::slots() const {
     return found;
 }
 
-Units::Numbers Units::rotors(std::uint32_t fan) const {
-    const info_ctrl_t *count = constant(DFD_KEY_SUBFAN_NUM, fan);
-    Numbers found =
-        count != nullptr ? one_to(static_cast<std::uint32_t>(count->int_cons)) : Numbers();
-    for (const std::uint32_t type :
-         {DFD_KEY_FAN_REAL_SPEED, DFD_KEY_GET_FAN_CFG_SPEED, DFD_KEY_FAN_CFG_SPEED}) {
-        found.merge(index2_of(type, fan));
-    }
-    if (found.empty()) {
-        found.insert(1);
-    }
-    return found;
-}
-
-Units::Numbers Units::led_types() const {
-    Numbers found = index1_of({DFD_KEY_SOFT_LED_CTRL});
-    const struct {
-        std::uint32_t type;
-        std::uint32_t control;
-    } kLeds[] = {{DFD_LED_STATUS, DFD_KEY_MB_STATUS_LED_CTRL},
-                 {DFD_LED_PRIMARY, DFD_KEY_MB_PRIMARY_LED_CTRL},
-                 {DFD_LED_ALARM, DFD_KEY_MB_ALARM_LED_CTRL},
-                 {DFD_LED_FABRIC, DFD_KEY_MB_FE_LED_CTRL},
-                 {DFD_LED_FAN, DFD_KEY_MB_FAN_LED_CTRL},
-                 {DFD_LED_FAN_IN_FAN, DFD_KEY_MB_FAN_IN_FAN_LED_CTRL},
-                 {DFD_LED_POWER, DFD_KEY_MB_PWR_LED_CTRL},
-                 {DFD_LED_LINE_CARD, DFD_KEY_LC_STATUS_LED_CTRL},
-                 {DFD_LED_FABRIC_OFFLINE, DFD_KEY_FE_OFFLINE_LED_CTRL},
-                 {DFD_LED_LOCATION, DFD_KEY_LOCATION_LED_CTRL}};
-    for (const auto &led : kLeds) {
-        if (!index1_of({led.control}).empty()) {
+Numbers Units::led_types() const {
+    Numbers found = index1_of(DFD_KEY_SOFT_LED_CTRL);
+    for (const Led &led : leds()) {
+        if (!items_of(record_, led.control).empty()) {
             found.insert(led.type);
         }
     }
@@ -145,87 +89,53 @@ std::uint32_t Units::card_of(std::uint32_t slot) const {
     return slot == kFabricCard - 1 ? kFabricCard : slot;
 }
 
-Units::Numbers Units::led_units(std::uint32_t led_type) const {
-    switch (led_type) {
-        case DFD_LED_FAN:
-            return index1_of({DFD_KEY_MB_FAN_LED_CTRL});
-        case DFD_LED_FAN_IN_FAN:
-            return index1_of({DFD_KEY_MB_FAN_IN_FAN_LED_CTRL});
-        case DFD_LED_POWER:
-            return index1_of({DFD_KEY_MB_PWR_LED_CTRL});
-        default:
-            return {0};
-    }
+Numbers Units::led_units(std::uint32_t led_type) const {
+    const auto led = std::ranges::find(leds(), led_type, &Led::type);
+    return led != leds().end() && led->has_units ? index1_of(led->control) : Numbers{0};
 }
 
-Units::Numbers Units::macs() const {
+Numbers Units::macs() const {
     Numbers found;
-    for (const std::uint32_t index : index2_of(DFD_KEY_CARD_TEMP_CTRL, 0)) {
-        if (index >= kFirstMacIndex) {
-            found.insert(index - kFirstMacIndex);
+    for (const std::uint32_t index : second_indexes(record_, DFD_KEY_CARD_TEMP_CTRL, 0)) {
+        if (index >= dfd::kFirstMacIndex) {
+            found.insert(index - dfd::kFirstMacIndex);
         }
     }
     return found;
 }
 
-/// Of a card that has voltages: as many as are counted, and those that have items beyond.
-Units::Numbers Units::channels(std::uint32_t card) const {
-    Numbers found = index2_of(DFD_KEY_CARD_VOL_LOW, card);
-    if (!found.empty()) {
-        found.merge(one_to(integer_or(DFD_KEY_CARD_VOL_NUM, 0)));
-        found.erase(0);  // the reference
-    }
-    return found;
+Numbers Units::backplanes() const {
+    const Numbers found = units_of(record_, UnitKind::backplane);
+    return found.empty() ? Numbers{dfd::kFirstBackplane} : found;
 }
 
-Units::Numbers Units::backplanes() const {
-    Numbers found = index1_of({DFD_KEY_BP_E2PROM_DEV, DFD_KEY_E2_SETMAC, DFD_KEY_BACKPLANE_HW_VER,
-                               DFD_KEY_BACKPLANE_SN, DFD_KEY_BACKPLANE_MAC});
-    if (found.empty()) {
-        found.insert(1);
-    }
-    return found;
-}
-
-Units::Numbers Units::irq_types() const {
+Numbers Units::irq_types() const {
     Numbers found;
-    for (auto at = log_.origins.lower_bound(DFD_MAKE_KEY(DFD_KEY_IRQ_INFO, 0, 0));
-         at != log_.origins.end() && DFD_KEY_TYPE(at->first) == DFD_KEY_IRQ_INFO; ++at) {
-        const auto *record = record_of<irq_info_t>(item_of_key(at->first));
-        if (record != nullptr) {
-            found.insert(record->type);
-        }
+    for (const Item &item : items_of(record_, DFD_KEY_IRQ_INFO)) {
+        found.insert(record_of<irq_info_t>(item)->type);
     }
     return found;
 }
 
-/// Numbers 1 to a configured count, and those that have items of their own beyond.
-Units::Numbers Units::counted(std::uint32_t count,
-                              std::initializer_list<std::uint32_t> types) const {
-    Numbers found = one_to(integer_or(count, 0));
-    found.merge(index1_of(types));
-    return found;
-}
-
-Units::Numbers Units::numbers(Role role, std::span<const std::uint32_t> before) const {
+Numbers Units::numbers(Role role, std::span<const std::uint32_t> before) const {
     const std::uint32_t first = before.empty() ? 0 : before.front();
     switch (role) {
         case Role::fan:
-            return counted(DFD_KEY_FAN_NUM, {DFD_KEY_FAN_STATE});
+            return units_of(record_, UnitKind::tray);
         case Role::rotor:
-            return rotors(first);
+            return rotors_of(record_, first);
         case Role::supply:
-            return index1_of({DFD_KEY_POWER_PRESENT, DFD_KEY_POWER_STATE, DFD_KEY_POWER_TYPE});
+            return units_of(record_, UnitKind::supply);
         case Role::slot:
             return slots();
         case Role::card:
-            return index1_of({DFD_KEY_CARD_TEMP_INFO});
+            return units_of(record_, UnitKind::card);
         case Role::sub_slot:
-            return counted(DFD_KEY_SSLOT_NUM, {DFD_KEY_SSLOT_E2PROM, DFD_KEY_SSLOT_STATE});
+            return units_of(record_, UnitKind::sub_slot);
         case Role::channel:
-            return channels(card_of(first));
+            return channels_of(record_, card_of(first));
         case Role::port:
-            return index1_of({DFD_KEY_PORT_SFP_STATE, DFD_KEY_PORT_SFP_TX});
+            return units_of(record_, UnitKind::port);
         case Role::mac:
             return macs();
         case Role::backplane:
@@ -235,11 +145,11 @@ Units::Numbers Units::numbers(Role role, std::span<const std::uint32_t> before) 
         case Role::led_type:
             return led_types();
         case Role::fan_led:
-            return index1_of({DFD_KEY_MB_FAN_LED_CTRL});
+            return index1_of(DFD_KEY_MB_FAN_LED_CTRL);
         case Role::tray_led:
-            return index1_of({DFD_KEY_MB_FAN_IN_FAN_LED_CTRL});
+            return index1_of(DFD_KEY_MB_FAN_IN_FAN_LED_CTRL);
         case Role::supply_led:
-            return index1_of({DFD_KEY_MB_PWR_LED_CTRL});
+            return index1_of(DFD_KEY_MB_PWR_LED_CTRL);
         case Role::led_unit:
             return led_units(first);
         case Role::led_state:
@@ -267,7 +177,7 @@ std::vector<std::uint32_t> Units::values_of(const Call &call, Role role,
     const bool behind_slot = !before.empty() && call.inputs().front()->role == Role::slot;
     const std::uint32_t first = before.empty() ? 0 : before.front();
     const std::uint32_t card = behind_slot ? card_of(first) : first;
-    Numbers found = index2_of(DFD_KEY_CARD_TEMP_INFO, card);
+    Numbers found = second_indexes(record_, DFD_KEY_CARD_TEMP_INFO, card);
     if (role == Role::card_sensor) {
         std::erase_if(found, [card](std::uint32_t sensor) {
             const auto *record =

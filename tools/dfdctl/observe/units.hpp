@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Which numbers the indexes of a call can have on the board that is loaded.
+// Which numbers the indexes of a call can have: units of the board, by the roles of parameters.
 #pragma once
 
 #include <optional>
-#include <set>
 
-#include "dfdctl/board/load_record.hpp"
+#include "dfdctl/board/units.hpp"
 #include "dfdctl/observe/calls.hpp"
 
 namespace dfdctl::observe {
@@ -14,7 +13,7 @@ class Units {
   public:
     /// Of the items that are configured: constants in them count, nothing is read. The slot of this
     /// card, where the caller knows it.
-    explicit Units(const LoadRecord &log, std::optional<std::uint32_t> own_slot = {});
+    explicit Units(const LoadRecord &record, std::optional<std::uint32_t> own_slot = {});
 
     /// Numbers of an index, given the numbers before it in the same call; the standard number
     /// alone for what is no index. Rotors depend on the tray, channels on the slot.
@@ -30,27 +29,20 @@ class Units {
     std::uint32_t own_slot_value() const { return own_slot_value_; }
 
   private:
-    using Numbers = std::set<std::uint32_t>;
-
-    Numbers index1_of(std::initializer_list<std::uint32_t> types) const;
-    Numbers index2_of(std::uint32_t type, std::uint32_t index1) const;
-    Numbers one_to(std::uint32_t count) const;
+    Numbers index1_of(std::uint32_t type) const;
     Numbers numbers(Role role, std::span<const std::uint32_t> before) const;
     Numbers slots() const;
-    Numbers rotors(std::uint32_t fan) const;
     Numbers led_types() const;
     Numbers led_units(std::uint32_t led_type) const;
-    Numbers channels(std::uint32_t card) const;
     Numbers macs() const;
     Numbers backplanes() const;
     Numbers irq_types() const;
-    Numbers counted(std::uint32_t count, std::initializer_list<std::uint32_t> types) const;
     std::vector<std::uint32_t> values_of(const Call &call, Role role,
                                          std::span<const std::uint32_t> before) const;
     void find_own_slot(std::optional<std::uint32_t> known);
     std::uint32_t card_of(std::uint32_t slot) const;
 
-    const LoadRecord &log_;
+    const LoadRecord &record_;
     std::uint32_t own_slot_ = 0;
     std::uint32_t own_slot_value_ = 0;
 };

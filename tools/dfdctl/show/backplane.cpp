@@ -21,7 +21,7 @@ const Backplane &backplane_at(const Place &place) {
                          [&](const Backplane &found) { return found.id == place.index1; });
 }
 
-std::vector<Place> places() {
+std::vector<Place> places(const LoadRecord & /*record*/) {
     std::vector<Place> list;
     for (const Backplane &backplane : backplanes()) {
         list.push_back({backplane.id, 0});

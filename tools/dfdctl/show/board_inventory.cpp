@@ -8,6 +8,7 @@
 
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/board/item_value.hpp"
+#include "dfdctl/board/units.hpp"
 #include "dfdctl/show/board_eeprom.hpp"
 #include "dfdctl/show/board_page.hpp"
 #include "hal/board_bus.h"
@@ -133,18 +134,14 @@ std::optional<BoardHeader> read_board_header() {
                        bytes[kSubTypeByte]};
 }
 
-std::vector<Unit> find_units() {
+std::vector<Unit> find_units(const LoadRecord &record) {
     std::vector<Unit> units;
     if (auto board = board_unit()) {
         units.push_back(std::move(*board));
     }
     for (const Family &family : kFamilies) {
-        const int last = key_types()[family.type].max1;
-        for (std::uint32_t index = 0; index <= static_cast<std::uint32_t>(last); ++index) {
-            const auto *record = record_of<info_ctrl_t>(item_of(family.type, index));
-            if (record != nullptr) {
-                units.push_back(family_unit(family, index, *record));
-            }
+        for (const Item &item : items_of(record, family.type)) {
+            units.push_back(family_unit(family, item.index1, *record_of<info_ctrl_t>(item)));
         }
     }
     return units;

@@ -58,7 +58,7 @@ BoardPage read_board_page(const Options &options) {
                                          : TypeFound{DFD_ERR, "none", "the library did not start"};
     page.slot = place(DFD_KEY_MY_SLOTID, sdd_get_my_slotid());
     page.sub_slot = place(DFD_KEY_MY_SSLOTID, sdd_get_my_sslotid());
-    page.units = find_units();
+    page.units = find_units(page.library.log);
     page.backplanes = find_backplanes();
     page.samples = pick_samples(page.library.log);
     return page;

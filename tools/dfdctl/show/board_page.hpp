@@ -43,7 +43,7 @@ struct Unit {
 };
 
 /// The board's own EEPROM, then all fans, supplies and sub-cards that the configuration describes.
-std::vector<Unit> find_units();
+std::vector<Unit> find_units(const LoadRecord &record);
 
 struct Backplane {
     std::uint32_t id;

@@ -13,7 +13,7 @@ namespace {
 
 int show_page(const Options &options, const Page &page) {
     const Library library = require_library(options);
-    const PageData data = read_page(page);
+    const PageData data = read_page(page, library.log);
     if (options.json) {
         nlohmann::ordered_json json = {{"command", fmt::format("show {}", page.name)}};
         json.update(page_json(data));
@@ -51,7 +51,7 @@ int show_all(const Options &options) {
     std::vector<PageData> data;
     for (const Page &page : pages()) {
         if (board.library.usable()) {
-            data.push_back(read_page(page));
+            data.push_back(read_page(page, board.library.log));
         }
     }
     bool failed = false;

@@ -2,7 +2,6 @@
 // Fan trays and their rotors.
 #include <dfd/driver.h>
 #include <dfd/fan.h>
-#include <set>
 
 #include "dfdctl/show/table_page.hpp"
 
@@ -14,29 +13,11 @@ constexpr const char *kTrayStates[] = {"absent", "present", "failed", "line fail
 constexpr const char *kRotorStates[] = {"ok", "failed"};
 constexpr const char *kAirflows[] = {"other", "-F", "-R"};
 
-/// All trays that the chassis has room for or the configuration describes.
-std::vector<Place> trays() {
-    std::set<std::uint32_t> numbers;
-    for (int number = 1; number <= drv_get_sys_fan_num(); ++number) {
-        numbers.insert(static_cast<std::uint32_t>(number));
-    }
-    for (const Place &place : configured(DFD_KEY_FAN_STATE)) {
-        numbers.insert(place.index1);
-    }
+std::vector<Place> rotors(const LoadRecord &record) {
     std::vector<Place> places;
-    for (const std::uint32_t number : numbers) {
-        places.push_back({number, 0});
-    }
-    return places;
-}
-
-std::vector<Place> rotors() {
-    std::vector<Place> places;
-    for (const Place &tray : trays()) {
-        int count = 1;
-        drv_get_fan_num(tray.index1, &count);
-        for (int rotor = 1; rotor <= count; ++rotor) {
-            places.push_back({tray.index1, static_cast<std::uint32_t>(rotor)});
+    for (const std::uint32_t tray : units_of(record, UnitKind::tray)) {
+        for (std::uint32_t rotor = 1; rotor <= rotor_count(tray); ++rotor) {
+            places.push_back({tray, rotor});
         }
     }
     return places;
@@ -135,7 +116,11 @@ constexpr Column kRotors[] = {
 
 constexpr Section kSections[] = {
     {.key = "system", .title = "Fan control", .columns = kSystem, .has_defaults = true},
-    {.key = "trays", .title = "Fan trays", .rows = trays, .labels = kTrayLabel, .columns = kTrays},
+    {.key = "trays",
+     .title = "Fan trays",
+     .rows = rows_of<UnitKind::tray>,
+     .labels = kTrayLabel,
+     .columns = kTrays},
     {.key = "rotors",
      .title = "Rotors",
      .rows = rotors,

@@ -2,7 +2,6 @@
 // Power supplies, and the figures of the whole system.
 #include <dfd/driver.h>
 #include <dfd/power.h>
-#include <set>
 
 #include "dfdctl/show/table_page.hpp"
 
@@ -12,21 +11,6 @@ namespace {
 
 constexpr const char *kStates[] = {"absent", "present", "?", "failed", "line failed", "failed"};
 constexpr int kThousandths = 1000;
-
-std::vector<Place> supplies() {
-    std::set<std::uint32_t> numbers;
-    for (const std::uint32_t type :
-         {DFD_KEY_POWER_STATE, DFD_KEY_POWER_PRESENT, DFD_KEY_POWER_TYPE}) {
-        for (const Place &place : configured(type)) {
-            numbers.insert(place.index1);
-        }
-    }
-    std::vector<Place> places;
-    for (const std::uint32_t number : numbers) {
-        places.push_back({number, 0});
-    }
-    return places;
-}
 
 /// The type's current kind, AC or DC.
 Answer current_kind(const Place &place) {
@@ -135,12 +119,12 @@ constexpr Section kSections[] = {
     {.key = "system", .title = "Power of the system", .columns = kSystem},
     {.key = "supplies",
      .title = "Power supplies",
-     .rows = supplies,
+     .rows = rows_of<UnitKind::supply>,
      .labels = kSupplyLabel,
      .columns = kSupplies},
     {.key = "telemetry",
      .title = "Measurements",
-     .rows = supplies,
+     .rows = rows_of<UnitKind::supply>,
      .labels = kSupplyLabel,
      .columns = kTelemetry},
 };

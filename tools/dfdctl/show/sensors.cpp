@@ -7,37 +7,44 @@
 #include <algorithm>
 
 #include "dfdctl/show/table_page.hpp"
+#include "hal/facts.h"
 
 namespace dfdctl {
 
 namespace {
 
 constexpr int kThousandths = 1000;
-constexpr std::uint32_t kFirstMacSensor = 41;
 
 const temp_info_t *sensor_at(const Place &place) {
     return record_of<temp_info_t>(item_of(DFD_KEY_CARD_TEMP_INFO, place.index1, place.index2));
 }
 
-std::vector<Place> sensors_of(bool mac) {
-    std::vector<Place> places = configured(DFD_KEY_CARD_TEMP_INFO);
-    std::erase_if(places, [mac](const Place &place) {
-        return (sensor_at(place)->type == TEMP_INFO_MAC) != mac;
-    });
+std::vector<Place> places_with(const LoadRecord &record, std::uint32_t type,
+                               bool (*wanted)(const Place &)) {
+    std::vector<Place> places;
+    for (const Item &item : items_of(record, type)) {
+        const Place place{item.index1, item.index2};
+        if (wanted(place)) {
+            places.push_back(place);
+        }
+    }
     return places;
 }
 
-std::vector<Place> card_sensors() {
-    return sensors_of(false);
+bool is_mac(const Place &place) {
+    return sensor_at(place)->type == TEMP_INFO_MAC;
+}
+
+std::vector<Place> card_sensors(const LoadRecord &record) {
+    return places_with(record, DFD_KEY_CARD_TEMP_INFO,
+                       [](const Place &place) { return !is_mac(place); });
 }
 
 /// The library takes their sensor numbers from 41 on for those of the own board.
-std::vector<Place> mac_sensors() {
-    std::vector<Place> places = sensors_of(true);
-    std::erase_if(places, [](const Place &place) {
-        return place.index1 != 0 || place.index2 < kFirstMacSensor;
+std::vector<Place> mac_sensors(const LoadRecord &record) {
+    return places_with(record, DFD_KEY_CARD_TEMP_INFO, [](const Place &place) {
+        return is_mac(place) && place.index1 == 0 && place.index2 >= dfd::kFirstMacIndex;
     });
-    return places;
 }
 
 Reading sensor_name(const Place &place) {
@@ -59,7 +66,7 @@ Answer card_temperature(const Place &place) {
 template <int Which>
 Answer mac_figure(const Place &place) {
     std::array<int, 3> figures = {};
-    const int number = static_cast<int>(place.index2 - kFirstMacSensor);
+    const int number = static_cast<int>(place.index2 - dfd::kFirstMacIndex);
     const int code = drv_get_mac_temp(number, &figures[0], &figures[1], &figures[2]);
     return code == DFD_OK ? Answer{.value = std::int64_t{figures[Which]}} : Answer{.code = code};
 }
@@ -118,17 +125,10 @@ constexpr Section kTemperatures[] = {
 };
 
 /// Channels of the cards that have any, the reference included.
-std::vector<Place> channels() {
-    const auto count = static_cast<std::uint32_t>(std::max(drv_get_card_vol_num(), 0));
-    std::vector<Place> places;
-    for (std::uint32_t card = 0; card <= 31; ++card) {
-        for (std::uint32_t channel = 0; channel <= count; ++channel) {
-            if (record_of<char>(item_of(DFD_KEY_CARD_VOL_LOW, card, channel)) != nullptr) {
-                places.push_back({card, channel});
-            }
-        }
-    }
-    return places;
+std::vector<Place> channels(const LoadRecord &record) {
+    return places_with(record, DFD_KEY_CARD_VOL_LOW, [](const Place &place) {
+        return static_cast<int>(place.index2) <= std::max(drv_get_card_vol_num(), 0);
+    });
 }
 
 Answer voltage(const Place &place) {

@@ -18,10 +18,10 @@ namespace dfdctl {
 namespace {
 
 /// Places of LEDs: index1 the row of leds(), index2 the unit.
-std::vector<Place> led_places() {
+std::vector<Place> led_places(const LoadRecord &record) {
     std::vector<Place> places;
     for (std::uint32_t row = 0; row < leds().size(); ++row) {
-        for (const Place &unit : configured(leds()[row].control)) {
+        for (const Item &unit : items_of(record, leds()[row].control)) {
             places.push_back({row, unit.index1});
         }
     }
@@ -93,19 +93,6 @@ constexpr Section kLedSections[] = {
      .columns = kLedColumns},
 };
 
-std::vector<Place> ports() {
-    std::vector<Place> places = configured(DFD_KEY_PORT_SFP_STATE);
-    for (const Place &place : configured(DFD_KEY_PORT_SFP_TX)) {
-        const bool known = std::any_of(places.begin(), places.end(), [&](const Place &port) {
-            return port.index1 == place.index1;
-        });
-        if (!known) {
-            places.push_back(place);
-        }
-    }
-    return places;
-}
-
 constexpr LabelColumn kPortLabel[] = {{"port", "port", first_index}};
 
 constexpr Column kPorts[] = {
@@ -118,7 +105,11 @@ constexpr Column kPorts[] = {
 };
 
 constexpr Section kPortSections[] = {
-    {.key = "ports", .title = "SFP ports", .rows = ports, .labels = kPortLabel, .columns = kPorts},
+    {.key = "ports",
+     .title = "SFP ports",
+     .rows = rows_of<UnitKind::port>,
+     .labels = kPortLabel,
+     .columns = kPorts},
 };
 
 // ---- Interrupts: places of sources have index1 = i << 8 | j, index2 = k
@@ -136,14 +127,10 @@ std::uint32_t second_bit(const Place &place) {
     return place.index1 & (kBits - 1);
 }
 
-std::vector<Place> sources() {
+std::vector<Place> sources(const LoadRecord &record) {
     std::vector<Place> places;
-    for (std::uint32_t position = 0; position < kBits * kBits * kBits; ++position) {
-        const Place place{position / (kBits * kBits) << kBits | position / kBits % kBits,
-                          position % kBits};
-        if (record_of<char>(item_of(DFD_KEY_IRQ_INFO, place.index1, place.index2)) != nullptr) {
-            places.push_back(place);
-        }
+    for (const Item &source : irq_sources(record)) {
+        places.push_back({source.index1, source.index2});
     }
     return places;
 }

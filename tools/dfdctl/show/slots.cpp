@@ -5,7 +5,6 @@
 #include <dfd/chassis.h>
 #include <dfd/driver.h>
 #include <dfd/fan.h>
-#include <set>
 
 #include "dfdctl/show/table_page.hpp"
 
@@ -56,22 +55,12 @@ Answer own(const Place &place) {
     return {.value = std::int64_t{is_own(place)}};
 }
 
-std::vector<Place> slots() {
-    std::set<std::uint32_t> numbers;
-    for (const std::uint32_t type : {DFD_KEY_SLOT_ONLINE, DFD_KEY_RESET_LC, DFD_KEY_CARD_POWER_CTRL,
-                                     DFD_KEY_CARD_POWER_STATUS}) {
-        for (const Place &place : configured(type)) {
-            numbers.insert(slot_of_card(place.index1));
-        }
-    }
+std::vector<Place> slots(const LoadRecord &record) {
+    Numbers numbers = units_of(record, UnitKind::slot);
     if (const int slot = sdd_get_my_slotid(); slot >= 0) {
         numbers.insert(static_cast<std::uint32_t>(slot));
     }
-    std::vector<Place> places;
-    for (const std::uint32_t number : numbers) {
-        places.push_back({number, 0});
-    }
-    return places;
+    return places_of(numbers);
 }
 
 constexpr Column kOwn[] = {
@@ -126,21 +115,6 @@ constexpr Section kSlotSections[] = {
     {.key = "slots", .title = "Slots", .rows = slots, .labels = kSlotLabel, .columns = kSlots},
 };
 
-std::vector<Place> sub_slots() {
-    std::set<std::uint32_t> numbers;
-    for (int number = 1; number <= sdd_get_sslot_num(); ++number) {
-        numbers.insert(static_cast<std::uint32_t>(number));
-    }
-    for (const Place &place : configured(DFD_KEY_SSLOT_E2PROM)) {
-        numbers.insert(place.index1);
-    }
-    std::vector<Place> places;
-    for (const std::uint32_t number : numbers) {
-        places.push_back({number, 0});
-    }
-    return places;
-}
-
 Answer subcard_type(const Place &place) {
     std::uint32_t type = 0;
     std::uint32_t aux = 0;
@@ -171,7 +145,7 @@ constexpr Column kSubCards[] = {
 constexpr Section kSubCardSections[] = {
     {.key = "sub_cards",
      .title = "Sub-cards",
-     .rows = sub_slots,
+     .rows = rows_of<UnitKind::sub_slot>,
      .labels = kSubSlotLabel,
      .columns = kSubCards},
 };

@@ -247,20 +247,10 @@ bool PageData::is_empty() const {
     });
 }
 
-std::vector<Place> configured(std::uint32_t type) {
-    const KeyType &key = key_types()[type];
-    // Indexes beyond the table's limits can be configured as well; 8 bits enter the key.
-    constexpr int kIndex2Max = 0xFF;
-    const int last2 = key.max2 >= 0 ? kIndex2Max : 0;
+std::vector<Place> places_of(const Numbers &numbers) {
     std::vector<Place> places;
-    for (int first = 0; first <= std::max(key.max1, 0); ++first) {
-        for (int second = 0; second <= last2; ++second) {
-            const Place place{static_cast<std::uint32_t>(first),
-                              static_cast<std::uint32_t>(second)};
-            if (record_of<char>(item_of(type, place.index1, place.index2)) != nullptr) {
-                places.push_back(place);
-            }
-        }
+    for (const std::uint32_t number : numbers) {
+        places.push_back({number, 0});
     }
     return places;
 }
@@ -273,12 +263,12 @@ Reading second_index(const Place &place) {
     return {.value = std::int64_t{place.index2}};
 }
 
-PageData read_page(const Page &page) {
+PageData read_page(const Page &page, const LoadRecord &record) {
     PageData data{.page = &page, .sections = {}};
     for (const Section &section : page.sections) {
         SectionData &read = data.sections.emplace_back(SectionData{&section, {}});
         const std::vector<Place> places =
-            section.rows != nullptr ? section.rows() : std::vector<Place>(1);
+            section.rows != nullptr ? section.rows(record) : std::vector<Place>(1);
         for (const Place &place : places) {
             read.rows.push_back(read_row(section, place));
         }

@@ -5,6 +5,7 @@
 #include <span>
 
 #include "dfdctl/board/library_calls.hpp"
+#include "dfdctl/board/units.hpp"
 #include "dfdctl/output.hpp"
 
 namespace dfdctl {
@@ -39,7 +40,7 @@ struct LabelColumn {
 struct Section {
     const char *key;  ///< in JSON
     const char *title;
-    std::vector<Place> (*rows)() = nullptr;
+    std::vector<Place> (*rows)(const LoadRecord &) = nullptr;
     std::span<const LabelColumn> labels = {};
     std::span<const Column> columns = {};
     bool has_defaults = false;  ///< has values also on a board without what the page is about
@@ -53,8 +54,12 @@ struct Page {
 
 std::span<const Page> pages();
 
-/// Units whose item of this type is configured, by its indexes.
-std::vector<Place> configured(std::uint32_t type);
+std::vector<Place> places_of(const Numbers &numbers);
+/// A row for each unit of a kind.
+template <UnitKind Kind>
+std::vector<Place> rows_of(const LoadRecord &record) {
+    return places_of(units_of(record, Kind));
+}
 
 /// The usual labels.
 Reading first_index(const Place &place);
@@ -96,7 +101,7 @@ struct PageData {
     bool is_empty() const;
 };
 
-PageData read_page(const Page &page);
+PageData read_page(const Page &page, const LoadRecord &record);
 void print_page(std::FILE *out, const PageData &data, bool first);
 nlohmann::ordered_json page_json(const PageData &data);
 

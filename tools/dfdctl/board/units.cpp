@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: MIT
+#include "dfdctl/board/units.hpp"
+
+#include <dfd/fan.h>
+#include <dfd/keys.h>
+#include <dfd/records.h>
+#include <algorithm>
+#include <array>
+
+#include "framework/item.h"
+#include "hal/irq_distrib.h"
+
+namespace dfdctl {
+
+namespace {
+
+constexpr std::uint32_t kLastSlot = 32;
+constexpr std::size_t kMostTypes = 7;
+
+/// Item types whose first index is the number of a unit, and the int item that counts the units.
+struct KindRow {
+    UnitKind kind;
+    std::uint32_t count;  ///< DFD_KEY_NONE: nothing counts them
+    std::array<std::uint32_t, kMostTypes> types;
+};
+
+constexpr std::array kKinds = {
+    KindRow{UnitKind::tray, DFD_KEY_FAN_NUM, {DFD_KEY_FAN_STATE}},
+    KindRow{UnitKind::supply,
+            DFD_KEY_NONE,
+            {DFD_KEY_POWER_PRESENT, DFD_KEY_POWER_STATE, DFD_KEY_POWER_TYPE}},
+    KindRow{
+        UnitKind::slot,
+        DFD_KEY_NONE,
+        {DFD_KEY_SLOT_ONLINE, DFD_KEY_RESET_LC, DFD_KEY_CARD_POWER_CTRL, DFD_KEY_CARD_POWER_STATUS,
+         DFD_KEY_CARD_RATE_POWER, DFD_KEY_CARD_TEMP_INFO, DFD_KEY_CARD_VOL_LOW}},
+    KindRow{UnitKind::card, DFD_KEY_NONE, {DFD_KEY_CARD_TEMP_INFO}},
+    KindRow{UnitKind::sub_slot, DFD_KEY_SSLOT_NUM, {DFD_KEY_SSLOT_E2PROM, DFD_KEY_SSLOT_STATE}},
+    KindRow{UnitKind::port, DFD_KEY_NONE, {DFD_KEY_PORT_SFP_STATE, DFD_KEY_PORT_SFP_TX}},
+    KindRow{UnitKind::backplane,
+            DFD_KEY_NONE,
+            {DFD_KEY_BP_E2PROM_DEV, DFD_KEY_E2_SETMAC, DFD_KEY_BACKPLANE_HW_VER,
+             DFD_KEY_BACKPLANE_SN, DFD_KEY_BACKPLANE_MAC}},
+};
+
+Numbers one_to(int count) {
+    Numbers found;
+    const auto last = static_cast<std::uint32_t>(std::max(count, 0));
+    for (std::uint32_t number = 1; number <= std::min(last, kMostUnits); ++number) {
+        found.insert(found.end(), number);
+    }
+    return found;
+}
+
+std::vector<Item> items_between(const LoadRecord &record, std::uint32_t first, std::uint32_t last) {
+    std::vector<Item> items;
+    for (auto at = record.origins.lower_bound(first);
+         at != record.origins.end() && at->first <= last; ++at) {
+        items.push_back(item_of_key(at->first));
+    }
+    return items;
+}
+
+}  // namespace
+
+std::vector<Item> items_of(const LoadRecord &record, std::uint32_t type) {
+    return items_between(record, DFD_MAKE_KEY(type, 0, 0),
+                         DFD_MAKE_KEY(type, UINT16_MAX, UINT8_MAX));
+}
+
+Numbers second_indexes(const LoadRecord &record, std::uint32_t type, std::uint32_t index1) {
+    Numbers found;
+    for (const Item &item : items_between(record, DFD_MAKE_KEY(type, index1, 0),
+                                          DFD_MAKE_KEY(type, index1, UINT8_MAX))) {
+        found.insert(found.end(), item.index2);
+    }
+    return found;
+}
+
+Numbers units_of(const LoadRecord &record, UnitKind kind) {
+    const KindRow &row = *std::ranges::find(kKinds, kind, &KindRow::kind);
+    Numbers found = one_to(row.count != DFD_KEY_NONE ? dfd::int_item_or(row.count, 0) : 0);
+    for (const std::uint32_t type : row.types) {
+        for (const Item &item : items_of(record, type)) {
+            found.insert(item.index1);
+        }
+    }
+    if (kind == UnitKind::slot) {
+        // Items of card 0 belong to the own slot, whatever its number is.
+        found.erase(0);
+        found.erase(found.upper_bound(kLastSlot), found.end());
+    }
+    return found;
+}
+
+Numbers rotors_of(const LoadRecord &record, std::uint32_t tray) {
+    const auto *count = record_of<info_ctrl_t>(item_of(DFD_KEY_SUBFAN_NUM, tray));
+    const bool is_constant = count != nullptr && count->mode == INFO_CTRL_MODE_CONSTANT;
+    Numbers found = one_to(is_constant ? count->int_cons : 0);
+    for (const std::uint32_t type :
+         {DFD_KEY_FAN_REAL_SPEED, DFD_KEY_GET_FAN_CFG_SPEED, DFD_KEY_FAN_CFG_SPEED}) {
+        found.merge(second_indexes(record, type, tray));
+    }
+    return found.empty() ? Numbers{1} : found;
+}
+
+std::uint32_t rotor_count(std::uint32_t tray) {
+    int count = 1;
+    sdd_get_fan_num(tray, &count);
+    return static_cast<std::uint32_t>(std::clamp(count, 0, static_cast<int>(kMostUnits)));
+}
+
+Numbers channels_of(const LoadRecord &record, std::uint32_t card) {
+    Numbers found = second_indexes(record, DFD_KEY_CARD_VOL_LOW, card);
+    if (!found.empty()) {
+        found.merge(one_to(dfd::int_item_or(DFD_KEY_CARD_VOL_NUM, 0)));
+        found.erase(0);
+    }
+    return found;
+}
+
+std::vector<Item> irq_sources(const LoadRecord &record) {
+    constexpr std::uint32_t kSecondByte = 0xFF;
+    constexpr std::uint32_t kBits = dfd::kIrqBits;
+    std::vector<Item> sources = items_of(record, DFD_KEY_IRQ_INFO);
+    std::erase_if(sources, [](const Item &item) {
+        return item.index1 / (kSecondByte + 1) >= kBits || (item.index1 & kSecondByte) >= kBits ||
+               item.index2 >= kBits;
+    });
+    return sources;
+}
+
+}  // namespace dfdctl

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+// Which units the loaded board has: the one answer for pages, controls and observed calls.
+#pragma once
+
+#include <set>
+
+#include "dfdctl/board/load_record.hpp"
+
+namespace dfdctl {
+
+/// More units of a kind are a mistake in the configuration: so many are looked at.
+inline constexpr std::uint32_t kMostUnits = 64;
+
+using Numbers = std::set<std::uint32_t>;
+
+enum class UnitKind { tray, supply, slot, card, sub_slot, port, backplane };
+
+/// Units that a count of the configuration promises, and those that have items.
+Numbers units_of(const LoadRecord &record, UnitKind kind);
+/// Rotors of a tray as far as its items tell; nothing is read.
+Numbers rotors_of(const LoadRecord &record, std::uint32_t tray);
+/// Rotors that the library counts in a tray.
+std::uint32_t rotor_count(std::uint32_t tray);
+/// Voltage channels of a card but the reference, channel 0.
+Numbers channels_of(const LoadRecord &record, std::uint32_t card);
+
+/// Configured items of a type, by index.
+std::vector<Item> items_of(const LoadRecord &record, std::uint32_t type);
+/// Second indexes of the items of a type that have this first one.
+Numbers second_indexes(const LoadRecord &record, std::uint32_t type, std::uint32_t index1);
+/// Items of the interrupt sources that a dispatch can find.
+std::vector<Item> irq_sources(const LoadRecord &record);
+
+}  // namespace dfdctl
