@@ -134,6 +134,6 @@ consteval Call make_call(Subsystem subsystem, Does does, std::string_view name,
 #define DFD_CALL(subsystem, does, function, roles)                                  \
     ::dfdctl::observe::make_call<function>(::dfdctl::observe::Subsystem::subsystem, \
                                            ::dfdctl::observe::Does::does, #function, roles)
-/// Two rows: the function of the hal and its name in the driver interface.
+/// Two rows: the function of the hal and its name in the driver interface, which adapts.
 #define DFD_CALL_BOTH(subsystem, does, name, roles) \
     DFD_CALL(subsystem, does, sdd_##name, roles), DFD_CALL(subsystem, does, drv_##name, roles)

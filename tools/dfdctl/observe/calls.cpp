@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "dfdctl/observe/calls.hpp"
 
+#include <dfd/dfd.h>
 #include <algorithm>
+#include <stdexcept>
 
+#include "dfdctl/observe/call_row.hpp"
 #include "dfdctl/observe/call_tables.hpp"
-#include "dfdctl/observe/roles.hpp"
+#include "service/intf/pass_through.h"
 
 #include <fmt/format.h>
 
@@ -28,10 +31,39 @@ constexpr bool roles_are_in_order() {
 }
 static_assert(roles_are_in_order());
 
+/// A name that passes everything through, and the function that it is called as.
+struct PassThrough {
+    std::string_view name;
+    std::string_view to;
+    std::int64_t (*run)(const Word *words);
+};
+
+#define DFDCTL_PASS_THROUGH_ROW(name, to, parameters, arguments) PassThrough{#name, #to, run<name>},
+constexpr PassThrough kPassThrough[] = {DFD_PASS_THROUGH(DFDCTL_PASS_THROUGH_ROW)};
+#undef DFDCTL_PASS_THROUGH_ROW
+
+Call forwarding(const PassThrough &row, std::span<const Call> calls) {
+    const auto to = std::ranges::find(calls, row.to, &Call::name);
+    if (to == calls.end()) {
+        throw std::logic_error(std::string(row.to) + " is in no table of calls");
+    }
+    Call call = *to;
+    call.name = row.name;
+    call.run = row.run;
+    // What a board must have, and what is polled, is said of the driver interface.
+    const bool is_driver = row.name.starts_with("drv_");
+    call.is_essential = call.is_essential && is_driver;
+    call.is_polled = call.is_polled && is_driver;
+    return call;
+}
+
 std::vector<Call> sorted_calls() {
     std::vector<Call> all;
     for (const auto part : {chassis_calls(), unit_calls(), access_calls()}) {
         all.insert(all.end(), part.begin(), part.end());
+    }
+    for (const PassThrough &row : kPassThrough) {
+        all.push_back(forwarding(row, all));
     }
     std::sort(all.begin(), all.end(), [](const Call &a, const Call &b) { return a.name < b.name; });
     return all;

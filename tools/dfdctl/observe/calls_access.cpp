@@ -11,8 +11,8 @@ namespace {
 
 // clang-format off
 constexpr Call kAccess[] = {
-    DFD_CALL_BOTH(backplane, get, get_backplane_info, "backplane record essential"),
-    DFD_CALL_BOTH(backplane, set, set_backplane_info, "backplane data"),
+    DFD_CALL(backplane, get, sdd_get_backplane_info, "backplane record essential"),
+    DFD_CALL(backplane, set, sdd_set_backplane_info, "backplane data"),
     DFD_CALL(backplane, get, sdd_get_bp_hw_ver, "backplane buffer capacity result"),
     DFD_CALL(backplane, get, sdd_get_bp_sn, "backplane buffer capacity result"),
     DFD_CALL(backplane, get, sdd_get_bp_mac, "backplane bytes6"),
