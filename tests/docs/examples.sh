@@ -5,7 +5,7 @@
 # a board, so that what belongs together must be in one example; those of other pages as a file.
 set -eu
 pages=$1
-dfdctl=$2
+dfdctl=$(realpath -e "$2")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 

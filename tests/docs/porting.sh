@@ -5,8 +5,8 @@
 # it, is run, and what it prints is compared with the lines that follow, where a line "..." stands for any
 # number of lines. A command that fails must be followed by "$ echo $?".
 set -u
-page=$1
-PATH=$2:$PATH
+page=$(realpath -e "$1") && build=$(realpath -e "$2") || exit 2
+PATH=$build:$PATH
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir "$work/steps" "$work/here"

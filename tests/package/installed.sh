@@ -3,6 +3,7 @@
 # installed.sh BUILD CLIENT.c: a C program builds against the installed library, by hand with what
 # the pkg-config file says and through the CMake package.
 set -eu
+client=$(realpath -e "$2")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cmake --install "$1" --prefix "$work/usr" > /dev/null
@@ -12,7 +13,7 @@ value() { sed -n "s|^$1: *||p" "$pc" | sed "s|\${includedir}|$include|; s|\${lib
 include=$work/usr/include
 lib=$(dirname "$(dirname "$pc")")
 # shellcheck disable=SC2046  # flags are words
-cc -std=c11 $(value Cflags) "$2" -o "$work/client" $(value Libs)
+cc -std=c11 $(value Cflags) "$client" -o "$work/client" $(value Libs)
 LD_LIBRARY_PATH=$lib "$work/client"
 
 mkdir "$work/project"
@@ -20,7 +21,7 @@ cat > "$work/project/CMakeLists.txt" <<EOF
 cmake_minimum_required(VERSION 3.25)
 project(client LANGUAGES C)
 find_package(dfd 0.1 REQUIRED)
-add_executable(client $2)
+add_executable(client $client)
 target_link_libraries(client PRIVATE dfd::dfd)
 EOF
 cmake -S "$work/project" -B "$work/build" -DCMAKE_PREFIX_PATH="$work/usr" > /dev/null

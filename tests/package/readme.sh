@@ -3,7 +3,7 @@
 # readme.sh SOURCES BUILD LIBRARY: the README shows what the demo prints, and its programs build and run.
 set -eu
 readme=$1/README.md
-build=$2
+build=$(realpath -e "$2")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 

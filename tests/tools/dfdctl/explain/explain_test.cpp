@@ -57,7 +57,7 @@ TEST(Explain, OfflineAFunctionOrAnItem) {
         {"fan_num",
          0,
          {"value    4", "8.cfg:3 (replaces 2 of cm8_fans.cfg:7)",
-          "looks at: drv_get_sys_fan_num(), sdd_get_sys_fan_num()"}},
+          "looks at: ", "drv_get_sys_fan_num()"}},
         {"power_dc_ac 1", 0, {"used by  no function of the library"}},
         {"fan_state 9", 3, {"not configured", "reads items of this type: drv_get_fan_status,"}},
         {"fan_state 2 --answer 'fan_state 2=0'",

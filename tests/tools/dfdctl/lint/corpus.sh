@@ -1,13 +1,15 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# corpus.sh DFDCTL DIRECTORY NAME [update]: lint of DIRECTORY/NAME must print its file "expected".
+# corpus.sh DFDCTL DIRECTORY NAME [update]: lint of DIRECTORY/NAME must print its file "expected" above
+# the line of totals.
 # A NAME with directories "etc" holds boards, any other single files. "update" rewrites "expected":
 # read what changed before it is committed.
 set -eu
 export LC_ALL=C
-dfdctl=$1
+dfdctl=$(realpath -e "$1")
 name=$3
 cd "$2"
+[ -d "$name" ] || { echo "no directory $name in $PWD"; exit 2; }
 
 if [ -n "$(find "$name" -type d -name etc)" ]; then
     set -- --root "$name" ${4:+"$4"}
@@ -24,6 +26,7 @@ found=$(mktemp)
 trap 'rm -f "$found"' EXIT
 status=0
 "$dfdctl" lint "$@" > "$found" || status=$?
+sed -i '$d' "$found"
 case $(grep -c ': error \[' "$found" || true) in
     0) wanted=0 ;;
     *) wanted=1 ;;
