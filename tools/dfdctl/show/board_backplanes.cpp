@@ -26,7 +26,7 @@ Reading mac_reading(std::span<const std::uint8_t> mac) {
 /// The library hides a failed read of the record: it hands out zeros.
 Backplane record_backplane(std::uint32_t id, const i2c_dev_t &dev) {
     Backplane backplane{.id = id,
-                        .source = "record",
+                        .source = BackplaneSource::record,
                         .place = fmt::format("EEPROM /dev/i2c-{} 0x{:02x}", dev.bus, dev.addr)};
     if (!answers(fmt::format("/dev/i2c-{}", dev.bus), static_cast<std::uint16_t>(dev.addr))) {
         const Reading silent = failure(Status::io_error, DFD_ERR_IO, "the EEPROM does not answer");
@@ -63,7 +63,7 @@ Reading mac_item(std::uint32_t id) {
 
 Backplane item_backplane(std::uint32_t id) {
     Backplane backplane{.id = id,
-                        .source = "items",
+                        .source = BackplaneSource::items,
                         .place = "items backplane_*",
                         .version = optional_item(DFD_KEY_BACKPLANE_HW_VER, id),
                         .serial = optional_item(DFD_KEY_BACKPLANE_SN, id),

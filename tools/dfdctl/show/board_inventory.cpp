@@ -71,7 +71,7 @@ Reading power_type(Reading reading) {
 }
 
 Unit family_unit(const Family &family, std::uint32_t index, const info_ctrl_t &record) {
-    Unit unit{.name = family.name, .index = index, .layout = {}, .device = {}};
+    Unit unit{.name = family.name, .index = index, .device = {}};
     const Item type_item = item_of(family.type, index);
     unit.type = read_item(type_item);
     if (family.legacy == Legacy::power) {
@@ -80,7 +80,7 @@ Unit family_unit(const Family &family, std::uint32_t index, const info_ctrl_t &r
     std::optional<Eeprom> eeprom;
     if (dfd::is_e2prom_mode(record.mode)) {
         eeprom = eeprom_of(type_item, record);
-        unit.layout = mode_word(record.mode);
+        unit.layout = record.mode;
         unit.device = record.fpath;
         unit.address = eeprom->address;
     }
@@ -99,20 +99,17 @@ std::optional<Unit> board_unit() {
     if (!header) {
         return std::nullopt;
     }
-    Unit unit{.name = "board",
-              .index = {},
-              .layout = {},
-              .device = dfd::kBoardBus,
-              .address = dfd::kBoardE2promAddr};
+    Unit unit{
+        .name = "board", .index = {}, .device = dfd::kBoardBus, .address = dfd::kBoardE2promAddr};
     if (header->is_tlv()) {
         const Eeprom eeprom{INFO_CTRL_MODE_TLV, dfd::kBoardBus, dfd::kBoardE2promAddr};
-        unit.layout = "tlv";
+        unit.layout = INFO_CTRL_MODE_TLV;
         unit.product = read_inventory(eeprom, E2PROM_INFO_NAME);
         unit.serial = read_inventory(eeprom, E2PROM_INFO_SN);
         unit.version = read_inventory(eeprom, E2PROM_INFO_HW_VER);
         unit.type = read_inventory(eeprom, E2PROM_INFO_DEV_TYPE);
     } else if (const int type = dfd_my_type_from_e2(); type > 0) {
-        unit.layout = "legacy";
+        unit.layout = INFO_CTRL_MODE_LEGACY;
         unit.type = {.value = std::int64_t{type}};
     }
     return unit;

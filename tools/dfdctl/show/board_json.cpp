@@ -18,11 +18,16 @@ ordered_json text_or_null(const std::string &text) {
     return text.empty() ? ordered_json() : ordered_json(text);
 }
 
+/// By TypeSource and BackplaneSource.
+constexpr std::array kTypeSources = {"product_id", "eeprom_tlv", "eeprom_legacy",
+                                     "backplane",  "board_type", "none"};
+constexpr std::array kBackplaneSources = {"record", "items"};
+
 ordered_json type_json(const TypeFound &found) {
     const bool known = found.type > 0;
     return {{"type", known ? ordered_json(found.type) : ordered_json()},
             {"type_hex", known ? ordered_json(fmt::format("0x{:x}", found.type)) : ordered_json()},
-            {"source", found.source},
+            {"source", kTypeSources[static_cast<std::size_t>(found.source)]},
             {"found_by", found.how}};
 }
 
@@ -46,7 +51,8 @@ ordered_json file_json(const LoadRecord &log, const ConfigFile &file) {
 ordered_json unit_json(const Unit &unit) {
     return {{"unit", unit.name},
             {"index", unit.index ? ordered_json(*unit.index) : ordered_json()},
-            {"layout", text_or_null(unit.layout)},
+            {"layout", unit.layout != INFO_CTRL_MODE_NONE ? ordered_json(mode_word(unit.layout))
+                                                          : ordered_json()},
             {"device", text_or_null(unit.device)},
             {"address", unit.device.empty() ? ordered_json() : ordered_json(unit.address)},
             {"product_name", to_json(unit.product)},
@@ -61,7 +67,7 @@ ordered_json backplane_json(const Backplane &backplane) {
         serials.push_back(to_json(serial));
     }
     return {{"number", backplane.id},
-            {"source", backplane.source},
+            {"source", kBackplaneSources[static_cast<std::size_t>(backplane.source)]},
             {"place", backplane.place},
             {"chassis_type", to_json(backplane.type)},
             {"hw_version", to_json(backplane.version)},

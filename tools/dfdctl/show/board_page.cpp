@@ -54,8 +54,9 @@ BoardPage read_board_page(const Options &options) {
                    .backplanes = {},
                    .samples = {}};
     page.board = find_board_type();
-    page.chassis = page.library.usable() ? find_chassis_type()
-                                         : TypeFound{DFD_ERR, "none", "the library did not start"};
+    page.chassis = page.library.usable()
+                       ? find_chassis_type()
+                       : TypeFound{DFD_ERR, TypeSource::none, "the library did not start"};
     page.slot = place(DFD_KEY_MY_SLOTID, sdd_get_my_slotid());
     page.sub_slot = place(DFD_KEY_MY_SSLOTID, sdd_get_my_sslotid());
     page.units = find_units(page.library.log);

@@ -2,6 +2,7 @@
 // The facts of `show board`, one structure a section, and the two forms of the page.
 #pragma once
 
+#include <dfd/records.h>
 #include <cstdio>
 #include <optional>
 #include <string>
@@ -12,10 +13,12 @@
 
 namespace dfdctl {
 
+enum class TypeSource { product_id, eeprom_tlv, eeprom_legacy, backplane, board_type, none };
+
 /// A type number and what it was concluded from.
 struct TypeFound {
-    int type;            ///< negative: not found
-    std::string source;  ///< product_id, eeprom_tlv, eeprom_legacy, backplane, board_type, none
+    int type;  ///< negative: not found
+    TypeSource source;
     std::string how;
 };
 
@@ -31,7 +34,7 @@ inline Reading no_information() {
 struct Unit {
     std::string name;  ///< board, fan, power, sub-card
     std::optional<std::uint32_t> index;
-    std::string layout;  ///< tlv, fru, legacy; empty when none is described
+    int layout = INFO_CTRL_MODE_NONE;  ///< enum info_ctrl_mode; none: no EEPROM is described
     std::string device;
     std::uint16_t address = 0;
     Reading product = no_information();
@@ -45,9 +48,11 @@ struct Unit {
 /// The board's own EEPROM, then all fans, supplies and sub-cards that the configuration describes.
 std::vector<Unit> find_units(const LoadRecord &record);
 
+enum class BackplaneSource { record, items };
+
 struct Backplane {
     std::uint32_t id;
-    std::string source;  ///< record or items
+    BackplaneSource source;
     std::string place;
     Reading type = no_information();
     Reading version = no_information();

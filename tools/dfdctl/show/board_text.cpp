@@ -76,8 +76,9 @@ void print_units(std::FILE *out, const std::vector<Unit> &units) {
         const std::string place =
             unit.device.empty() ? "-" : fmt::format("{} 0x{:02x}", unit.device, unit.address);
         table.add({unit.index ? fmt::format("{} {}", unit.name, *unit.index) : unit.name,
-                   unit.layout.empty() ? "-" : unit.layout, place, cell(unit.product),
-                   cell(unit.serial), cell(unit.version), cell(unit.type)});
+                   std::string(unit.layout != INFO_CTRL_MODE_NONE ? mode_word(unit.layout) : "-"),
+                   place, cell(unit.product), cell(unit.serial), cell(unit.version),
+                   cell(unit.type)});
     }
     table.print(out);
 }

@@ -38,7 +38,7 @@ std::string eeprom_place() {
 TypeFound by_tlv(const BoardHeader &header, int type) {
     const char *field =
         header.type_byte == dfd::tlv::kTypeInEntry ? "entry of type 6" : "byte 3 of the header";
-    return {type, "eeprom_tlv",
+    return {type, TypeSource::eeprom_tlv,
             fmt::format("{} of the TLV image, version {}, in the {}; {}", field, header.layout,
                         eeprom_place(), no_product_id())};
 }
@@ -49,7 +49,7 @@ TypeFound by_legacy(const BoardHeader &header, int type) {
             ? fmt::format("byte 3 = 0x{:02x}, byte 64 = 0x{:02x}", header.type_byte,
                           header.sub_type_byte)
             : fmt::format("byte 3 = {}, byte 7 = {}", header.type_byte, header.addend_byte);
-    return {type, "eeprom_legacy",
+    return {type, TypeSource::eeprom_legacy,
             fmt::format("legacy layout {} ({}) in the {}; {}", header.layout, bytes, eeprom_place(),
                         no_product_id())};
 }
@@ -59,7 +59,8 @@ TypeFound not_found(int type, const std::optional<BoardHeader> &header) {
         header ? fmt::format("holds no board type (byte 0 = 0x{:02x}, byte 1 = 0x{:02x})",
                              header->layout, header->flag)
                : std::string("does not answer");
-    return {type, "none", fmt::format("{}; the {} {}", no_product_id(), eeprom_place(), eeprom)};
+    return {type, TypeSource::none,
+            fmt::format("{}; the {} {}", no_product_id(), eeprom_place(), eeprom)};
 }
 
 }  // namespace
@@ -67,7 +68,7 @@ TypeFound not_found(int type, const std::optional<BoardHeader> &header) {
 TypeFound find_board_type() {
     const int type = sdd_get_my_card_type();
     if (dfd_dev_type_from_product_id() > 0) {
-        return {type, "product_id",
+        return {type, TypeSource::product_id,
                 fmt::format("product identifier \"{}\" in {}", product_id(), dfd::kProductIdFile)};
     }
     const auto header = read_board_header();
@@ -85,16 +86,16 @@ TypeFound find_chassis_type() {
         backplane_info_t record = {};
         const int result = get_backplane_info_from_e2(source, &record);
         if (result == DFD_ERR_NOT_SUPPORTED) {
-            return {type, "board_type",
+            return {type, TypeSource::board_type,
                     fmt::format("the board type, for {}{} is not configured", unread, item.name())};
         }
         if (result >= 0) {
-            return {type, "backplane",
+            return {type, TypeSource::backplane,
                     fmt::format("byte 0 of {} ({})", item.name(), describe(item))};
         }
         unread = fmt::format("{} ({}) cannot be read and ", item.name(), describe(item));
     }
-    return {type, "none", "neither e2_setmac 1 nor e2_setmac 2 can be read"};
+    return {type, TypeSource::none, "neither e2_setmac 1 nor e2_setmac 2 can be read"};
 }
 
 }  // namespace dfdctl
