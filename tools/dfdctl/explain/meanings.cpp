@@ -7,6 +7,7 @@
 #include <array>
 
 #include "dfdctl/board/describe.hpp"
+#include "dfdctl/board/value_words.hpp"
 #include "dfdctl/explain/explain.hpp"
 #include "dfdctl/explain/interpret.hpp"
 
@@ -33,28 +34,31 @@ constexpr std::array kCodes = {
     CodeMeaning{DFD_ERR_PARAM, "bad parameters of an EEPROM or master-board function"},
 };
 
+constexpr const char *kButtons[] = {"none", "short press", "long press"};
+constexpr const char *kConfigured[] = {"not configured", "configured"};
+constexpr const char *kConflict[] = {"no conflict", "conflict"};
+constexpr const char *kSupported[] = {"not supported", "supported"};
+
 /// Names of the values of functions, without their prefix.
 struct ValueNames {
     std::string_view function;
-    std::array<std::string_view, 6> names;
+    std::span<const char *const> names;
 };
-constexpr std::array kValues = {
-    ValueNames{"get_fan_status", {"absent", "ok", "failed", "line failed"}},
-    ValueNames{"get_fan_attribute", {"other", "-F", "-R"}},
-    ValueNames{"get_power_status",
-               {"absent", "normal", "", "failed", "line failed", "failed, flagged"}},
-    ValueNames{"get_power_present", {"absent", "present"}},
-    ValueNames{"get_slot_online", {"absent", "present"}},
-    ValueNames{"get_sslot_state", {"absent", "present"}},
-    ValueNames{"get_chassis_mb_info",
-               {"absent", "present", "master", "ready", "inconsistent lines"}},
-    ValueNames{"get_peer_mb_state", {"absent", "present", "master", "ready", "inconsistent lines"}},
-    ValueNames{"get_card_power_status", {"no card", "off for lack of power", "off", "on"}},
-    ValueNames{"get_reset_button_type", {"none", "short press", "long press"}},
-    ValueNames{"check_temp_valid", {"not configured", "configured"}},
-    ValueNames{"check_mycard_is_conflict", {"no conflict", "conflict"}},
-    ValueNames{"is_support_mac_temp", {"not supported", "supported"}},
-    ValueNames{"port_get_sfp_present", {"absent", "present"}},
+constexpr ValueNames kValues[] = {
+    {"get_fan_status", kTrayStates},
+    {"get_fan_attribute", kAirflows},
+    {"get_power_status", kSupplyStates},
+    {"get_power_present", kAbsentPresent},
+    {"get_slot_online", kAbsentPresent},
+    {"get_sslot_state", kAbsentPresent},
+    {"get_chassis_mb_info", kMasterStates},
+    {"get_peer_mb_state", kMasterStates},
+    {"get_card_power_status", kCardPowerStates},
+    {"get_reset_button_type", kButtons},
+    {"check_temp_valid", kConfigured},
+    {"check_mycard_is_conflict", kConflict},
+    {"is_support_mac_temp", kSupported},
+    {"port_get_sfp_present", kAbsentPresent},
 };
 
 /// Values that stand for something else.
@@ -101,14 +105,13 @@ std::string_view value_name(const observe::Call &call, int value) {
         return special->name;
     }
     const std::string_view bare = bare_name(call);
-    const auto *found = std::find_if(kValues.begin(), kValues.end(),
-                                     [&](const ValueNames &row) { return row.function == bare; });
+    const auto *found = std::ranges::find(kValues, bare, &ValueNames::function);
     if (call.subsystem == observe::Subsystem::leds && call.does == observe::Does::get) {
         return led_state_name(static_cast<std::uint32_t>(value));
     }
     const auto at = static_cast<std::size_t>(value);
-    return found != kValues.end() && at < found->names.size() ? found->names[at]
-                                                              : std::string_view();
+    return found != std::end(kValues) && at < found->names.size() ? found->names[at]
+                                                                  : std::string_view();
 }
 
 bool tells_failure(const Explanation &explanation) {

@@ -126,6 +126,11 @@ consteval Call make_call(Subsystem subsystem, Does does, std::string_view name,
     return call;
 }
 
+// The parts of the table.
+std::span<const Call> chassis_calls();
+std::span<const Call> unit_calls();
+std::span<const Call> access_calls();
+
 }  // namespace dfdctl::observe
 
 /// A row: subsystem, what it does, name, roles of the parameters in order. "result:UNIT" among them

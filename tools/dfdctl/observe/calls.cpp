@@ -6,7 +6,6 @@
 #include <stdexcept>
 
 #include "dfdctl/observe/call_row.hpp"
-#include "dfdctl/observe/call_tables.hpp"
 #include "service/intf/pass_through.h"
 
 #include <fmt/format.h>

@@ -3,7 +3,6 @@
 #include <dfd/dfd.h>
 
 #include "dfdctl/observe/call_row.hpp"
-#include "dfdctl/observe/call_tables.hpp"
 
 namespace dfdctl::observe {
 

@@ -22,6 +22,20 @@ struct TypeFound {
     std::string how;
 };
 
+/// The bytes that tell its layout and, in the legacy layouts, the board type.
+struct BoardHeader {
+    std::uint8_t layout;
+    std::uint8_t flag;
+    std::uint8_t type_byte;
+    std::uint8_t addend_byte;
+    std::uint8_t sub_type_byte;
+
+    bool is_tlv() const;
+};
+
+/// Nothing when the EEPROM does not answer.
+std::optional<BoardHeader> read_board_header();
+
 TypeFound find_board_type();
 TypeFound find_chassis_type();
 

@@ -6,7 +6,6 @@
 #include <fstream>
 
 #include "dfdctl/board/describe.hpp"
-#include "dfdctl/show/board_eeprom.hpp"
 #include "dfdctl/show/board_page.hpp"
 #include "hal/board_bus.h"
 #include "hal/facts.h"

@@ -9,9 +9,7 @@ namespace dfdctl {
 
 namespace {
 
-constexpr const char *kTrayStates[] = {"absent", "present", "failed", "line failed"};
 constexpr const char *kRotorStates[] = {"ok", "failed"};
-constexpr const char *kAirflows[] = {"other", "-F", "-R"};
 
 std::vector<Place> rotors(const LoadRecord &record) {
     std::vector<Place> places;

@@ -9,7 +9,6 @@ namespace dfdctl {
 
 namespace {
 
-constexpr const char *kStates[] = {"absent", "present", "?", "failed", "line failed", "failed"};
 constexpr int kThousandths = 1000;
 
 /// The type's current kind, AC or DC.
@@ -67,7 +66,7 @@ constexpr Column kState{.key = "state",
                         .heading = "state",
                         .item = DFD_KEY_POWER_STATE,
                         .read = by_result<drv_get_power_status>,
-                        .words = kStates,
+                        .words = kSupplyStates,
                         .is_presence = true};
 
 constexpr Column kSupplies[] = {

@@ -12,9 +12,6 @@ namespace dfdctl {
 
 namespace {
 
-constexpr const char *kPeerStates[] = {"absent", "present", "master", "ready", "inconsistent"};
-constexpr const char *kCardPower[] = {"no card", "off, power is lacking", "off", "on"};
-
 Answer of_item(std::uint32_t type, const Place &place) {
     int value = 0;
     const int code = dfd_info_get_int(item_of(type, place.index1).key(), &value, nullptr);
@@ -84,7 +81,7 @@ constexpr Column kOwn[] = {
      .heading = "peer master board",
      .item = DFD_KEY_MCPU_PRESENT,
      .read = by_pointer<drv_get_peer_mb_state>,
-     .words = kPeerStates},
+     .words = kMasterStates},
 };
 
 constexpr LabelColumn kSlotLabel[] = {{"slot", "slot", first_index}};
@@ -96,7 +93,7 @@ constexpr Column kSlots[] = {
      .read = presence<drv_get_slot_online, DFD_KEY_SLOT_ONLINE>,
      .words = kAbsentPresent,
      .is_presence = true},
-    {.key = "power", .heading = "power", .read = card_power, .words = kCardPower},
+    {.key = "power", .heading = "power", .read = card_power, .words = kCardPowerStates},
     {.key = "power_switch",
      .heading = "power switch",
      .item = DFD_KEY_CARD_POWER_CTRL,

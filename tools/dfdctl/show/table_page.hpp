@@ -6,6 +6,7 @@
 
 #include "dfdctl/board/library_calls.hpp"
 #include "dfdctl/board/units.hpp"
+#include "dfdctl/board/value_words.hpp"
 #include "dfdctl/output.hpp"
 
 namespace dfdctl {
@@ -64,10 +65,6 @@ std::vector<Place> rows_of(const LoadRecord &record) {
 /// The usual labels.
 Reading first_index(const Place &place);
 Reading second_index(const Place &place);
-
-inline constexpr const char *kAbsentPresent[] = {"absent", "present"};
-inline constexpr const char *kOffOn[] = {"off", "on"};
-inline constexpr const char *kNoYes[] = {"no", "yes"};
 
 // The sections of each page.
 std::span<const Section> slot_sections();
