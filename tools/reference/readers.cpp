@@ -15,7 +15,7 @@ using dfdctl::observe::Call;
 using dfdctl::observe::Does;
 using dfdctl::observe::Event;
 
-/// Of two names of one function, the one with the earlier prefix is told.
+/// Of two names of one function the pages show the one with the earlier prefix.
 constexpr std::string_view kPrefixes[] = {"drv_", "dfd_", "sdd_"};
 constexpr std::size_t kPrefixSize = 4;
 

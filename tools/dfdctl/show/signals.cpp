@@ -112,8 +112,7 @@ constexpr Section kPortSections[] = {
      .columns = kPorts},
 };
 
-// ---- Interrupts: places of sources have index1 = i << 8 | j, index2 = k
-// -----------------------------
+// Interrupts: places of sources have index1 = i << 8 | j, index2 = k.
 
 constexpr std::uint32_t kBits = 8;
 constexpr std::uint32_t kMasksOfSource = 16;

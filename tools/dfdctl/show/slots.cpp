@@ -31,8 +31,8 @@ bool is_own(const Place &place) {
     return static_cast<int>(place.index1) == sdd_get_my_slotid();
 }
 
-/// The library looks at the power of a card only where sslot_state tells of it, too; elsewhere the
-/// power item speaks for itself.
+/// The library looks at the power of a card only where the card has sslot_state, too; elsewhere the
+/// page reads the power item.
 Answer card_power(const Place &place) {
     const bool is_told =
         is_own(place) || record_of<char>(item_of(DFD_KEY_SSLOT_STATE, place.index1)) != nullptr;

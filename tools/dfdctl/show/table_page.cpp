@@ -27,7 +27,7 @@ Item item_behind(const Column &column, const Place &place) {
                    second);
 }
 
-/// An EEPROM that does not answer is told from one that lacks the information.
+/// A silent EEPROM and one that lacks the information are different failures.
 Reading failed_reading(const Column &column, const Item &item, int code) {
     const auto *record = column.item != 0 ? record_of<info_ctrl_t>(item) : nullptr;
     const bool is_eeprom =
