@@ -68,6 +68,7 @@ TEST_F(IrqTest, WalksThreeLevelsAndClearsEach) {
                                       Pair(0x110U, 0x12U)));
     EXPECT_THAT(reads(), ElementsAre(0x10U, 0x21U, 0x8AU, 0x8BU));
     EXPECT_EQ(sdd_irq_dispatch(0, nullptr), 0) << "no handler: only the walk";
+    EXPECT_EQ(sdd_irq_dispatch(1, collect), -1) << "there is one controller";
 }
 
 TEST_F(IrqTest, SecondLevelClearRepeatsForEveryPendingBit) {
@@ -184,7 +185,8 @@ TEST_F(IrqTest, PositionsOutsideTheTableChangeNoType) {
         dfd_irq_set_type_distrib(IRQ_TYPE_PHY, index1, index2);
     }
     start(register_item("irq_mask", 0x40, "_0_0") + register_item("irq_mask", 0x41, "_1_0") +
-          register_item("irq_mask", 0x42, "_256_0"));
+          register_item("irq_mask", 0x42, "_256_0") + register_item("irq_mask", 0x43, "_2048_0") +
+          register_item("irq_mask", 0x44, "_8_0") + register_item("irq_mask", 0x45, "_0_8"));
     chassis.clear_log();
     EXPECT_EQ(dfd_irq_set_cfg(IRQ_TYPE_PHY, 0), 0);
     EXPECT_THAT(writes(), IsEmpty());

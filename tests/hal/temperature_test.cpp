@@ -178,6 +178,10 @@ TEST_F(TemperatureTest, MacFiguresComeFromTheirFile) {
     EXPECT_EQ(sdd_get_mac_temp_state(1, &a, &a, &a), -10) << "no file";
     EXPECT_EQ(sdd_get_mac_temp_state(2, &a, &a, &a), -6);
     EXPECT_EQ(sdd_get_mac_temp_state(0, &a, &a, nullptr), -8);
+    EXPECT_EQ(sdd_get_mac_temp_state(0, &a, nullptr, &a), -8);
+    EXPECT_EQ(sdd_get_mac_temp_state(0, nullptr, &a, &a), -8);
+    EXPECT_EQ(sdd_get_mac_temp_from_file(nullptr, &a), -8);
+    EXPECT_EQ(sdd_get_mac_temp_from_file(kMacFile, nullptr), -8);
     EXPECT_EQ(a, 9);
     std::vector<char> exact(DFD_MAC_TEMP_FILE_SIZE);
     chassis.write_file(kMacFile, std::string(300, 'x'));
