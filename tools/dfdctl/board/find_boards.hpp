@@ -15,6 +15,9 @@ struct BoardPlace {
     int board_type;
 };
 
+/// A backplane EEPROM tells the chassis type in a byte.
+inline constexpr int kLastToldChassis = 0xFF;
+
 /// Directories of boards in and below one, sorted, as they stand before the library's paths; throws
 /// UsageError when there is none.
 std::vector<std::string> board_roots(const std::string &directory);

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <filesystem>
 
+#include "dfdctl/board/find_boards.hpp"
 #include "framework/dfd_lib_cfg/module.h"
 #include "framework/platform.h"
 #include "hal/board_bus.h"
@@ -50,7 +51,8 @@ class Eeproms {
         const bool is_board = transfer.via == dfd::watch::Via::i2c &&
                               transfer.path == std::string_view(dfd::kBoardBus) &&
                               transfer.addr == dfd::kBoardE2promAddr;
-        if (!is_board && !asked_for_backplane_) {
+        // An EEPROM whose byte cannot hold the type says nothing.
+        if (!is_board && (!asked_for_backplane_ || chassis_type_ > kLastToldChassis)) {
             return -1;
         }
         for (std::uint32_t i = 0; i < transfer.len; ++i) {

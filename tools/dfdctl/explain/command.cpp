@@ -59,15 +59,20 @@ BoardPlace board_of(const Arguments &arguments) {
     return places.front();
 }
 
-int chassis_of(const Arguments &arguments, const std::string &root) {
+int chassis_of(const Arguments &arguments, const BoardPlace &place) {
     if (!arguments.chassis.empty()) {
         std::uint32_t type = 0;
         if (!parse_number(arguments.chassis, type)) {
             throw UsageError(fmt::format("'{}' is no chassis type: a number", arguments.chassis));
         }
+        if (type > kLastToldChassis && static_cast<int>(type) != place.board_type) {
+            throw UsageError(fmt::format(
+                "'{}' is no chassis type of this board: a backplane EEPROM tells 0 to {}",
+                arguments.chassis, kLastToldChassis));
+        }
         return static_cast<int>(type);
     }
-    const std::vector<int> types = chassis_types(root);
+    const std::vector<int> types = chassis_types(place.root);
     return types.empty() ? 0 : types.front();
 }
 
@@ -76,7 +81,7 @@ LoadRecord load(const Arguments &arguments) {
     int result = 0;
     LoadRecord log = load_offline({.root = place.root,
                                    .board_type = place.board_type,
-                                   .chassis_type = chassis_of(arguments, place.root)},
+                                   .chassis_type = chassis_of(arguments, place)},
                                   &result);
     if (result != DFD_OK) {
         throw UsageError(fmt::format("board type {} cannot be loaded: {}{}: {}", place.board_type,

@@ -34,18 +34,26 @@ std::string names_of(std::span<const Use> uses, bool (*counts)(const Use &)) {
                              : fmt::format("{} and {} more", first, names.size() - 1);
 }
 
-/// All functions that read the item are refused.
+bool is_refused(const Use &use) {
+    return is_read(use) && !use.worked && use.refused != 0;
+}
+
+/// The functions that are refused: all that read the item, or some. The result of those does not
+/// always say so, such as that of a whole record.
 void check_readers(Check &check, const Item &item, std::span<const Use> uses) {
-    const auto refusal =
-        std::ranges::find_if(uses, [](const Use &use) { return is_read(use) && use.refused != 0; });
-    if (refusal == uses.end() ||
-        std::ranges::any_of(uses, [](const Use &use) { return is_read(use) && use.worked; })) {
+    const auto refusal = std::ranges::find_if(uses, is_refused);
+    if (refusal == uses.end()) {
         return;
     }
+    const bool any_works =
+        std::ranges::any_of(uses, [](const Use &use) { return is_read(use) && use.worked; });
     if (const auto why = observe::reason_of(check.log(), item, refusal->refusal)) {
-        check.at_member("item-unusable", item.key(), why->member,
-                        fmt::format("{} is of no use to {} ({}): {}", as_written(item),
-                                    names_of(uses, is_read), refusal->refused, why->text));
+        const bool is_too_long = any_works && why->member == kLen;
+        check.at_member(any_works ? "item-refused-partly" : "item-unusable", item.key(),
+                        why->member,
+                        fmt::format("{} is of no use to {} ({}): {}{}", as_written(item),
+                                    names_of(uses, is_refused), refusal->refused, why->text,
+                                    is_too_long ? ", as others do; a smaller .len suits all" : ""));
     }
 }
 

@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "common/nearest.hpp"
+#include "dfdctl/board/find_boards.hpp"
 #include "dfdctl/board/offline.hpp"
 #include "dfdctl/lint/lint.hpp"
 #include "dfdctl/lint/survey.hpp"
@@ -72,6 +73,27 @@ std::string hint_of_name(const Check &check, const std::string &name) {
         names.push_back(std::string_view(file).substr(0, file.size() - kSuffix.size()));
     }
     return dfd_tools::did_you_mean(name, names);
+}
+
+/// A file that the library reads without complaint, though nothing comes of it.
+void check_content(Check &check, const ConfigFile &file) {
+    const LoadRecord &log = check.log();
+    std::error_code error;
+    if (fs::is_directory(check.root() + file.path, error)) {
+        check.at_file("file-empty", file.path, 1,
+                      "this is a directory: it is opened, but there is nothing to read in it");
+        return;
+    }
+    const auto index = static_cast<std::size_t>(&file - log.files.data());
+    const bool is_said = std::ranges::any_of(log.lines, [&](const SourceLine &line) {
+        return line.file == index && line.step != Step::blank && line.step != Step::comment;
+    });
+    if (!is_said && file.role == FileRole::listed) {
+        check.at_file("file-empty", file.path, 1,
+                      fmt::format("the file sets nothing: it {}; take it off the list, if that is "
+                                  "meant",
+                                  file.lines == 0 ? "is empty" : "has only comments"));
+    }
 }
 
 /// A list while it is walked: lines as an editor counts them.
@@ -296,6 +318,9 @@ void check_files(Check &check) {
     }
     ListWalk(check).walk();
     for (const ConfigFile &file : log.files) {
+        if (file.opened) {
+            check_content(check, file);
+        }
         if (!file.opened && file.role == FileRole::card_pid) {
             check.at_file("pid-file-missing", file.path, 1,
                           fmt::format("{}: no product identifier tells a board type, only the "
@@ -312,7 +337,7 @@ void check_files(Check &check) {
     check_types(check);
 }
 
-void check_directory(Check &check) {
+void check_directory(Check &check, const std::set<std::string> &named) {
     const std::string &root = check.root();
     if (board_types(root).empty()) {
         check.at_file("list-empty", kListDirectory.substr(0, kListDirectory.size() - 1), 1,
@@ -324,6 +349,16 @@ void check_directory(Check &check) {
             if (!rule.is_right(name)) {
                 check.at_file("file-name-odd", directory + name, 1, std::string(rule.text));
             }
+        }
+    }
+    for (const int type : chassis_types(root)) {
+        const std::string path = fmt::format("{}{}{}", kChassisDirectory, type, kSuffix);
+        if (!named.contains(path)) {
+            check.at_file("chassis-file-unloaded", path, 1,
+                          fmt::format("never loaded: no board here is of type {}, and {}", type,
+                                      type == 0 || type > kLastToldChassis
+                                          ? "a backplane EEPROM tells types 1 to 255"
+                                          : "none has an e2_setmac, which tells its chassis"));
         }
     }
 }

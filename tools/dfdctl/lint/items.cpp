@@ -10,9 +10,11 @@
 #include <set>
 
 #include "dfdctl/lint/consumers.hpp"
+#include "dfdctl/lint/lines.hpp"
 #include "dfdctl/lint/survey.hpp"
 #include "dfdctl/lint/uses.hpp"
 #include "dfdctl/observe/refusal.hpp"
+#include "framework/dfd_info/bits.h"
 
 #include <fmt/format.h>
 
@@ -138,6 +140,27 @@ bool has_no_path(const Seen &seen) {
            (seen.is_hardware() ? seen.ctrl.src != INFO_SRC_NONE : is_eeprom_mode(seen.ctrl.mode));
 }
 
+/// One that is no number at all is spoken of where the line is.
+bool has_negative_register(const Seen &seen) {
+    const SourceLine *line = seen.check.line_of(seen.item.key(), kRegOffset);
+    return (seen.is_hardware(INFO_SRC_LOCALBUS) || seen.is_hardware(INFO_SRC_FILE)) &&
+           static_cast<std::int32_t>(seen.ctrl.reg_offset) < 0 && line != nullptr &&
+           judge_number(line->value).flaw == NumberText::Flaw::none;
+}
+
+/// A flag was chosen, where a plain register would do as a probe.
+bool is_line_flag_on_i2c(const Seen &seen) {
+    const std::uint32_t type = seen.item.type->type;
+    return (type == DFD_KEY_POWER_LINE_FAIL || type == DFD_KEY_FAN_LINE_FAIL) &&
+           seen.is_hardware(INFO_SRC_I2C) && seen.ctrl.frmt == INFO_FRMT_BIT;
+}
+
+bool is_irq_status(const Item &item) {
+    const std::uint32_t type = item.type->type;
+    return type == DFD_KEY_1ST_IRQ_STATUS || type == DFD_KEY_2ND_IRQ_STATUS ||
+           type == DFD_KEY_3RD_IRQ_STATUS;
+}
+
 constexpr std::array kMemberRules = {
     MemberRule{"bit-field-empty", kLen,
                [](const Seen &s) { return s.has_format({INFO_FRMT_BIT}) && s.ctrl.len == 0; },
@@ -223,6 +246,28 @@ constexpr std::array kMemberRules = {
         },
         "a register of an I2C device is one byte: the upper bits are cut, another register is "
         "accessed"},
+    MemberRule{
+        "register-negative", kRegOffset, has_negative_register,
+        "no device has a register below 0: every read fails (-7); write the offset as in the "
+        "data sheet, 0x00 and up"},
+    MemberRule{"line-fail-probe", kFrmt, is_line_flag_on_i2c,
+               "over I2C only whether the device answers counts, never what the register holds: "
+               "write the bit of a local-bus register, or .frmt=byte and .len=1 where an answer is "
+               "what is meant"},
+    MemberRule{"irq-status-wide", kLen,
+               [](const Seen &s) {
+                   return is_irq_status(s.item) &&
+                          s.has_format({INFO_FRMT_BYTE, INFO_FRMT_NUM_BYTES}) && s.ctrl.len > 1 &&
+                          s.ctrl.len <= kIntegerBytes;
+               },
+               "a level has eight bits, of a longer number only the low byte counts: write .len=1, "
+               "and describe the other registers as levels of their own"},
+    MemberRule{"irq-status-wide", kIntCons,
+               [](const Seen &s) {
+                   return is_irq_status(s.item) && s.ctrl.mode == INFO_CTRL_MODE_CONSTANT &&
+                          (s.ctrl.int_cons < 0 || s.ctrl.int_cons > dfd::kWholeByte);
+               },
+               "a level has eight bits: of this number only the low byte counts"},
     MemberRule{"path-missing", kFpath, has_no_path,
                "without .fpath no device is opened: every read fails (-7)"},
     MemberRule{"path-relative", kFpath, is_relative,

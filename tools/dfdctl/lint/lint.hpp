@@ -138,8 +138,9 @@ void check_files(Check &check);      ///< files.cpp: list file, missing files, c
 /// All of them.
 void check_all(Check &check);
 
-/// A board's directory as a whole.
-void check_directory(Check &check);
+/// A board's directory as a whole; `named` are the files that its boards' lists name, and those of
+/// their chassis.
+void check_directory(Check &check, const std::set<std::string> &named);
 /// Files of a directory that no list names, as the library names them; `listed` are the others.
 std::vector<std::string> unlisted_files(const std::string &root,
                                         const std::set<std::string> &listed);

@@ -25,7 +25,9 @@ class Run {
     void board(const std::string &root, int board_type) {
         // Which of the chassis files is loaded, a backplane EEPROM may tell; else the board type
         // does, and the other ones change nothing.
-        const std::vector<int> chassis = chassis_types(root);
+        std::vector<int> chassis = chassis_types(root);
+        // No EEPROM tells another one: 0 stands for no chassis file.
+        std::erase_if(chassis, [](int type) { return type == 0 || type > kLastToldChassis; });
         const int first = chassis.empty() ? 0 : chassis.front();
         bool is_told_by_eeprom = load(root, board_type, first);
         for (std::size_t i = 1; i < chassis.size() && is_told_by_eeprom; ++i) {
@@ -39,12 +41,12 @@ class Run {
     void directory(const std::string &root) {
         const LoadRecord nothing;
         Check check(nothing, root, skipped_);
-        check_directory(check);
+        check_directory(check, named_);
         keep(check.take());
-        for (const std::string &path : unlisted_files(root, listed_)) {
+        for (const std::string &path : unlisted_files(root, named_)) {
             unlisted(root + path);
         }
-        listed_.clear();
+        named_.clear();
         configured_.clear();
     }
 
@@ -66,7 +68,12 @@ class Run {
         check(log, root);
         report_.files.insert(root + log.list_path);
         for (const ListLine &line : log.list) {
-            listed_.insert(line.path);
+            named_.insert(line.path);
+        }
+        for (const ConfigFile &file : log.files) {
+            if (file.role == FileRole::chassis) {
+                named_.insert(file.path);
+            }
         }
         for (const auto &[key, origins] : log.origins) {
             configured_.insert(key);
@@ -128,7 +135,7 @@ class Run {
 
     const Request &request_;
     std::set<std::string> skipped_;
-    std::set<std::string> listed_;        ///< files of the directory in work
+    std::set<std::string> named_;         ///< files of the directory in work
     std::set<std::uint32_t> configured_;  ///< items of its boards
     Allowances allowances_;
     Report report_;

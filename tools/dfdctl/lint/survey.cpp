@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "dfdctl/board/units.hpp"
+#include "framework/dfd_info/bits.h"
 #include "hal/facts.h"
 
 #include <fmt/format.h>
@@ -50,6 +51,32 @@ int int_value(std::uint32_t type, int missing) {
     return value != nullptr ? *value : missing;
 }
 
+std::optional<int> count_of(const Item &count) {
+    if (count.type->kind != Kind::info_ctrl) {
+        const int *number = record_of<int>(count);
+        return number != nullptr ? std::optional(*number) : std::nullopt;
+    }
+    const auto *ctrl = record_of<info_ctrl_t>(count);
+    if (ctrl == nullptr) {
+        return 1;
+    }
+    return ctrl->mode == INFO_CTRL_MODE_CONSTANT ? std::optional(ctrl->int_cons) : std::nullopt;
+}
+
+std::uint32_t largest_value(const info_ctrl_t &ctrl) {
+    constexpr std::uint32_t kIntegerBytes = 4;
+    switch (ctrl.frmt) {
+        case INFO_FRMT_BIT:
+            return dfd::low_bits(ctrl.len);
+        case INFO_FRMT_BYTE:
+        case INFO_FRMT_NUM_BYTES:
+            return ctrl.len < kIntegerBytes ? (1U << (ctrl.len * dfd::kBitsPerByte)) - 1
+                                            : UINT32_MAX;
+        default:
+            return UINT32_MAX;
+    }
+}
+
 bool is_set(const Check &check, const Item &item, int member) {
     return check.line_of(item.key(), member) != nullptr;
 }
@@ -62,6 +89,22 @@ std::string as_written(const Item &item, std::string_view member) {
     }
     if (item.type->index_count() > 1) {
         text += fmt::format("_{}", item.index2);
+    }
+    return text;
+}
+
+std::string ranges(const std::vector<std::uint32_t> &numbers) {
+    std::string text;
+    for (std::size_t first = 0; first < numbers.size();) {
+        std::size_t last = first;
+        while (last + 1 < numbers.size() && numbers[last + 1] == numbers[last] + 1) {
+            ++last;
+        }
+        text += fmt::format("{}{}", text.empty() ? "" : ", ", numbers[first]);
+        if (last != first) {
+            text += fmt::format("{}{}", last == first + 1 ? ", " : " to ", numbers[last]);
+        }
+        first = last + 1;
     }
     return text;
 }

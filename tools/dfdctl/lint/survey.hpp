@@ -4,6 +4,7 @@
 
 #include <dfd/records.h>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,6 +33,14 @@ bool is_set(const Check &check, const Item &item, int member);
 /// "fan_real_speed.len_1_2".
 std::string as_written(const Item &item, std::string_view member = {});
 
+/// Units that an item counts: rotors without subfan_num are 1. Nothing where it is missing, or
+/// where the hardware tells.
+std::optional<int> count_of(const Item &count);
+/// The largest value that can be read by a description.
+std::uint32_t largest_value(const info_ctrl_t &ctrl);
+
+/// "3, 5 to 7" of ascending numbers.
+std::string ranges(const std::vector<std::uint32_t> &numbers);
 /// "is 1 tray", "are 4 trays".
 std::string is_or_are(std::uint32_t count, std::string_view what);
 

@@ -152,23 +152,34 @@ void check_power_status(Check &check) {
     }
 }
 
-void check_sub_slots(Check &check) {
-    const int sub_slots = int_value(DFD_KEY_SSLOT_NUM, -1);
+/// Reading takes no notice of the mode; writing goes by it.
+void check_sub_cards(Check &check) {
     for (const Item &item : configured(check, DFD_KEY_SSLOT_E2PROM)) {
-        const bool is_beyond =
-            sub_slots >= 0 && item.index1 > static_cast<std::uint32_t>(sub_slots);
-        if (item.index1 == 0 || is_beyond) {
-            check.at_item(
-                "subcard-beyond", item.key(),
-                fmt::format(
-                    "{}: {}", as_written(item),
-                    item.index1 == 0
-                        ? "sub-slots count from 1, number 0 is refused (-8)"
-                        : fmt::format(
-                              "there {} (sslot_num), platform software never asks for this one",
-                              is_or_are(static_cast<std::uint32_t>(sub_slots), "sub-slot"))));
+        const int mode = record_of<info_ctrl_t>(item)->mode;
+        if (mode != INFO_CTRL_MODE_TLV && mode != INFO_CTRL_MODE_FRU) {
+            check.at_member("subcard-layout", item.key(), kMode,
+                            fmt::format("{}: the EEPROM is read as TLV whatever .mode says, and is "
+                                        "not written in this mode (-6); write .mode=tlv",
+                                        as_written(item)));
         }
     }
+}
+
+/// Whether the type of the reset button can read as a value.
+bool can_select(std::uint32_t value) {
+    const auto *type = record_of<info_ctrl_t>(item_of(DFD_KEY_RESET_BUTTON_TYPE));
+    if (type == nullptr || is_eeprom_mode(type->mode)) {
+        return true;
+    }
+    return type->mode == INFO_CTRL_MODE_CONSTANT
+               ? static_cast<std::uint32_t>(type->int_cons) == value
+               : value <= largest_value(*type);
+}
+
+std::string what_selects() {
+    const auto &type = *record_of<info_ctrl_t>(item_of(DFD_KEY_RESET_BUTTON_TYPE));
+    return type.mode == INFO_CTRL_MODE_CONSTANT ? fmt::format("is always {}", type.int_cons)
+                                                : fmt::format("reads 0 to {}", largest_value(type));
 }
 
 void check_button_texts(Check &check) {
@@ -179,6 +190,11 @@ void check_button_texts(Check &check) {
                             fmt::format("'{}' begins neither with long nor with short: the type of "
                                         "the reset button is 0",
                                         text));
+        } else if (!can_select(item.index1)) {
+            check.at_index("button-text-unselected",
+                           *check.line_of(item.key(), dfd::watch::kNoMember),
+                           fmt::format("{} is never chosen: reset_button_type {}", as_written(item),
+                                       what_selects()));
         }
     }
 }
@@ -224,7 +240,7 @@ void check_cards(Check &check) {
     check_own_card(check);
     check_own_slot(check);
     check_power_status(check);
-    check_sub_slots(check);
+    check_sub_cards(check);
     check_button_texts(check);
     check_frame_sizes(check);
     check_own_power(check);

@@ -3,8 +3,6 @@
 #include <dfd/keys.h>
 #include <dfd/records.h>
 #include <algorithm>
-#include <array>
-#include <optional>
 
 #include "dfdctl/lint/survey.hpp"
 #include "dfdctl/lint/together.hpp"
@@ -15,83 +13,26 @@ namespace dfdctl::lint {
 
 namespace {
 
-/// Items of one tray, index1.
-constexpr std::array kTrayTypes = {DFD_KEY_FAN_TYPE,        DFD_KEY_FAN_SN,
-                                   DFD_KEY_FAN_HW_VER,      DFD_KEY_FAN_SW_VER,
-                                   DFD_KEY_FAN_STATE,       DFD_KEY_FAN_LINE_FAIL,
-                                   DFD_KEY_FAN_CFG_SPEED,   DFD_KEY_GET_FAN_CFG_SPEED,
-                                   DFD_KEY_FAN_FAIL_STATUS, DFD_KEY_FAN_REAL_SPEED,
-                                   DFD_KEY_SUBFAN_NUM,      DFD_KEY_FAN_FAIL_BMP,
-                                   DFD_KEY_FAN_TEMP,        DFD_KEY_FAN_CPLD_VERSION};
-/// Items of one rotor, index2.
-constexpr std::array kRotorTypes = {DFD_KEY_FAN_REAL_SPEED, DFD_KEY_FAN_CFG_SPEED,
-                                    DFD_KEY_GET_FAN_CFG_SPEED};
-
-/// fan_num was set by the chassis: then a board's trays beyond it belong to larger chassis.
-bool is_told_by_chassis(const Check &check) {
-    const SourceLine *line = check.line_of(item_of(DFD_KEY_FAN_NUM).key(), dfd::watch::kNoMember);
-    return line != nullptr && check.log().files[line->file].role == FileRole::chassis;
-}
-
-void check_trays(Check &check) {
-    const int trays = int_value(DFD_KEY_FAN_NUM, -1);
-    if (trays < 0) {
+/// Where speeds are set, each rotor that is watched is: the level goes to one rotor at a time.
+void check_settable(Check &check) {
+    const std::vector<Item> settable = configured(check, DFD_KEY_FAN_CFG_SPEED);
+    const auto example =
+        std::ranges::find_if(settable, [](const Item &item) { return item.index2 > 0; });
+    if (example == settable.end()) {
         return;
     }
-    const auto count = static_cast<std::uint32_t>(trays);
-    const bool is_chassis = is_told_by_chassis(check);
-    for (const std::uint32_t type : kTrayTypes) {
-        for (const Item &item : configured(check, type)) {
-            const bool is_beyond = item.index1 > count;
-            if (item.index1 == 0 || (is_beyond && !is_chassis)) {
-                check.at_item("fan-beyond", item.key(),
-                              fmt::format("{}: there {} (fan_num), counted from 1: platform "
-                                          "software never asks for this one",
-                                          as_written(item), is_or_are(count, "tray")));
-            } else if (is_beyond) {
-                check.at_item("fan-beyond-chassis", item.key(),
-                              fmt::format("{}: there {} in this chassis (fan_num)",
-                                          as_written(item), is_or_are(count, "tray")));
-            }
-        }
-    }
-}
-
-/// Rotors of a tray; nothing when the hardware tells.
-std::optional<std::uint32_t> rotors_of(std::uint32_t tray) {
-    const auto *ctrl = record_of<info_ctrl_t>(item_of(DFD_KEY_SUBFAN_NUM, tray));
-    if (ctrl == nullptr) {
-        return 1;
-    }
-    if (ctrl->mode != INFO_CTRL_MODE_CONSTANT || ctrl->int_cons < 0) {
-        return std::nullopt;
-    }
-    return static_cast<std::uint32_t>(ctrl->int_cons);
-}
-
-void check_rotors(Check &check) {
-    for (const std::uint32_t type : kRotorTypes) {
-        for (const Item &item : configured(check, type)) {
-            const std::optional<std::uint32_t> rotors = rotors_of(item.index1);
-            if (rotors && (item.index2 == 0 || item.index2 > *rotors)) {
-                check.at_item("rotor-beyond", item.key(),
-                              fmt::format("{}: there {} in the tray (subfan_num; 1 without it), "
-                                          "counted from 1: this one is never looked at",
-                                          as_written(item), is_or_are(*rotors, "rotor")));
-            }
-        }
-    }
-    for (const Item &item : configured(check, DFD_KEY_SUBFAN_NUM)) {
-        constexpr std::uint32_t kMostRotors = 16;
-        const std::uint32_t rotors = std::min(rotors_of(item.index1).value_or(0), kMostRotors);
-        for (std::uint32_t rotor = 1; rotor <= rotors; ++rotor) {
-            if (!has(DFD_KEY_FAN_REAL_SPEED, item.index1, rotor)) {
-                check.at_member(
-                    "rotor-without-speed", item.key(), kIntCons,
-                    fmt::format("{} says {} rotors, but no {}: the rotor is not watched",
-                                as_written(item), rotors,
-                                as_written(item_of(DFD_KEY_FAN_REAL_SPEED, item.index1, rotor))));
-            }
+    for (const Item &item : configured(check, DFD_KEY_FAN_REAL_SPEED)) {
+        const int rotors = count_of(item_of(DFD_KEY_SUBFAN_NUM, item.index1))
+                               .value_or(static_cast<int>(item.index2));
+        const bool is_rotor = item.index2 > 0 && static_cast<int>(item.index2) <= rotors;
+        if (is_rotor && !has(DFD_KEY_FAN_CFG_SPEED, item.index1, item.index2)) {
+            check.at_item(
+                "rotor-unset", item.key(),
+                fmt::format("{}, but no {}: the rotor is watched, but its speed cannot be set "
+                            "(-6), as that of others can by {}",
+                            as_written(item),
+                            as_written(item_of(DFD_KEY_FAN_CFG_SPEED, item.index1, item.index2)),
+                            as_written(*example)));
         }
     }
 }
@@ -146,8 +87,7 @@ void check_attributes(Check &check) {
 }  // namespace
 
 void check_fans(Check &check) {
-    check_trays(check);
-    check_rotors(check);
+    check_settable(check);
     check_floor(check);
     check_attributes(check);
 }

@@ -104,10 +104,10 @@ bool has_channel(std::uint32_t card, std::uint32_t channel) {
 }
 
 void check_card_channels(Check &check, const Item &first, std::uint32_t channels) {
-    std::string missing;
+    std::vector<std::uint32_t> missing;
     for (std::uint32_t channel = 0; channel <= channels; ++channel) {
         if (!has_channel(first.index1, channel)) {
-            missing += fmt::format("{}{}", missing.empty() ? "" : ", ", channel);
+            missing.push_back(channel);
         }
     }
     if (!missing.empty()) {
@@ -116,29 +116,22 @@ void check_card_channels(Check &check, const Item &first, std::uint32_t channels
             fmt::format("card {} has no card_vol_low and card_vol_high of channel {}: "
                         "there {} (card_vol_num) and the reference, channel 0, which every reading "
                         "needs; a missing one fails (-6) and leaves the lock taken",
-                        first.index1, missing, is_or_are(channels, "channel")));
+                        first.index1, ranges(missing), is_or_are(channels, "channel")));
     }
 }
 
 void check_voltages(Check &check) {
-    constexpr std::array kTypes = {DFD_KEY_CARD_VOL_LOW, DFD_KEY_CARD_VOL_HIGH,
-                                   DFD_KEY_CARD_VOL_WATERLINE};
     constexpr int kMaxChannels = 255;
     const int number = int_value(DFD_KEY_CARD_VOL_NUM, -1);
     if (number < 0) {
         return;
     }
-    const auto channels = static_cast<std::uint32_t>(std::min(number, kMaxChannels));
     std::set<std::uint32_t> cards;
-    for (const std::uint32_t type : kTypes) {
+    for (const std::uint32_t type : {DFD_KEY_CARD_VOL_LOW, DFD_KEY_CARD_VOL_HIGH}) {
         for (const Item &item : configured(check, type)) {
-            if (item.index2 > channels) {
-                check.at_item("voltage-beyond", item.key(),
-                              fmt::format("{}: there {} (card_vol_num), this one is refused (-1)",
-                                          as_written(item), is_or_are(channels, "channel")));
-            }
-            if (type != DFD_KEY_CARD_VOL_WATERLINE && cards.insert(item.index1).second) {
-                check_card_channels(check, item, channels);
+            if (cards.insert(item.index1).second) {
+                check_card_channels(check, item,
+                                    static_cast<std::uint32_t>(std::min(number, kMaxChannels)));
             }
         }
     }

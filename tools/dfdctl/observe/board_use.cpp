@@ -124,8 +124,9 @@ void note_run(BoardUse &board, const CallUse &call, const Run &run) {
         if (event.result < 0 && use.refused == 0) {
             use.refused = event.result;
             // A value that a conversion table does not have tells nothing of the description.
-            use.refusal =
-                event.result == DFD_ERR_NOT_SUPPORTED ? dfd::watch::Refusal::none : event.refusal;
+            const bool is_look_up =
+                event.result == DFD_ERR_NOT_SUPPORTED && event.op != Op::get_buf;
+            use.refusal = is_look_up ? dfd::watch::Refusal::none : event.refusal;
         }
     }
 }

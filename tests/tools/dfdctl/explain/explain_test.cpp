@@ -99,6 +99,7 @@ TEST(Explain, MistakesOnTheCommandLine) {
         {"fan_state 1 --answer 'fan_num=3'", "not configured as something that is read"},
         {"fan_state 1 --board 61", "no list of files for board type 0x3d"},
         {"fan_state 1 --root " BUILD_DIR "/boards", "several boards there"},
+        {"fan_state 1 --chassis 300", "a backplane EEPROM tells 0 to 255"},
     };
     for (const Case &each : cases) {
         const Result result = explain(each.arguments);
