@@ -112,6 +112,15 @@ bool Item::is_possible() const {
     return fits(index1, type->max1) && fits(index2, type->max2);
 }
 
+std::string Item::missing_name() const {
+    constexpr std::uint32_t kNoSlot = UINT16_MAX;  // what a negative slot number makes of an index
+    if (is_possible()) {
+        return name();
+    }
+    return index1 == kNoSlot ? std::string(type->name) + " (there is no such slot)"
+                             : name() + " (no line can have this index)";
+}
+
 std::string Item::name() const {
     switch (type->index_count()) {
         case 0:

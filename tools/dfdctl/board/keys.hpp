@@ -53,6 +53,9 @@ struct Item {
     std::string name() const;
     /// Whether a line can configure it: no index is above its limit.
     bool is_possible() const;
+    /// The name of an item that is not configured, and why no line can configure it where that is
+    /// so.
+    std::string missing_name() const;
 };
 
 Item item_of_key(std::uint32_t key);

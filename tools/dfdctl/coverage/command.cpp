@@ -26,6 +26,8 @@ struct Arguments {
     std::string require;
     std::string i2c_khz = "100";
     std::vector<std::string> allow;
+    std::vector<std::string> answers;
+    std::string own_slot;
     bool strict = false;
     bool all = false;
 };
@@ -37,6 +39,14 @@ std::uint32_t parse_khz(const std::string &text) {
         throw UsageError(fmt::format("'{}' is no bus speed: 1 to {} kHz", text, kMaxKhz));
     }
     return khz;
+}
+
+std::optional<std::uint32_t> parse_slot(const std::string &text) {
+    std::uint32_t slot = 0;
+    if (!parse_number(text, slot) || slot > UINT8_MAX) {
+        throw UsageError(fmt::format("'{}' is no slot: 0 to {}", text, UINT8_MAX));
+    }
+    return slot;
 }
 
 std::optional<int> chassis_of(const Arguments &arguments, const std::string &root) {
@@ -84,7 +94,11 @@ Report report_of(const Arguments &arguments, const BoardPlace &place,
                               &result);
     check_loaded(place, report.log, result);
     const observe::Observer observer(report.log);
-    report.cells = coverage::survey(observer, observe::Units(report.log));
+    observe::Answers given;
+    given.items = observe::parse_answers(arguments.answers);
+    const auto own_slot =
+        arguments.own_slot.empty() ? observer.own_slot(given) : parse_slot(arguments.own_slot);
+    report.cells = coverage::survey(observer, observe::Units(report.log, own_slot), given);
     report.cost = coverage::monitoring_pass(report.cells);
     if (demand.has_value()) {
         report.gaps = coverage::find_gaps(report.cells, *demand);
@@ -142,6 +156,10 @@ void add_coverage(Command &top, const Options &options) {
     command.option("--board", arguments->board, "This board type only: 62 or 0x3e", "TYPE");
     command.option("--chassis", arguments->chassis,
                    "Chassis type, where there are several files of them", "N");
+    command.option("--own-slot", arguments->own_slot,
+                   "Slot of this board; without it the tables say 'own'", "SLOT");
+    command.option("--answer", arguments->answers,
+                   "What an item reads: 'fan_state 1=0'; may be given several times", "ITEM=VALUE");
     command.option("--require", arguments->require,
                    "Exit with 1 unless all that is essential in these groups works: fans,power",
                    "GROUPS");

@@ -31,7 +31,8 @@ Json indexes_json(const Cell &cell) {
     for (const observe::Param *param : cell.call->inputs()) {
         const observe::RoleFacts &facts = observe::facts_of(param->role);
         if (facts.kind == observe::RoleKind::index) {
-            indexes[std::string(facts.word)] = cell.args.numbers[number];
+            const std::uint32_t index = cell.args.numbers[number];
+            indexes[std::string(facts.word)] = index == kOwnSlot ? Json("own") : Json(index);
         }
         number += facts.kind != observe::RoleKind::text ? 1 : 0;
     }

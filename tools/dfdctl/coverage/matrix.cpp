@@ -226,6 +226,10 @@ std::vector<Matrix> matrices(const std::vector<Cell> &cells) {
     return found;
 }
 
+std::string number_text(std::uint32_t number) {
+    return number == kOwnSlot ? "own" : std::to_string(number);
+}
+
 std::string ranges(const std::vector<std::uint32_t> &numbers) {
     std::string text;
     for (std::size_t i = 0; i < numbers.size();) {
@@ -233,7 +237,7 @@ std::string ranges(const std::vector<std::uint32_t> &numbers) {
         while (last + 1 < numbers.size() && numbers[last + 1] == numbers[last] + 1) {
             ++last;
         }
-        text += fmt::format("{}{}", text.empty() ? "" : ",", numbers[i]);
+        text += (text.empty() ? "" : ",") + number_text(numbers[i]);
         text += last > i ? fmt::format("-{}", numbers[last]) : std::string();
         i = last + 1;
     }

@@ -31,6 +31,8 @@ struct Matrix {
 /// By group, those without units last; pointers into the cells are not kept.
 std::vector<Matrix> matrices(const std::vector<Cell> &cells);
 
+/// "7", or "own" of kOwnSlot.
+std::string number_text(std::uint32_t number);
 /// "1-4,7"
 std::string ranges(const std::vector<std::uint32_t> &numbers);
 

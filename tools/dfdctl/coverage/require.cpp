@@ -213,7 +213,7 @@ void check_functions(const std::vector<std::string> &names) {
 }
 
 std::string Gap::unit() const {
-    return where.empty() ? std::string() : fmt::format("{} {}", where, number);
+    return where.empty() ? std::string() : fmt::format("{} {}", where, number_text(number));
 }
 
 std::string why(const Cell &cell) {

@@ -79,8 +79,7 @@ std::string name_of(const Event &event) {
     if (event.kind == Event::Kind::conversion) {
         return name_of_list(event.list);
     }
-    const Item item = item_of_key(event.key);
-    return item.name() + (item.is_possible() ? "" : " (no line can have this index)");
+    return item_of_key(event.key).missing_name();
 }
 
 /// Classifies one call.
@@ -307,8 +306,8 @@ class Judge {
 };
 
 Cell judged(const observe::Observer &observer, const observe::Units &units,
-            const observe::Call &call, const observe::Args &args) {
-    Exploration found = observe::explore(observer, units, call, args);
+            const observe::Call &call, const observe::Args &args, const Answers &given) {
+    Exploration found = observe::explore(observer, units, call, args, given);
     Cell cell{.call = &call,
               .args = args,
               .state = State::answers,
@@ -318,19 +317,25 @@ Cell judged(const observe::Observer &observer, const observe::Units &units,
     if (call.is_polled) {
         cell.pass = std::move(found.runs[found.deepest].seen);
     }
+    const auto inputs = call.inputs();
+    const bool has_slot = !inputs.empty() && inputs.front()->role == observe::Role::slot;
+    if (has_slot && units.is_own_slot_assumed() && args.numbers.front() == units.own_slot()) {
+        cell.args.numbers.front() = kOwnSlot;
+    }
     return cell;
 }
 
 }  // namespace
 
-std::vector<Cell> survey(const observe::Observer &observer, const observe::Units &units) {
+std::vector<Cell> survey(const observe::Observer &observer, const observe::Units &units,
+                         const observe::Answers &given) {
     std::vector<Cell> cells;
     for (const observe::Call &call : observe::calls()) {
         if (!observe::is_of_board(call)) {
             continue;
         }
         for (const observe::Args &args : units.all_args(call)) {
-            cells.push_back(judged(observer, units, call, args));
+            cells.push_back(judged(observer, units, call, args, given));
         }
     }
     return cells;

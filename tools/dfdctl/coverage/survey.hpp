@@ -25,6 +25,9 @@ struct Refusal {
     bool operator==(const Refusal &) const = default;
 };
 
+/// In the place of the own slot where neither the configuration nor the caller says its number.
+inline constexpr std::uint32_t kOwnSlot = UINT32_MAX;
+
 /// One function with one set of arguments.
 struct Cell {
     const observe::Call *call;
@@ -36,7 +39,9 @@ struct Cell {
     observe::Observation pass = {};       ///< that run, of a getter that monitoring software polls
 };
 
-std::vector<Cell> survey(const observe::Observer &observer, const observe::Units &units);
+/// `given`: what items read, before all that is tried.
+std::vector<Cell> survey(const observe::Observer &observer, const observe::Units &units,
+                         const observe::Answers &given);
 
 /// Words for the report: "ok", "default", "not configured", "unusable".
 std::string_view state_word(State state);

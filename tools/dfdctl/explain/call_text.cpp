@@ -112,8 +112,7 @@ class CallPrinter {
             fmt::print(out_, "{:>2}. {}: again, see {}\n", number_, stage.item.name(),
                        numbers_[stage.earlier]);
         } else if (!found) {
-            fmt::print(out_, "{:>2}. {}: not configured{}\n", number_, stage.item.name(),
-                       stage.item.is_possible() ? "" : ", no line can have this index");
+            fmt::print(out_, "{:>2}. {}: not configured\n", number_, stage.item.missing_name());
         } else {
             fmt::print(out_, "{:>2}. {}\n", number_, stage.item.name());
             print_description(out_, stage.item, log_);

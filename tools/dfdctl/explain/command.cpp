@@ -97,55 +97,6 @@ LoadRecord load(const Arguments &arguments) {
     return log;
 }
 
-/// Without a text that could stand for it.
-bool reads_number(const Item &item) {
-    const auto &record = *record_of<info_ctrl_t>(item);
-    const bool is_field = record.frmt == INFO_FRMT_BIT || record.frmt == INFO_FRMT_BYTE ||
-                          record.frmt == INFO_FRMT_NUM_BYTES;
-    return is_field && (record.mode == INFO_CTRL_MODE_CONFIG || record.mode == INFO_CTRL_MODE_FUNC);
-}
-
-observe::ItemAnswer parse_answer(const std::string &text) {
-    const auto equals = text.find('=');
-    std::vector<std::string> words;
-    const std::string left = text.substr(0, equals);
-    for (std::size_t at = 0; at < left.size();) {
-        const std::size_t end = std::min(left.find(' ', at), left.size());
-        if (end > at) {
-            words.push_back(left.substr(at, end - at));
-        }
-        at = end + 1;
-    }
-    if (equals == std::string::npos || words.empty()) {
-        throw UsageError(
-            fmt::format("--answer '{}': an item and its value, such as 'fan_state 1=0'", text));
-    }
-    const Item item = parse_item(words.front(), std::span(words).subspan(1));
-    if (record_of<info_ctrl_t>(item) == nullptr || item.type->kind != Kind::info_ctrl) {
-        throw UsageError(
-            fmt::format("--answer: {} is not configured as something that is read", item.name()));
-    }
-    const std::string value = text.substr(equals + 1);
-    const bool is_negative = value.starts_with('-');
-    std::uint32_t number = 0;
-    if (!parse_number(value.substr(is_negative ? 1 : 0), number)) {
-        if (reads_number(item)) {
-            throw UsageError(
-                fmt::format("--answer: {} reads a number, '{}' is none", item.name(), value));
-        }
-        return {.key = item.key(), .text = value};
-    }
-    return {.key = item.key(), .number = is_negative ? 0 - number : number};
-}
-
-std::vector<observe::ItemAnswer> parse_answers(const Arguments &arguments) {
-    std::vector<observe::ItemAnswer> answers;
-    for (const std::string &text : arguments.answers) {
-        answers.push_back(parse_answer(text));
-    }
-    return answers;
-}
-
 /// What is left out is the first unit of the board that goes with the rest.
 void complete(const Call &call, const observe::Units &units, Args &args) {
     for (const Args &known : units.all_args(call)) {
@@ -250,17 +201,11 @@ class Session {
   private:
     /// Where this card is: as given, or as the hardware tells when that is to be asked.
     std::optional<std::uint32_t> own_slot() const {
-        const Call &get_slot = *observe::find_call("drv_get_my_slotid");
+        const bool asks = arguments_.reads && depends_on_slot();
         observe::Answers answers =
-            arguments_.reads ? observe::Answers::hardware() : observe::Answers::nothing();
-        answers.items = parse_answers(arguments_);
-        const bool is_given = answers.find(item_of(DFD_KEY_MY_SLOTID).key()) != nullptr;
-        if ((!arguments_.reads || !depends_on_slot()) && !is_given) {
-            return std::nullopt;
-        }
-        const observe::Observation seen = observer_.observe(get_slot, {}, answers);
-        return seen.result >= 0 ? std::optional(static_cast<std::uint32_t>(seen.result))
-                                : std::nullopt;
+            asks ? observe::Answers::hardware() : observe::Answers::nothing();
+        answers.items = observe::parse_answers(arguments_.answers);
+        return observer_.own_slot(answers);
     }
 
     /// Items of cards are asked for by functions that count slots.
@@ -289,7 +234,7 @@ class Session {
         return explain::explain_call(observer_, units_,
                                      {.call = &call,
                                       .args = args,
-                                      .given = parse_answers(arguments_),
+                                      .given = observe::parse_answers(arguments_.answers),
                                       .reads_hardware = arguments_.reads});
     }
 

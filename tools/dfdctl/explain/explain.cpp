@@ -173,7 +173,7 @@ std::string Explanation::cause_of_failure() const {
     const Event *missing = last_event(
         seen, [](const Event &event) { return event.kind == Event::Kind::lookup && !event.found; });
     const std::string lack =
-        missing != nullptr ? item_of_key(missing->key).name() + " is not configured" : "";
+        missing != nullptr ? item_of_key(missing->key).missing_name() + " is not configured" : "";
     if (seen.result == DFD_ERR_NOT_SUPPORTED && !lack.empty()) {
         return lack;
     }

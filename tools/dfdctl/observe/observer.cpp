@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <unordered_set>
 
+#include "dfdctl/board/keys.hpp"
 #include "dfdctl/observe/recorder.hpp"
 
 namespace dfdctl::observe {
@@ -234,6 +235,15 @@ Observation Observer::observe(const Call &call, const Args &args, const Answers 
         seen.log = capture->text();
     }
     return seen;
+}
+
+std::optional<std::uint32_t> Observer::own_slot(const Answers &answers) const {
+    const bool is_given = answers.find(item_of(DFD_KEY_MY_SLOTID).key()) != nullptr;
+    if (!is_given && answers.from != Answers::From::hardware) {
+        return std::nullopt;
+    }
+    const int slot = observe(*find_call("drv_get_my_slotid"), {}, answers).result;
+    return slot >= 0 ? std::optional(static_cast<std::uint32_t>(slot)) : std::nullopt;
 }
 
 }  // namespace dfdctl::observe

@@ -97,6 +97,9 @@ class Observer {
     Observation observe(const Call &call, const Args &args, const Answers &answers,
                         Log log = Log::closed) const;
 
+    /// The slot of this card by these answers; nothing where they do not tell.
+    std::optional<std::uint32_t> own_slot(const Answers &answers) const;
+
     const Plausible &plausible() const { return plausible_; }
     const LoadRecord &startup() const { return log_; }
 

@@ -60,6 +60,7 @@ void Units::find_own_slot(std::optional<std::uint32_t> known) {
         ++own_slot_;
     }
     own_slot_value_ = own_slot_ - base;
+    is_own_slot_assumed_ = true;
 }
 
 /// Slots that anything is configured for, and the own one.

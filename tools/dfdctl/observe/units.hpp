@@ -25,6 +25,8 @@ class Units {
     /// The slot of this card, by which others see it: as configured where that is a constant,
     /// otherwise a number that no other card of the configuration has.
     std::uint32_t own_slot() const { return own_slot_; }
+    /// The number is such a one: no slot of the chassis.
+    bool is_own_slot_assumed() const { return is_own_slot_assumed_; }
     /// What my_slotid has to read for that.
     std::uint32_t own_slot_value() const { return own_slot_value_; }
 
@@ -45,6 +47,7 @@ class Units {
     const LoadRecord &record_;
     std::uint32_t own_slot_ = 0;
     std::uint32_t own_slot_value_ = 0;
+    bool is_own_slot_assumed_ = false;
 };
 
 }  // namespace dfdctl::observe

@@ -11,9 +11,11 @@
 namespace {
 
 using nlohmann::json;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using tools_test::Board;
 using tools_test::Result;
 
@@ -88,7 +90,7 @@ TEST(Coverage, KnowsWhatTheDemoBoardLacks) {
         {"sdd_reset_lc {\"slot\":2}", "default", {"reset_lc 2"}},
         {"drv_get_card_power_status {\"slot\":1}", "default", {"card_power_status 1"}},
         // The own card answers without an item, a state that the LED's table lacks does not.
-        {"drv_get_slot_online {\"slot\":11}", "ok", {}},
+        {"drv_get_slot_online {\"slot\":\"own\"}", "ok", {}},
         {"drv_set_led {\"led_state\":3,\"led_type\":2,\"led_unit\":0}", "ok", {}},
         {"drv_set_led {\"led_state\":4,\"led_type\":2,\"led_unit\":0}", "not configured", {}},
         // Only the legacy layout can be written.
@@ -100,6 +102,36 @@ TEST(Coverage, KnowsWhatTheDemoBoardLacks) {
         EXPECT_EQ(all.at(each.cell).at("state"), each.state) << each.cell;
         EXPECT_EQ(all.at(each.cell).at("missing"), each.missing) << each.cell;
     }
+}
+
+TEST(Coverage, AsksWhereTheBoardStandsAndInventsNoSlot) {
+    const auto slots = [](const std::string &more) {
+        std::set<std::string> found;
+        const json document = coverage(kBoards + "/demo", "--json " + more).json();
+        for (const json &cell : document.at("boards").at(0).at("cells")) {
+            if (cell.at("function") == "drv_get_card_power_consume" && cell.at("state") == "ok") {
+                found.insert(cell.at("indexes").at("slot").dump());
+            }
+        }
+        return found;
+    };
+    // Card 0 is this one; 1 and 2 have no items of their own.
+    EXPECT_THAT(slots(""), testing::AllOf(Contains("\"own\""), Not(Contains("2"))));
+    for (const char *place : {"--own-slot 2", "--answer my_slotid=1"}) {
+        EXPECT_THAT(slots(place), testing::AllOf(Contains("2"), Not(Contains("\"own\"")))) << place;
+    }
+}
+
+TEST(Coverage, JudgesByTheAnswersThatAreGiven) {
+    const auto state_with = [](const std::string &arguments) {
+        const json document = coverage(kBoards + "/demo", "--json " + arguments).json();
+        return cells(document.at("boards").at(0))
+            .at("drv_get_card_power_consume {\"slot\":6}")
+            .at("state");
+    };
+    EXPECT_EQ(state_with(""), "ok");
+    EXPECT_EQ(state_with("--answer 'card_rate_power 6=0xee'"), "not configured")
+        << "no power_regval_convert_0xee";
 }
 
 TEST(Coverage, LosesExactlyTheColumnOfAFanThatIsRemoved) {
@@ -221,12 +253,14 @@ TEST(Coverage, FindsWhatIsMissingDeepInsideAFunction) {
         const char *state;
         std::vector<std::string> missing;
     } kCells[] = {
-        {"drv_get_card_vol {\"channel\":3,\"slot\":11}", "not configured", {"card_vol_low 0 3"}},
+        {"drv_get_card_vol {\"channel\":3,\"slot\":\"own\"}",
+         "not configured",
+         {"card_vol_low 0 3"}},
         {"drv_get_card_power_status {\"slot\":9}",
          "default",
          {"sslot_state 9 (no line can have this index)"}},
         {"drv_get_card_power_consume {\"slot\":6}", "not configured", {"power_regval_convert 1"}},
-        {"drv_get_card_power_consume {\"slot\":11}", "ok", {}},  // a constant
+        {"drv_get_card_power_consume {\"slot\":\"own\"}", "ok", {}},  // a constant
         {"drv_get_power_osupply {\"supply\":2}", "not configured", {"power_out_voltage 2"}},
         {"drv_get_power_ocur {\"supply\":2}", "ok", {}},
     };
@@ -285,6 +319,8 @@ TEST(Coverage, RequiresWhatIsEssentialAndPolledAndStrictlyAllThatSomeUnitsHave) 
         {demo + "--board 7", 2, "no list of files for board type 0x7"},
         {demo + "--i2c-khz 0", 2, "bus speed"},
         {demo + "--chassis 9", 2, "chassis type '9'"},
+        {demo + "--own-slot x", 2, "'x' is no slot"},
+        {demo + "--answer fan_num=1", 2, "not configured as something that is read"},
     };
     for (const auto &each : kRuns) {
         const Result result = tools_test::run_tool("dfdctl coverage --root " + each.arguments);

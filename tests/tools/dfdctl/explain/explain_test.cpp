@@ -40,7 +40,9 @@ TEST(Explain, OfflineAFunctionOrAnItem) {
         {"drv_get_card_vol --answer my_slotid=4", 0, {"drv_get_card_vol(5, 1)"}},
         // Minus six degrees, not "not configured".
         {"drv_get_power_temp 1 --answer 'power_temp 1=2042'", 0, {"Result then: -6 C\n"}},
-        {"dfd_set_card_temp_cfg 0 3", 3, {"65535 3: not configured, no line can have this index"}},
+        {"dfd_set_card_temp_cfg 0 3",
+         3,
+         {"card_temp_ctrl (there is no such slot): not configured"}},
         {"drv_get_fan_status 9", 3, {"fan_state 9: not configured", "Result then: -6"}},
         // -1, not -6
         {"drv_get_power_osupply 9", 3, {"Because power_out_voltage 9 is not configured."}},
