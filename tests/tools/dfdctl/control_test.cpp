@@ -73,6 +73,32 @@ TEST(Control, InterruptsAreMaskedByType) {
     EXPECT_THAT(masked("fan"), testing::Not(HasSubstr("yes")));
 }
 
+TEST(Control, AProtectionOfBitsReadsBackAsItsFieldDoes) {
+    struct Case {
+        const char *description;
+        const char *on;
+        const char *off;
+    };
+    const Case cases[] = {
+        {"e2_write_protect.pola_0=negative\n", "write protection of board: 0 (off) -> 1 (on)\n",
+         "write protection of board: 1 (on) -> 0 (off)\n"},
+        {"e2_write_protect.bit_offset_0=5\ne2_write_protect.len_0=8\n",
+         "write protection of board: 0 (off) -> 7 (on)\n",
+         "write protection of board: 7 (on) -> 0 (off)\n"},
+    };
+    for (const Case &each : cases) {
+        SCOPED_TRACE(each.description);
+        const Board board("demo");
+        board.append("etc/cfg/dfd/chassis/8.cfg",
+                     std::string("e2_write_protect.frmt_0=bit\n") + each.description);
+        EXPECT_EQ(control(board, "write-protect board off").status, 0);
+        const Result on = control(board, "write-protect board on");
+        EXPECT_EQ(on.status, 0) << on.err;
+        EXPECT_EQ(on.out, each.on);
+        EXPECT_EQ(control(board, "write-protect board off").out, each.off);
+    }
+}
+
 TEST(Control, WhatDisturbsTrafficNeedsAYes) {
     const Board board("demo");
     const std::string before = board.vchassis("peek", "/dev/cpld1 0x00 0x40").out;

@@ -95,6 +95,25 @@ TEST(Pages, WordsAndUnits) {
     }
 }
 
+// Of a TLV image the library takes the device type's four bytes for the name, not the product name.
+TEST(Pages, EveryPageNamesASupplyAsTheLibraryDoes) {
+    const Board board("demo");
+    board.append("etc/cfg/dfd/chassis/8.cfg", "power_name_9=XY12\npower_dc_ac_9=DC\n");
+    board.image("images/power3.bin",
+                "[[tlv]]\n[[tlv.entry]]\ntype = 'product_name'\ntext = 'PS800-DC'\n"
+                "[[tlv.entry]]\ntype = 'device_type'\nnumber = 0x32315958\n"
+                "[[tlv.entry]]\ntype = 3\ntext = 'OTHER'\n[[tlv.entry]]\ntype = 0\ntext = 'SN0'\n");
+    const json supply = board.dfdctl("show power --json").json()["supplies"][2];
+    EXPECT_EQ(supply["name"]["value"], "XY12");
+    EXPECT_EQ(supply["type"]["value"], 9);
+    EXPECT_EQ(board.dfdctl("get power_type 3").out, "XY12\n");
+    EXPECT_THAT(board.dfdctl("explain --read power_type 3").out, HasSubstr("\"XY12\""));
+    const Result page = board.dfdctl("show board");
+    EXPECT_THAT(page.out, ContainsRegex("power 3 [^\n]*XY12 [^\n]*9 \\(DC\\)"));
+    EXPECT_THAT(page.out, ContainsRegex("power_type 3 [^\n]*XY12\n"));
+    EXPECT_THAT(page.out, testing::Not(ContainsRegex("power 3 [^\n]*PS800-DC")));
+}
+
 TEST(Pages, StatesFollowTheHardware) {
     const Board board("demo");
     poke(board, "/dev/cpld0 0x12 0x01");

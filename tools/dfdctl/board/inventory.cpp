@@ -95,21 +95,25 @@ Reading read_inventory(const Eeprom &eeprom, std::uint32_t info) {
         const bool is_name = std::holds_alternative<std::string>(reading.value);
         return info == E2PROM_INFO_DEV_TYPE && is_name ? type_by_name(std::move(reading)) : reading;
     }
-    if (!answers(eeprom.device, eeprom.address)) {
-        return failure(Status::io_error, result,
-                       fmt::format("the EEPROM at address 0x{:02x} on {} does not answer",
-                                   eeprom.address, eeprom.device));
-    }
-    return failure(
-        Status::bad_data, result,
-        fmt::format("the EEPROM at address 0x{:02x} on {} does not hold this "
-                    "information in layout {} (result {})",
-                    eeprom.address, eeprom.device, info_ctrl_mode_str[eeprom.mode], result));
+    return eeprom_failure(eeprom, result);
 }
 
 bool answers(const std::string &device, std::uint16_t address) {
     std::uint8_t byte = 0;
     return dfd_read_e2prom(device.c_str(), address, 0, &byte, 1) == DFD_OK;
+}
+
+Reading eeprom_failure(const Eeprom &eeprom, int code) {
+    if (!answers(eeprom.device, eeprom.address)) {
+        return failure(Status::io_error, code,
+                       fmt::format("the EEPROM at address 0x{:02x} on {} does not answer",
+                                   eeprom.address, eeprom.device));
+    }
+    return failure(
+        Status::bad_data, code,
+        fmt::format("the EEPROM at address 0x{:02x} on {} does not hold this "
+                    "information in layout {} (result {})",
+                    eeprom.address, eeprom.device, info_ctrl_mode_str[eeprom.mode], code));
 }
 
 }  // namespace dfdctl

@@ -29,5 +29,7 @@ Reading read_inventory(const Eeprom &eeprom, std::uint32_t info);
 
 /// Whether the EEPROM answers at all.
 bool answers(const std::string &device, std::uint16_t address);
+/// Why the library's query of an EEPROM failed: it does not answer, or holds something else.
+Reading eeprom_failure(const Eeprom &eeprom, int code);
 
 }  // namespace dfdctl

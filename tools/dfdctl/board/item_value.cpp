@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include <dfd/access.h>
+#include <dfd/driver.h>
 #include <dfd/framework.h>
 #include <dfd/inventory.h>
 #include <dfd/power.h>
 #include <dfd/records.h>
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -96,6 +98,13 @@ Reading integer_item(const Item &item, const info_ctrl_t &record, const Facts &f
     return result == DFD_OK ? number_reading(facts, value, 1) : engine_failure(result);
 }
 
+/// Of a supply, the library alone knows which entry of its EEPROM it takes for what.
+constexpr LibraryValue kSupplyTexts[] = {
+    {DFD_KEY_POWER_TYPE, 1, by_text<drv_get_power_name>},
+    {DFD_KEY_POWER_SN, 1, by_text<drv_get_power_sn>},
+    {DFD_KEY_POWER_HW_VER, 1, by_text<drv_get_power_hw_version>},
+};
+
 Reading inventory_item(const Item &item, const info_ctrl_t &record, const Facts &facts) {
     if (facts.info == 0) {
         return failure(Status::unusable, DFD_ERR_UNUSABLE,
@@ -103,7 +112,14 @@ Reading inventory_item(const Item &item, const info_ctrl_t &record, const Facts 
                                    "say what to read",
                                    item.type->name, info_ctrl_mode_str[record.mode]));
     }
-    Reading reading = read_inventory(eeprom_of(item, record), facts.info);
+    const Eeprom eeprom = eeprom_of(item, record);
+    const auto *supply = std::ranges::find(kSupplyTexts, item.type->type, &LibraryValue::type);
+    if (supply != std::end(kSupplyTexts)) {
+        const Answer answer = supply->read({item.index1, 0});
+        return answer.code == DFD_OK ? Reading{.value = answer.value}
+                                     : eeprom_failure(eeprom, answer.code);
+    }
+    Reading reading = read_inventory(eeprom, facts.info);
     if (const auto *number = std::get_if<std::int64_t>(&reading.value)) {
         reading.meaning = meaning_of(facts, static_cast<int>(*number));
     }
@@ -187,6 +203,16 @@ Reading read_register(const Item &item) {
                                         record->frmt == INFO_FRMT_NUM_BUF ? first_byte : nullptr);
     return result == DFD_OK ? number_reading(facts_of(item.type->type), value, 1)
                             : engine_failure(result);
+}
+
+std::int64_t reads_back_as(const info_ctrl_t &record, std::uint32_t written) {
+    const std::uint32_t at = record.bit_offset;
+    if (record.frmt != INFO_FRMT_BIT || at >= dfd::kBitsPerByte) {
+        return static_cast<std::uint8_t>(written);
+    }
+    const bool is_inverted = record.pola == INFO_POLA_NEGATIVE;
+    return dfd::extract_field(dfd::place_field(written, at, is_inverted), at, record.len,
+                              is_inverted);
 }
 
 }  // namespace dfdctl

@@ -303,7 +303,9 @@ std::vector<Change> write_protect(const ControlWords &words) {
              .item = item,
              .execute = [=, target = row.target] { return drv_set_e2_wr_pro(target, on ? 1 : 0); },
              .read = named_register(item, "off", "on"),
-             .expected = std::int64_t{on ? kProtected : 0}}};
+             .expected = on && is_configured(item)
+                             ? reads_back_as(*record_of<info_ctrl_t>(item), kProtected)
+                             : 0}};
 }
 
 constexpr Control kControls[] = {

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Inventory of the board and of what is plugged into it.
 #include <dfd/access.h>
+#include <dfd/driver.h>
 #include <dfd/framework.h>
 #include <dfd/inventory.h>
+#include <dfd/power.h>
 #include <dfd/records.h>
 #include <array>
 
@@ -49,33 +51,30 @@ Reading detail(std::uint32_t type, std::uint32_t index, const std::optional<Eepr
 
 /// The legacy layout of fans has no product name.
 Reading product(const Eeprom &eeprom) {
-    const bool has_none = eeprom.mode == INFO_CTRL_MODE_LEGACY && eeprom.legacy != Legacy::power;
-    return has_none ? no_information() : read_inventory(eeprom, E2PROM_INFO_NAME);
+    return eeprom.mode == INFO_CTRL_MODE_LEGACY ? no_information()
+                                                : read_inventory(eeprom, E2PROM_INFO_NAME);
 }
 
-/// A supply's type follows from its name; the name itself is in the column before.
-Reading power_type(Reading reading) {
-    const auto *name = std::get_if<std::string>(&reading.value);
-    std::uint32_t type = 0;
-    if (!reading.ok() || name == nullptr) {
-        return reading;
+/// A supply's item holds its name; its type follows from that.
+Reading power_type(const Item &item, const Reading &name) {
+    const int type = name.ok() ? drv_get_power_type(item.index1) : DFD_ERR;
+    if (type < 0) {
+        return name;
     }
-    if (dfd_lib_cfg_get_power_type_by_name(name->c_str(), &type) != DFD_OK) {
+    if (type == DFD_POWER_TYPE_UNKNOWN) {
         return failure(Status::bad_data, DFD_ERR, "no power_name item begins the product name");
     }
-    reading.value = std::int64_t{type};
-    const char *name_of_type = record_of<char>(item_of(DFD_KEY_POWER_DC_AC, type));
-    reading.meaning = name_of_type != nullptr ? name_of_type : "";
-    return reading;
+    const char *kind =
+        record_of<char>(item_of(DFD_KEY_POWER_DC_AC, static_cast<std::uint32_t>(type)));
+    return {.value = std::int64_t{type}, .meaning = kind != nullptr ? kind : ""};
 }
 
 Unit family_unit(const Family &family, std::uint32_t index, const info_ctrl_t &record) {
     Unit unit{.name = family.name, .index = index, .device = {}};
     const Item type_item = item_of(family.type, index);
-    unit.type = read_item(type_item);
-    if (family.legacy == Legacy::power) {
-        unit.type = power_type(unit.type);
-    }
+    const bool is_supply = family.legacy == Legacy::power;
+    const Reading value = read_item(type_item);
+    unit.type = is_supply ? power_type(type_item, value) : value;
     std::optional<Eeprom> eeprom;
     if (dfd::is_e2prom_mode(record.mode)) {
         eeprom = eeprom_of(type_item, record);
@@ -86,7 +85,11 @@ Unit family_unit(const Family &family, std::uint32_t index, const info_ctrl_t &r
     if (unit.absent()) {
         return unit;
     }
-    unit.product = eeprom ? product(*eeprom) : no_information();
+    if (is_supply) {
+        unit.product = value;
+    } else if (eeprom) {
+        unit.product = product(*eeprom);
+    }
     unit.serial = detail(family.serial, index, eeprom, E2PROM_INFO_SN);
     unit.version = detail(family.version, index, eeprom, E2PROM_INFO_HW_VER);
     return unit;
