@@ -142,7 +142,7 @@ class Judge {
 
     void refuse_item(const Event &event) {
         const auto reason =
-            observe::reason_of(observer_.startup(), item_of_key(event.key), event.refusal);
+            observe::reason_of(observer_.record(), item_of_key(event.key), event.refusal);
         if (reason.has_value()) {
             refuse(event.key, event.result, reason->member, reason->text);
         } else {

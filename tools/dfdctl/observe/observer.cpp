@@ -200,7 +200,7 @@ std::string log_message(const std::string &log) {
     return log.substr(begin, log.find_first_of("\r\n", begin) - begin);
 }
 
-Observer::Observer(const LoadRecord &log) : log_(log), plausible_(log) {}
+Observer::Observer(const LoadRecord &record) : record_(record), plausible_(record) {}
 
 Observer::~Observer() {
     state_.restore();

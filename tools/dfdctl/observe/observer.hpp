@@ -84,8 +84,8 @@ enum class Log { closed, open };
 
 class Observer {
   public:
-    /// Of the board that is loaded now; the log names its items.
-    explicit Observer(const LoadRecord &log);
+    /// Of the board that is loaded now; the record names its items.
+    explicit Observer(const LoadRecord &record);
     /// Puts the library's state back.
     ~Observer();
     Observer(const Observer &) = delete;
@@ -101,10 +101,10 @@ class Observer {
     std::optional<std::uint32_t> own_slot(const Answers &answers) const;
 
     const Plausible &plausible() const { return plausible_; }
-    const LoadRecord &startup() const { return log_; }
+    const LoadRecord &record() const { return record_; }
 
   private:
-    const LoadRecord &log_;
+    const LoadRecord &record_;
     LibraryState state_;
     Plausible plausible_;
 };
