@@ -304,6 +304,13 @@ constexpr NameRule kNameRules[] = {
      "never read: the library takes the chassis type in decimal, as in '8.cfg'"},
 };
 
+/// A board that its EEPROM alone tells has neither this file nor a product identifier.
+bool is_pid_file_missed(const std::string &root, const std::string &path) {
+    std::error_code error;
+    return fs::exists(root + dfd::kProductIdFile, error) ||
+           fs::exists(fs::symlink_status(root + path, error));
+}
+
 }  // namespace
 
 void check_files(Check &check) {
@@ -321,7 +328,8 @@ void check_files(Check &check) {
         if (file.opened) {
             check_content(check, file);
         }
-        if (!file.opened && file.role == FileRole::card_pid) {
+        if (!file.opened && file.role == FileRole::card_pid &&
+            is_pid_file_missed(check.root(), file.path)) {
             check.at_file("pid-file-missing", file.path, 1,
                           fmt::format("{}: no product identifier tells a board type, only the "
                                       "board EEPROM can",
