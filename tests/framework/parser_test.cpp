@@ -275,16 +275,7 @@ TEST_F(ParserTest, WithoutMemoryALineIsLoggedAndSkipped) {
         {"irq_info.type_1_2=fan", kMemory, 0, 0xAF000102, "malloc info_ctrl fail\r\n"},
         {"irq_info.val2_1_2=fan", kTree, 0, 0xAF000102,
          "add info_ctrl item[.frmt=fan] fail, key=0xaf000102 rv=-1\r\n"},
-        {"irq_info.type_1_2=fan", kTree, 0, 0xAF000102,
-         "add info_ctrl item[.mode=fan] fail, key=0xaf000102 rv=-1\r\n"},
         {"mb_fan_led_info.red=3", kMemory, 0, 0xB6000000, "malloc info_ctrl fail\r\n"},
-        // What is not stored is in no conversion list either.
-        {"fan_speedlvl_convert_1=2", kMemory, 0, 0x0E000100, "malloc int fail\r\n"},
-        {"fan_speedlvl_convert_1=2", kTree, 0, 0x0E000100,
-         "add int item[2] fail, key=0x0e000100 rv=-1 \r\n"},
-        {"power_name_1=ABC", kMemory, 0, 0x29000100, "malloc str[3] fail\r\n"},
-        {"fan_name_1_0=ABC", kTree, 0, 0x2A000100,
-         "add string item[ABC] fail, key=0x2a000100 rv=-1 \r\n"},
         {"mb_fan_led_info.red=3", kTree, 0, 0xB6000000,
          "add info_ctrl item[.red=3] fail, key=0xb6000000 rv=-1\r\n"},
         {"card_temp_info.type_2_7=mac", kMemory, 0, 0xBB000207, "malloc info_ctrl fail\r\n"},
@@ -304,11 +295,6 @@ TEST_F(ParserTest, WithoutMemoryALineIsLoggedAndSkipped) {
             EXPECT_TRUE(failing.all_happened());
             EXPECT_EQ(dfd_lib_cfg_get_item(row.key), nullptr);
             EXPECT_EQ(number(DFD_MAKE_KEY(DFD_KEY_SSLOT_NUM, 0, 0)), 7);
-            for (const dfd_list_head_t *list :
-                 {&dfd_lib_cfg_fan_splvl_conv_lst, &dfd_lib_cfg_power_name_conv_lst,
-                  &dfd_lib_cfg_fan_name_conv_lst}) {
-                EXPECT_EQ(list->next, list);
-            }
         });
     }
 }

@@ -14,6 +14,7 @@ using namespace tools_test;
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 
+constexpr int kNotReadBack = 1;
 constexpr int kUsage = 2;
 constexpr int kIo = 4;
 
@@ -31,75 +32,203 @@ std::vector<std::string> entries(const TempDir &dir) {
 
 struct Made {
     const char *options;
-    int type;
-    int chassis;
-    std::size_t fans;
-    std::size_t supplies;
-    std::size_t slots;
+    int type = 100;
+    int chassis = 100;
+    const char *source = "product_id";
+    std::size_t fans = 2;
+    std::size_t supplies = 2;
+    std::size_t slots = 4;
+    std::size_t ports = 0;
+    std::size_t cards = 0;
+    std::size_t sources = 0;  ///< of interrupts
+    nlohmann::json peer = nullptr;
+
+    friend void PrintTo(const Made &made, std::ostream *out) { *out << made.options; }
 };
 
-class NewBoard : public testing::TestWithParam<Made> {
-  protected:
-    nlohmann::json board(const std::string &page) {
-        const Result shown = run_tool(
-            fmt::format("vchassis run {0} -- {1}/dfdctl --json show {2}", path(), BUILD_DIR, page));
-        EXPECT_EQ(shown.status, 0) << shown.err;
-        return shown.json();
+/// A board in a directory of its own.
+class NewBoard {
+  public:
+    explicit NewBoard(const std::string &options)
+        : made_(new_board(dir_, fmt::format("new {}", options))) {
+        EXPECT_EQ(made_.status, 0) << made_.err;
     }
+
+    nlohmann::json dfdctl(const std::string &arguments, int status = 0) const {
+        const Result result = run_tool(
+            fmt::format("vchassis run {0} -- {1}/dfdctl --json {2}", path(), BUILD_DIR, arguments));
+        EXPECT_EQ(result.status, status) << arguments << ": " << result.out << result.err;
+        return result.json();
+    }
+    void poke(const char *place) const {
+        EXPECT_EQ(run_tool(fmt::format("vchassis poke {} {}", path(), place)).status, 0) << place;
+    }
+    const Result &made() const { return made_; }
     std::string path() const { return (dir_.path() / "new").string(); }
 
+  private:
     TempDir dir_;
+    Result made_;
 };
 
-TEST_P(NewBoard, IsCleanAndRuns) {
-    const Made &made = GetParam();
-    const Result result = new_board(dir_, fmt::format("new {}", made.options));
-    ASSERT_EQ(result.status, 0) << result.err;
-    EXPECT_THAT(result.out, HasSubstr(fmt::format("vchassis run {} -- dfdctl show all", path())));
+std::string groups_of(const Made &made) {
+    const std::pair<bool, const char *> groups[] = {
+        {made.fans > 0, ",fans"},   {made.supplies > 0, ",power"}, {made.ports > 0, ",ports"},
+        {made.cards > 0, ",cards"}, {made.sources > 0, ",irq"},
+    };
+    std::string names = "temps,leds,slots";
+    for (const auto &[is_there, name] : groups) {
+        names += is_there ? name : "";
+    }
+    return names;
+}
 
-    const Result lint = run_tool(fmt::format("dfdctl lint --strict --root {}", path()));
+class NewBoards : public testing::TestWithParam<Made> {};
+
+TEST_P(NewBoards, AreCleanAndRun) {
+    const Made &made = GetParam();
+    const NewBoard board(made.options);
+    EXPECT_THAT(board.made().out,
+                HasSubstr(fmt::format("vchassis run {} -- dfdctl show all", board.path())));
+
+    const Result lint = run_tool(fmt::format("dfdctl lint --strict --root {}", board.path()));
     EXPECT_EQ(lint.status, 0) << lint.out << lint.err;
-    const Result coverage =
-        run_tool(fmt::format("dfdctl coverage --root {} --require temps,leds,slots{}{}", path(),
-                             made.fans > 0 ? ",fans" : "", made.supplies > 0 ? ",power" : ""));
+    // Cards in slots above 8 cannot have a power status.
+    const Result coverage = run_tool(
+        fmt::format("dfdctl coverage --root {} --require {}{}", board.path(), groups_of(made),
+                    made.slots > 8 ? " --allow get_card_power_status" : ""));
     EXPECT_EQ(coverage.status, 0) << coverage.out << coverage.err;
 
     // All readings of all pages succeed, or the status is 1.
-    const nlohmann::json all = board("all");
+    nlohmann::json all = board.dfdctl("show all");
     EXPECT_EQ(all["board"]["board"]["type"], made.type);
+    EXPECT_EQ(all["board"]["board"]["source"], made.source);
     EXPECT_EQ(all["board"]["chassis"]["type"], made.chassis);
     EXPECT_EQ(all["board"]["files"].back()["loaded"], true) << "the file of the chassis";
-    EXPECT_EQ(all["fans"]["rotors"].size(), 2 * made.fans);
     EXPECT_EQ(all["power"]["telemetry"].size(), made.supplies);
     EXPECT_EQ(all["slots"]["slots"].size(), std::max<std::size_t>(made.slots, 1)) << "the own one";
-    EXPECT_EQ(all["temps"]["sensors"].size(), 2U);
+    EXPECT_EQ(all["slots"]["board"]["rated_power"]["value"], 60);
+    EXPECT_EQ(all["slots"]["board"]["peer_master"]["meaning"], made.peer);
+    EXPECT_EQ(all["temps"]["sensors"].size(), 2 + made.cards);
+    EXPECT_EQ(all["fans"]["rotors"].size(), 2 * made.fans);
     for (const nlohmann::json &rotor : all["fans"]["rotors"]) {
         EXPECT_EQ(rotor["state"]["meaning"], "ok") << rotor;
+    }
+    EXPECT_EQ(all["sfp"]["ports"].size(), made.ports);
+    for (const nlohmann::json &port : all["sfp"]["ports"]) {
+        EXPECT_EQ(port["transmitter"]["meaning"], "on") << port;
+    }
+    EXPECT_EQ(all["irq"]["sources"].size(), made.sources);
+    for (const nlohmann::json &source : all["irq"]["sources"]) {
+        EXPECT_EQ(source["pending"]["meaning"], "no") << source;
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    All, NewBoard,
-    testing::Values(Made{"", 100, 100, 2, 2, 4},
-                    Made{"--type 1 --chassis 1 --fans 0 --supplies 0 --slots 0", 1, 1, 0, 0, 0},
-                    Made{"--type 0xffff --chassis 255 --fans 16 --supplies 16 --slots 32", 65535,
-                         255, 16, 16, 32}));
+    All, NewBoards,
+    testing::Values(
+        Made{.options = ""},
+        Made{.options = "--type 1 --chassis 1 --fans 0 --supplies 0 --slots 0 --type-from eeprom",
+             .type = 1,
+             .chassis = 1,
+             .source = "eeprom_tlv",
+             .fans = 0,
+             .supplies = 0,
+             .slots = 0},
+        Made{.options = "--type 0xffff --chassis 255 --fans 16 --supplies 16 --slots 32 --ports 32 "
+                        "--cards --peer --interrupts",
+             .type = 65535,
+             .chassis = 255,
+             .fans = 16,
+             .supplies = 16,
+             .slots = 32,
+             .ports = 32,
+             .cards = 30,
+             .sources = 97,
+             .peer = "ready"},
+        Made{.options = "--slots 8 --ports 8 --cards --peer --interrupts",
+             .slots = 8,
+             .ports = 8,
+             .cards = 7,
+             .sources = 21,
+             .peer = "ready"},
+        Made{.options = "--slots 2 --cards", .slots = 2, .cards = 1},
+        Made{.options = "--slots 30 --cards --interrupts --type-from eeprom",
+             .source = "eeprom_tlv",
+             .slots = 30,
+             .cards = 28,
+             .sources = 34},
+        Made{.options = "--fans 0 --supplies 0 --slots 0 --peer --interrupts",
+             .fans = 0,
+             .supplies = 0,
+             .slots = 0,
+             .sources = 1,
+             .peer = "ready"},
+        Made{.options = "--supplies 0 --slots 1 --ports 9 --interrupts",
+             .supplies = 0,
+             .slots = 1,
+             .ports = 9,
+             .sources = 12}));
 
 TEST(NewBoardTest, UnitsAnswerEachOnItsOwnBit) {
-    const TempDir dir;
-    ASSERT_EQ(new_board(dir, "new --fans 9 --supplies 9").status, 0);
-    const std::string path = (dir.path() / "new").string();
+    const NewBoard board("--fans 9 --supplies 9 --ports 9");
     // The ninth of each has the first bit of the second register.
-    for (const char *reg : {"0x09", "0x0d"}) {
-        run_tool(fmt::format("vchassis poke {} /dev/cpld0 {} 1", path, reg));
+    for (const char *reg : {"/dev/cpld0 0x09 1", "/dev/cpld0 0x0d 1", "/dev/cpld0 0x35 1"}) {
+        board.poke(reg);
     }
-    for (const char *item : {"fan_state", "power_present"}) {
+    for (const char *item : {"fan_state", "power_present", "port_sfp_state"}) {
         for (const int unit : {8, 9}) {
-            const Result got = run_tool(fmt::format("vchassis run {} -- {}/dfdctl --json get {} {}",
-                                                    path, BUILD_DIR, item, unit));
-            EXPECT_EQ(got.json()["reading"]["value"], unit == 8 ? 1 : 0) << item << ' ' << unit;
+            EXPECT_EQ(board.dfdctl(fmt::format("get {} {}", item, unit))["reading"]["value"],
+                      unit == 8 ? 1 : 0)
+                << item << ' ' << unit;
         }
     }
+}
+
+TEST(NewBoardTest, CardsAreSwitchedEachOnItsOwnBit) {
+    const NewBoard board("--slots 6 --cards");
+    board.dfdctl("slot power 3 off --yes");
+    board.poke("/dev/cpld1 0x18 0x08");  // slot 4 lacks power
+    board.poke("/dev/cpld0 0x10 0x10");  // slot 5 is empty
+    const nlohmann::json slots = board.dfdctl("show slots")["slots"];
+    const nlohmann::json powers = {"on", "on", "off", "off, power is lacking", nullptr, "on"};
+    const nlohmann::json watts = {60, 90, 90, 90, nullptr, 90};
+    for (std::size_t at = 0; at < powers.size(); ++at) {
+        EXPECT_EQ(slots.at(at)["power"]["meaning"], powers[at]) << slots[at];
+        EXPECT_EQ(slots[at]["rated_power"]["value"], watts[at]) << slots[at];
+    }
+}
+
+/// Level 1, and the positions of the pending sources, masked ones too.
+using Pending = std::pair<int, std::vector<std::string>>;
+
+Pending pending(const NewBoard &board) {
+    const nlohmann::json irq = board.dfdctl("show irq");
+    Pending found{irq["controllers"]["first_level"]["value"], {}};
+    for (const nlohmann::json &source : irq["sources"]) {
+        if (source["pending"]["meaning"] == "yes") {
+            found.second.push_back(source["position"]);
+        }
+    }
+    return found;
+}
+
+TEST(NewBoardTest, InterruptsComeFromTheirUnitsUntilTheyAreCleared) {
+    const NewBoard board("--fans 9 --supplies 9 --slots 10 --ports 9 --peer --interrupts");
+    EXPECT_EQ(pending(board), Pending(0, {}));
+    // Supply 9, tray 9, slot 10, port 9.
+    for (const char *reg :
+         {"/dev/cpld0 0x0d 1", "/dev/cpld0 0x09 1", "/dev/cpld0 0x11 0xfd", "/dev/cpld0 0x35 1"}) {
+        board.poke(reg);
+    }
+    EXPECT_EQ(pending(board), Pending(0x0f, {"0.1.0", "1.1.0", "2.1.1", "3.1.0"}));
+
+    board.dfdctl("irq mask fan on");
+    board.dfdctl("set 3rd_irq_clear 2 1 2", kNotReadBack);
+    EXPECT_EQ(pending(board), Pending(0x09, {"0.1.0", "1.1.0", "3.1.0"}));
+    board.dfdctl("irq mask fan off");
+    board.dfdctl("master reset --yes");
+    EXPECT_EQ(pending(board), Pending(0x1b, {"0.1.0", "1.1.0", "3.1.0", "4.0.0"}));
 }
 
 TEST(NewBoardTest, RefusesWithoutATrace) {
@@ -118,6 +247,10 @@ TEST(NewBoardTest, RefusesWithoutATrace) {
              {"new --fans 17", "0 to 16"},
              {"new --supplies 2x", "'2x' is no number"},
              {"new --slots 33", "0 to 32"},
+             {"new --ports 33", "0 to 32"},
+             {"new --type-from flash", "--type-from: 'flash' is neither product-id nor eeprom"},
+             {"new --cards --slots 1", "two --slots"},
+             {"new --interrupts --fans 0 --supplies 0 --slots 0", "nothing raises one"},
          }) {
         const Result refused = new_board(dir, arguments);
         EXPECT_EQ(refused.status, kUsage) << arguments;

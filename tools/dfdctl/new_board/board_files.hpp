@@ -13,10 +13,15 @@ struct Choice {
     std::string name;
     long type;
     long chassis;
-    bool has_backplane;  ///< whose EEPROM tells the chassis type; else that is the board type
+    bool has_backplane;   ///< whose EEPROM tells the chassis type; else that is the board type
+    bool has_product_id;  ///< which tells the board type; else the EEPROM of the board does
     long fans;
     long supplies;
     long slots;
+    long ports;
+    bool has_cards;  ///< in the slots beside that of the board
+    bool has_peer;
+    bool has_interrupts;
 };
 
 struct File {

@@ -19,13 +19,21 @@ using new_board::Choice;
 /// File names of the list have at most 30 characters, of which the longest ending takes 7.
 constexpr std::size_t kLongestName = 20;
 
+constexpr std::string_view kFromProductId = "product-id";
+constexpr std::string_view kFromEeprom = "eeprom";
+
 struct Words {
     std::string name;
     std::string type = "100";
+    std::string type_from = std::string(kFromProductId);
     std::string chassis;
     std::string fans = "2";
     std::string supplies = "2";
     std::string slots = "4";
+    std::string ports = "0";
+    bool has_cards = false;
+    bool has_peer = false;
+    bool has_interrupts = false;
     std::string dir = ".";
 };
 
@@ -40,6 +48,7 @@ constexpr Range kChassis{"--chassis", 1, 255};
 constexpr Range kFans{"--fans", 0, 16};
 constexpr Range kSupplies{"--supplies", 0, 16};
 constexpr Range kSlots{"--slots", 0, 32};
+constexpr Range kPorts{"--ports", 0, 32};
 
 /// Decimal, or hexadecimal behind 0x.
 long number(const Range &range, std::string_view word) {
@@ -82,17 +91,43 @@ void check_name(const std::string &name) {
     }
 }
 
+bool is_from_product_id(const std::string &word) {
+    if (word != kFromProductId && word != kFromEeprom) {
+        throw UsageError(fmt::format("--type-from: '{}' is neither {} nor {}", word, kFromProductId,
+                                     kFromEeprom));
+    }
+    return word == kFromProductId;
+}
+
+void check_choice(const Choice &choice) {
+    if (choice.has_cards && choice.slots < 2) {
+        throw UsageError("--cards: the board itself is in slot 1; give two --slots at least");
+    }
+    const bool has_source = choice.fans + choice.supplies + choice.slots + choice.ports > 0;
+    if (choice.has_interrupts && !has_source && !choice.has_peer) {
+        throw UsageError(
+            "--interrupts: without fans, supplies, slots, ports and peer nothing raises one");
+    }
+}
+
 Choice choice_of(const Words &words) {
     check_name(words.name);
     const long type = number(kType, words.type);
     const bool has_backplane = !words.chassis.empty();
-    return {.name = words.name,
-            .type = type,
-            .chassis = has_backplane ? number(kChassis, words.chassis) : type,
-            .has_backplane = has_backplane,
-            .fans = number(kFans, words.fans),
-            .supplies = number(kSupplies, words.supplies),
-            .slots = number(kSlots, words.slots)};
+    const Choice choice{.name = words.name,
+                        .type = type,
+                        .chassis = has_backplane ? number(kChassis, words.chassis) : type,
+                        .has_backplane = has_backplane,
+                        .has_product_id = is_from_product_id(words.type_from),
+                        .fans = number(kFans, words.fans),
+                        .supplies = number(kSupplies, words.supplies),
+                        .slots = number(kSlots, words.slots),
+                        .ports = number(kPorts, words.ports),
+                        .has_cards = words.has_cards,
+                        .has_peer = words.has_peer,
+                        .has_interrupts = words.has_interrupts};
+    check_choice(choice);
+    return choice;
 }
 
 int make_board(const Words &words, std::FILE *out) {
@@ -123,11 +158,19 @@ void add_new_board(Command &top, const Options &options) {
         "Write a new board: configuration with comments, and a virtual chassis for it");
     command.word("NAME", words->name, "name of the board and of its directory");
     command.option("--type", words->type, "board type (default 100)", "N");
+    command.option("--type-from", words->type_from,
+                   "what tells it: product-id (default), left by the boot loader, or eeprom",
+                   "SOURCE");
     command.option("--chassis", words->chassis,
                    "chassis type, from an EEPROM of the backplane (default: the board type)", "N");
     command.option("--fans", words->fans, "fan trays (default 2)", "N");
     command.option("--supplies", words->supplies, "power supplies (default 2)", "N");
     command.option("--slots", words->slots, "slots (default 4)", "N");
+    command.option("--ports", words->ports, "SFP ports (default 0)", "N");
+    command.flag("--cards", words->has_cards, "line cards in the slots beside that of the board");
+    command.flag("--peer", words->has_peer, "a peer master board");
+    command.flag("--interrupts", words->has_interrupts,
+                 "interrupts of fans, supplies, slots, ports and peer");
     command.option("--dir", words->dir, "directory to make it in (default: here)", "PARENT");
     command.runs([words, &options] { return make_board(*words, options.out); });
 }

@@ -5,7 +5,6 @@
 
 #include <cctype>
 #include <charconv>
-#include <vector>
 
 namespace dfdctl::new_board {
 
@@ -173,7 +172,8 @@ std::vector<std::string_view> split(std::string_view text, char separator) {
 
 class Expander {
   public:
-    explicit Expander(std::string_view text) : lines_(split(text, '\n')) {}
+    Expander(std::string_view text, const Tables &tables)
+        : lines_(split(text, '\n')), tables_(tables) {}
 
     Expanded run(const Variables &variables) {
         Expanded result;
@@ -211,18 +211,34 @@ class Expander {
         }
     }
 
+    /// What the block of an %each is expanded with, once for each.
+    Rows rows_of(const std::vector<std::string_view> &words, const Variables &variables) const {
+        if (words.size() == 2) {
+            const auto table = tables_.find(words[1]);
+            if (table == tables_.end()) {
+                throw TemplateError(fmt::format("'{}' is no table", words[1]));
+            }
+            return table->second;
+        }
+        const long first = Expression(words[2], variables).value();
+        const long last = Expression(words[3], variables).value();
+        Rows rows;
+        for (long i = first; i <= last; ++i) {
+            rows.push_back({{std::string(words[1]), i}});
+        }
+        return rows;
+    }
+
     /// Every directive is the first line of a block. A block that is passed over is not evaluated.
     void directive(const Variables &variables, std::string *result) {
         const std::vector<std::string_view> words = split(lines_[at_], ' ');
         const std::size_t begin = at_ + 1;
-        if (result != nullptr && words[0] == "%each" && words.size() == 4) {
-            const long first = Expression(words[2], variables).value();
-            const long last = Expression(words[3], variables).value();
-            Variables inside = variables;
-            for (long i = first; i <= last; ++i) {
+        const bool is_each = words[0] == "%each" && (words.size() == 2 || words.size() == 4);
+        if (result != nullptr && is_each) {
+            for (Variables row : rows_of(words, variables)) {
+                row.insert(variables.begin(), variables.end());
                 at_ = begin;
-                inside[std::string(words[1])] = i;
-                inner(inside, result);
+                inner(row, result);
             }
         } else if (result != nullptr && words[0] == "%if" && words.size() == 2) {
             const bool is_wanted = Expression(words[1], variables).value() != 0;
@@ -237,14 +253,15 @@ class Expander {
     }
 
     std::vector<std::string_view> lines_;
+    const Tables &tables_;
     std::size_t at_ = 0;
     std::string file_;
 };
 
 }  // namespace
 
-Expanded expand(std::string_view text, const Variables &variables) {
-    return Expander(text).run(variables);
+Expanded expand(std::string_view text, const Variables &variables, const Tables &tables) {
+    return Expander(text, tables).run(variables);
 }
 
 }  // namespace dfdctl::new_board
