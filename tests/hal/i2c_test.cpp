@@ -139,6 +139,8 @@ TEST_F(I2cTest, DbA1FlagTakesOnlyAResultOfZero) {
             logged_by(DFD_DEBUG_VBOSE, [&] { EXPECT_EQ(dfd_dev_check_db_a1_flag(&flag), 0); }),
             trace);
         EXPECT_EQ(flag, expected) << byte;
+        const dfd_test::FailingCalls again(dfd_test::LibcCall::ioctl, 0, 1, 0);
+        EXPECT_EQ(dfd_dev_check_db_a1_flag(nullptr), -1);
     }
     for (const int result : {1, 3, -1, -9}) {
         const dfd_test::FailingCalls answering(dfd_test::LibcCall::ioctl, 0, 5, result);

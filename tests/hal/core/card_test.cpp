@@ -152,6 +152,14 @@ TEST_F(VoltageTest, AFailedReadingKeepsTheLock) {
         EXPECT_THAT(writes(), ElementsAre(Pair(0x1FU, 1U)));
     }
     EXPECT_EQ(reg(0x1F), 1);
+    EXPECT_EQ(dfd_test::printed_by([] {
+                  dfd_debug = DFD_DEBUG_VOL_LOCK;
+                  dfd_card_vol_lock(0);
+                  dfd_debug = 0;
+                  dfd_card_vol_lock(1);
+              }),
+              "")
+        << "a lock that can be written is no message";
     start("card_vol_num=1\n");
     EXPECT_EQ(dfd_test::printed_by([] {
                   dfd_debug = DFD_DEBUG_VOL_LOCK;
