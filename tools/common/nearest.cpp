@@ -21,20 +21,33 @@ constexpr char fold(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-/// What differs at least: letters that only one of the texts has. Far cheaper than the distance,
-/// and rules most candidates out.
-std::size_t least_distance(std::string_view a, std::string_view b) {
-    std::array<int, 256> surplus{};
-    for (const char c : a) {
-        ++surplus[static_cast<unsigned char>(fold(c))];
+/// The letters of a name, to tell what differs at least: those that only one of two texts has. Far
+/// cheaper than the distance, and rules most candidates out.
+class Letters {
+  public:
+    explicit Letters(std::string_view name) : size_(name.size()) {
+        for (const char c : name) {
+            ++counts_[index(c)];
+        }
     }
-    std::size_t only_in_b = 0;
-    for (const char c : b) {
-        only_in_b += --surplus[static_cast<unsigned char>(fold(c))] < 0 ? 1U : 0U;
+
+    std::size_t least_distance(std::string_view other) const {
+        std::array<std::uint16_t, 256> left = counts_;
+        std::size_t common = 0;
+        for (const char c : other) {
+            std::uint16_t &count = left[index(c)];
+            common += count > 0 ? 1U : 0U;
+            count = static_cast<std::uint16_t>(count - (count > 0 ? 1 : 0));
+        }
+        return std::max(size_, other.size()) - common;
     }
-    const std::size_t common = b.size() - only_in_b;
-    return std::max(a.size() - common, only_in_b);
-}
+
+  private:
+    static std::size_t index(char c) { return static_cast<unsigned char>(fold(c)); }
+
+    std::size_t size_;
+    std::array<std::uint16_t, 256> counts_{};
+};
 
 bool is_swap(std::string_view a, std::string_view b, std::size_t i, std::size_t j) {
     return i > 1 && j > 1 && fold(a[i - 1]) == fold(b[j - 2]) && fold(a[i - 2]) == fold(b[j - 1]);
@@ -75,8 +88,9 @@ std::vector<std::string> nearest_names(std::string_view name,
                                        std::span<const std::string_view> candidates,
                                        std::size_t count) {
     std::vector<std::pair<std::size_t, std::string_view>> ranked;
+    const Letters letters(name);
     for (const std::string_view candidate : candidates) {
-        if (!is_near(least_distance(name, candidate), name) && !contains(candidate, name)) {
+        if (!is_near(letters.least_distance(candidate), name) && !contains(candidate, name)) {
             continue;
         }
         const std::size_t distance = edit_distance(name, candidate);

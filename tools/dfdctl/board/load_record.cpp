@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 
 #include "common/nearest.hpp"
 #include "dfdctl/board/keys.hpp"
@@ -90,6 +91,29 @@ const SourceLine *LoadRecord::line_of(std::uint32_t key, int member) const {
     return last != setting.rend() ? &lines[last->source] : nullptr;
 }
 
+std::string refusal_of(const std::string &path) {
+    namespace fs = std::filesystem;
+    constexpr std::uintmax_t kMostBytes = 16U << 20;
+    std::error_code error;
+    switch (fs::status(path, error).type()) {
+        case fs::file_type::fifo:
+            return "it is a named pipe";
+        case fs::file_type::socket:
+            return "it is a socket";
+        case fs::file_type::character:
+        case fs::file_type::block:
+            return "it is a device";
+        case fs::file_type::regular:
+            break;
+        default:
+            return "";
+    }
+    const std::uintmax_t bytes = fs::file_size(path, error);
+    return !error && bytes > kMostBytes ? fmt::format("it has {} MiB: no configuration has over {}",
+                                                      bytes >> 20, kMostBytes >> 20)
+                                        : "";
+}
+
 std::string LoadRecord::origin_of(std::uint32_t key) const {
     const auto found = origins.find(key);
     if (found == origins.end()) {
@@ -113,7 +137,7 @@ LoadWatcher::LoadWatcher() {
     hooks_.list_opened = [](void *context, const char *path, int error) {
         LoadRecord &log = self(context).log_;
         log.list_path = path;
-        log.list_error = error != 0 ? std::strerror(error) : "";
+        log.list_error = self(context).why(error);
     };
     hooks_.listed = [](void *context, int line, const char *raw, const char *path) {
         self(context).log_.list.push_back({line, raw, path});
@@ -126,11 +150,23 @@ LoadWatcher::LoadWatcher() {
 
 void LoadWatcher::set_root(std::string root) {
     root_ = std::move(root);
-    hooks_.map_path = [](void *context, const char *path) {
-        LoadWatcher &watcher = self(context);
-        watcher.mapped_path_ = watcher.root_ + path;
-        return watcher.mapped_path_.c_str();
-    };
+    hooks_.map_path = [](void *context, const char *path) { return self(context).map(path); };
+}
+
+const char *LoadWatcher::map(const char *path) {
+    mapped_path_ = root_ + path;
+    refusal_ = refusal_of(mapped_path_);
+    if (!refusal_.empty()) {
+        mapped_path_.clear();  // no file has this name
+    }
+    return mapped_path_.c_str();
+}
+
+std::string LoadWatcher::why(int error) const {
+    if (error == 0) {
+        return "";
+    }
+    return refusal_.empty() ? std::strerror(error) : refusal_;
 }
 
 void LoadWatcher::read_everything() {
@@ -160,18 +196,18 @@ void LoadWatcher::file_opened(std::string_view path, int error) {
     log_.files.push_back({.path = std::string(path),
                           .role = role,
                           .opened = error == 0,
-                          .error = error != 0 ? std::strerror(error) : "",
+                          .error = why(error),
                           .problems = {}});
-    goes_on_in_line_ = false;
+    begin_ = 0;
 }
 
 void LoadWatcher::line(const dfd::watch::Line &line) {
     ConfigFile &file = log_.files.back();
-    file.lines += goes_on_in_line_ ? 0 : 1;
+    file.lines += begin_ == 0 ? 1 : 0;
     log_.lines.push_back({.file = log_.files.size() - 1,
                           .line = file.lines,
                           .number = line.number,
-                          .is_rest = goes_on_in_line_,
+                          .begin = begin_,
                           .raw = line.raw,
                           .name = line.name != nullptr ? line.name : "",
                           .value = line.value != nullptr ? line.value : "",
@@ -183,7 +219,8 @@ void LoadWatcher::line(const dfd::watch::Line &line) {
                           .step = line.step});
     const SourceLine &kept = log_.lines.back();
     // A shorter one without line end is the last, or is cut by a zero byte.
-    goes_on_in_line_ = !kept.raw.ends_with('\n') && kept.raw.size() >= kReaderBytes;
+    const bool is_split = !kept.raw.ends_with('\n') && kept.raw.size() >= kReaderBytes;
+    begin_ = is_split ? begin_ + kept.raw.size() : 0;
     if (line.step == Step::stored) {
         auto &origins = log_.origins[line.key];
         file.items += origins.empty() ? 1 : 0;

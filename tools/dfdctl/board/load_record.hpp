@@ -60,11 +60,11 @@ constexpr std::size_t kReaderBytes = 255;
 /// A line as the parser saw it; a line that is longer than its reader takes is several.
 struct SourceLine {
     std::size_t file;
-    int line;          ///< as an editor counts
-    int number;        ///< as the library counts
-    bool is_rest;      ///< goes on where the one before was split
-    std::string raw;   ///< line end included
-    std::string name;  ///< empty where there is none
+    int line;           ///< as an editor counts
+    int number;         ///< as the library counts
+    std::size_t begin;  ///< bytes of the line before this part: not 0 where it was split
+    std::string raw;    ///< line end included
+    std::string name;   ///< empty where there is none
     std::string value;
     const dfd::KeyRow *row;
     int member;
@@ -72,6 +72,8 @@ struct SourceLine {
     std::uint32_t index2;
     std::uint32_t key;
     dfd::watch::Step step;
+
+    bool is_rest() const { return begin != 0; }
 };
 
 /// A line of the board's list of files.
@@ -102,6 +104,10 @@ bool has_problem(const SourceLine &line);
 /// What became of such a line; empty for any other. The nearest names are looked for: for what is
 /// shown only.
 std::string problem_of(const SourceLine &line);
+
+/// Why a file is never opened at a desk, where nobody feeds a pipe and a device has no end: "it is
+/// a named pipe". Empty for one that may be.
+std::string refusal_of(const std::string &path);
 
 /// Installs hooks for as long as it lives.
 class Watching {
@@ -137,6 +143,9 @@ class LoadWatcher {
     LoadRecord take() { return std::move(log_); }
 
   private:
+    const char *map(const char *path);
+    /// Why the file that was mapped last could not be opened; empty when it was.
+    std::string why(int error) const;
     void file_opened(std::string_view path, int error);
     void line(const dfd::watch::Line &line);
 
@@ -144,7 +153,8 @@ class LoadWatcher {
     LoadRecord log_;
     std::string root_;
     std::string mapped_path_;
-    bool goes_on_in_line_ = false;
+    std::string refusal_;    ///< of the file that is opened next
+    std::size_t begin_ = 0;  ///< of the next part of a line
     std::function<void(const dfd::watch::EngineCall &)> engine_begin_;
     std::function<int(const dfd::watch::Transfer &)> answer_;
 };

@@ -153,6 +153,7 @@ LoadRecord load_offline(const BoardChoice &choice, int *result) {
 LoadRecord load_files(const std::vector<std::string> &paths) {
     forget_board();
     LoadWatcher watcher;
+    watcher.set_root("");
     watcher.read_everything();
     const Watching watching(watcher.hooks());
     for (const std::string &path : paths) {

@@ -4,6 +4,7 @@
 #include <dfd/records.h>
 #include <algorithm>
 #include <array>
+#include <deque>
 #include <map>
 #include <set>
 #include <tuple>
@@ -57,13 +58,16 @@ bool is_on_i2c(const Item &item, const info_ctrl_t &ctrl) {
 void check_i2c_item(Check &check, const Item &item, const info_ctrl_t &ctrl) {
     check_address(check, item, kAddr, ctrl.addr);
     const std::string_view path = ctrl.fpath;
-    if (!path.empty() && !is_numbered_path(path, kI2cPrefix)) {
-        check.at_member(
-            "i2c-path", item.key(), kFpath,
-            fmt::format("'{}' is no I2C bus: those are /dev/i2c-N; on any other device the "
-                        "transfer fails",
-                        path));
+    if (path.empty() || is_numbered_path(path, kI2cPrefix)) {
+        return;
     }
+    const bool is_localbus = is_hardware_mode(ctrl.mode) && ctrl.src == INFO_SRC_I2C &&
+                             (path == kFpgaPath || is_numbered_path(path, kCpldPrefix));
+    check.at_member(
+        "i2c-path", item.key(), kFpath,
+        fmt::format("'{}' is no I2C bus: those are /dev/i2c-N; on any other device the "
+                    "transfer fails{}",
+                    path, is_localbus ? "; write .src=localbus for its registers" : ""));
 }
 
 void check_localbus_item(Check &check, const Item &item, const info_ctrl_t &ctrl,
@@ -383,24 +387,36 @@ void add_conflict(Check &check, const Claim &at, const Claim &other, const Confl
                                 conflict.text));
 }
 
-/// Each claim against those before it that may reach so far; one finding a claim, none for those
-/// that something is said of.
+/// What conflict_of() looks at: claims that are alike in it are alike to all others.
+auto kind_of(const Claim &claim) {
+    return std::tuple(claim.first, claim.bytes, claim.mask, claim.is_field, claim.item.type->type,
+                      claim.ctrl->frmt, claim.ctrl->pola,
+                      claim.item.type->type == DFD_KEY_IRQ_MASK ? irq_type_of(claim.item) : 0);
+}
+
+/// Each claim against one of each kind before it that may reach so far; one finding a claim, none
+/// for those that something is said of.
 void check_registers(Check &check, const Rows &rows, const std::set<std::uint32_t> &said,
                      const Device &device, const std::vector<Claim> &claims) {
     constexpr std::uint64_t kLongest = 255;
-    std::size_t first_near = 0;
-    for (std::size_t i = 0; i < claims.size(); ++i) {
-        while (claims[first_near].first + kLongest < claims[i].first) {
-            ++first_near;
+    std::set<decltype(kind_of(claims.front()))> kinds;
+    std::deque<const Claim *> near;
+    for (const Claim &claim : claims) {
+        if (said.contains(claim.item.key())) {
+            continue;
         }
-        for (std::size_t j = first_near; j < i; ++j) {
-            const Conflict conflict = conflict_of(check.uses(), rows, device, claims[j], claims[i]);
-            const bool is_known =
-                said.contains(claims[i].item.key()) || said.contains(claims[j].item.key());
-            if (!conflict.rule.empty() && !is_known) {
-                add_conflict(check, claims[i], claims[j], conflict);
+        while (!near.empty() && near.front()->first + kLongest < claim.first) {
+            near.pop_front();
+        }
+        for (const Claim *const other : near) {
+            const Conflict conflict = conflict_of(check.uses(), rows, device, *other, claim);
+            if (!conflict.rule.empty()) {
+                add_conflict(check, claim, *other, conflict);
                 break;
             }
+        }
+        if (kinds.insert(kind_of(claim)).second) {
+            near.push_back(&claim);
         }
     }
 }

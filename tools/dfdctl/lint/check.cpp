@@ -122,12 +122,8 @@ void Check::keep(std::string_view rule, std::string file, int line, int column, 
     }
 }
 
-int Check::column_of(const SourceLine &line, std::size_t byte) const {
-    std::size_t before = 0;
-    for (const SourceLine *part = &line; part->is_rest; --part) {
-        before += part[-1].raw.size();
-    }
-    return static_cast<int>(before + byte + 1);
+int Check::column_of(const SourceLine &line, std::size_t byte) {
+    return static_cast<int>(line.begin + byte + 1);
 }
 
 void Check::at_byte(std::string_view rule, const SourceLine &line, std::size_t byte,
@@ -187,6 +183,19 @@ std::set<Check::Place> Check::places() const {
     return places;
 }
 
+bool Check::has_mistakes() const {
+    return std::ranges::any_of(findings_, [this](const Finding &finding) {
+        return finding.rule->severity != Severity::note &&
+               !allowed_.contains({finding.file, finding.rule});
+    });
+}
+
+void Check::use_allowances(std::string_view rule) {
+    for (auto &[place, allowance] : allowed_) {
+        allowance.is_used |= place.second->id == rule;
+    }
+}
+
 std::vector<Finding> Check::take() {
     std::erase_if(findings_, [this](const Finding &finding) {
         const auto allowance = allowed_.find({finding.file, finding.rule});
@@ -205,6 +214,7 @@ void check_all(Check &check) {
     check_lines(check);
     check_replaced(check);
     check_items(check);
+    check_rows(check);
     check_together(check);
     check_addresses(check);
     check_siblings(check);

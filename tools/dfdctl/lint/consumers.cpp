@@ -49,11 +49,14 @@ void check_readers(Check &check, const Item &item, std::span<const Use> uses) {
         std::ranges::any_of(uses, [](const Use &use) { return is_read(use) && use.worked; });
     if (const auto why = observe::reason_of(check.log(), item, refusal->refusal)) {
         const bool is_too_long = any_works && why->member == kLen;
-        check.at_member(any_works ? "item-refused-partly" : "item-unusable", item.key(),
-                        why->member,
-                        fmt::format("{} is of no use to {} ({}): {}{}", as_written(item),
-                                    names_of(uses, is_refused), refusal->refused, why->text,
-                                    is_too_long ? ", as others do; a smaller .len suits all" : ""));
+        const bool is_converted = why->member == kFrmt && refusal->has_processor &&
+                                  record_of<info_ctrl_t>(item)->frmt == INFO_FRMT_BUF;
+        check.at_member(
+            any_works ? "item-refused-partly" : "item-unusable", item.key(), why->member,
+            fmt::format("{} is of no use to {} ({}): {}{}{}", as_written(item),
+                        names_of(uses, is_refused), refusal->refused, why->text,
+                        is_too_long ? ", as others do; a smaller .len suits all" : "",
+                        is_converted ? "; it converts the bytes of .frmt=num_buf" : ""));
     }
 }
 
@@ -185,6 +188,10 @@ void check_consumers(Check &check, const std::set<std::uint32_t> &refused) {
 }
 
 void check_unasked(Check &check) {
+    if (check.has_mistakes()) {
+        check.use_allowances("item-unasked");
+        return;  // any of them may be why nobody asks
+    }
     const std::set<Check::Place> spoken_of = check.places();
     std::set<std::uint32_t> said;
     for (const auto &[key, origins] : check.log().origins) {

@@ -3,14 +3,18 @@
 #include <dfd/framework.h>
 #include <dfd/keys.h>
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <optional>
+#include <unordered_map>
 
 #include "common/nearest.hpp"
 #include "dfdctl/board/find_boards.hpp"
 #include "dfdctl/board/offline.hpp"
+#include "dfdctl/lint/lines.hpp"
 #include "dfdctl/lint/lint.hpp"
 #include "dfdctl/lint/survey.hpp"
 #include "hal/board_bus.h"
@@ -50,29 +54,25 @@ std::string name_of(const ListLine &line) {
                             line.path.size() - kFileDirectory.size() - kSuffix.size());
 }
 
-const ConfigFile *loaded(const LoadRecord &log, const std::string &path) {
-    const auto found = std::ranges::find(log.files, path, &ConfigFile::path);
-    return found != log.files.end() ? &*found : nullptr;
-}
-
-std::string hint_of_name(const Check &check, const std::string &name) {
-    if (name.starts_with('#')) {
+/// What a name may mean that no file has; `there` are the names of those that exist.
+std::string hint_of_name(const ListLine &line, const std::vector<std::string> &there) {
+    constexpr std::string_view kBlanks = " \r\n";
+    const std::string name = name_of(line);
+    if (name.find('#') != std::string::npos) {
         return "; a list takes no comments";
     }
     if (name.find('\t') != std::string::npos) {
-        return "; a tab is part of the name";
+        return "; a tab is part of the name, delete it";
+    }
+    const std::size_t begin = line.raw.find_first_not_of(kBlanks);
+    if (const std::size_t blank = line.raw.find(' ', begin);
+        line.raw.find_first_not_of(kBlanks, blank) != std::string::npos) {
+        return "; the space is deleted: write one name a line";
     }
     if (name.ends_with(kSuffix)) {
         return "; write the name without '.cfg'";
     }
-    std::vector<std::string> there = files_in(check.root() + std::string(kFileDirectory));
-    std::erase_if(there, [](const std::string &file) { return !file.ends_with(kSuffix); });
-    std::sort(there.begin(), there.end());
-    std::vector<std::string_view> names;
-    for (const std::string &file : there) {
-        names.push_back(std::string_view(file).substr(0, file.size() - kSuffix.size()));
-    }
-    return dfd_tools::did_you_mean(name, names);
+    return dfd_tools::did_you_mean(name, std::vector<std::string_view>(there.begin(), there.end()));
 }
 
 /// A file that the library reads without complaint, though nothing comes of it.
@@ -99,10 +99,26 @@ void check_content(Check &check, const ConfigFile &file) {
 /// A list while it is walked: lines as an editor counts them.
 class ListWalk {
   public:
-    explicit ListWalk(Check &check) : check_(check) {}
+    explicit ListWalk(Check &check) : check_(check) {
+        for (const ConfigFile &file : check.log().files) {
+            files_.emplace(file.path, &file);
+        }
+        for (const std::string &name : files_in(check.root() + std::string(kFileDirectory))) {
+            if (name.ends_with(kSuffix)) {
+                there_.push_back(name.substr(0, name.size() - kSuffix.size()));
+            }
+        }
+        std::sort(there_.begin(), there_.end());
+    }
 
     void walk() {
         const std::vector<ListLine> &list = check_.log().list;
+        const std::string_view foreign = list.empty() ? "" : foreign_encoding(list.front().raw);
+        if (!foreign.empty()) {
+            number_ = 1;
+            at("byte-order-mark", fmt::format("the list {}", foreign));
+            return;
+        }
         for (std::size_t i = 0; i < list.size(); ++i) {
             ++number_;
             const bool is_split = !list[i].raw.ends_with('\n') && i + 1 < list.size();
@@ -135,12 +151,23 @@ class ListWalk {
                            "what files between them have set",
                            name, earlier->second));
         }
-        const ConfigFile *const file = loaded(check_.log(), line.path);
-        if (is_new && file != nullptr && !file->opened) {
-            at("file-missing", fmt::format("{} cannot be opened ({}): loading stops here, files "
-                                           "behind it are lost{}",
-                                           line.path, file->error, hint_of_name(check_, name)));
+        const auto found = files_.find(line.path);
+        if (is_new && found != files_.end() && !found->second->opened) {
+            at("file-missing",
+               fmt::format(
+                   "{} cannot be opened ({}): loading stops here, files behind it are lost{}",
+                   line.path, found->second->error, hint(line, *found->second)));
         }
+    }
+
+    /// What may be wrong with a name that leads to no file.
+    std::string hint(const ListLine &line, const ConfigFile &file) const {
+        const std::string path = check_.root() + line.path;
+        std::error_code error;
+        if (fs::is_symlink(path, error)) {
+            return fmt::format("; it is a link to '{}'", fs::read_symlink(path, error).string());
+        }
+        return file.error == std::strerror(ENOENT) ? hint_of_name(line, there_) : "";
     }
 
     void at(std::string_view rule, std::string text) {
@@ -148,6 +175,8 @@ class ListWalk {
     }
 
     Check &check_;
+    std::unordered_map<std::string_view, const ConfigFile *> files_;
+    std::vector<std::string> there_;
     std::map<std::string, int> seen_;
     int number_ = 0;
 };
@@ -294,14 +323,13 @@ bool is_hex_name(const std::string &name) {
 struct NameRule {
     std::string_view directory;
     bool (*is_right)(const std::string &name);
-    std::string_view text;
+    std::string_view form;
 };
 
 constexpr NameRule kNameRules[] = {
-    {kListDirectory, is_hex_name,
-     "never read: the library takes the board type in hexadecimal, as in '0x3e'"},
+    {kListDirectory, is_hex_name, "the library takes the board type in hexadecimal, as in '0x3e'"},
     {kChassisDirectory, is_decimal_name,
-     "never read: the library takes the chassis type in decimal, as in '8.cfg'"},
+     "the library takes the chassis type in decimal, as in '8.cfg'"},
 };
 
 /// A board that its EEPROM alone tells has neither this file nor a product identifier.
@@ -309,6 +337,35 @@ bool is_pid_file_missed(const std::string &root, const std::string &path) {
     std::error_code error;
     return fs::exists(root + dfd::kProductIdFile, error) ||
            fs::exists(fs::symlink_status(root + path, error));
+}
+
+/// "; it belongs in chassis/" for a file whose name is right in another directory than its own.
+std::string other_home(std::string_view own, const std::string &name) {
+    if (own != kFileDirectory && name == kPidFile) {
+        return "; it belongs in cfg_file/";
+    }
+    for (const NameRule &rule : kNameRules) {
+        if (rule.directory != own && rule.is_right(name)) {
+            const fs::path home = fs::path(rule.directory).parent_path().filename();
+            return fmt::format("; it belongs in {}/", home.string());
+        }
+    }
+    return "";
+}
+
+/// False when the lists of the boards cannot be seen.
+bool check_readable(Check &check, const std::string &root) {
+    bool is_readable = true;
+    for (const std::string_view directory : {kChassisDirectory, kFileDirectory, kListDirectory}) {
+        std::error_code error;
+        fs::directory_iterator(root + std::string(directory), error);
+        is_readable = !error || error == std::errc::no_such_file_or_directory;
+        if (!is_readable) {
+            check.at_file("directory-unreadable", directory.substr(0, directory.size() - 1), 1,
+                          fmt::format("{}: no file in it is ever loaded", error.message()));
+        }
+    }
+    return is_readable;
 }
 
 }  // namespace
@@ -347,7 +404,7 @@ void check_files(Check &check) {
 
 void check_directory(Check &check, const std::set<std::string> &named) {
     const std::string &root = check.root();
-    if (board_types(root).empty()) {
+    if (check_readable(check, root) && board_types(root).empty()) {
         check.at_file("list-empty", kListDirectory.substr(0, kListDirectory.size() - 1), 1,
                       "no list of files here: the library starts on no board");
     }
@@ -355,7 +412,10 @@ void check_directory(Check &check, const std::set<std::string> &named) {
         const std::string directory(rule.directory);
         for (const std::string &name : files_in(root + directory)) {
             if (!rule.is_right(name)) {
-                check.at_file("file-name-odd", directory + name, 1, std::string(rule.text));
+                const std::string home = other_home(directory, name);
+                check.at_file("file-name-odd", directory + name, 1,
+                              home.empty() ? fmt::format("never read: {}", rule.form)
+                                           : fmt::format("never read here{}", home));
             }
         }
     }
@@ -392,15 +452,17 @@ void check_unlisted(Check &check, const std::string &path,
         }
     }
     if (alone.empty() || configured.empty()) {
-        check.at_file("file-unlisted", path, 1, "no list names this file: it is never loaded");
+        check.at_file("file-unlisted", path, 1,
+                      fmt::format("no list names this file: it is never loaded{}",
+                                  other_home(kFileDirectory, fs::path(path).filename())));
         return;
     }
-    check.at_file(
-        "file-forgotten", path, 1,
-        fmt::format("no list names this file, though it alone sets {}{}: it is never "
-                    "loaded",
-                    as_written(item_of_key(alone[0])),
-                    alone.size() > 1 ? fmt::format(" and {} more", alone.size() - 1) : ""));
+    check.at_file("file-forgotten", path, 1,
+                  fmt::format("no list names this file, though it alone sets {}{}: it is never "
+                              "loaded{}",
+                              as_written(item_of_key(alone[0])),
+                              alone.size() > 1 ? fmt::format(" and {} more", alone.size() - 1) : "",
+                              other_home(kFileDirectory, fs::path(path).filename())));
 }
 
 }  // namespace dfdctl::lint

@@ -12,7 +12,6 @@ namespace {
 
 using dfd::watch::Step;
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kBlanks = " \t\r\n\v\f";
 
 /// Kept for one finding a file, at the first of the lines.
@@ -69,7 +68,7 @@ std::string outcome(const SourceLine &rest) {
 const SourceLine *harmful_rest(const Check &check, const SourceLine &line) {
     const auto &lines = check.log().lines;
     const auto first = static_cast<std::size_t>(&line - lines.data());
-    for (std::size_t i = first + 1; i < lines.size() && lines[i].is_rest; ++i) {
+    for (std::size_t i = first + 1; i < lines.size() && lines[i].is_rest(); ++i) {
         const bool is_blank = lines[i].step == Step::blank;
         const bool is_comment = lines[i].step == Step::comment && line.step == Step::comment;
         if (!is_blank && !is_comment) {
@@ -97,9 +96,7 @@ bool check_length(Check &check, const SourceLine &line) {
 
 void check_odd_bytes(Check &check, const SourceLine &line) {
     if (is_cut_by_zero(check, line)) {
-        check.at_byte("unprintable", line, line.raw.size(),
-                      "a zero byte: the library does not see the rest of this line");
-        return;
+        return;  // told once for the file
     }
     const std::size_t odd = find_odd_byte(line.raw);
     if (odd < line.raw.size()) {
@@ -129,6 +126,11 @@ class FileHabits {
         if (is_crlf) {
             crlf_.seen(line, line.raw.size() - 2);
         }
+        is_foreign_ = line.number == 1 ? !foreign_encoding(line.raw).empty() : is_foreign_;
+        if (!is_foreign_ && line.step != dfd::watch::Step::comment &&
+            is_cut_by_zero(check_, line)) {
+            zeros_.seen(line, line.raw.size());
+        }
         const std::size_t tab = line.raw.find('\t');
         if (tab != std::string::npos && line.step == Step::stored) {
             tabs_.seen(line, tab);
@@ -151,6 +153,15 @@ class FileHabits {
                                        "harmless behind names and around values; use spaces",
                                        tabs_.count()));
         }
+        if (zeros_.first != nullptr) {
+            check_.at_byte("unprintable", *zeros_.first, zeros_.byte,
+                           zeros_.lines == 1
+                               ? "a zero byte: the library does not see the rest of this line"
+                               : fmt::format("zero bytes in {} of this file, as UTF-16 text has "
+                                             "them: the library does not see the rest of such a "
+                                             "line; save it as plain ASCII",
+                                             zeros_.count()));
+        }
         if (!last_->raw.ends_with('\n')) {
             check_.at_byte("no-final-newline", *last_, last_->raw.size(),
                            "the last line has no line end: it counts, but a line appended to the "
@@ -162,6 +173,7 @@ class FileHabits {
     FileHabits &operator=(const FileHabits &other) {
         crlf_ = other.crlf_;
         tabs_ = other.tabs_;
+        zeros_ = other.zeros_;
         last_ = other.last_;
         return *this;
     }
@@ -170,10 +182,23 @@ class FileHabits {
     Check &check_;
     Habit crlf_;
     Habit tabs_;
+    Habit zeros_;
+    bool is_foreign_ = false;
     const SourceLine *last_ = nullptr;
 };
 
 }  // namespace
+
+std::string_view foreign_encoding(std::string_view begin) {
+    if (begin.starts_with("\xEF\xBB\xBF")) {
+        return "begins with a byte order mark, which is part of its first line to the library; "
+               "save "
+               "it without";
+    }
+    return begin.starts_with("\xFF\xFE") || begin.starts_with("\xFE\xFF")
+               ? "is UTF-16 text, of which the library sees next to nothing; save it as plain ASCII"
+               : "";
+}
 
 std::string_view without_end(std::string_view text) {
     const std::size_t last = text.find_last_not_of(kBlanks);
@@ -188,10 +213,9 @@ std::string loss(const Check &check, const SourceLine &line) {
 }
 
 bool check_bytes(Check &check, const SourceLine &line) {
-    if (line.number == 1 && line.raw.starts_with(kByteOrderMark)) {
-        check.at_byte("byte-order-mark", line, 0,
-                      "the file begins with a byte order mark, which is part of its first line to "
-                      "the library; save it without");
+    const std::string_view foreign = line.number == 1 ? foreign_encoding(line.raw) : "";
+    if (!foreign.empty()) {
+        check.at_byte("byte-order-mark", line, 0, fmt::format("the file {}", foreign));
         return false;
     }
     if (!check_length(check, line)) {
@@ -208,7 +232,7 @@ void check_lines(Check &check) {
     FileHabits habits(check);
     for (const SourceLine &line : check.log().lines) {
         habits.seen(line);
-        if (line.is_rest || !check_bytes(check, line)) {
+        if (line.is_rest() || !check_bytes(check, line)) {
             continue;
         }
         check_name(check, line);

@@ -20,9 +20,13 @@ struct NumberText {
     std::size_t digits;  ///< length of the part that the library reads
 };
 NumberText judge_number(std::string_view text);
+/// "; hexadecimal begins with 0x: write 0xa0" for "a0"; empty for what is no such text.
+std::string hint_of_hex(std::string_view text);
 /// What the library makes of it.
 std::string number_read(std::string_view text);
 
+/// What is wrong with a file that begins so: a byte order mark, UTF-16. Empty for any other.
+std::string_view foreign_encoding(std::string_view begin);
 /// A text without what stands behind its last character that is no blank.
 std::string_view without_end(std::string_view text);
 /// What files behind this one lose when its loading ends.

@@ -6,6 +6,7 @@
 #include "common/nearest.hpp"
 #include "dfdctl/board/keys.hpp"
 #include "dfdctl/lint/lines.hpp"
+#include "dfdctl/lint/survey.hpp"
 #include "framework/dfd_lib_cfg/members.h"
 
 #include <fmt/format.h>
@@ -70,13 +71,6 @@ std::string takes(const dfd::KeyRow &row) {
 }
 
 void unknown_key(Check &check, const SourceLine &line) {
-    const std::size_t tab = line.name.find('\t');
-    if (tab != std::string::npos && tab < without_end(line.name).size()) {
-        check.add("tab-in-name", line, tab,
-                  "a tab in the name is part of it: the library knows no such item and ignores the "
-                  "line; use spaces");
-        return;
-    }
     const std::string_view key = written_key(line);
     check.at_name("unknown-key", line,
                   fmt::format("the line is ignored: '{}' is no item{}", key,
@@ -180,7 +174,7 @@ void check_index(Check &check, const SourceLine &line, std::string_view text, in
             break;
         case Flaw::rubbish:
             check.add("index-rubbish", line, at,
-                      fmt::format("'{}' is no plain number: {}", text, made));
+                      fmt::format("'{}' is no plain number: {}{}", text, made, hint_of_hex(text)));
             break;
         case Flaw::octal:
             check.add("number-octal", line, at,
@@ -245,6 +239,23 @@ void stored(Check &check, const SourceLine &line) {
     }
 }
 
+/// Behind the last character of a name a tab is harmless; before it, it is part of the name.
+bool check_tab(Check &check, const SourceLine &line) {
+    const std::size_t tab = line.name.find('\t');
+    if (tab >= without_end(line.name).size()) {
+        return true;
+    }
+    check.add(
+        "tab-in-name", line, tab,
+        fmt::format(
+            "a tab in the name is part of it: {}; use spaces",
+            line.step == Step::unknown_key ? "the library knows no such item and ignores the line"
+            : line.step == Step::stored
+                ? fmt::format("the library takes it for '{}'", as_written(item_of_key(line.key)))
+                : "the line is skipped"));
+    return false;
+}
+
 std::string hint_of_comment(std::string_view text) {
     const std::size_t begin = text.find_first_not_of(" \t");
     if (begin == std::string_view::npos) {
@@ -259,6 +270,9 @@ std::string hint_of_comment(std::string_view text) {
 }  // namespace
 
 void check_name(Check &check, const SourceLine &line) {
+    if (!check_tab(check, line)) {
+        return;
+    }
     switch (line.step) {
         case Step::blank:
         case Step::comment:

@@ -66,6 +66,7 @@ bool looks_octal(std::string_view digits) {
 void check_number(Check &check, const SourceLine &line) {
     const NumberText number = judge_number(line.value);
     const std::string_view value = line.value;
+    const std::string hint = hint_of_hex(value);
     switch (number.flaw) {
         case Flaw::none:
             break;
@@ -77,13 +78,13 @@ void check_number(Check &check, const SourceLine &line) {
             }
             break;
         case Flaw::rubbish:
-            check.at_value(
-                "number-rubbish", line,
-                number.digits == 0
-                    ? fmt::format("'{}' is no number: stored as {}", value, number_read(value))
-                    : fmt::format("'{}' is read up to '{}': stored as {}; write a whole "
-                                  "number alone",
-                                  value, value.substr(0, number.digits), number_read(value)));
+            check.at_value("number-rubbish", line,
+                           number.digits == 0
+                               ? fmt::format("'{}' is no number: stored as {}{}", value,
+                                             number_read(value), hint)
+                               : fmt::format("'{}' is read up to '{}': stored as {}{}", value,
+                                             value.substr(0, number.digits), number_read(value),
+                                             hint.empty() ? "; write a whole number alone" : hint));
             break;
         case Flaw::octal:
             check.at_value("number-octal", line,
@@ -257,6 +258,12 @@ NumberText judge_number(std::string_view text) {
         return {Flaw::range, end};
     }
     return {!is_hex && looks_octal(digits) ? Flaw::octal : Flaw::none, end};
+}
+
+std::string hint_of_hex(std::string_view text) {
+    const bool is_hex = text.find_first_not_of(kHexadecimal) == std::string_view::npos &&
+                        text.find_first_not_of(kDecimal) != std::string_view::npos;
+    return is_hex ? fmt::format("; hexadecimal begins with 0x: write 0x{}", text) : "";
 }
 
 std::string number_read(std::string_view text) {

@@ -94,6 +94,10 @@ class Check {
     /// What the library's functions make of the items; observed when it is first asked for.
     const Uses &uses() const;
 
+    /// An error or a warning by now, those that the files allow left out.
+    bool has_mistakes() const;
+    /// A rule that is not judged on this board may still be allowed.
+    void use_allowances(std::string_view rule);
     /// File as the library names it, and line.
     using Place = std::pair<std::string, int>;
     /// Where there are findings by now.
@@ -110,7 +114,7 @@ class Check {
 
   private:
     /// Where a byte of a line stands in the line as a whole, from 1.
-    int column_of(const SourceLine &line, std::size_t byte) const;
+    static int column_of(const SourceLine &line, std::size_t byte);
     void keep(std::string_view rule, std::string file, int line, int column, std::string text);
     void read_allowances();
     void allow(std::string_view id, const SourceLine &line);
@@ -132,6 +136,7 @@ void check_lines(Check &check);      ///< lines_*.cpp: what a line says
 void check_replaced(Check &check);   ///< lines that replace, shadow or swallow others
 void check_items(Check &check);      ///< items.cpp: descriptions that can never work
 void check_siblings(Check &check);   ///< siblings.cpp: one unit described unlike all the others
+void check_rows(Check &check);       ///< rows.cpp: places in a row of units that look like slips
 void check_together(Check &check);   ///< together_*.cpp: items that belong together
 void check_addresses(Check &check);  ///< addresses.cpp: buses, addresses, the register map
 void check_files(Check &check);      ///< files.cpp: list file, missing files, chassis file

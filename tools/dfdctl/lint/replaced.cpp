@@ -2,6 +2,7 @@
 // Lines that replace others, and conversion entries that hide others.
 #include <dfd/framework.h>
 
+#include <algorithm>
 #include <array>
 #include <unordered_map>
 
@@ -22,8 +23,11 @@ bool is_name_list(std::uint32_t type) {
     return type == DFD_KEY_CARD_PID_STR || type == DFD_KEY_POWER_NAME || type == DFD_KEY_FAN_NAME;
 }
 
+constexpr std::array kConversions = {DFD_KEY_FAN_SPEEDLVL_CONVERT, DFD_KEY_CARD_PID_STR,
+                                     DFD_KEY_POWER_NAME, DFD_KEY_FAN_NAME};
+
 bool feeds_list(std::uint32_t type) {
-    return is_name_list(type) || type == DFD_KEY_FAN_SPEEDLVL_CONVERT;
+    return std::ranges::find(kConversions, type) != kConversions.end();
 }
 
 /// The item that a line names, by the whole indexes.
@@ -85,63 +89,32 @@ void check_cut(Check &check, const SourceLine &line) {
     }
 }
 
-/// One conversion list: the lines that fed it, and its look-up.
-struct Conversion {
-    std::uint32_t type;
-    const dfd_list_head_t *list;
-    void (*look_up)(const std::string &value);
-};
-
-template <auto Function>
-void look_up_text(const std::string &value) {
-    std::uint32_t type = 0;
-    Function(value.c_str(), &type);
-}
-
-void look_up_speed(const std::string &value) {
-    const auto *const record = value.c_str();
-    int level = 0;
-    dfd_lib_cfg_get_fan_speedlvl_by_regval(dfd::number_from_text(record), &level);
-}
-
-const Conversion kConversions[] = {
-    {DFD_KEY_FAN_SPEEDLVL_CONVERT, &dfd_lib_cfg_fan_splvl_conv_lst, look_up_speed},
-    {DFD_KEY_CARD_PID_STR, &dfd_lib_cfg_pid_str_conv_lst,
-     look_up_text<dfd_lib_cfg_get_card_type_by_pid_str>},
-    {DFD_KEY_POWER_NAME, &dfd_lib_cfg_power_name_conv_lst,
-     look_up_text<dfd_lib_cfg_get_power_type_by_name>},
-    {DFD_KEY_FAN_NAME, &dfd_lib_cfg_fan_name_conv_lst,
-     look_up_text<dfd_lib_cfg_get_fan_type_by_name>},
-};
-
-/// The entry that the library's own look-up ends at.
-class LookUps {
+/// Entries of one conversion list, and where a look-up ends: at the first entry whose text begins
+/// the text that is looked up, or whose number is that number.
+class Entries {
   public:
-    explicit LookUps(const Conversion &conversion) : conversion_(conversion) {
-        hooks_.context = this;
-        hooks_.converted = [](void *context, const dfd_list_head_t &, const char *, std::uint32_t,
-                              const val_convert_node_t *found) {
-            static_cast<LookUps *>(context)->found_ = found;
-        };
-        std::size_t ordinal = 0;
-        for (const auto *link = conversion.list->next; link != conversion.list; link = link->next) {
-            ordinals_.emplace(link, ordinal++);
-        }
-    }
+    explicit Entries(std::uint32_t type) : is_text_(type != DFD_KEY_FAN_SPEEDLVL_CONVERT) {}
 
-    /// Position in the list; that behind the last one when nothing is found.
-    std::size_t find(const std::string &value) {
-        found_ = nullptr;
-        const Watching watching(hooks_);
-        conversion_.look_up(value);
-        return found_ == nullptr ? ordinals_.size() : ordinals_.at(&found_->lst);
+    /// Adds the entry of a line. The one that a look-up of its value ends at: of an earlier line,
+    /// or of this.
+    const SourceLine &add(const SourceLine &line) {
+        const std::string value = is_text_ ? line.value : number_of(line);
+        const SourceLine *first = first_.try_emplace(value, &line).first->second;
+        // An entry that is shorter may still come before an equal one.
+        for (std::size_t size = 0; is_text_ && size < value.size(); ++size) {
+            const auto found = first_.find(value.substr(0, size));
+            first = found != first_.end() ? std::min(first, found->second) : first;
+        }
+        return *first;
     }
 
   private:
-    const Conversion &conversion_;
-    dfd::watch::Hooks hooks_;
-    std::unordered_map<const dfd_list_head_t *, std::size_t> ordinals_;
-    const val_convert_node_t *found_ = nullptr;
+    static std::string number_of(const SourceLine &line) {
+        return std::to_string(dfd::number_from_text(line.value.c_str()));
+    }
+
+    bool is_text_;
+    std::unordered_map<std::string, const SourceLine *> first_;  ///< by value; lines in their order
 };
 
 void check_hidden(Check &check, const SourceLine &line, const SourceLine &winner) {
@@ -169,26 +142,22 @@ void check_hidden(Check &check, const SourceLine &line, const SourceLine &winner
                                line.index1, is_longer ? "; put the longer text first" : ""));
 }
 
-void check_conversion(Check &check, const Conversion &conversion) {
-    std::vector<const SourceLine *> entries;
+void check_conversion(Check &check, std::uint32_t type) {
+    Entries entries(type);
     for (const SourceLine &line : check.log().lines) {
-        if (line.step == Step::stored && line.row->type == conversion.type) {
-            entries.push_back(&line);
+        if (line.step != Step::stored || line.row->type != type) {
+            continue;
         }
-    }
-    LookUps look_ups(conversion);
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        const SourceLine &line = *entries[i];
-        if (is_name_list(conversion.type) && line.value.empty()) {
+        if (is_name_list(type) && line.value.empty()) {
             check.at_value("conversion-empty", line,
                            fmt::format("an empty text fits every text: look-ups that come here "
                                        "give {}, and no entry behind it is ever found",
                                        line.index1));
         }
-        if (const std::size_t found = look_ups.find(line.value); found < i) {
-            check_hidden(check, line, *entries[found]);
+        if (const SourceLine &found = entries.add(line); &found != &line) {
+            check_hidden(check, line, found);
         }
-        if (conversion.type == DFD_KEY_CARD_PID_STR &&
+        if (type == DFD_KEY_CARD_PID_STR &&
             line.value.size() > std::size_t{dfd::kProductIdLength}) {
             check.at_value(
                 "pid-too-long", line,
@@ -210,8 +179,8 @@ void check_replaced(Check &check) {
             check_cut(check, line);
         }
     }
-    for (const Conversion &conversion : kConversions) {
-        check_conversion(check, conversion);
+    for (const std::uint32_t type : kConversions) {
+        check_conversion(check, type);
     }
 }
 

@@ -147,8 +147,8 @@ void check_readable(const std::string &path) {
         throw UsageError(
             fmt::format("'{}' is a directory; --root checks the boards below one", path));
     }
-    if (fs::is_character_file(path, error)) {
-        throw UsageError(fmt::format("'{}' is a device: it has no end to read to", path));
+    if (const std::string refusal = refusal_of(path); !refusal.empty()) {
+        throw UsageError(fmt::format("cannot check '{}': {}", path, refusal));
     }
     std::FILE *const file = std::fopen(path.c_str(), "r");
     if (file == nullptr) {

@@ -5,6 +5,7 @@
 // k. Where a level has no status register the way ends, and its bit is reported with 0 below it.
 #include <dfd/keys.h>
 #include <dfd/records.h>
+#include <algorithm>
 #include <array>
 #include <set>
 
@@ -22,6 +23,7 @@ constexpr std::uint32_t kBits = 8;
 constexpr std::uint32_t kByteBits = 8;
 constexpr std::uint32_t kByte = 0xFF;
 constexpr int kIrqType = 0;
+constexpr int kIrqUnit = 1;
 constexpr int kControllerMembers = 3;
 constexpr int kMaxControllers = 5;
 
@@ -218,6 +220,47 @@ void check_unmaskable(Check &check, const Item &item) {
                     irq_type_word(masked != nullptr ? masked->type : 0)));
 }
 
+/// Sources of units, whose number the handler gets as .val0, and the items that units have.
+struct UnitSource {
+    std::uint32_t type;
+    std::uint32_t presence;
+};
+constexpr std::array kUnitSources = {UnitSource{IRQ_TYPE_CARD, DFD_KEY_SLOT_ONLINE},
+                                     UnitSource{IRQ_TYPE_POWER, DFD_KEY_POWER_PRESENT},
+                                     UnitSource{IRQ_TYPE_FAN, DFD_KEY_FAN_STATE},
+                                     UnitSource{IRQ_TYPE_SFP, DFD_KEY_PORT_SFP_STATE}};
+
+void check_unit_number(Check &check, const Item &item, const UnitSource &of, bool is_usual) {
+    const irq_info_t &info = *record_of<irq_info_t>(item);
+    const std::vector<Item> units = configured(check, of.presence);
+    if (!is_set(check, item, kIrqUnit)) {
+        if (is_usual) {
+            check.at_item("irq-without-unit", item.key(),
+                          fmt::format("{} has no .val0, as others of type {} have: their handler "
+                                      "takes it for unit 0",
+                                      as_written(item), irq_type_word(info.type)));
+        }
+    } else if (!units.empty() && info.val0 > units.back().index1) {
+        check.at_member("irq-unit-beyond", item.key(), kIrqUnit,
+                        fmt::format("{} is of {} {}, but the last one is {}", as_written(item),
+                                    irq_type_word(info.type), info.val0, as_written(units.back())));
+    }
+}
+
+void check_unit_numbers(Check &check) {
+    for (const UnitSource &of : kUnitSources) {
+        std::vector<Item> sources = configured(check, DFD_KEY_IRQ_INFO);
+        std::erase_if(sources, [&](const Item &item) {
+            return record_of<irq_info_t>(item)->type != of.type || !is_set(check, item, kIrqType);
+        });
+        const bool is_usual = std::ranges::any_of(
+            sources, [&](const Item &item) { return is_set(check, item, kIrqUnit); });
+        for (const Item &item : sources) {
+            check_unit_number(check, item, of, is_usual);
+        }
+    }
+}
+
 void check_controllers(Check &check) {
     const int controllers = int_value(DFD_KEY_IRQ_CTRL_NUM, 1);
     if (controllers < 1 || controllers > kMaxControllers) {
@@ -262,6 +305,7 @@ void check_irq_sources(Check &check) {
     }
     check_levels(check);
     check_status_fields(check);
+    check_unit_numbers(check);
     check_controllers(check);
     check_flags(check);
 }

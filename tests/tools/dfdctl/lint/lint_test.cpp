@@ -126,7 +126,7 @@ TEST(Lint, FaultsLeaveStandardOutputEmpty) {
         {"--board 0x3x", "'0x3x' is no board type"},
         {"no-such.cfg", "cannot read 'no-such.cfg': No such file or directory"},
         {"lines", "'lines' is a directory"},
-        {"/dev/zero", "'/dev/zero' is a device"},
+        {"/dev/zero", "cannot check '/dev/zero': it is a device"},
         {"lines/names.cfg --root files", "without --root and --board"},
         {"--allow tabs lines/names.cfg", "'tabs' is no rule, did you mean 'tab'?"},
         {"--json --sarif lines/names.cfg", "choose one"},
@@ -136,6 +136,36 @@ TEST(Lint, FaultsLeaveStandardOutputEmpty) {
         EXPECT_EQ(result.status, 2) << row.arguments;
         EXPECT_EQ(result.out, "") << row.arguments;
         EXPECT_THAT(result.err, HasSubstr(row.message));
+    }
+}
+
+/// In the place of a file of a board.
+TEST(Lint, RefusesWhatHasNoEnd) {
+    const struct {
+        const char *create;
+        const char *file;
+        const char *message;
+    } kCases[] = {
+        {"mkfifo", "cfg_file/a.cfg", "a.cfg cannot be opened (it is a named pipe)"},
+        {"mkfifo", "file_name/0x1", "the list cannot be read: it is a named pipe"},
+        {"mkfifo", "cfg_file/card_pid.cfg", "[pid-file-missing]: it is a named pipe"},
+        {"mkfifo", "chassis/1.cfg", "[chassis-file-missing]: it is a named pipe"},
+        {"ln -sf /dev/zero", "cfg_file/a.cfg", "a.cfg cannot be opened (it is a device)"},
+        {"truncate -s 17M", "cfg_file/a.cfg", "it has 17 MiB: no configuration has over 16"},
+    };
+    for (const auto &row : kCases) {
+        const tools_test::TempDir directory;
+        const std::string root = directory.path();
+        const std::string etc = root + "/etc/cfg/dfd/";
+        for (const char *const each : {"file_name", "cfg_file", "chassis"}) {
+            fs::create_directories(etc + each);
+        }
+        tools_test::write_file(etc + "file_name/0x1", "a\n");
+        tools_test::write_file(etc + "cfg_file/a.cfg", "my_cpuid=1\n");
+        const Result result =
+            run("rm -f " + etc + row.file + " && " + row.create + " " + etc + row.file +
+                " && timeout 20 " BUILD_DIR "/dfdctl lint --root " + root);
+        EXPECT_THAT(result.out, HasSubstr(row.message)) << row.create << " " << row.file;
     }
 }
 

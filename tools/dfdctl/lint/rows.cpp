@@ -1,0 +1,257 @@
+// SPDX-License-Identifier: MIT
+// Places in a row of equal units: a number that looks as if it were meant in hexadecimal, a
+// register or a bus unlike those of all others, a unit that was left out.
+#include <dfd/keys.h>
+#include <dfd/records.h>
+#include <algorithm>
+#include <array>
+#include <map>
+#include <optional>
+#include <set>
+#include <tuple>
+
+#include "dfdctl/board/facts.hpp"
+#include "dfdctl/lint/survey.hpp"
+
+#include <fmt/format.h>
+
+namespace dfdctl::lint {
+
+namespace {
+
+/// So many others have to agree.
+constexpr std::size_t kLeastOthers = 3;
+
+/// Numbered, but no row of equal units.
+constexpr std::array kUnlike = {
+    DFD_KEY_CPLD_VERSION,   DFD_KEY_E2_WRITE_PROTECT, DFD_KEY_SOFT_LED_CTRL,
+    DFD_KEY_IRQ_MASK,       DFD_KEY_CARD_TEMP_CTRL,   DFD_KEY_2ND_IRQ_STATUS,
+    DFD_KEY_3RD_IRQ_STATUS, DFD_KEY_2ND_IRQ_CLEAR,    DFD_KEY_3RD_IRQ_CLEAR};
+
+struct Unit {
+    Item item;
+    const info_ctrl_t *ctrl;
+};
+using Row = std::vector<Unit>;
+
+/// Items of one type and source, in the order of their indexes.
+std::vector<Row> rows_of(const Check &check) {
+    std::map<std::pair<std::uint32_t, int>, Row> rows;
+    for (const Item &item : configured(check, Kind::info_ctrl)) {
+        const auto &ctrl = *record_of<info_ctrl_t>(item);
+        const bool is_row = std::ranges::find(kUnlike, item.type->type) == kUnlike.end();
+        if (is_row && is_hardware_mode(ctrl.mode) && !is_place_only(item)) {
+            rows[{item.type->type, ctrl.src}].push_back({item, &ctrl});
+        }
+    }
+    std::vector<Row> long_rows;
+    for (auto &[key, row] : rows) {
+        if (row.size() > kLeastOthers) {
+            long_rows.push_back(std::move(row));
+        }
+    }
+    return long_rows;
+}
+
+/// The one that is unlike all others, which agree.
+template <typename Value>
+std::optional<std::size_t> odd_one(const std::vector<Value> &values) {
+    // Of the first three two are of the majority, if there is one.
+    const Value &majority = values[0] == values[1] ? values[0] : values[2];
+    const auto is_odd = [&](const Value &value) { return value != majority; };
+    const auto found = std::ranges::find_if(values, is_odd);
+    return std::ranges::count_if(values, is_odd) == 1
+               ? std::optional(static_cast<std::size_t>(found - values.begin()))
+               : std::nullopt;
+}
+
+std::uint32_t value_of(const info_ctrl_t &ctrl, CtrlMember member) {
+    return member == kAddr ? ctrl.addr : ctrl.reg_offset;
+}
+
+/// The number whose digits a line writes, were they hexadecimal; nothing where they say so.
+std::optional<std::uint32_t> as_hexadecimal(const SourceLine *line) {
+    constexpr int kHex = 16;
+    constexpr std::size_t kMostDigits = 8;
+    const bool is_decimal = line != nullptr && line->value.size() > 1 &&
+                            line->value.size() <= kMostDigits &&
+                            line->value.find_first_not_of("0123456789") == std::string::npos;
+    return is_decimal
+               ? std::optional(static_cast<std::uint32_t>(std::stoul(line->value, nullptr, kHex)))
+               : std::nullopt;
+}
+
+/// Whether a number could go on or complete a row of others, by their smallest step.
+bool fits(const std::set<std::uint32_t> &others, std::uint32_t number) {
+    std::uint32_t step = others.size() > 1 ? *others.rbegin() - *others.begin() : 1;
+    for (auto at = others.begin(); std::next(at) != others.end(); ++at) {
+        step = std::min(step, *std::next(at) - *at);
+    }
+    return number + step >= *others.begin() && number <= *others.rbegin() + step;
+}
+
+/// A decimal number among hexadecimal ones, whose digits would fit if they were hexadecimal too.
+void check_base(Check &check, const Row &row, CtrlMember member) {
+    const Unit *decimal = nullptr;
+    std::set<std::uint32_t> others;
+    std::size_t hexadecimal = 0;
+    for (const Unit &unit : row) {
+        const SourceLine *const line = check.line_of(unit.item.key(), member);
+        if (line != nullptr && line->value.starts_with("0x")) {
+            others.insert(value_of(*unit.ctrl, member));
+            ++hexadecimal;
+        } else if (as_hexadecimal(line)) {
+            if (decimal != nullptr) {
+                return;
+            }
+            decimal = &unit;
+        }
+    }
+    if (decimal == nullptr || hexadecimal < kLeastOthers) {
+        return;
+    }
+    const std::uint32_t number = value_of(*decimal->ctrl, member);
+    const std::uint32_t meant = *as_hexadecimal(check.line_of(decimal->item.key(), member));
+    if (fits(others, meant) && !fits(others, number)) {
+        check.at_member("number-base", decimal->item.key(), member,
+                        fmt::format("{}: {} is {:#x}, while the {} others of this row are {:#x} to "
+                                    "{:#x}: is {:#x} meant?",
+                                    as_written(decimal->item, info_ctrl_mem_str[member]), number,
+                                    number, hexadecimal, *others.begin(), *others.rbegin(), meant));
+    }
+}
+
+void add_odd(Check &check, const Row &row, std::size_t odd, CtrlMember member, std::string others) {
+    const SourceLine *const line = check.line_of(row[odd].item.key(), member);
+    check.at_member(
+        "unit-differs", row[odd].item.key(), member,
+        fmt::format("{} has {}, while the {} others of this row have {}", as_written(row[odd].item),
+                    line != nullptr ? fmt::format("{}={}", info_ctrl_mem_str[member], line->value)
+                                    : fmt::format("no {}", info_ctrl_mem_str[member]),
+                    row.size() - 1, others));
+}
+
+/// Chips of their own have equal registers; one chip for several units has one for each.
+void check_register(Check &check, const Row &row) {
+    std::set<std::tuple<std::string_view, std::uint32_t>> chips;
+    std::vector<std::uint32_t> registers;
+    for (const Unit &unit : row) {
+        chips.emplace(unit.ctrl->fpath, unit.ctrl->addr);
+        registers.push_back(unit.ctrl->reg_offset);
+    }
+    const auto odd = odd_one(registers);
+    if (chips.size() == row.size() && odd) {
+        add_odd(check, row, *odd, kRegOffset, fmt::format("{:#x}", registers[*odd == 0 ? 1 : 0]));
+    }
+}
+
+/// How many items use each device file.
+std::map<std::string_view, int> uses_of_paths(const Check &check) {
+    std::map<std::string_view, int> uses;
+    for (const Item &item : configured(check, Kind::info_ctrl)) {
+        ++uses[record_of<info_ctrl_t>(item)->fpath];
+    }
+    return uses;
+}
+
+/// A device that nothing else uses, where all others of the row are on one.
+void check_path(Check &check, const Row &row, const std::map<std::string_view, int> &uses,
+                std::set<std::uint32_t> &said) {
+    std::vector<std::string_view> paths;
+    for (const Unit &unit : row) {
+        paths.emplace_back(unit.ctrl->fpath);
+    }
+    const auto odd = odd_one(paths);
+    if (odd && !paths[*odd].empty() && uses.at(paths[*odd]) == 1) {
+        said.insert(row[*odd].item.key());
+        add_odd(check, row, *odd, kFpath,
+                fmt::format("{}; nothing else uses this device", paths[*odd == 0 ? 1 : 0]));
+    }
+}
+
+/// A CPLD that a single item uses on a board whose other CPLDs have many.
+void check_lonely(Check &check, const std::map<std::string_view, int> &uses,
+                  const std::set<std::uint32_t> &said) {
+    constexpr int kMany = 8;
+    constexpr std::string_view kCpldPrefix = "/dev/cpld";
+    const bool has_busy = std::ranges::any_of(uses, [](const auto &use) {
+        return is_numbered_path(use.first, kCpldPrefix) && use.second >= kMany;
+    });
+    if (!has_busy) {
+        return;
+    }
+    for (const Item &item : configured(check, Kind::info_ctrl)) {
+        const std::string_view path = record_of<info_ctrl_t>(item)->fpath;
+        if (is_numbered_path(path, kCpldPrefix) && uses.at(path) == 1 &&
+            !said.contains(item.key())) {
+            check.at_member("device-once", item.key(), kFpath,
+                            fmt::format("{} is the only item on {}: is that the device?",
+                                        as_written(item), path));
+        }
+    }
+}
+
+/// The one number that a row of at least three leaves out.
+std::optional<std::uint32_t> gap_in(const std::set<std::uint32_t> &numbers) {
+    const bool is_one_missing =
+        numbers.size() >= kLeastOthers && *numbers.rbegin() - *numbers.begin() == numbers.size();
+    if (!is_one_missing) {
+        return std::nullopt;
+    }
+    std::uint32_t expected = *numbers.begin();
+    for (const std::uint32_t number : numbers) {
+        if (number != expected) {
+            break;
+        }
+        ++expected;
+    }
+    return expected;
+}
+
+void check_gaps(Check &check) {
+    std::map<std::uint32_t, std::set<std::uint32_t>> units;
+    for (const Item &item : configured(check, Kind::info_ctrl)) {
+        const std::uint32_t type = item.type->type;
+        // Slots may well be left out, trays and supplies not.
+        if (presence_type_of(type) != 0 || type == DFD_KEY_FAN_STATE ||
+            type == DFD_KEY_POWER_PRESENT) {
+            units[type].insert(item.index1);
+        }
+    }
+    for (const auto &[type, numbers] : units) {
+        const auto gap = gap_in(numbers);
+        // Trays that are counted are those of count-unmet.
+        if (!gap || (type == DFD_KEY_FAN_STATE && has(DFD_KEY_FAN_NUM))) {
+            continue;
+        }
+        const std::uint32_t presence = presence_type_of(type);
+        const bool is_proven = presence != 0 && has(presence, *gap);
+        const Item left_out = item_of(type, *gap, configured(check, type).front().index2);
+        const Item before = configured(check, type).front();
+        check.at_item(is_proven ? "unit-left-out" : "row-gap", before.key(),
+                      fmt::format("{} of {} to {}, but no {}{}", before.type->name,
+                                  *numbers.begin(), *numbers.rbegin(), as_written(left_out),
+                                  is_proven ? fmt::format(": this unit has {}",
+                                                          as_written(item_of(presence, *gap)))
+                                            : ": was this unit left out?"));
+    }
+}
+
+}  // namespace
+
+void check_rows(Check &check) {
+    const auto uses = uses_of_paths(check);
+    std::set<std::uint32_t> said;
+    for (const Row &row : rows_of(check)) {
+        check_base(check, row, kAddr);
+        check_base(check, row, kRegOffset);
+        check_path(check, row, uses, said);
+        if (row.front().ctrl->src == INFO_SRC_I2C) {
+            check_register(check, row);
+        }
+    }
+    check_lonely(check, uses, said);
+    check_gaps(check);
+}
+
+}  // namespace dfdctl::lint
