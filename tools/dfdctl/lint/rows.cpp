@@ -154,7 +154,26 @@ std::map<std::string_view, int> uses_of_paths(const Check &check) {
     return uses;
 }
 
-/// A device that nothing else uses, where all others of the row are on one.
+/// Whether another item of the unit is on the device.
+bool has_on(const Check &check, const Item &item, std::string_view path) {
+    const std::uint32_t presence = presence_type_of(item.type->type);
+    return std::ranges::any_of(configured(check, Kind::info_ctrl), [&](const Item &other) {
+        return other.index1 == item.index1 && other.type != item.type &&
+               presence_type_of(other.type->type) == presence &&
+               record_of<info_ctrl_t>(other)->fpath == path;
+    });
+}
+
+/// A bus that the unit has nothing else on, though more of it is on the bus of the others or units on
+/// both sides are.
+bool is_odd_bus(const Check &check, const Row &row, std::size_t odd, std::string_view common) {
+    const Unit &unit = row[odd];
+    const bool is_inside = odd > 0 && odd + 1 < row.size();
+    return unit.ctrl->src == INFO_SRC_I2C && !has_on(check, unit.item, unit.ctrl->fpath) &&
+           (is_inside || has_on(check, unit.item, common));
+}
+
+/// A device that nothing else uses, where all others of the row are on one; an odd bus.
 void check_path(Check &check, const Row &row, const std::map<std::string_view, int> &uses,
                 std::set<std::uint32_t> &said) {
     std::vector<std::string_view> paths;
@@ -162,10 +181,15 @@ void check_path(Check &check, const Row &row, const std::map<std::string_view, i
         paths.emplace_back(unit.ctrl->fpath);
     }
     const auto odd = odd_one(paths);
-    if (odd && !paths[*odd].empty() && uses.at(paths[*odd]) == 1) {
+    if (!odd || paths[*odd].empty()) {
+        return;
+    }
+    const std::string_view common = paths[*odd == 0 ? 1 : 0];
+    const bool is_alone = uses.at(paths[*odd]) == 1;
+    if (is_alone || is_odd_bus(check, row, *odd, common)) {
         said.insert(row[*odd].item.key());
         add_odd(check, row, *odd, kFpath,
-                fmt::format("{}; nothing else uses this device", paths[*odd == 0 ? 1 : 0]));
+                fmt::format("{}{}", common, is_alone ? "; nothing else uses this device" : ""));
     }
 }
 
