@@ -164,8 +164,8 @@ bool has_on(const Check &check, const Item &item, std::string_view path) {
     });
 }
 
-/// A bus that the unit has nothing else on, though more of it is on the bus of the others or units on
-/// both sides are.
+/// A bus that the unit has nothing else on, though more of it is on the bus of the others or units
+/// on both sides are.
 bool is_odd_bus(const Check &check, const Row &row, std::size_t odd, std::string_view common) {
     const Unit &unit = row[odd];
     const bool is_inside = odd > 0 && odd + 1 < row.size();

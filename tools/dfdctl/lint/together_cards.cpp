@@ -52,7 +52,8 @@ void check_own_card(Check &check) {
                 check.at_item(
                     "own-card-unreached", item.key(),
                     fmt::format("{}: card 0 is the card in the own slot, but no my_slotid "
-                                "tells which slot that is: no slot leads to this item",
+                                "tells which slot that is: only a caller that passes on its -6 "
+                                "reaches this item; a board without slots has a constant there",
                                 as_written(item)));
                 return;
             }
