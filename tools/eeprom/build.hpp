@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Building images, for programs that do not want the headers behind it.
+// Building and showing images, for programs that do not want the headers behind it.
 #pragma once
 
 #include <cstdint>
@@ -18,5 +18,8 @@ struct Error : std::runtime_error {
 
 /// Reads the description in a TOML file and builds its image. Throws Error.
 Bytes build_image(const std::string &path);
+
+/// The bytes in rows of sixteen, then each layout that the image fits, decoded.
+std::string describe_image(const Bytes &bytes);
 
 }  // namespace eeprom

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "eeprom/dump.hpp"
+#include "eeprom/build.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <numeric>

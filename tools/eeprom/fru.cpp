@@ -12,8 +12,6 @@ namespace eeprom {
 
 namespace {
 
-constexpr std::int64_t kByteMax = 0xFF;
-constexpr std::int64_t kWordMax = 0xFFFF;
 constexpr std::size_t kBlock = 8;
 constexpr std::size_t kHeaderSize = 8;
 constexpr std::size_t kProductOffsetByte = 4;
@@ -112,7 +110,7 @@ Bytes with_type_length(const Bytes &data, Code code, const toml::source_region &
              "{ text = \"...\", code = \"binary\" }");
     }
     Bytes bytes = {head};
-    bytes.insert(bytes.end(), data.begin(), data.end());
+    append(bytes, data);
     return bytes;
 }
 
@@ -135,10 +133,6 @@ Bytes field_bytes(const toml::node &node) {
     }
     return with_type_length(raw ? *raw : encode_text(*text, code, node.source()), code,
                             node.source());
-}
-
-void append(Bytes &to, const Bytes &from) {
-    to.insert(to.end(), from.begin(), from.end());
 }
 
 Bytes custom_fields(Section &section) {
@@ -195,7 +189,7 @@ Bytes product_area(Section &section) {
 }  // namespace
 
 void build_fru(Section &section, Image &image) {
-    const auto offset = static_cast<std::size_t>(section.number_or("offset", 0, 0, kWordMax));
+    const auto offset = section.offset();
     const auto start = section.number_or("product_offset", kHeaderSize, kHeaderSize,
                                          kByteMax * std::int64_t{kBlock});
     if (start % std::int64_t{kBlock} != 0) {

@@ -6,7 +6,6 @@
 #include <iterator>
 
 #include "eeprom/build.hpp"
-#include "eeprom/dump.hpp"
 
 #include <fmt/format.h>
 

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Layouts with every field at a fixed place: legacy fans, supplies and boards, the backplane
 // record, plain bytes and texts.
+#include <algorithm>
+#include <cctype>
+
 #include "eeprom/image.hpp"
 
 #include <fmt/format.h>
@@ -8,13 +11,6 @@
 namespace eeprom {
 
 namespace {
-
-constexpr std::int64_t kByteMax = 0xFF;
-constexpr std::int64_t kWordMax = 0xFFFF;
-
-std::size_t offset_of(Section &section, std::string_view key = "offset") {
-    return static_cast<std::size_t>(section.number_or(key, 0, 0, kWordMax));
-}
 
 std::uint8_t byte_of(Section &section, std::string_view key) {
     return static_cast<std::uint8_t>(section.required_number(key, 0, kByteMax));
@@ -32,17 +28,17 @@ Bytes fixed_text(const std::string &text, std::size_t size, std::uint8_t pad,
     return bytes;
 }
 
-void append(Bytes &to, const Bytes &from) {
-    to.insert(to.end(), from.begin(), from.end());
-}
-
+/// The three digits of a version "x.yz".
 std::string required_digits(Section &section, std::string_view key) {
-    const auto digits = version_digits(section.required_text(key));
-    if (!digits) {
+    const std::string text = section.required_text(key);
+    const bool has_point = text.size() == 4 && text[1] == '.';
+    const std::string digits = has_point ? text.substr(0, 1) + text.substr(2) : "";
+    if (digits.empty() ||
+        !std::ranges::all_of(digits, [](unsigned char c) { return std::isxdigit(c) != 0; })) {
         fail(section.where(key),
              fmt::format("'{}' is a version \"x.yz\" of hexadecimal digits", key));
     }
-    return *digits;
+    return digits;
 }
 
 Bytes mac_bytes(Section &section) {
@@ -73,7 +69,7 @@ Bytes sized_bytes(Section &section, std::string_view key, std::size_t size) {
 
 void build_fan_legacy(Section &section, Image &image) {
     constexpr std::size_t kSerialSize = 13;
-    const std::size_t offset = offset_of(section);
+    const std::size_t offset = section.offset();
     Bytes bytes = {byte_of(section, "type")};
     const std::string serial = section.required_text("serial_number");
     if (serial.size() != kSerialSize) {
@@ -81,17 +77,14 @@ void build_fan_legacy(Section &section, Image &image) {
     }
     bytes.insert(bytes.end(), serial.begin(), serial.end());
     const std::string digits = required_digits(section, "hw_version");
-    const Bytes major = *parse_hex(std::string{'0', digits[0]});
     // The two digits behind the point are stored with their nibbles swapped.
-    const Bytes minor = *parse_hex(std::string{digits[2], digits[1]});
-    append(bytes, major);
-    append(bytes, minor);
+    append(bytes, *parse_hex(std::string{'0', digits[0], digits[2], digits[1]}));
     image.put(offset, bytes, "the fan record", section.where());
 }
 
 void build_power_legacy(Section &section, Image &image) {
     constexpr std::size_t kNameSize = 12;
-    const std::size_t name_offset = offset_of(section, "name_offset");
+    const std::size_t name_offset = section.offset("name_offset");
     const std::size_t hw_offset =
         static_cast<std::size_t>(section.required_number("hw_version_offset", 0, kWordMax));
     const Bytes name =
@@ -107,7 +100,7 @@ void build_board_legacy(Section &section, Image &image) {
     constexpr std::size_t kAddendByte = 7;
     constexpr std::size_t kSubTypeByte = 64;
     const auto layout = section.required_number("layout", 1, 2);
-    const std::size_t offset = offset_of(section);
+    const std::size_t offset = section.offset();
     const std::string_view second_key = layout == 1 ? "sub_type" : "addend";
     const std::size_t second_byte = layout == 1 ? kSubTypeByte : kAddendByte;
     const std::uint8_t type = byte_of(section, "type");
@@ -124,7 +117,7 @@ void build_backplane(Section &section, Image &image) {
     constexpr std::size_t kSerialNumberSize = 19;
     constexpr std::size_t kSerials = 4;
     constexpr std::size_t kReserved = 6;
-    const std::size_t offset = offset_of(section);
+    const std::size_t offset = section.offset();
     Bytes bytes = {byte_of(section, "chassis_type")};
     append(bytes, fixed_text(section.required_text("hw_version"), kHwVersionSize, 0,
                              section.where("hw_version")));
@@ -137,7 +130,7 @@ void build_backplane(Section &section, Image &image) {
 }
 
 void build_bytes(Section &section, Image &image) {
-    const std::size_t offset = offset_of(section);
+    const std::size_t offset = section.offset();
     const auto bytes = section.bytes("values");
     if (!bytes) {
         fail(section.where(), "'values' is missing");
@@ -146,7 +139,7 @@ void build_bytes(Section &section, Image &image) {
 }
 
 void build_text(Section &section, Image &image) {
-    const std::size_t offset = offset_of(section);
+    const std::size_t offset = section.offset();
     const std::string text = section.required_text("value");
     const auto size =
         section.number_or("size", static_cast<std::int64_t>(text.size()), 0, kWordMax);

@@ -12,8 +12,6 @@ namespace eeprom {
 
 namespace {
 
-constexpr std::int64_t kByteMax = 0xFF;
-
 Bytes array_bytes(const toml::array &array, std::string_view key) {
     Bytes bytes;
     for (const toml::node &element : array) {
@@ -31,6 +29,10 @@ Bytes array_bytes(const toml::array &array, std::string_view key) {
 void fail(const toml::source_region &where, const std::string &message) {
     throw Error(fmt::format("{}:{}:{}: {}", where.path ? *where.path : "description",
                             where.begin.line, where.begin.column, message));
+}
+
+void append(Bytes &to, const Bytes &from) {
+    to.insert(to.end(), from.begin(), from.end());
 }
 
 std::optional<Bytes> parse_hex(std::string_view text) {
@@ -53,15 +55,6 @@ std::optional<Bytes> parse_hex(std::string_view text) {
         bytes.push_back(static_cast<std::uint8_t>(std::stoi(digits.substr(i, 2), nullptr, kHex)));
     }
     return bytes;
-}
-
-std::optional<std::string> version_digits(std::string_view version) {
-    const auto is_hex = [](char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; };
-    if (version.size() != 4 || version[1] != '.' || !is_hex(version[0]) || !is_hex(version[2]) ||
-        !is_hex(version[3])) {
-        return std::nullopt;
-    }
-    return std::string{version[0], version[2], version[3]};
 }
 
 const toml::node *Section::node(std::string_view key) {
@@ -117,6 +110,10 @@ std::int64_t Section::required_number(std::string_view key, std::int64_t min, st
         fail(where(), fmt::format("'{}' is missing", key));
     }
     return *value;
+}
+
+std::size_t Section::offset(std::string_view key) {
+    return static_cast<std::size_t>(number_or(key, 0, 0, kWordMax));
 }
 
 bool Section::flag(std::string_view key) {

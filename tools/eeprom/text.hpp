@@ -12,13 +12,15 @@
 
 namespace eeprom {
 
+inline constexpr std::int64_t kByteMax = 0xFF;
+inline constexpr std::int64_t kWordMax = 0xFFFF;
+
 [[noreturn]] void fail(const toml::source_region &where, const std::string &message);
+
+void append(Bytes &to, const Bytes &from);
 
 /// Hexadecimal digits in pairs, blanks between them allowed, as bytes.
 std::optional<Bytes> parse_hex(std::string_view text);
-
-/// A version "x.yz": its three digits.
-std::optional<std::string> version_digits(std::string_view version);
 
 /// A table of the description that remembers which keys were asked for; finish() refuses the
 /// others. Every key must therefore be asked for, also where its value does not matter.
@@ -37,6 +39,8 @@ class Section {
     std::int64_t number_or(std::string_view key, std::int64_t otherwise, std::int64_t min,
                            std::int64_t max);
     std::int64_t required_number(std::string_view key, std::int64_t min, std::int64_t max);
+    /// Where the layout begins in the memory: 0 where the description does not say it.
+    std::size_t offset(std::string_view key = "offset");
     bool flag(std::string_view key);
     /// An array of numbers 0 to 255, or a text of hexadecimal digits.
     std::optional<Bytes> bytes(std::string_view key);

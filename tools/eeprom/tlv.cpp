@@ -14,8 +14,6 @@ namespace eeprom {
 
 namespace {
 
-constexpr std::int64_t kByteMax = 0xFF;
-constexpr std::int64_t kWordMax = 0xFFFF;
 constexpr std::int64_t kShortVersion = 1;
 constexpr std::size_t kIntegerSize = 4;
 
@@ -100,7 +98,7 @@ Bytes entries(Section &section, bool &has_device_type) {
         has_device_type |= type == kDeviceTypeEntry;
         data.push_back(type);
         data.push_back(static_cast<std::uint8_t>(value.size()));
-        data.insert(data.end(), value.begin(), value.end());
+        append(data, value);
     }
     return data;
 }
@@ -120,7 +118,7 @@ std::uint8_t header_version(Section &section) {
 }  // namespace
 
 void build_tlv(Section &section, Image &image) {
-    const auto offset = section.number_or("offset", 0, 0, kWordMax);
+    const std::size_t offset = section.offset();
     const auto version = section.number_or("version", kShortVersion, 0, kByteMax);
     bool has_device_type = false;
     const Bytes data = entries(section, has_device_type);
@@ -136,14 +134,12 @@ void build_tlv(Section &section, Image &image) {
         bytes.resize(bytes.size() + kIntegerSize);
     }
     const auto size = static_cast<std::int64_t>(data.size());
-    const Bytes length = big_endian(section.number_or("data_length", size, 0, kWordMax), 2);
-    bytes.insert(bytes.end(), length.begin(), length.end());
-    bytes.insert(bytes.end(), data.begin(), data.end());
+    append(bytes, big_endian(section.number_or("data_length", size, 0, kWordMax), 2));
+    append(bytes, data);
     std::int64_t sum = std::accumulate(bytes.begin(), bytes.end(), std::int64_t{0});
     sum += section.flag("spoil_checksum") ? 1 : 0;
-    const Bytes checksum = big_endian(sum, 2);
-    bytes.insert(bytes.end(), checksum.begin(), checksum.end());
-    image.put(static_cast<std::size_t>(offset), bytes, "the TLV image", section.where());
+    append(bytes, big_endian(sum, 2));
+    image.put(offset, bytes, "the TLV image", section.where());
 }
 
 }  // namespace eeprom

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "reference/readers.hpp"
 
-#include <dfd/framework.h>
 #include <algorithm>
 
 #include "dfdctl/board/offline.hpp"
@@ -29,26 +28,13 @@ std::string_view stem_of(std::string_view name) {
     return prefix_of(name) < std::size(kPrefixes) ? name.substr(kPrefixSize) : name;
 }
 
-/// The key type whose items feed a conversion list.
-std::uint32_t type_of_list(const dfd_list_head_t *list) {
-    const std::pair<const dfd_list_head_t *, std::uint32_t> kLists[] = {
-        {&dfd_lib_cfg_fan_splvl_conv_lst, DFD_KEY_FAN_SPEEDLVL_CONVERT},
-        {&dfd_lib_cfg_pid_str_conv_lst, DFD_KEY_CARD_PID_STR},
-        {&dfd_lib_cfg_power_name_conv_lst, DFD_KEY_POWER_NAME},
-        {&dfd_lib_cfg_fan_name_conv_lst, DFD_KEY_FAN_NAME},
-    };
-    return std::ranges::find(kLists, list,
-                             &std::pair<const dfd_list_head_t *, std::uint32_t>::first)
-        ->second;
-}
-
 std::uint32_t type_asked_for(const Event &event) {
     switch (event.kind) {
         case Event::Kind::lookup:
         case Event::Kind::engine:
             return DFD_KEY_TYPE(event.key);
         case Event::Kind::conversion:
-            return type_of_list(event.list);
+            return dfdctl::observe::list_type(event.list);
         default:
             return DFD_KEY_NONE;
     }
@@ -72,10 +58,10 @@ Readers::Readers(const std::filesystem::path &boards) {
 }
 
 void Readers::observe(const std::string &root, int board_type, int chassis_type) {
-    const dfdctl::LoadRecord log = dfdctl::load_offline(
+    const dfdctl::LoadRecord record = dfdctl::load_offline(
         {.root = root, .board_type = board_type, .chassis_type = chassis_type});
-    const dfdctl::observe::Observer observer(log);
-    const dfdctl::observe::Units units(log);
+    const dfdctl::observe::Observer observer(record);
+    const dfdctl::observe::Units units(record);
     for (const Call &call : dfdctl::observe::calls()) {
         if (!asks_by_itself(call)) {
             continue;

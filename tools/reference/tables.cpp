@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <functional>
 #include <span>
 
 #include "common/nearest.hpp"
@@ -19,12 +20,6 @@ using dfdctl::Kind;
 
 constexpr std::string_view kKeys = "keys";
 constexpr std::string_view kUnreadKeys = "unread keys";
-constexpr std::string_view kReaders = "readers";
-constexpr std::string_view kKeyIndex = "key index";
-constexpr std::string_view kMembers = "members";
-constexpr std::string_view kWords = "words";
-constexpr std::string_view kRules = "rules";
-constexpr std::string_view kAllRules = "all rules";
 
 constexpr std::string_view kHeadings[] = {
     "## Purpose", "## Keys and index ranges",    "## Members", "## What reads it", "## Unit",
@@ -161,29 +156,23 @@ KeyIndex::KeyIndex(const std::vector<Page> &pages) {
 
 std::string block_content(const Page &page, const Block &block, const KeyIndex &index,
                           const Readers &readers) {
-    if (block.name == kKeys) {
-        return key_table(page, block);
-    }
-    if (block.name == kUnreadKeys) {
-        return unread_key_table(page, block, readers);
-    }
-    if (block.name == kReaders) {
-        return reader_table(page, readers);
-    }
-    if (block.name == kMembers) {
-        return member_table();
-    }
-    if (block.name == kWords) {
-        return word_table();
-    }
-    if (block.name == kKeyIndex) {
-        return key_index(index);
-    }
-    if (block.name == kRules) {
-        return rule_table(page);
-    }
-    if (block.name == kAllRules) {
-        return all_rules();
+    const struct {
+        std::string_view name;
+        std::function<std::string()> make;
+    } contents[] = {
+        {kKeys, [&] { return key_table(page, block); }},
+        {kUnreadKeys, [&] { return unread_key_table(page, block, readers); }},
+        {"readers", [&] { return reader_table(page, readers); }},
+        {"members", member_table},
+        {"words", word_table},
+        {"key index", [&] { return key_index(index); }},
+        {"rules", [&] { return rule_table(page); }},
+        {"all rules", all_rules},
+    };
+    for (const auto &[name, make] : contents) {
+        if (name == block.name) {
+            return make();
+        }
     }
     throw page.error(block.line, fmt::format("no block is named '{}'", block.name));
 }
