@@ -58,19 +58,13 @@ constexpr Column kColumns[] = {
 };
 
 constexpr Column kSystem[] = {
-    {.key = "mac_offset",
-     .heading = "offset of the mac",
-     .item = DFD_KEY_BACKPLANE_SCALE_MAC,
-     .read = by_pointer<sdd_get_bp_scale_mac>},
+    {"mac_offset", "offset of the mac", DFD_KEY_BACKPLANE_SCALE_MAC,
+     by_pointer<sdd_get_bp_scale_mac>},
 };
 
 constexpr Section kSections[] = {
     {.key = "system", .title = "MAC address", .columns = kSystem},
-    {.key = "backplanes",
-     .title = "Backplanes",
-     .rows = places,
-     .labels = kLabels,
-     .columns = kColumns},
+    {"backplanes", "Backplanes", places, kLabels, kColumns},
 };
 
 }  // namespace

@@ -45,14 +45,7 @@ std::optional<int> place(std::uint32_t type, int number) {
 }  // namespace
 
 BoardPage read_board_page(const Options &options) {
-    BoardPage page{.library = start_library(options),
-                   .board = {},
-                   .chassis = {},
-                   .slot = {},
-                   .sub_slot = {},
-                   .units = {},
-                   .backplanes = {},
-                   .samples = {}};
+    BoardPage page{.library = start_library(options)};
     page.board = find_board_type();
     page.chassis = page.library.usable()
                        ? find_chassis_type()

@@ -84,13 +84,13 @@ struct Sample {
 
 struct BoardPage {
     Library library;
-    TypeFound board;
-    TypeFound chassis;
-    std::optional<int> slot;
-    std::optional<int> sub_slot;
-    std::vector<Unit> units;
-    std::vector<Backplane> backplanes;
-    std::vector<Sample> samples;
+    TypeFound board = {};
+    TypeFound chassis = {};
+    std::optional<int> slot = {};
+    std::optional<int> sub_slot = {};
+    std::vector<Unit> units = {};
+    std::vector<Backplane> backplanes = {};
+    std::vector<Sample> samples = {};
 };
 
 BoardPage read_board_page(const Options &options);

@@ -48,12 +48,9 @@ Answer tray_presence(const Place &place) {
 }
 
 constexpr Column kSystem[] = {
-    {.key = "trays",
-     .heading = "fan trays",
-     .item = DFD_KEY_FAN_NUM,
-     .read = by_result<drv_get_sys_fan_num>},
-    {.key = "mode", .heading = "control mode", .item = DFD_KEY_FAN_MODE},
-    {.key = "lowest_speed", .heading = "lowest healthy speed", .item = DFD_KEY_FAN_SPEED_FLOOR},
+    {"trays", "fan trays", DFD_KEY_FAN_NUM, by_result<drv_get_sys_fan_num>},
+    {"mode", "control mode", DFD_KEY_FAN_MODE},
+    {"lowest_speed", "lowest healthy speed", DFD_KEY_FAN_SPEED_FLOOR},
 };
 
 constexpr LabelColumn kTrayLabel[] = {{"tray", "tray", first_index}};
@@ -65,29 +62,13 @@ constexpr Column kTrays[] = {
      .read = by_result<drv_get_fan_status>,
      .words = kTrayStates,
      .is_presence = true},
-    {.key = "type",
-     .heading = "type",
-     .item = DFD_KEY_FAN_TYPE,
-     .read = by_result<drv_get_fan_type>},
-    {.key = "airflow",
-     .heading = "airflow",
-     .item = DFD_KEY_FAN_TYPE,
-     .read = airflow,
-     .words = kAirflows},
-    {.key = "serial_number",
-     .heading = "serial number",
-     .item = DFD_KEY_FAN_SN,
-     .read = by_text<drv_get_fan_sn>},
-    {.key = "hw_version",
-     .heading = "hw version",
-     .item = DFD_KEY_FAN_HW_VER,
-     .read = by_text<drv_get_fan_hw_version>},
-    {.key = "sw_version",
-     .heading = "sw version",
-     .item = DFD_KEY_FAN_SW_VER,
-     .read = by_text<drv_get_fan_sw_version>},
-    {.key = "cpld_version", .heading = "cpld version", .item = DFD_KEY_FAN_CPLD_VERSION},
-    {.key = "temperature", .heading = "temperature", .item = DFD_KEY_FAN_TEMP},
+    {"type", "type", DFD_KEY_FAN_TYPE, by_result<drv_get_fan_type>},
+    {"airflow", "airflow", DFD_KEY_FAN_TYPE, airflow, kAirflows},
+    {"serial_number", "serial number", DFD_KEY_FAN_SN, by_text<drv_get_fan_sn>},
+    {"hw_version", "hw version", DFD_KEY_FAN_HW_VER, by_text<drv_get_fan_hw_version>},
+    {"sw_version", "sw version", DFD_KEY_FAN_SW_VER, by_text<drv_get_fan_sw_version>},
+    {"cpld_version", "cpld version", DFD_KEY_FAN_CPLD_VERSION},
+    {"temperature", "temperature", DFD_KEY_FAN_TEMP},
 };
 
 constexpr LabelColumn kRotorLabels[] = {{"tray", "tray", first_index},
@@ -106,24 +87,13 @@ constexpr Column kRotors[] = {
      .item = DFD_KEY_FAN_REAL_SPEED,
      .read = by_pointer<drv_get_fan_speed>,
      .unit = "rpm"},
-    {.key = "level",
-     .heading = "speed level",
-     .item = DFD_KEY_GET_FAN_CFG_SPEED,
-     .read = by_pointer<drv_get_fan_speed_level>},
+    {"level", "speed level", DFD_KEY_GET_FAN_CFG_SPEED, by_pointer<drv_get_fan_speed_level>},
 };
 
 constexpr Section kSections[] = {
     {.key = "system", .title = "Fan control", .columns = kSystem, .has_defaults = true},
-    {.key = "trays",
-     .title = "Fan trays",
-     .rows = rows_of<UnitKind::tray>,
-     .labels = kTrayLabel,
-     .columns = kTrays},
-    {.key = "rotors",
-     .title = "Rotors",
-     .rows = rotors,
-     .labels = kRotorLabels,
-     .columns = kRotors},
+    {"trays", "Fan trays", rows_of<UnitKind::tray>, kTrayLabel, kTrays},
+    {"rotors", "Rotors", rotors, kRotorLabels, kRotors},
 };
 
 }  // namespace

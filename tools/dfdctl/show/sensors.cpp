@@ -72,14 +72,11 @@ Answer mac_figure(const Place &place) {
 }
 
 constexpr Column kThresholds[] = {
-    {.key = "alarm", .heading = "alarm above", .item = DFD_KEY_SYS_ALARM_TEMP},
-    {.key = "shutdown", .heading = "shutdown above", .item = DFD_KEY_SYS_DANGER_TEMP},
-    {.key = "power_area", .heading = "power area", .item = DFD_KEY_POWER_ENV_TEMP},
-    {.key = "sensors_failed",
-     .heading = "sensor self-test failed",
-     .item = DFD_KEY_MB_TEMP_FAIL_STATUS,
-     .read = by_pointer<dfd_get_mb_temp_fail_status>,
-     .words = kNoYes},
+    {"alarm", "alarm above", DFD_KEY_SYS_ALARM_TEMP},
+    {"shutdown", "shutdown above", DFD_KEY_SYS_DANGER_TEMP},
+    {"power_area", "power area", DFD_KEY_POWER_ENV_TEMP},
+    {"sensors_failed", "sensor self-test failed", DFD_KEY_MB_TEMP_FAIL_STATUS,
+     by_pointer<dfd_get_mb_temp_fail_status>, kNoYes},
 };
 
 constexpr LabelColumn kSensorLabels[] = {{"card", "card", first_index},
@@ -96,32 +93,15 @@ constexpr Column kSensors[] = {
 };
 
 constexpr Column kMacFigures[] = {
-    {.key = "figure1",
-     .heading = "figure 1",
-     .item = DFD_KEY_CARD_TEMP_CTRL,
-     .read = mac_figure<0>},
-    {.key = "figure2",
-     .heading = "figure 2",
-     .item = DFD_KEY_CARD_TEMP_CTRL,
-     .read = mac_figure<1>},
-    {.key = "figure3",
-     .heading = "figure 3",
-     .item = DFD_KEY_CARD_TEMP_CTRL,
-     .read = mac_figure<2>},
+    {"figure1", "figure 1", DFD_KEY_CARD_TEMP_CTRL, mac_figure<0>},
+    {"figure2", "figure 2", DFD_KEY_CARD_TEMP_CTRL, mac_figure<1>},
+    {"figure3", "figure 3", DFD_KEY_CARD_TEMP_CTRL, mac_figure<2>},
 };
 
 constexpr Section kTemperatures[] = {
     {.key = "thresholds", .title = "Thresholds", .columns = kThresholds},
-    {.key = "sensors",
-     .title = "Temperature sensors",
-     .rows = card_sensors,
-     .labels = kSensorLabels,
-     .columns = kSensors},
-    {.key = "switch_chips",
-     .title = "Switch chips",
-     .rows = mac_sensors,
-     .labels = kSensorLabels,
-     .columns = kMacFigures},
+    {"sensors", "Temperature sensors", card_sensors, kSensorLabels, kSensors},
+    {"switch_chips", "Switch chips", mac_sensors, kSensorLabels, kMacFigures},
 };
 
 /// Channels of the cards that have any, the reference included.
@@ -153,16 +133,12 @@ constexpr Column kChannels[] = {
      .read = voltage,
      .unit = "V",
      .scale = kThousandths},
-    {.key = "warning_level", .heading = "warning level", .item = DFD_KEY_CARD_VOL_WATERLINE},
+    {"warning_level", "warning level", DFD_KEY_CARD_VOL_WATERLINE},
 };
 
 constexpr Section kVoltages[] = {
     {.key = "system", .title = "Supply", .columns = kSupply, .has_defaults = true},
-    {.key = "channels",
-     .title = "Voltages of cards",
-     .rows = channels,
-     .labels = kChannelLabels,
-     .columns = kChannels},
+    {"channels", "Voltages of cards", channels, kChannelLabels, kChannels},
 };
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/board/leds.hpp"
 #include "dfdctl/show/table_page.hpp"
+#include "framework/dfd_info/bits.h"
 
 #include <fmt/format.h>
 
@@ -86,44 +87,32 @@ constexpr Column kLedColumns[] = {
 };
 
 constexpr Section kLedSections[] = {
-    {.key = "leds",
-     .title = "LEDs",
-     .rows = led_places,
-     .labels = kLedLabels,
-     .columns = kLedColumns},
+    {"leds", "LEDs", led_places, kLedLabels, kLedColumns},
 };
 
 constexpr LabelColumn kPortLabel[] = {{"port", "port", first_index}};
 
 constexpr Column kPorts[] = {
-    {.key = "module",
-     .heading = "module",
-     .item = DFD_KEY_PORT_SFP_STATE,
-     .read = by_pointer<dfd_port_get_sfp_present, std::uint8_t>,
-     .words = kAbsentPresent},
+    {"module", "module", DFD_KEY_PORT_SFP_STATE, by_pointer<dfd_port_get_sfp_present, std::uint8_t>,
+     kAbsentPresent},
     {.key = "transmitter", .heading = "transmitter", .item = DFD_KEY_PORT_SFP_TX, .words = kOffOn},
 };
 
 constexpr Section kPortSections[] = {
-    {.key = "ports",
-     .title = "SFP ports",
-     .rows = rows_of<UnitKind::port>,
-     .labels = kPortLabel,
-     .columns = kPorts},
+    {"ports", "SFP ports", rows_of<UnitKind::port>, kPortLabel, kPorts},
 };
 
 // Interrupts: places of sources have index1 = i << 8 | j, index2 = k.
 
-constexpr std::uint32_t kBits = 8;
 constexpr std::uint32_t kMasksOfSource = 16;
 constexpr std::uint32_t kUnmasked = 0;
 
 std::uint32_t first_bit(const Place &place) {
-    return place.index1 >> kBits;
+    return place.index1 >> dfd::kBitsPerByte;
 }
 
 std::uint32_t second_bit(const Place &place) {
-    return place.index1 & (kBits - 1);
+    return place.index1 & (dfd::kBitsPerByte - 1);
 }
 
 std::vector<Place> sources(const LoadRecord &record) {
@@ -202,12 +191,9 @@ Answer polarity(const Place & /*place*/) {
 }
 
 constexpr Column kControllers[] = {
-    {.key = "controllers",
-     .heading = "controllers",
-     .item = DFD_KEY_IRQ_CTRL_NUM,
-     .read = by_result<drv_get_irq_ctrl_num>},
-    {.key = "polarity", .heading = "polarity", .item = DFD_KEY_IRQ_CTRL_INFO, .read = polarity},
-    {.key = "first_level", .heading = "first level status", .item = DFD_KEY_1ST_IRQ_STATUS},
+    {"controllers", "controllers", DFD_KEY_IRQ_CTRL_NUM, by_result<drv_get_irq_ctrl_num>},
+    {"polarity", "polarity", DFD_KEY_IRQ_CTRL_INFO, polarity},
+    {"first_level", "first level status", DFD_KEY_1ST_IRQ_STATUS},
 };
 
 constexpr LabelColumn kSourceLabels[] = {{"position", "position", source_position},
@@ -221,11 +207,7 @@ constexpr Column kSources[] = {
 
 constexpr Section kIrqSections[] = {
     {.key = "controllers", .title = "Interrupt controllers", .columns = kControllers},
-    {.key = "sources",
-     .title = "Interrupt sources",
-     .rows = sources,
-     .labels = kSourceLabels,
-     .columns = kSources},
+    {"sources", "Interrupt sources", sources, kSourceLabels, kSources},
 };
 
 }  // namespace

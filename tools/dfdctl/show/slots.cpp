@@ -61,27 +61,15 @@ std::vector<Place> slots(const LoadRecord &record) {
 }
 
 constexpr Column kOwn[] = {
-    {.key = "slot",
-     .heading = "own slot",
-     .item = DFD_KEY_MY_SLOTID,
-     .read = by_result<drv_get_my_slotid>},
-    {.key = "sub_slot",
-     .heading = "own sub-slot",
-     .item = DFD_KEY_MY_SSLOTID,
-     .read = by_result<drv_get_my_sslotid>},
-    {.key = "cpu",
-     .heading = "processor",
-     .item = DFD_KEY_MY_CPUID,
-     .read = by_result<drv_get_my_cpu_id>},
+    {"slot", "own slot", DFD_KEY_MY_SLOTID, by_result<drv_get_my_slotid>},
+    {"sub_slot", "own sub-slot", DFD_KEY_MY_SSLOTID, by_result<drv_get_my_sslotid>},
+    {"cpu", "processor", DFD_KEY_MY_CPUID, by_result<drv_get_my_cpu_id>},
     {.key = "rated_power",
      .heading = "rated power",
      .read = by_pointer<drv_get_my_rate_power>,
      .unit = "W"},
-    {.key = "peer_master",
-     .heading = "peer master board",
-     .item = DFD_KEY_MCPU_PRESENT,
-     .read = by_pointer<drv_get_peer_mb_state>,
-     .words = kMasterStates},
+    {"peer_master", "peer master board", DFD_KEY_MCPU_PRESENT, by_pointer<drv_get_peer_mb_state>,
+     kMasterStates},
 };
 
 constexpr LabelColumn kSlotLabel[] = {{"slot", "slot", first_index}};
@@ -109,7 +97,7 @@ constexpr Column kSlots[] = {
 
 constexpr Section kSlotSections[] = {
     {.key = "board", .title = "This board", .columns = kOwn, .has_defaults = true},
-    {.key = "slots", .title = "Slots", .rows = slots, .labels = kSlotLabel, .columns = kSlots},
+    {"slots", "Slots", slots, kSlotLabel, kSlots},
 };
 
 Answer subcard_type(const Place &place) {
@@ -128,23 +116,13 @@ constexpr Column kSubCards[] = {
      .read = presence<drv_get_sslot_state, DFD_KEY_SSLOT_STATE>,
      .words = kAbsentPresent,
      .is_presence = true},
-    {.key = "type", .heading = "type", .item = DFD_KEY_SSLOT_E2PROM, .read = subcard_type},
-    {.key = "serial_number",
-     .heading = "serial number",
-     .item = DFD_KEY_SSLOT_E2PROM,
-     .read = by_text<drv_get_sub_unintlg_sn>},
-    {.key = "hw_version",
-     .heading = "hw version",
-     .item = DFD_KEY_SSLOT_E2PROM,
-     .read = by_text<drv_get_sub_unintlg_hw_ver>},
+    {"type", "type", DFD_KEY_SSLOT_E2PROM, subcard_type},
+    {"serial_number", "serial number", DFD_KEY_SSLOT_E2PROM, by_text<drv_get_sub_unintlg_sn>},
+    {"hw_version", "hw version", DFD_KEY_SSLOT_E2PROM, by_text<drv_get_sub_unintlg_hw_ver>},
 };
 
 constexpr Section kSubCardSections[] = {
-    {.key = "sub_cards",
-     .title = "Sub-cards",
-     .rows = rows_of<UnitKind::sub_slot>,
-     .labels = kSubSlotLabel,
-     .columns = kSubCards},
+    {"sub_cards", "Sub-cards", rows_of<UnitKind::sub_slot>, kSubSlotLabel, kSubCards},
 };
 
 }  // namespace

@@ -19,10 +19,10 @@ struct Column {
     const char *heading;
     std::uint32_t item = 0;  ///< key type behind it, with the indexes of the unit; 0: no single one
     Reader read = nullptr;   ///< null: the item is read
+    Words words = {};        ///< names of the values from 0 up
     Reading (*ready)(const Place &) = nullptr;  ///< instead of both, a reading that is made already
     std::string_view unit = {};
     int scale = 1;             ///< how much finer than the unit the reader's numbers are
-    Words words = {};          ///< names of the values from 0 up
     bool is_presence = false;  ///< value 0: the unit is not plugged, nothing else of it is read
     /// Cards: index1 of the item is the virtual slot of the unit's slot.
     bool is_of_card = false;
