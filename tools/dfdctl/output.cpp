@@ -39,6 +39,18 @@ void print_heading(std::FILE *out, const std::string &text, bool first) {
     fmt::print(out, "{}{}\n", first ? "" : "\n", text);
 }
 
+std::string upper(std::string_view word) {
+    std::string text(word);
+    std::ranges::transform(text, text.begin(), [](char c) {
+        return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c == '_' ? '-' : c;
+    });
+    return text;
+}
+
+nlohmann::ordered_json text_or_null(std::string_view text) {
+    return text.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(text);
+}
+
 void print_json(std::FILE *out, const nlohmann::ordered_json &json) {
     // EEPROM texts need not be UTF-8; a JSON document is.
     fmt::print(out, "{}\n",

@@ -24,6 +24,10 @@ class Table {
 /// A heading of a page, with an empty line before all but the first.
 void print_heading(std::FILE *out, const std::string &text, bool first = false);
 
+/// As a heading of a column: "SUB-SLOT" for "sub_slot".
+std::string upper(std::string_view word);
+
+nlohmann::ordered_json text_or_null(std::string_view text);
 void print_json(std::FILE *out, const nlohmann::ordered_json &json);
 
 }  // namespace dfdctl

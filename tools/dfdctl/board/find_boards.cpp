@@ -81,6 +81,12 @@ std::vector<BoardPlace> find_boards(const std::optional<std::string> &directory,
     return found;
 }
 
+std::vector<BoardPlace> find_boards(const std::string &directory, const std::string &board_type) {
+    return find_boards(
+        directory.empty() ? std::nullopt : std::optional(directory),
+        board_type.empty() ? std::nullopt : std::optional(parse_board_type(board_type)));
+}
+
 void refuse_board_type(int board_type, const std::set<int> &known) {
     throw UsageError(known.empty()
                          ? "there is no list of files, so no board type is known"

@@ -27,6 +27,9 @@ std::vector<std::string> board_roots(const std::string &directory);
 std::vector<BoardPlace> find_boards(const std::optional<std::string> &directory,
                                     const std::optional<int> &board_type);
 
+/// The same of what a command line gives: an empty text is not given.
+std::vector<BoardPlace> find_boards(const std::string &directory, const std::string &board_type);
+
 /// Throws the UsageError for a board type that none of these is.
 [[noreturn]] void refuse_board_type(int board_type, const std::set<int> &known);
 

@@ -6,6 +6,8 @@
 #include <array>
 #include <cctype>
 
+#include "dfdctl/output.hpp"
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -86,9 +88,6 @@ std::string full_text(const Reading &reading) {
 
 nlohmann::ordered_json to_json(const Reading &reading) {
     using nlohmann::ordered_json;
-    const auto text_or_null = [](const std::string &text) {
-        return text.empty() ? ordered_json() : ordered_json(text);
-    };
     ordered_json json;
     json["status"] = status_name(reading.status);
     json["code"] = reading.code;
@@ -97,7 +96,7 @@ nlohmann::ordered_json to_json(const Reading &reading) {
                                reading.value);
     json["unit"] = text_or_null(reading.unit);
     json["meaning"] = text_or_null(reading.meaning);
-    json["bytes"] = reading.bytes.empty() ? ordered_json() : ordered_json(hex_text(reading.bytes));
+    json["bytes"] = text_or_null(hex_text(reading.bytes));
     json["error"] = text_or_null(reading.error);
     return json;
 }

@@ -17,6 +17,7 @@
 #include "dfdctl/board/leds.hpp"
 #include "dfdctl/board/library_calls.hpp"
 #include "dfdctl/board/units.hpp"
+#include "framework/dfd_info/bits.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -25,7 +26,6 @@ namespace dfdctl {
 
 namespace {
 
-constexpr std::uint32_t kByteMax = 0xFF;
 constexpr std::uint32_t kProtected = 0xFF;
 
 std::uint32_t number_of(const std::string &text, const char *what, std::uint32_t last) {
@@ -118,7 +118,7 @@ Change rotor_speed(std::uint32_t fan, std::uint32_t rotor, std::uint32_t level) 
 
 std::vector<Change> fan_speed(const ControlWords &words) {
     const std::uint32_t fan = index_of(words.front(), "fan", DFD_KEY_FAN_CFG_SPEED);
-    const std::uint32_t level = number_of(words.back(), "speed level", kByteMax);
+    const std::uint32_t level = number_of(words.back(), "speed level", dfd::kWholeByte);
     if (!has_level(level)) {
         throw UsageError(
             fmt::format("the board has no speed level {}: no fan_speedlvl_convert_{} "
@@ -230,7 +230,7 @@ std::vector<Change> master_reset(const ControlWords & /*words*/) {
 
 /// The first mask of a source of the type; the item of position 0.0.0 where it has none.
 Item first_mask(std::uint32_t type) {
-    constexpr std::uint32_t kBits = 8;
+    constexpr std::uint32_t kBits = dfd::kBitsPerByte;
     constexpr std::uint32_t kMasksOfSource = 16;
     for (std::uint32_t position = 0; position < kBits * kBits * kBits; ++position) {
         const std::uint32_t index1 = position / (kBits * kBits) << kBits | position / kBits % kBits;

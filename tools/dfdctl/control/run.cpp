@@ -121,7 +121,7 @@ nlohmann::ordered_json outcome_json(const Change &change, const Outcome &outcome
             {"verified", outcome.verified ? ordered_json(*outcome.verified) : ordered_json()},
             {"before", to_json(outcome.before)},
             {"after", to_json(outcome.after)},
-            {"error", outcome.error.empty() ? ordered_json() : ordered_json(outcome.error)}};
+            {"error", text_or_null(outcome.error)}};
 }
 
 void print_outcome(std::FILE *out, const Change &change, const Outcome &outcome) {

@@ -64,8 +64,8 @@ std::optional<int> chassis_of(const Arguments &arguments, const std::string &roo
 }
 
 /// A board that does not load has no coverage.
-void check_loaded(const BoardPlace &place, const LoadRecord &log, int result) {
-    for (const ConfigFile &file : log.files) {
+void check_loaded(const BoardPlace &place, const LoadRecord &record, int result) {
+    for (const ConfigFile &file : record.files) {
         if (file.failed() && file.opened) {
             throw UsageError(fmt::format("{}{}:{}: {} ('dfdctl lint' says more)", place.root,
                                          file.path, file.failed_line, file.error));
@@ -81,24 +81,20 @@ Report report_of(const Arguments &arguments, const BoardPlace &place,
                  const std::optional<coverage::Demand> &demand) {
     Report report{.place = place,
                   .chassis_type = chassis_of(arguments, place.root),
-                  .log = {},
-                  .cells = {},
-                  .cost = {},
                   .i2c_khz = parse_khz(arguments.i2c_khz),
-                  .demand = demand,
-                  .gaps = {}};
+                  .demand = demand};
     int result = 0;
-    report.log = load_offline({.root = place.root,
-                               .board_type = place.board_type,
-                               .chassis_type = report.chassis_type.value_or(0)},
-                              &result);
-    check_loaded(place, report.log, result);
-    const observe::Observer observer(report.log);
+    report.record = load_offline({.root = place.root,
+                                  .board_type = place.board_type,
+                                  .chassis_type = report.chassis_type.value_or(0)},
+                                 &result);
+    check_loaded(place, report.record, result);
+    const observe::Observer observer(report.record);
     observe::Answers given;
     given.items = observe::parse_answers(arguments.answers);
     const auto own_slot =
         arguments.own_slot.empty() ? observer.own_slot(given) : parse_slot(arguments.own_slot);
-    report.cells = coverage::survey(observer, observe::Units(report.log, own_slot), given);
+    report.cells = coverage::survey(observer, observe::Units(report.record, own_slot), given);
     report.cost = coverage::monitoring_pass(report.cells);
     if (demand.has_value()) {
         report.gaps = coverage::find_gaps(report.cells, *demand);
@@ -119,14 +115,9 @@ std::optional<coverage::Demand> demand_of(const Arguments &arguments) {
 
 int coverage_command(const Options &options, const Arguments &arguments) {
     const std::optional<coverage::Demand> demand = demand_of(arguments);
-    const auto given = [](const std::string &text) {
-        return text.empty() ? std::nullopt : std::optional(text);
-    };
-    const std::optional<int> type =
-        arguments.board.empty() ? std::nullopt : std::optional(parse_board_type(arguments.board));
     std::vector<Report> reports;
     bool is_complete = true;
-    for (const BoardPlace &place : find_boards(given(arguments.root), type)) {
+    for (const BoardPlace &place : find_boards(arguments.root, arguments.board)) {
         reports.push_back(report_of(arguments, place, demand));
         const coverage::Gaps &gaps = reports.back().gaps;
         is_complete =

@@ -14,13 +14,13 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-Json refusal_json(const Cell &cell, const LoadRecord &log) {
+Json refusal_json(const Cell &cell, const LoadRecord &record) {
     if (!cell.refusal.has_value()) {
         return nullptr;
     }
     const Item item = item_of_key(cell.refusal->key);
     return {{"item", item.name()},
-            {"origin", origin_json(item, log)},
+            {"origin", origin_json(item, record)},
             {"code", cell.refusal->code},
             {"reason", cell.refusal->reason}};
 }
@@ -61,7 +61,7 @@ Json cells_json(const Report &report) {
                         {"state", state_word(cell.state)},
                         {"result", cell.result},
                         {"missing", cell.missing},
-                        {"unusable", refusal_json(cell, report.log)}});
+                        {"unusable", refusal_json(cell, report.record)}});
     }
     return list;
 }

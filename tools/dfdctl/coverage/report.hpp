@@ -14,12 +14,12 @@ namespace dfdctl::coverage {
 struct Report {
     BoardPlace place;
     std::optional<int> chassis_type;  ///< unset: there is no chassis file
-    LoadRecord log;
-    std::vector<Cell> cells;
-    Cost cost;
+    LoadRecord record = {};
+    std::vector<Cell> cells = {};
+    Cost cost = {};
     std::uint32_t i2c_khz = 0;
     std::optional<Demand> demand;
-    Gaps gaps;
+    Gaps gaps = {};
 
     std::size_t count(State state) const;
 };

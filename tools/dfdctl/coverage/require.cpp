@@ -23,24 +23,9 @@ using observe::Subsystem;
 
 constexpr std::size_t kMostMissing = 4;  // names in one message
 
-/// Whether the numbers of a role are units of one kind, so that all can be expected to do the same.
-bool are_alike(Role role) {
-    switch (role) {
-        case Role::fan:
-        case Role::supply:
-        case Role::slot:
-        case Role::card:
-        case Role::sub_slot:
-        case Role::sensor:
-        case Role::channel:
-        case Role::port:
-        case Role::mac:
-        case Role::backplane:
-            return true;
-        default:
-            return false;
-    }
-}
+/// Roles whose numbers are units of one kind, so that all can be expected to do the same.
+constexpr Role kAlike[] = {Role::fan,    Role::supply,  Role::slot, Role::card, Role::sub_slot,
+                           Role::sensor, Role::channel, Role::port, Role::mac,  Role::backplane};
 
 Role first_index(const Call &call) {
     for (const observe::Param *param : call.inputs()) {
@@ -100,12 +85,7 @@ class Collection {
 };
 
 Gap gap_of(const Cell &cell) {
-    Gap gap{.group = {},
-            .function = {},
-            .where = {},
-            .number = 0,
-            .is_unusable = cell.state == State::unusable,
-            .why = why(cell)};
+    Gap gap{.is_unusable = cell.state == State::unusable, .why = why(cell)};
     std::size_t number = 0;
     for (const observe::Param *param : cell.call->inputs()) {
         const observe::RoleFacts &facts = observe::facts_of(param->role);
@@ -147,12 +127,8 @@ void add_empty_groups(std::vector<Gap> &missing, std::span<const Cell> cells,
             return cell.call->subsystem == group && cell.state == State::answers;
         });
         if (!works && std::ranges::find(missing, group, &Gap::group) == missing.end()) {
-            missing.push_back({.group = group,
-                               .function = "all functions",
-                               .where = {},
-                               .number = 0,
-                               .is_unusable = false,
-                               .why = "nothing is configured"});
+            missing.push_back(
+                {.group = group, .function = "all functions", .why = "nothing is configured"});
         }
     }
 }
@@ -242,12 +218,7 @@ Gaps find_gaps(std::span<const Cell> cells, const Demand &demand) {
     Collection uneven;
     for (const auto &[call, own] : demanded(cells, demand)) {
         if (own.empty() && call->is_essential) {
-            missing.add(*call, {.group = {},
-                                .function = {},
-                                .where = {},
-                                .number = 0,
-                                .is_unusable = false,
-                                .why = fmt::format("the board has no {}",
+            missing.add(*call, {.why = fmt::format("the board has no {}",
                                                    observe::facts_of(first_index(*call)).word)});
         }
         const bool answers = std::ranges::any_of(
@@ -256,7 +227,8 @@ Gaps find_gaps(std::span<const Cell> cells, const Demand &demand) {
             if (cell->state == State::answers) {
                 continue;
             }
-            const bool is_uneven = answers && are_alike(first_index(*call));
+            const bool is_uneven =
+                answers && std::ranges::find(kAlike, first_index(*call)) != std::end(kAlike);
             if (call->is_essential || cell->state == State::unusable ||
                 (is_uneven && call->is_polled)) {
                 missing.add(*call, gap_of(*cell));

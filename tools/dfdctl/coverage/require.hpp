@@ -19,11 +19,11 @@ std::vector<observe::Subsystem> parse_groups(const std::string &text);
 void check_functions(const std::vector<std::string> &names);
 
 struct Gap {
-    observe::Subsystem group;
-    std::string function;  ///< "get_fan_speed (drv sdd)"
-    std::string where;     ///< "fan 2, rotor"; empty for a function without index
-    std::uint32_t number;  ///< the last index
-    bool is_unusable;      ///< otherwise something is missing
+    observe::Subsystem group = {};
+    std::string function = {};  ///< "get_fan_speed (drv sdd)"
+    std::string where = {};     ///< "fan 2, rotor"; empty for a function without index
+    std::uint32_t number = 0;   ///< the last index
+    bool is_unusable = false;   ///< otherwise something is missing
     std::string why;
 
     /// "fan 2, rotor 1"

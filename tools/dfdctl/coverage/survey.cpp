@@ -3,11 +3,14 @@
 
 #include <dfd/framework.h>
 #include <dfd/keys.h>
+#include <dfd/records.h>
 #include <algorithm>
 
+#include "dfdctl/board/describe.hpp"
 #include "dfdctl/board/keys.hpp"
-#include "dfdctl/coverage/reason.hpp"
 #include "dfdctl/observe/refusal.hpp"
+
+#include <fmt/format.h>
 
 namespace dfdctl::coverage {
 
@@ -61,25 +64,30 @@ bool has_found_type(const Observation &seen, std::uint32_t key) {
     });
 }
 
-std::string name_of_list(const dfd_list_head_t *list) {
-    const struct {
-        const dfd_list_head_t *list;
-        const char *name;
-    } kLists[] = {{&dfd_lib_cfg_fan_splvl_conv_lst, "fan_speedlvl_convert"},
-                  {&dfd_lib_cfg_pid_str_conv_lst, "card_pid_str"},
-                  {&dfd_lib_cfg_power_name_conv_lst, "power_name"},
-                  {&dfd_lib_cfg_fan_name_conv_lst, "fan_name"}};
-    const auto *found = std::find_if(std::begin(kLists), std::end(kLists),
-                                     [list](const auto &row) { return row.list == list; });
-    return found != std::end(kLists) ? std::string("an entry of ") + found->name
-                                     : std::string("an entry of a list");
-}
-
 std::string name_of(const Event &event) {
     if (event.kind == Event::Kind::conversion) {
-        return name_of_list(event.list);
+        const KeyType &type = *item_of(observe::list_type(event.list)).type;
+        return fmt::format("an entry of {}", type.name);
     }
     return item_of_key(event.key).missing_name();
+}
+
+std::string_view code_word(int code) {
+    switch (code) {
+        case DFD_ERR_UNUSABLE:
+            return "does not fit the operation";
+        case DFD_ERR_NOT_SUPPORTED:
+            return "not supported";
+        case DFD_ERR_IO:
+            return "reading or writing failed";
+        case DFD_ERR_ARG:
+        case DFD_ERR_PARAM:
+            return "bad arguments";
+        case DFD_ERR_MAC_FILE:
+            return "bad temperature file";
+        default:
+            return "failed";
+    }
 }
 
 /// Classifies one call.
@@ -177,7 +185,10 @@ class Judge {
             if (is_left && std::none_of(event, events.end(), [](const Event &later) {
                     return later.kind == Event::Kind::transfer;
                 })) {
-                refuse(event->key, event->result, kMode, no_eeprom_reason(event->key));
+                const auto *record = record_of<info_ctrl_t>(item_of_key(event->key));
+                refuse(event->key, event->result, kMode,
+                       fmt::format(".mode is {}, but the function reads no EEPROM for it",
+                                   record != nullptr ? mode_word(record->mode) : "?"));
                 return true;
             }
         }
@@ -297,7 +308,8 @@ class Judge {
         }
         cell_.state = State::unusable;
         refuse(last->key, cell_.result, dfd::watch::kNoMember,
-               function_reason(last->key, cell_.result));
+               fmt::format("the function does not take it as it is described ({}): {}",
+                           describe(item_of_key(last->key)), code_word(cell_.result)));
     }
 
     const observe::Observer &observer_;
@@ -342,17 +354,8 @@ std::vector<Cell> survey(const observe::Observer &observer, const observe::Units
 }
 
 std::string_view state_word(State state) {
-    switch (state) {
-        case State::answers:
-            return "ok";
-        case State::standard:
-            return "default";
-        case State::not_configured:
-            return "not configured";
-        case State::unusable:
-            break;
-    }
-    return "unusable";
+    static constexpr std::string_view kWords[] = {"ok", "default", "not configured", "unusable"};
+    return kWords[static_cast<std::size_t>(state)];
 }
 
 }  // namespace dfdctl::coverage

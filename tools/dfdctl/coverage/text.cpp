@@ -6,6 +6,7 @@
 #include "dfdctl/board/keys.hpp"
 #include "dfdctl/coverage/matrix.hpp"
 #include "dfdctl/coverage/report.hpp"
+#include "dfdctl/output.hpp"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -28,17 +29,8 @@ std::string_view cell_word(const std::optional<State> &cell) {
     if (!cell.has_value()) {
         return "";
     }
-    switch (*cell) {
-        case State::answers:
-            return "ok";
-        case State::standard:
-            return "dflt";
-        case State::not_configured:
-            return "-";
-        case State::unusable:
-            break;
-    }
-    return "BAD";
+    static constexpr std::string_view kWords[] = {"ok", "dflt", "-", "BAD"};
+    return kWords[static_cast<std::size_t>(*cell)];
 }
 
 /// Neighbouring units that are the same in every row.
@@ -77,14 +69,6 @@ std::vector<Column> columns_of(const Matrix &matrix, const std::vector<const Row
 std::string trimmed(std::string line) {
     line.erase(line.find_last_not_of(' ') + 1);
     return line;
-}
-
-std::string upper(std::string_view word) {
-    std::string text(word);
-    for (char &c : text) {
-        c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c == '_' ? '-' : c;
-    }
-    return text;
 }
 
 /// A matrix on paper: as many of its columns as fit, then the rest below.
@@ -210,13 +194,14 @@ std::string plural(std::uint64_t count, std::string_view noun) {
 
 /// File and line of the member that a reason is about, else of the item's first line.
 std::string place_of(const Refusal &refusal, const Report &report) {
-    const auto lines = report.log.origins.find(refusal.key);
-    if (lines == report.log.origins.end()) {
+    const auto lines = report.record.origins.find(refusal.key);
+    if (lines == report.record.origins.end()) {
         return report.place.root;
     }
-    const SourceLine *line = report.log.line_of(refusal.key, refusal.member);
-    line = line != nullptr ? line : &report.log.lines[lines->second.front().source];
-    return fmt::format("{}{}:{}", report.place.root, report.log.files[line->file].path, line->line);
+    const SourceLine *line = report.record.line_of(refusal.key, refusal.member);
+    line = line != nullptr ? line : &report.record.lines[lines->second.front().source];
+    return fmt::format("{}{}:{}", report.place.root, report.record.files[line->file].path,
+                       line->line);
 }
 
 /// "drv_set_led(0, 0, 0) and 6 more", by function.

@@ -190,17 +190,6 @@ class CallPrinter {
                                : where + ": no entry");
     }
 
-    std::vector<std::uint8_t> bytes_of(std::size_t engine, bool written) const {
-        std::vector<std::uint8_t> bytes;
-        for (const Event &event : explanation_.seen.events) {
-            if (event.kind == Event::Kind::transfer && event.engine == static_cast<int>(engine) &&
-                event.is_write == written && event.result >= 0) {
-                bytes.insert(bytes.end(), event.bytes.begin(), event.bytes.end());
-            }
-        }
-        return bytes;
-    }
-
     void engine(std::size_t index) {
         const Event &event = explanation_.seen.events[index];
         const auto *record = record_of<info_ctrl_t>(item_of_key(event.key));
@@ -215,7 +204,8 @@ class CallPrinter {
         } else {
             transfers_of(index);
             if (event.op != Op::get_buf) {
-                steps(interpret_read(*record, bytes_of(index, false), event.has_processor));
+                steps(
+                    interpret_read(*record, explanation_.bytes(index, false), event.has_processor));
             }
             if (event.has_processor && event.result >= 0) {
                 print_text(out_, "", "converted by the function");
@@ -276,9 +266,9 @@ class CallPrinter {
             }
         }
         if (reads > 0 && !(is_write(engine) && explanation_.reading != Reading::hardware)) {
-            print_text(
-                out_, "reads",
-                fmt::format("{}: {}", where_of(*first), bytes_text(bytes_of(engine, false))));
+            print_text(out_, "reads",
+                       fmt::format("{}: {}", where_of(*first),
+                                   bytes_text(explanation_.bytes(engine, false))));
         }
     }
 

@@ -42,12 +42,7 @@ struct Arguments {
 };
 
 BoardPlace board_of(const Arguments &arguments) {
-    const auto given = [](const std::string &text) {
-        return text.empty() ? std::nullopt : std::optional(text);
-    };
-    const auto type =
-        arguments.board.empty() ? std::nullopt : std::optional(parse_board_type(arguments.board));
-    const std::vector<BoardPlace> places = find_boards(given(arguments.root), type);
+    const std::vector<BoardPlace> places = find_boards(arguments.root, arguments.board);
     if (places.size() > 1) {
         std::vector<std::string> names;
         for (const BoardPlace &place : places) {

@@ -197,6 +197,17 @@ bool Explanation::is_given(std::uint32_t key) const {
                        [key](const observe::ItemAnswer &item) { return item.key == key; });
 }
 
+std::vector<std::uint8_t> Explanation::bytes(std::size_t engine, bool written) const {
+    std::vector<std::uint8_t> bytes;
+    for (const observe::Event &event : seen.events) {
+        if (event.kind == observe::Event::Kind::transfer &&
+            event.engine == static_cast<int>(engine) && event.is_write == written) {
+            bytes.insert(bytes.end(), event.bytes.begin(), event.bytes.end());
+        }
+    }
+    return bytes;
+}
+
 std::vector<std::string> Explanation::assumptions() const {
     std::vector<std::string> texts;
     if (reading == Reading::hardware) {

@@ -27,10 +27,6 @@ std::string_view name_in(std::span<const std::string_view> names, Enum value) {
     return names[static_cast<std::size_t>(value)];
 }
 
-ordered_json text_or_null(std::string_view text) {
-    return text.empty() ? ordered_json() : ordered_json(text);
-}
-
 ordered_json lines_json(const Item &item, const LoadRecord &log) {
     ordered_json lines = ordered_json::array();
     for (const MemberLine &line : member_lines(item, log)) {
@@ -57,19 +53,8 @@ ordered_json transfer_json(const Event &event) {
     json["offset"] = event.offset;
     json["length"] = event.len;
     json["result"] = event.result;
-    json["bytes"] = event.bytes.empty() ? ordered_json() : ordered_json(hex(event.bytes));
+    json["bytes"] = text_or_null(hex(event.bytes));
     return json;
-}
-
-std::vector<std::uint8_t> bytes_read(const Explanation &explanation, std::size_t engine) {
-    std::vector<std::uint8_t> bytes;
-    for (const Event &event : explanation.seen.events) {
-        if (event.kind == Event::Kind::transfer && event.engine == static_cast<int>(engine) &&
-            !event.is_write) {
-            bytes.insert(bytes.end(), event.bytes.begin(), event.bytes.end());
-        }
-    }
-    return bytes;
 }
 
 ordered_json engine_json(const Explanation &explanation, std::size_t index) {
@@ -87,7 +72,7 @@ ordered_json engine_json(const Explanation &explanation, std::size_t index) {
         record != nullptr && event.op <= Op::set_int && event.op != Op::get_buf) {
         way = event.op == Op::set_int
                   ? interpret_write(*record, event.argument)
-                  : interpret_read(*record, bytes_read(explanation, index), event.has_processor);
+                  : interpret_read(*record, explanation.bytes(index, false), event.has_processor);
     }
     json["steps"] = ordered_json::array();
     for (const Step &step : way.steps) {

@@ -20,8 +20,6 @@ namespace dfdctl {
 
 namespace {
 
-constexpr std::uint32_t kByteMax = 0xFF;
-
 struct Arguments {
     std::string name;
     std::vector<std::string> rest;  ///< indexes, then the value
@@ -60,8 +58,7 @@ void check_writable(const Item &item, const info_ctrl_t &record) {
 }
 
 std::uint32_t largest_value(const info_ctrl_t &record) {
-    const std::uint32_t width = record.frmt == INFO_FRMT_BIT ? record.len : dfd::kBitsPerByte;
-    return width < dfd::kBitsPerByte ? (1U << width) - 1 : kByteMax;
+    return record.frmt == INFO_FRMT_BIT ? dfd::low_bits(record.len) : dfd::kWholeByte;
 }
 
 /// A number, or the name of a state of the LED that the item drives.
@@ -209,8 +206,7 @@ void print_outcome(const Options &options, const Item &item, const std::string &
                                  {"verified", outcome.verified},
                                  {"before", to_json(outcome.before)},
                                  {"after", to_json(outcome.after)},
-                                 {"error", error.empty() ? nlohmann::ordered_json()
-                                                         : nlohmann::ordered_json(error)}});
+                                 {"error", text_or_null(error)}});
     } else if (outcome.before.status != Status::not_configured) {
         fmt::print(options.out, "{}: {} -> {}\n", item.name(), full_text(outcome.before),
                    full_text(outcome.after));

@@ -126,10 +126,8 @@ consteval Call make_call(Subsystem subsystem, Does does, std::string_view name,
     return call;
 }
 
-// The parts of the table.
-std::span<const Call> chassis_calls();
-std::span<const Call> unit_calls();
-std::span<const Call> access_calls();
+/// Every function but those that pass everything through.
+std::span<const Call> table_of_calls();
 
 }  // namespace dfdctl::observe
 

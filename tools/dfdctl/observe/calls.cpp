@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "dfdctl/observe/call_row.hpp"
+#include "dfdctl/output.hpp"
 #include "service/intf/pass_through.h"
 
 #include <fmt/format.h>
@@ -57,10 +58,8 @@ Call forwarding(const PassThrough &row, std::span<const Call> calls) {
 }
 
 std::vector<Call> sorted_calls() {
-    std::vector<Call> all;
-    for (const auto part : {chassis_calls(), unit_calls(), access_calls()}) {
-        all.insert(all.end(), part.begin(), part.end());
-    }
+    const auto table = table_of_calls();
+    std::vector<Call> all(table.begin(), table.end());
     for (const PassThrough &row : kPassThrough) {
         all.push_back(forwarding(row, all));
     }
@@ -71,14 +70,6 @@ std::vector<Call> sorted_calls() {
 bool is_input(const Param &param) {
     const RoleKind kind = facts_of(param.role).kind;
     return kind != RoleKind::output && kind != RoleKind::support;
-}
-
-std::string upper(std::string_view word) {
-    std::string text(word);
-    std::transform(text.begin(), text.end(), text.begin(), [](char c) {
-        return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c == '_' ? '-' : c;
-    });
-    return text;
 }
 
 }  // namespace

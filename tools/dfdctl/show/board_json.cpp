@@ -14,10 +14,6 @@ namespace {
 
 using nlohmann::ordered_json;
 
-ordered_json text_or_null(const std::string &text) {
-    return text.empty() ? ordered_json() : ordered_json(text);
-}
-
 /// By TypeSource and BackplaneSource.
 constexpr std::array kTypeSources = {"product_id", "eeprom_tlv", "eeprom_legacy",
                                      "backplane",  "board_type", "none"};

@@ -164,13 +164,6 @@ bool is_supported(const SectionData &data, std::size_t column) {
            !any([](Status status) { return status == Status::none; });
 }
 
-std::string upper(const char *heading) {
-    std::string text(heading);
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    return text;
-}
-
 /// Columns that no unit has are named below the table.
 void print_table(std::FILE *out, const SectionData &data) {
     std::vector<std::string> headings;
