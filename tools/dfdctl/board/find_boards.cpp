@@ -63,28 +63,22 @@ std::vector<std::string> board_roots(const std::string &directory) {
     return roots;
 }
 
-std::vector<BoardPlace> find_boards(const std::optional<std::string> &directory,
-                                    const std::optional<int> &board_type) {
+std::vector<BoardPlace> find_boards(const std::string &directory, const std::string &board_type) {
+    const int wanted = board_type.empty() ? 0 : parse_board_type(board_type);
     std::vector<BoardPlace> found;
     std::set<int> known;
-    for (const std::string &root : board_roots(directory.value_or("/"))) {
+    for (const std::string &root : board_roots(directory.empty() ? "/" : directory)) {
         for (const int type : board_types(root)) {
             known.insert(type);
-            if (type == board_type.value_or(type)) {
+            if (board_type.empty() || type == wanted) {
                 found.push_back({root, type});
             }
         }
     }
     if (found.empty()) {
-        refuse_board_type(board_type.value_or(0), known);
+        refuse_board_type(wanted, known);
     }
     return found;
-}
-
-std::vector<BoardPlace> find_boards(const std::string &directory, const std::string &board_type) {
-    return find_boards(
-        directory.empty() ? std::nullopt : std::optional(directory),
-        board_type.empty() ? std::nullopt : std::optional(parse_board_type(board_type)));
 }
 
 void refuse_board_type(int board_type, const std::set<int> &known) {

@@ -22,12 +22,8 @@ inline constexpr int kLastToldChassis = 0xFF;
 /// UsageError when there is none.
 std::vector<std::string> board_roots(const std::string &directory);
 
-/// The boards in and below a directory (unset: of this system), of one type or of all. Throws
-/// UsageError when there is none.
-std::vector<BoardPlace> find_boards(const std::optional<std::string> &directory,
-                                    const std::optional<int> &board_type);
-
-/// The same of what a command line gives: an empty text is not given.
+/// The boards in and below a directory (empty: of this system), of one type (empty: of all), as a
+/// command line gives them. Throws UsageError when there is none.
 std::vector<BoardPlace> find_boards(const std::string &directory, const std::string &board_type);
 
 /// Throws the UsageError for a board type that none of these is.

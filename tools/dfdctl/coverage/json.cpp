@@ -3,6 +3,7 @@
 
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/board/keys.hpp"
+#include "dfdctl/coverage/matrix.hpp"
 #include "dfdctl/coverage/report.hpp"
 #include "dfdctl/output.hpp"
 
@@ -27,14 +28,10 @@ Json refusal_json(const Cell &cell, const LoadRecord &record) {
 
 Json indexes_json(const Cell &cell) {
     Json indexes = Json::object();
-    std::size_t number = 0;
-    for (const observe::Param *param : cell.call->inputs()) {
-        const observe::RoleFacts &facts = observe::facts_of(param->role);
-        if (facts.kind == observe::RoleKind::index) {
-            const std::uint32_t index = cell.args.numbers[number];
-            indexes[std::string(facts.word)] = index == kOwnSlot ? Json("own") : Json(index);
-        }
-        number += facts.kind != observe::RoleKind::text ? 1 : 0;
+    for (const Index &index : indexes_of(*cell.call)) {
+        const std::uint32_t number = cell.args.numbers[index.at];
+        indexes[std::string(observe::facts_of(index.role).word)] =
+            number == kOwnSlot ? Json("own") : Json(number);
     }
     return indexes;
 }

@@ -18,28 +18,10 @@ using observe::RoleKind;
 using Numbers = std::vector<std::uint32_t>;
 using States = std::map<Numbers, State>;
 
-/// Positions of the indexes among the numbers of a call.
-std::vector<std::size_t> index_positions(const Call &call) {
-    std::vector<std::size_t> found;
-    std::size_t number = 0;
-    for (const observe::Param *param : call.inputs()) {
-        const RoleKind kind = observe::facts_of(param->role).kind;
-        if (kind == RoleKind::index) {
-            found.push_back(number);
-        }
-        number += kind != RoleKind::text ? 1 : 0;
-    }
-    return found;
-}
-
 std::vector<Role> index_roles(const Call &call) {
-    std::vector<Role> found;
-    for (const observe::Param *param : call.inputs()) {
-        if (observe::facts_of(param->role).kind == RoleKind::index) {
-            found.push_back(param->role);
-        }
-    }
-    return found;
+    std::vector<Role> roles;
+    std::ranges::transform(indexes_of(call), std::back_inserter(roles), &Index::role);
+    return roles;
 }
 
 /// Functions of one name that behave the same.
@@ -56,8 +38,8 @@ std::vector<Function> functions_of(const std::vector<Cell> &cells) {
     std::map<const Call *, States> by_call;
     for (const Cell &cell : cells) {
         Numbers indexes;
-        for (const std::size_t at : index_positions(*cell.call)) {
-            indexes.push_back(cell.args.numbers[at]);
+        for (const Index &index : indexes_of(*cell.call)) {
+            indexes.push_back(cell.args.numbers[index.at]);
         }
         by_call[cell.call].emplace(std::move(indexes), cell.state);
     }
@@ -211,6 +193,19 @@ bool Row::is_all(State state) const {
 std::string Row::title() const {
     return name + (prefixes.empty() ? "" : " (" + prefixes + ")") +
            (detail.empty() ? "" : " " + detail);
+}
+
+std::vector<Index> indexes_of(const Call &call) {
+    std::vector<Index> found;
+    std::size_t number = 0;
+    for (const observe::Param *param : call.inputs()) {
+        const RoleKind kind = observe::facts_of(param->role).kind;
+        if (kind == RoleKind::index) {
+            found.push_back({param->role, number});
+        }
+        number += kind != RoleKind::text ? 1 : 0;
+    }
+    return found;
 }
 
 std::vector<Matrix> matrices(const std::vector<Cell> &cells) {

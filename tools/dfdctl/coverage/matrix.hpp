@@ -28,6 +28,13 @@ struct Matrix {
     std::vector<Row> rows;
 };
 
+/// A parameter that selects a unit.
+struct Index {
+    observe::Role role;
+    std::size_t at;  ///< among the numbers of the arguments
+};
+std::vector<Index> indexes_of(const observe::Call &call);
+
 /// By group, those without units last; pointers into the cells are not kept.
 std::vector<Matrix> matrices(const std::vector<Cell> &cells);
 

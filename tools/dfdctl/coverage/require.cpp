@@ -18,7 +18,6 @@ namespace {
 
 using observe::Call;
 using observe::Role;
-using observe::RoleKind;
 using observe::Subsystem;
 
 constexpr std::size_t kMostMissing = 4;  // names in one message
@@ -28,12 +27,8 @@ constexpr Role kAlike[] = {Role::fan,    Role::supply,  Role::slot, Role::card, 
                            Role::sensor, Role::channel, Role::port, Role::mac,  Role::backplane};
 
 Role first_index(const Call &call) {
-    for (const observe::Param *param : call.inputs()) {
-        if (observe::facts_of(param->role).kind == RoleKind::index) {
-            return param->role;
-        }
-    }
-    return Role::none;
+    const std::vector<Index> indexes = indexes_of(call);
+    return indexes.empty() ? Role::none : indexes.front().role;
 }
 
 bool is_allowed(const Call &call, const std::vector<std::string> &allowed) {
@@ -86,15 +81,10 @@ class Collection {
 
 Gap gap_of(const Cell &cell) {
     Gap gap{.is_unusable = cell.state == State::unusable, .why = why(cell)};
-    std::size_t number = 0;
-    for (const observe::Param *param : cell.call->inputs()) {
-        const observe::RoleFacts &facts = observe::facts_of(param->role);
-        if (facts.kind == RoleKind::index) {
-            gap.where = gap.where.empty() ? std::string(facts.word)
-                                          : fmt::format("{}, {}", gap.unit(), facts.word);
-            gap.number = cell.args.numbers[number];
-        }
-        number += facts.kind != RoleKind::text ? 1 : 0;
+    for (const Index &index : indexes_of(*cell.call)) {
+        const std::string_view word = observe::facts_of(index.role).word;
+        gap.where = gap.where.empty() ? std::string(word) : fmt::format("{}, {}", gap.unit(), word);
+        gap.number = cell.args.numbers[index.at];
     }
     return gap;
 }

@@ -8,6 +8,7 @@
 
 #include "dfdctl/board/facts.hpp"
 #include "dfdctl/observe/refusal.hpp"
+#include "framework/dfd_lib_cfg/members.h"
 
 #include <fmt/format.h>
 
@@ -20,26 +21,9 @@ using observe::Event;
 using observe::Observation;
 
 std::string member_name(const Item &item, int member) {
-    const auto name = [member](std::span<const char *const> words) {
-        const auto at = static_cast<std::size_t>(member);
-        return at < words.size() ? std::string(words[at]).substr(1) : std::string();
-    };
-    switch (item.type->kind) {
-        case Kind::i2c_dev:
-            return name(dfd_i2c_dev_mem_str);
-        case Kind::info_ctrl:
-            return name(info_ctrl_mem_str);
-        case Kind::irq_ctrl:
-            return name(irq_ctrl_mem_str);
-        case Kind::irq_info:
-            return name(irq_info_mem_str);
-        case Kind::led_info:
-            return name(led_info_mem_str);
-        case Kind::temp_info:
-            return name(temp_info_mem_str);
-        default:
-            return {};
-    }
+    const auto *kind = dfd::member_kind(dfd::kind_of_type(item.type->type));
+    const auto at = static_cast<std::size_t>(member);
+    return kind != nullptr && at < kind->names.size() ? std::string(kind->names[at]).substr(1) : "";
 }
 
 std::string place_of(const Origin &origin, const LoadRecord &log) {
@@ -198,14 +182,14 @@ bool Explanation::is_given(std::uint32_t key) const {
 }
 
 std::vector<std::uint8_t> Explanation::bytes(std::size_t engine, bool written) const {
-    std::vector<std::uint8_t> bytes;
-    for (const observe::Event &event : seen.events) {
-        if (event.kind == observe::Event::Kind::transfer &&
-            event.engine == static_cast<int>(engine) && event.is_write == written) {
-            bytes.insert(bytes.end(), event.bytes.begin(), event.bytes.end());
+    std::vector<std::uint8_t> all;
+    for (const Event &event : seen.events) {
+        if (event.kind == Event::Kind::transfer && event.engine == static_cast<int>(engine) &&
+            event.is_write == written) {
+            all.insert(all.end(), event.bytes.begin(), event.bytes.end());
         }
     }
-    return bytes;
+    return all;
 }
 
 std::vector<std::string> Explanation::assumptions() const {

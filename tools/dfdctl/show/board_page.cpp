@@ -42,24 +42,6 @@ std::optional<int> place(std::uint32_t type, int number) {
     return number < 0 || is_mode ? std::nullopt : std::optional(number);
 }
 
-}  // namespace
-
-BoardPage read_board_page(const Options &options) {
-    BoardPage page{.library = start_library(options)};
-    page.board = find_board_type();
-    page.chassis = page.library.usable()
-                       ? find_chassis_type()
-                       : TypeFound{DFD_ERR, TypeSource::none, "the library did not start"};
-    page.slot = place(DFD_KEY_MY_SLOTID, sdd_get_my_slotid());
-    page.sub_slot = place(DFD_KEY_MY_SSLOTID, sdd_get_my_sslotid());
-    page.units = find_units(page.library.log);
-    page.backplanes = find_backplanes();
-    page.samples = pick_samples(page.library.log);
-    return page;
-}
-
-namespace {
-
 bool any_failed(std::initializer_list<Reading> readings) {
     return std::any_of(readings.begin(), readings.end(),
                        [](const Reading &reading) { return reading.failed(); });
@@ -85,6 +67,20 @@ bool any_row_failed(const std::vector<Row> &rows) {
 }
 
 }  // namespace
+
+BoardPage read_board_page(const Options &options) {
+    BoardPage page{.library = start_library(options)};
+    page.board = find_board_type();
+    page.chassis = page.library.usable()
+                       ? find_chassis_type()
+                       : TypeFound{DFD_ERR, TypeSource::none, "the library did not start"};
+    page.slot = place(DFD_KEY_MY_SLOTID, sdd_get_my_slotid());
+    page.sub_slot = place(DFD_KEY_MY_SSLOTID, sdd_get_my_sslotid());
+    page.units = find_units(page.library.log);
+    page.backplanes = find_backplanes();
+    page.samples = pick_samples(page.library.log);
+    return page;
+}
 
 int exit_of_page(const BoardPage &page) {
     if (!page.library.usable() || page.library.incomplete()) {

@@ -209,29 +209,22 @@ nlohmann::ordered_json row_json(const Section &section, const Row &row) {
     return json;
 }
 
+template <typename Condition>
+bool any_cell(const SectionData &data, Condition condition) {
+    return std::ranges::any_of(
+        data.rows, [&](const Row &row) { return std::ranges::any_of(row.cells, condition); });
+}
+
 bool is_missing(const SectionData &data) {
-    for (const Row &row : data.rows) {
-        for (const Reading &cell : row.cells) {
-            if (cell.status != Status::none) {
-                return false;
-            }
-        }
-    }
-    return true;
+    return !any_cell(data, [](const Reading &cell) { return cell.status != Status::none; });
 }
 
 }  // namespace
 
 bool PageData::has_failed() const {
-    for (const SectionData &section : sections) {
-        for (const Row &row : section.rows) {
-            if (std::any_of(row.cells.begin(), row.cells.end(),
-                            [](const Reading &cell) { return cell.failed(); })) {
-                return true;
-            }
-        }
-    }
-    return false;
+    return std::ranges::any_of(sections, [](const SectionData &section) {
+        return any_cell(section, [](const Reading &cell) { return cell.failed(); });
+    });
 }
 
 bool PageData::is_empty() const {
