@@ -56,7 +56,7 @@ std::string name_of(const ListLine &line) {
 
 /// What a name may mean that no file has; `there` are the names of those that exist.
 std::string hint_of_name(const ListLine &line, const std::vector<std::string> &there) {
-    constexpr std::string_view kBlanks = " \r\n";
+    constexpr std::string_view kEndBlanks = " \r\n";
     const std::string name = name_of(line);
     if (name.find('#') != std::string::npos) {
         return "; a list takes no comments";
@@ -64,9 +64,9 @@ std::string hint_of_name(const ListLine &line, const std::vector<std::string> &t
     if (name.find('\t') != std::string::npos) {
         return "; a tab is part of the name, delete it";
     }
-    const std::size_t begin = line.raw.find_first_not_of(kBlanks);
+    const std::size_t begin = line.raw.find_first_not_of(kEndBlanks);
     if (const std::size_t blank = line.raw.find(' ', begin);
-        line.raw.find_first_not_of(kBlanks, blank) != std::string::npos) {
+        line.raw.find_first_not_of(kEndBlanks, blank) != std::string::npos) {
         return "; the space is deleted: write one name a line";
     }
     if (name.ends_with(kSuffix)) {

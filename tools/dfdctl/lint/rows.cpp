@@ -197,7 +197,6 @@ void check_path(Check &check, const Row &row, const std::map<std::string_view, i
 void check_lonely(Check &check, const std::map<std::string_view, int> &uses,
                   const std::set<std::uint32_t> &said) {
     constexpr int kMany = 8;
-    constexpr std::string_view kCpldPrefix = "/dev/cpld";
     const bool has_busy = std::ranges::any_of(uses, [](const auto &use) {
         return is_numbered_path(use.first, kCpldPrefix) && use.second >= kMany;
     });

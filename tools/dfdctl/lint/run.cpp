@@ -141,7 +141,7 @@ class Run {
     Report report_;
 };
 
-void check_readable(const std::string &path) {
+void refuse_unreadable(const std::string &path) {
     std::error_code error;
     if (fs::is_directory(path, error)) {
         throw UsageError(
@@ -158,7 +158,7 @@ void check_readable(const std::string &path) {
 }
 
 Report run_files(const Request &request) {
-    std::for_each(request.files.begin(), request.files.end(), check_readable);
+    std::for_each(request.files.begin(), request.files.end(), refuse_unreadable);
     std::set<std::string> skipped = request.switched_off;
     for (const Rule &rule : rules()) {
         if (rule.scope == Scope::board) {

@@ -75,7 +75,7 @@ std::uint32_t unit_of(const Count &count, const Item &item) {
 }
 
 /// A count and the items of its units.
-struct Group {
+struct Counted {
     Item count;
     int number;
     std::vector<Item> items;
@@ -90,7 +90,7 @@ struct Group {
 };
 
 /// "there are 2 trays (fan_num, cm8_fans.cfg:7)"
-std::string number_of(const Check &check, const Count &count, const Group &group) {
+std::string number_of(const Check &check, const Count &count, const Counted &group) {
     const SourceLine *const line = group.line(check);
     const std::string from =
         line != nullptr ? fmt::format("{}, {}", as_written(group.count), check.place(*line))
@@ -100,13 +100,13 @@ std::string number_of(const Check &check, const Count &count, const Group &group
 }
 
 /// Of a board's files, those of a larger chassis are right.
-bool is_told_by_chassis(const Check &check, const Group &group) {
+bool is_told_by_chassis(const Check &check, const Counted &group) {
     const SourceLine *const line = group.line(check);
     return line != nullptr && check.log().files[line->file].role == FileRole::chassis;
 }
 
 /// One finding, at the line that comes first.
-void add_beyond(Check &check, const Count &count, const Group &group, std::string_view rule,
+void add_beyond(Check &check, const Count &count, const Counted &group, std::string_view rule,
                 const std::vector<Item> &items) {
     if (items.empty()) {
         return;
@@ -122,7 +122,7 @@ void add_beyond(Check &check, const Count &count, const Group &group, std::strin
     std::ranges::for_each(items, [&](const Item &item) { check.explain(item.key()); });
 }
 
-void check_beyond(Check &check, const Count &count, const Group &group) {
+void check_beyond(Check &check, const Count &count, const Counted &group) {
     std::vector<Item> below;
     std::vector<Item> above;
     for (const Item &item : group.items) {
@@ -138,7 +138,7 @@ void check_beyond(Check &check, const Count &count, const Group &group) {
     add_beyond(check, count, group, is_larger ? "fan-beyond-chassis" : count.beyond, above);
 }
 
-void check_unmet(Check &check, const Count &count, const Group &group) {
+void check_unmet(Check &check, const Count &count, const Counted &group) {
     const SourceLine *const line = group.line(check);
     const bool is_any = !group.described.empty();
     // Cards without the units share the chassis file with those that have them.
@@ -162,7 +162,7 @@ void check_unmet(Check &check, const Count &count, const Group &group) {
                     count.what, ranges(missing), as_written(example), count.loss));
 }
 
-void check_group(Check &check, const Count &count, const Group &group) {
+void check_group(Check &check, const Count &count, const Counted &group) {
     if (group.number < 0 || group.number > count.most) {
         check.at_value("count-range", *group.line(check),
                        fmt::format("{} is no number of {}s: their items are numbered up to {}",
@@ -174,8 +174,8 @@ void check_group(Check &check, const Count &count, const Group &group) {
 }
 
 /// By what is counted in: the tray of rotors, else 0.
-std::map<std::uint32_t, Group> groups_of(const Check &check, const Count &count) {
-    std::map<std::uint32_t, Group> groups;
+std::map<std::uint32_t, Counted> groups_of(const Check &check, const Count &count) {
+    std::map<std::uint32_t, Counted> groups;
     const bool is_each = item_of(count.type).type->index_count() > 0;
     const auto each = [&](Types types, auto note) {
         for (const dfd_key_type type : types) {
@@ -184,10 +184,11 @@ std::map<std::uint32_t, Group> groups_of(const Check &check, const Count &count)
             }
         }
     };
-    each(Types(&count.type, 1), [](Group & /*group*/, const Item & /*item*/) {});
-    each(count.items, [](Group &group, const Item &item) { group.items.push_back(item); });
-    each(count.signs,
-         [&](Group &group, const Item &item) { group.described.push_back(unit_of(count, item)); });
+    each(Types(&count.type, 1), [](Counted & /*group*/, const Item & /*item*/) {});
+    each(count.items, [](Counted &group, const Item &item) { group.items.push_back(item); });
+    each(count.signs, [&](Counted &group, const Item &item) {
+        group.described.push_back(unit_of(count, item));
+    });
     return groups;
 }
 
