@@ -42,8 +42,8 @@ std::string times_text(std::size_t times) {
 /// Prints one stage after another.
 class CallPrinter {
   public:
-    CallPrinter(std::FILE *out, const Explanation &explanation, const LoadRecord &log)
-        : out_(out), explanation_(explanation), log_(log) {}
+    CallPrinter(std::FILE *out, const Explanation &explanation, const LoadRecord &loaded)
+        : out_(out), explanation_(explanation), loaded_(loaded) {}
 
     void stages() {
         const auto &stages = explanation_.stages;
@@ -115,7 +115,7 @@ class CallPrinter {
             fmt::print(out_, "{:>2}. {}: not configured\n", number_, stage.item.missing_name());
         } else {
             fmt::print(out_, "{:>2}. {}\n", number_, stage.item.name());
-            print_description(out_, stage.item, log_);
+            print_description(out_, stage.item, loaded_);
         }
         actions(stage);
     }
@@ -291,7 +291,7 @@ class CallPrinter {
 
     std::FILE *out_;
     const Explanation &explanation_;
-    const LoadRecord &log_;
+    const LoadRecord &loaded_;
     int number_ = 0;
     std::vector<int> numbers_;
 };
@@ -336,14 +336,14 @@ void print_outcome(std::FILE *out, const Explanation &explanation) {
 
 }  // namespace
 
-void print_call(std::FILE *out, const Explanation &explanation, const LoadRecord &log) {
+void print_call(std::FILE *out, const Explanation &explanation, const LoadRecord &loaded) {
     const observe::Call &call = *explanation.call;
     fmt::print(out, "{} ({}, {})\n\n", observe::text_of(call, explanation.args),
                observe::subsystem_name(call.subsystem), observe::does_name(call.does));
     if (explanation.stages.empty()) {
         fmt::print(out, "Asks for no item and no device.\n");
     }
-    CallPrinter(out, explanation, log).stages();
+    CallPrinter(out, explanation, loaded).stages();
     if (explanation.seen.dropped > 0) {
         fmt::print(out, "... and {} events more\n", explanation.seen.dropped);
     }
@@ -351,14 +351,14 @@ void print_call(std::FILE *out, const Explanation &explanation, const LoadRecord
 }
 
 void print_reading(std::FILE *out, const Explanation &reading, const Item &item,
-                   const LoadRecord &log) {
+                   const LoadRecord &loaded) {
     const bool is_engine = reading.call->does == observe::Does::bus;
     fmt::print(out, "\nAs {} reads it:\n",
                is_engine ? std::string(reading.call->name)
                          : observe::text_of(*reading.call, reading.args));
     for (const Stage &stage : reading.stages) {
         if (stage.has_item && stage.item.key() == item.key()) {
-            CallPrinter(out, reading, log).actions(stage);
+            CallPrinter(out, reading, loaded).actions(stage);
         }
     }
     print_outcome(out, reading);

@@ -74,22 +74,22 @@ int chassis_of(const Arguments &arguments, const BoardPlace &place) {
 LoadRecord load(const Arguments &arguments) {
     const BoardPlace place = board_of(arguments);
     int result = 0;
-    LoadRecord log = load_offline({.root = place.root,
-                                   .board_type = place.board_type,
-                                   .chassis_type = chassis_of(arguments, place)},
-                                  &result);
+    LoadRecord loaded = load_offline({.root = place.root,
+                                      .board_type = place.board_type,
+                                      .chassis_type = chassis_of(arguments, place)},
+                                     &result);
     if (result != DFD_OK) {
         throw UsageError(fmt::format("board type {} cannot be loaded: {}{}: {}", place.board_type,
-                                     place.root, log.list_path, log.list_error));
+                                     place.root, loaded.list_path, loaded.list_error));
     }
-    for (const ConfigFile &file : log.files) {
+    for (const ConfigFile &file : loaded.files) {
         // A missing card_pid.cfg or chassis file is no mistake.
         if (file.failed_line != 0 || (!file.opened && file.role == FileRole::listed)) {
             fmt::print(stderr, "dfdctl: {}: {} ('dfdctl lint' tells more)\n", file.path,
                        file.error);
         }
     }
-    return log;
+    return loaded;
 }
 
 /// What is left out is the first unit of the board that goes with the rest.
@@ -157,19 +157,19 @@ int exit_of(const Explanation &explanation) {
 /// One loaded board, and what is asked about it.
 class Session {
   public:
-    Session(const Options &options, const Arguments &arguments, const LoadRecord &log)
+    Session(const Options &options, const Arguments &arguments, const LoadRecord &loaded)
         : options_(options),
           arguments_(arguments),
-          log_(log),
-          observer_(log),
-          units_(log, own_slot()) {}
+          loaded_(loaded),
+          observer_(loaded),
+          units_(loaded, own_slot()) {}
 
     int call(const Call &call) {
         check(call);
         const Explanation explanation =
             explain_call(call, parse_args(call, units_, arguments_.words));
         const auto print = options_.json ? explain::print_call_json : explain::print_call;
-        print(options_.out, explanation, log_);
+        print(options_.out, explanation, loaded_);
         print_log(explanation);
         return exit_of(explanation);
     }
@@ -177,7 +177,7 @@ class Session {
     int item() {
         const Item item = parse_item(arguments_.name, arguments_.words);
         const observe::BoardUse board = observe::observe_board(observer_, units_);
-        explain::ItemExplanation explanation{item, explain::consumers_of(board, item, log_),
+        explain::ItemExplanation explanation{item, explain::consumers_of(board, item, loaded_),
                                              nullptr};
         std::optional<Explanation> reading;
         if (is_readable(item) && (arguments_.reads || !arguments_.answers.empty())) {
@@ -186,7 +186,7 @@ class Session {
             print_log(*reading);
         }
         const auto print = options_.json ? explain::print_item_json : explain::print_item;
-        print(options_.out, explanation, log_);
+        print(options_.out, explanation, loaded_);
         if (dfd_lib_cfg_get_item(item.key()) == nullptr) {
             return kExitNotSupported;
         }
@@ -281,7 +281,7 @@ class Session {
 
     const Options &options_;
     const Arguments &arguments_;
-    const LoadRecord &log_;
+    const LoadRecord &loaded_;
     observe::Observer observer_;
     observe::Units units_;
 };
@@ -297,8 +297,9 @@ int explain_command(const Options &options, const Arguments &arguments) {
             "--read asks the hardware of this system: without --root, --board and "
             "--chassis");
     }
-    const LoadRecord log = arguments.is_offline() ? load(arguments) : require_library(options).log;
-    Session session(options, arguments, log);
+    const LoadRecord loaded =
+        arguments.is_offline() ? load(arguments) : require_library(options).log;
+    Session session(options, arguments, loaded);
     return is_item ? session.item() : session.call(*call);
 }
 

@@ -26,8 +26,8 @@ std::string member_name(const Item &item, int member) {
     return kind != nullptr && at < kind->names.size() ? std::string(kind->names[at]).substr(1) : "";
 }
 
-std::string place_of(const Origin &origin, const LoadRecord &log) {
-    const std::string &path = log.files[origin.file].path;
+std::string place_of(const Origin &origin, const LoadRecord &loaded) {
+    const std::string &path = loaded.files[origin.file].path;
     return fmt::format("{}:{}", path.substr(path.rfind('/') + 1), origin.line);
 }
 
@@ -59,10 +59,10 @@ std::string_view how_of(const observe::Use &use) {
     return use.op == dfd::watch::Op::set_int ? "writes" : "reads";
 }
 
-Consumer consumer_of(const observe::Use &use, const Item &item, const LoadRecord &log,
+Consumer consumer_of(const observe::Use &use, const Item &item, const LoadRecord &loaded,
                      bool is_exact) {
     const bool refused = use.is_read && !use.worked && use.refused != 0;
-    const auto reason = observe::reason_of(log, item, use.refusal);
+    const auto reason = observe::reason_of(loaded, item, use.refusal);
     return {.call = use.call,
             .args = use.args,
             .is_exact = is_exact,
@@ -75,9 +75,9 @@ Consumer consumer_of(const observe::Use &use, const Item &item, const LoadRecord
 
 }  // namespace
 
-std::vector<MemberLine> member_lines(const Item &item, const LoadRecord &log) {
-    const auto found = log.origins.find(item.key());
-    if (found == log.origins.end()) {
+std::vector<MemberLine> member_lines(const Item &item, const LoadRecord &loaded) {
+    const auto found = loaded.origins.find(item.key());
+    if (found == loaded.origins.end()) {
         return {};
     }
     std::map<int, MemberLine> lines;
@@ -88,7 +88,7 @@ std::vector<MemberLine> member_lines(const Item &item, const LoadRecord &log) {
         }
         line.member = member_name(item, origin.member);
         line.value = origin.value;
-        line.place = place_of(origin, log);
+        line.place = place_of(origin, loaded);
     }
     std::vector<MemberLine> result;
     for (auto &[member, line] : lines) {
@@ -291,12 +291,12 @@ Explanation explain_call(const observe::Observer &observer, const observe::Units
 }
 
 std::vector<Consumer> consumers_of(const observe::BoardUse &board, const Item &item,
-                                   const LoadRecord &log) {
+                                   const LoadRecord &loaded) {
     std::vector<Consumer> consumers;
     const auto exact = board.keys.find(item.key());
     if (exact != board.keys.end()) {
         for (const observe::Use &use : exact->second) {
-            consumers.push_back(consumer_of(use, item, log, true));
+            consumers.push_back(consumer_of(use, item, loaded, true));
         }
         return consumers;
     }
@@ -307,7 +307,7 @@ std::vector<Consumer> consumers_of(const observe::BoardUse &board, const Item &i
     for (const auto &[key, uses] : board.keys) {
         for (const observe::Use &use : uses) {
             if (DFD_KEY_TYPE(key) == item.type->type && !is_known(use.call)) {
-                consumers.push_back(consumer_of(use, item_of_key(key), log, false));
+                consumers.push_back(consumer_of(use, item_of_key(key), loaded, false));
             }
         }
     }

@@ -19,7 +19,7 @@ struct MemberLine {
 };
 
 /// The lines of an item in the order of its members; empty when it is not configured.
-std::vector<MemberLine> member_lines(const Item &item, const LoadRecord &log);
+std::vector<MemberLine> member_lines(const Item &item, const LoadRecord &loaded);
 
 /// What a call did with one item: consecutive events of its observation.
 struct Stage {
@@ -101,6 +101,6 @@ struct Consumer {
     std::string refusal = {};  ///< why the engine cannot do it
 };
 std::vector<Consumer> consumers_of(const observe::BoardUse &board, const Item &item,
-                                   const LoadRecord &log);
+                                   const LoadRecord &loaded);
 
 }  // namespace dfdctl::explain

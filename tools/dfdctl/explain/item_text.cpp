@@ -54,18 +54,18 @@ void print_consumers(std::FILE *out, const std::vector<Consumer> &consumers) {
 
 }  // namespace
 
-void print_item(std::FILE *out, const ItemExplanation &explanation, const LoadRecord &log) {
+void print_item(std::FILE *out, const ItemExplanation &explanation, const LoadRecord &loaded) {
     const Item &item = explanation.item;
     fmt::print(out, "{}\n", item.name());
     print_text(out, "kind",
                fmt::format("{}; {}", kind_name(item.type->kind), limits_of(*item.type)));
-    print_description(out, item, log);
+    print_description(out, item, loaded);
     if (explanation.consumers.empty()) {
         print_text(out, "used by", "no function of the library");
     }
     print_consumers(out, explanation.consumers);
     if (explanation.reading != nullptr) {
-        print_reading(out, *explanation.reading, item, log);
+        print_reading(out, *explanation.reading, item, loaded);
     }
 }
 

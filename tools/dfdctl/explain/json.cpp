@@ -27,9 +27,9 @@ std::string_view name_in(std::span<const std::string_view> names, Enum value) {
     return names[static_cast<std::size_t>(value)];
 }
 
-ordered_json lines_json(const Item &item, const LoadRecord &log) {
+ordered_json lines_json(const Item &item, const LoadRecord &loaded) {
     ordered_json lines = ordered_json::array();
-    for (const MemberLine &line : member_lines(item, log)) {
+    for (const MemberLine &line : member_lines(item, loaded)) {
         lines.push_back({{"member", text_or_null(line.member)},
                          {"value", line.value},
                          {"place", line.place},
@@ -104,14 +104,15 @@ ordered_json event_json(const Explanation &explanation, std::size_t index) {
     return {{"kind", "lookup"}, {"found", event.found}};
 }
 
-ordered_json stage_json(const Explanation &explanation, const Stage &stage, const LoadRecord &log) {
+ordered_json stage_json(const Explanation &explanation, const Stage &stage,
+                        const LoadRecord &loaded) {
     ordered_json json;
     json["item"] = stage.has_item ? item_json(stage.item) : ordered_json();
     json["configured"] = stage.has_item && explanation.seen.events[stage.first].found;
     if (stage.has_item && stage.earlier == Stage::kFirstTime) {
         json["says"] = text_or_null(describe(stage.item));
         json["record"] = record_json(stage.item);
-        json["set_by"] = lines_json(stage.item, log);
+        json["set_by"] = lines_json(stage.item, loaded);
     }
     json["events"] = ordered_json::array();
     for (std::size_t i = stage.first; i < stage.end; ++i) {
@@ -136,7 +137,7 @@ ordered_json outputs_json(const Explanation &explanation) {
     return outputs;
 }
 
-ordered_json call_json(const Explanation &explanation, const LoadRecord &log) {
+ordered_json call_json(const Explanation &explanation, const LoadRecord &loaded) {
     const observe::Call &call = *explanation.call;
     ordered_json json = {{"function", call.name},
                          {"call", observe::text_of(call, explanation.args)},
@@ -145,7 +146,7 @@ ordered_json call_json(const Explanation &explanation, const LoadRecord &log) {
                          {"reading", name_in(kReadings, explanation.reading)}};
     json["stages"] = ordered_json::array();
     for (const Stage &stage : explanation.stages) {
-        json["stages"].push_back(stage_json(explanation, stage, log));
+        json["stages"].push_back(stage_json(explanation, stage, loaded));
     }
     json["repeats"] = ordered_json::array();
     for (const observe::Repeat &repeat : explanation.seen.repeats) {
@@ -165,13 +166,13 @@ ordered_json call_json(const Explanation &explanation, const LoadRecord &log) {
 
 }  // namespace
 
-void print_call_json(std::FILE *out, const Explanation &explanation, const LoadRecord &log) {
+void print_call_json(std::FILE *out, const Explanation &explanation, const LoadRecord &loaded) {
     ordered_json json = {{"command", "explain"}};
-    json.update(call_json(explanation, log));
+    json.update(call_json(explanation, loaded));
     print_json(out, json);
 }
 
-void print_item_json(std::FILE *out, const ItemExplanation &explanation, const LoadRecord &log) {
+void print_item_json(std::FILE *out, const ItemExplanation &explanation, const LoadRecord &loaded) {
     const Item &item = explanation.item;
     ordered_json json = {{"command", "explain"},
                          {"item", item_json(item)},
@@ -180,7 +181,7 @@ void print_item_json(std::FILE *out, const ItemExplanation &explanation, const L
                          {"max_index2", item.type->max2},
                          {"says", text_or_null(describe(item))},
                          {"record", record_json(item)},
-                         {"set_by", lines_json(item, log)}};
+                         {"set_by", lines_json(item, loaded)}};
     json["used_by"] = ordered_json::array();
     for (const Consumer &consumer : explanation.consumers) {
         json["used_by"].push_back({{"function", consumer.call->name},
@@ -192,7 +193,7 @@ void print_item_json(std::FILE *out, const ItemExplanation &explanation, const L
                                    {"refusal", text_or_null(consumer.refusal)}});
     }
     json["read_by"] =
-        explanation.reading != nullptr ? call_json(*explanation.reading, log) : ordered_json();
+        explanation.reading != nullptr ? call_json(*explanation.reading, loaded) : ordered_json();
     print_json(out, json);
 }
 

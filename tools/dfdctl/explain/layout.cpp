@@ -72,7 +72,7 @@ std::string_view unit_of(const Item &item) {
     return item.type->kind == Kind::integer ? facts_of(item.type->type).unit : std::string_view();
 }
 
-void print_description(std::FILE *out, const Item &item, const LoadRecord &log) {
+void print_description(std::FILE *out, const Item &item, const LoadRecord &loaded) {
     const std::string description = describe(item);
     const bool is_value = item.type->kind == Kind::integer || item.type->kind == Kind::text;
     const std::string_view unit = unit_of(item);
@@ -80,7 +80,7 @@ void print_description(std::FILE *out, const Item &item, const LoadRecord &log) 
                description.empty()
                    ? "not configured"
                    : fmt::format("{}{}{}", description, unit.empty() ? "" : " ", unit));
-    const std::vector<MemberLine> lines = member_lines(item, log);
+    const std::vector<MemberLine> lines = member_lines(item, loaded);
     if (!lines.empty()) {
         print_pieces(out, "set by", line_pieces(lines));
     }

@@ -22,6 +22,6 @@ void print_text(std::FILE *out, std::string_view label, const std::string &text)
 std::string_view unit_of(const Item &item);
 
 /// What the configuration says of an item, and the lines that say it.
-void print_description(std::FILE *out, const Item &item, const LoadRecord &log);
+void print_description(std::FILE *out, const Item &item, const LoadRecord &loaded);
 
 }  // namespace dfdctl::explain

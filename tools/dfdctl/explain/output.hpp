@@ -8,8 +8,8 @@
 
 namespace dfdctl::explain {
 
-void print_call(std::FILE *out, const Explanation &explanation, const LoadRecord &log);
-void print_call_json(std::FILE *out, const Explanation &explanation, const LoadRecord &log);
+void print_call(std::FILE *out, const Explanation &explanation, const LoadRecord &loaded);
+void print_call_json(std::FILE *out, const Explanation &explanation, const LoadRecord &loaded);
 
 /// What is known of an item; `reading` is the call that has read it, or null.
 struct ItemExplanation {
@@ -18,11 +18,11 @@ struct ItemExplanation {
     const Explanation *reading;
 };
 
-void print_item(std::FILE *out, const ItemExplanation &explanation, const LoadRecord &log);
-void print_item_json(std::FILE *out, const ItemExplanation &explanation, const LoadRecord &log);
+void print_item(std::FILE *out, const ItemExplanation &explanation, const LoadRecord &loaded);
+void print_item_json(std::FILE *out, const ItemExplanation &explanation, const LoadRecord &loaded);
 
 /// What a call did with one item, and what came of it.
 void print_reading(std::FILE *out, const Explanation &reading, const Item &item,
-                   const LoadRecord &log);
+                   const LoadRecord &loaded);
 
 }  // namespace dfdctl::explain

@@ -27,11 +27,11 @@ ordered_json type_json(const TypeFound &found) {
             {"found_by", found.how}};
 }
 
-ordered_json file_json(const LoadRecord &log, const ConfigFile &file) {
+ordered_json file_json(const LoadRecord &loaded, const ConfigFile &file) {
     static constexpr std::array kRoles = {"card_pid", "listed", "chassis"};
     ordered_json problems = ordered_json::array();
     for (const std::size_t problem : file.problems) {
-        const SourceLine &line = log.lines[problem];
+        const SourceLine &line = loaded.lines[problem];
         problems.push_back({{"line", line.line}, {"message", problem_of(line)}});
     }
     return {{"path", file.path},
@@ -97,17 +97,18 @@ ordered_json board_json(const BoardPage &page) {
     ordered_json board = type_json(page.board);
     board["slot"] = place_json(page.slot);
     board["sub_slot"] = place_json(page.sub_slot);
-    const LoadRecord &log = page.library.log;
-    return {{"started", page.library.usable()},
-            {"board", board},
-            {"chassis", type_json(page.chassis)},
-            {"list_file",
-             {{"path", text_or_null(log.list_path)}, {"error", text_or_null(log.list_error)}}},
-            {"files",
-             list_json(log.files, [&log](const ConfigFile &file) { return file_json(log, file); })},
-            {"inventory", list_json(page.units, unit_json)},
-            {"backplanes", list_json(page.backplanes, backplane_json)},
-            {"readings", list_json(page.samples, sample_json)}};
+    const LoadRecord &loaded = page.library.log;
+    return {
+        {"started", page.library.usable()},
+        {"board", board},
+        {"chassis", type_json(page.chassis)},
+        {"list_file",
+         {{"path", text_or_null(loaded.list_path)}, {"error", text_or_null(loaded.list_error)}}},
+        {"files", list_json(loaded.files,
+                            [&loaded](const ConfigFile &file) { return file_json(loaded, file); })},
+        {"inventory", list_json(page.units, unit_json)},
+        {"backplanes", list_json(page.backplanes, backplane_json)},
+        {"readings", list_json(page.samples, sample_json)}};
 }
 
 }  // namespace dfdctl

@@ -18,10 +18,10 @@ namespace dfdctl {
 namespace {
 
 /// One item of each combination of mode, source, format and polarity, the first by key.
-std::vector<Sample> pick_samples(const LoadRecord &log) {
+std::vector<Sample> pick_samples(const LoadRecord &loaded) {
     std::set<std::tuple<int, int, int, int>> seen;
     std::vector<Sample> samples;
-    for (const auto &[key, origins] : log.origins) {
+    for (const auto &[key, origins] : loaded.origins) {
         const Item item = item_of_key(key);
         if (item.type->kind != Kind::info_ctrl) {
             continue;

@@ -39,20 +39,20 @@ std::string file_status(const ConfigFile &file) {
                                  : fmt::format("loaded, problems: {}", file.problems.size());
 }
 
-void print_files(std::FILE *out, const LoadRecord &log) {
+void print_files(std::FILE *out, const LoadRecord &loaded) {
     print_heading(out, "Configuration files, in the order of loading");
     Table table({"FILE", "LINES", "ITEMS", "STATUS"});
-    for (const ConfigFile &file : log.files) {
+    for (const ConfigFile &file : loaded.files) {
         table.add({file.path, fmt::format("{:>5}", file.lines), fmt::format("{:>5}", file.items),
                    file_status(file)});
     }
-    if (!log.list_error.empty()) {
-        table.add({log.list_path, "    -", "    -", "not loaded: " + log.list_error});
+    if (!loaded.list_error.empty()) {
+        table.add({loaded.list_path, "    -", "    -", "not loaded: " + loaded.list_error});
     }
     table.print(out);
-    for (const ConfigFile &file : log.files) {
+    for (const ConfigFile &file : loaded.files) {
         for (const std::size_t problem : file.problems) {
-            const SourceLine &line = log.lines[problem];
+            const SourceLine &line = loaded.lines[problem];
             fmt::print(out, "  {}:{}: {}\n", file.path, line.line, problem_of(line));
         }
     }
