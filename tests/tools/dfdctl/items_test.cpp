@@ -132,6 +132,10 @@ TEST(Get, JsonHasTheSameKeysWhetherTheReadingWorksOrNot) {
     const json voltage = board.dfdctl("get power_in_voltage 1 --json").json();
     EXPECT_EQ(voltage["reading"]["value"], 230);
     EXPECT_EQ(voltage["reading"]["unit"], "V");
+    // Looked up by the product name, whose bytes are not those of the number.
+    const json type = board.dfdctl("get fan_type 2 --json").json();
+    EXPECT_EQ(type["reading"]["value"], 17);
+    EXPECT_EQ(type["reading"]["bytes"], nullptr);
 }
 
 TEST(Get, OutputCarriesDataOnlyAlsoWithTheLogOpen) {

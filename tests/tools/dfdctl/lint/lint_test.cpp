@@ -15,7 +15,10 @@ namespace {
 namespace fs = std::filesystem;
 
 using nlohmann::json;
+using testing::AllOf;
+using testing::EndsWith;
 using testing::HasSubstr;
+using testing::StartsWith;
 using tools_test::Result;
 using tools_test::run;
 
@@ -181,6 +184,25 @@ std::set<std::string> ids_of_corpus() {
         }
     }
     return ids;
+}
+
+/// Both forms list every rule, and the page that a rule names is there.
+TEST(Lint, ListsItsRules) {
+    const std::vector<std::string> text = lines_of(lint("--rules").out);
+    const json document = lint("--rules --json").json();
+    const json &list = document["rules"];
+    const auto &rules = dfdctl::lint::rules();
+    ASSERT_EQ(list.size(), rules.size());
+    ASSERT_EQ(text.size(), rules.size() + 1);
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        EXPECT_EQ(list[i]["rule"], rules[i].id);
+        EXPECT_THAT(text[i + 1], AllOf(StartsWith("  " + list[i]["rule"].get<std::string>() + " "),
+                                       HasSubstr(" " + list[i]["severity"].get<std::string>()),
+                                       HasSubstr(" " + list[i]["scope"].get<std::string>()),
+                                       EndsWith(" " + list[i]["why"].get<std::string>())));
+        EXPECT_TRUE(fs::exists(BOARD_SOURCES "/../" + list[i]["page"].get<std::string>()))
+            << list[i]["page"];
+    }
 }
 
 TEST(Lint, EveryRuleFindsSomethingInTheCorpus) {
