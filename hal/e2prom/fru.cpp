@@ -94,12 +94,15 @@ int dfd_get_frue2prom_info(const char *dev, uint16_t addr, uint8_t *hdr) {
         LOG_ERR("Invalid parameter!\n");
         return DFD_ERR_PARAM;
     }
-    const int rv = dfd_read_e2prom(dev, addr, 0, hdr, DFD_FRU_HEADER_SIZE);
+    // A wrong checksum shows the byte behind the header, which the caller's buffer need not have.
+    HeaderBytes bytes = {};
+    const int rv = dfd_read_e2prom(dev, addr, 0, bytes, DFD_FRU_HEADER_SIZE);
     if (rv != DFD_OK) {
         LOG_ERR("Read eeprom head info error(dev: %s, addr: %02x).\n", dev, addr);
         return rv;
     }
-    return ipmi_validate_common_hdr(hdr, DFD_FRU_HEADER_SIZE);
+    std::memcpy(hdr, bytes, DFD_FRU_HEADER_SIZE);
+    return ipmi_validate_common_hdr(bytes, DFD_FRU_HEADER_SIZE);
 }
 
 int dfd_set_fru_product_info(fru_product_info_t *info, fru_field_t *dest, uint32_t type) {

@@ -139,8 +139,8 @@ DFD_API int dfd_info_get_buf(uint32_t key, void *buf, uint32_t buf_len, dfd_info
  * inverted for negative polarity and merged with the register's other bits, or the low byte of
  * value. On an I2C source a bit field is written as the whole byte, so the other bits are lost.
  * Each write to I2C is logged as an error, also when it succeeds.
- * A local-bus device that cannot be opened swallows a whole byte (0, nothing is written); a bit
- * field, which is read first, fails there (-7).
+ * A write of a whole byte to a local-bus device that cannot be opened succeeds and writes nothing;
+ * a bit field of less than 8 bits is read first and fails there (-7).
  * Returns 0. -8: another key type. -6: not configured. -5: another mode, .bit_offset over 7, .len
  * outside 1 to 31 (not for bit), or format none or buf. -1: format num_str. -7: the write failed,
  * or the source is a file, none or unknown. May sleep 50 ms (I2C).

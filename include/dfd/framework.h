@@ -186,7 +186,8 @@ DFD_API int dfd_lib_cfg_get_fan_type_by_name(const char *name, uint32_t *fan_typ
 DFD_API void dfd_lib_cfg_show_item(uint32_t key);
 
 /* Prints a record as the kind that the key's type names: int, string, i2c_dev and info_ctrl, of the
- * last all members but .reg_offset; of other kinds only the key and "item[TYPE] error!". A null
+ * last all members but .reg_offset; of other kinds only a line of asterisks, the key and
+ * "item[TYPE] error!". A null
  * record is only logged. */
 DFD_API void dfd_lib_cfg_print_item(uint32_t key, const void *record);
 

@@ -89,7 +89,8 @@ DFD_API int dfd_set_card_info_tlv(const char *dev, uint16_t addr, const char *sn
  * leaves its field. One that cannot be stored (over 63 characters, no room, a field that is not
  * 8-bit text) leaves it too, and the version is then not tried after the serial number; that is
  * not reported. The area, changed or not, is written back to the end of the EEPROM, 4 bytes at a
- * time, 10 ms apart. An area of more than 248 bytes is not valid here. Both names are the same
+ * time, 10 ms apart. Five bits of the length byte count: an area of more than 248 bytes is taken
+ * for a shorter one, whose checksum as a rule does not fit. Both names are the same
  * operation.
  * Return 0; -1: invalid header or area, or a failed write; -22: null dev, or the area length
  * cannot be read; -12: no memory; the negative result of a transfer.
@@ -296,8 +297,7 @@ DFD_API int ipmi_fru_sn_hw_updata(uint8_t *area, int capacity, int area_len, con
                                   const char *hw, const uint8_t *offsets);
 
 /* Reads the common header into hdr, DFD_FRU_HEADER_SIZE bytes, and validates it. Returns 0; -1:
- * invalid, hdr is filled all the same; -22: null dev or hdr; the negative result of the read. While
- * errors are logged, the byte behind hdr must be readable: see ipmi_validate_common_hdr. */
+ * invalid, hdr is filled all the same; -22: null dev or hdr; the negative result of the read. */
 DFD_API int dfd_get_frue2prom_info(const char *dev, uint16_t addr, uint8_t *hdr);
 
 /* Clears info and points the field that an information type names at dest. Returns 0; -1: another
