@@ -42,9 +42,10 @@ std::uint32_t parse_khz(const std::string &text) {
 }
 
 std::optional<std::uint32_t> parse_slot(const std::string &text) {
+    const auto last = static_cast<std::uint32_t>(key_types()[DFD_KEY_SLOT_ONLINE].max1);
     std::uint32_t slot = 0;
-    if (!parse_number(text, slot) || slot > UINT8_MAX) {
-        throw UsageError(fmt::format("'{}' is no slot: 0 to {}", text, UINT8_MAX));
+    if (!parse_number(text, slot) || slot > last) {
+        throw UsageError(fmt::format("'{}' is no slot: 0 to {}", text, last));
     }
     return slot;
 }

@@ -88,6 +88,7 @@ TEST(Coverage, KnowsWhatTheDemoBoardLacks) {
         // Say 0 and do nothing.
         {"drv_get_power_sw_version {\"supply\":2}", "default", {"power_sw_ver 2"}},
         {"sdd_reset_lc {\"slot\":2}", "default", {"reset_lc 2"}},
+        {"sdd_reset_lc {\"slot\":\"own\"}", "default", {"reset_lc of the own slot"}},
         {"drv_get_card_power_status {\"slot\":1}", "default", {"card_power_status 1"}},
         // The own card answers without an item, a state that the LED's table lacks does not.
         {"drv_get_slot_online {\"slot\":\"own\"}", "ok", {}},
@@ -320,6 +321,7 @@ TEST(Coverage, RequiresWhatIsEssentialAndPolledAndStrictlyAllThatSomeUnitsHave) 
         {demo + "--i2c-khz 0", 2, "bus speed"},
         {demo + "--chassis 9", 2, "chassis type '9'"},
         {demo + "--own-slot x", 2, "'x' is no slot"},
+        {demo + "--own-slot 99", 2, "'99' is no slot: 0 to 32"},
         {demo + "--answer fan_num=1", 2, "not configured as something that is read"},
     };
     for (const auto &each : kRuns) {
