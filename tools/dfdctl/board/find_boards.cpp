@@ -46,13 +46,16 @@ std::vector<std::string> board_roots(const std::string &directory) {
                                      kConfiguration));
     }
     std::vector<std::string> roots;
-    fs::recursive_directory_iterator entry(directory, fs::directory_options::skip_permission_denied,
-                                           error);
+    fs::recursive_directory_iterator entry(directory, error);
     for (; entry != fs::recursive_directory_iterator(); entry.increment(error)) {
         if (entry->is_directory(error) && holds_board(entry->path())) {
             roots.push_back(prefix_of(entry->path()));
             entry.disable_recursion_pending();
         }
+    }
+    if (error) {
+        throw UsageError(fmt::format("'{}', or a directory below it, cannot be read: {}", directory,
+                                     error.message()));
     }
     if (roots.empty()) {
         throw UsageError(

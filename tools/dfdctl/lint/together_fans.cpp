@@ -19,6 +19,14 @@ void check_settable(Check &check) {
     const auto example =
         std::ranges::find_if(settable, [](const Item &item) { return item.index2 > 0; });
     if (example == settable.end()) {
+        const std::vector<Item> levels = configured(check, DFD_KEY_GET_FAN_CFG_SPEED);
+        if (settable.empty() && !levels.empty()) {
+            check.at_item(
+                "rotor-unset", levels.front().key(),
+                fmt::format("{}, but no fan_cfg_speed of any rotor: speed levels are read, "
+                            "but cannot be set (-6)",
+                            as_written(levels.front())));
+        }
         return;
     }
     for (const Item &item : configured(check, DFD_KEY_FAN_REAL_SPEED)) {
