@@ -55,13 +55,22 @@ bool is_on_i2c(const Item &item, const info_ctrl_t &ctrl) {
 }
 
 void check_i2c_item(Check &check, const Item &item, const info_ctrl_t &ctrl) {
-    check_address(check, item, kAddr, ctrl.addr);
+    if (check.is_found("layout-unknown", item.key())) {
+        return;  // no EEPROM is meant
+    }
     const std::string_view path = ctrl.fpath;
+    const bool is_localbus = is_hardware_mode(ctrl.mode) && ctrl.src == INFO_SRC_I2C &&
+                             (path == kFpgaPath || is_numbered_path(path, kCpldPrefix));
+    if (is_localbus) {
+        // No wonder that it has no address, and differs from devices on a bus.
+        check.withdraw("unit-differs", item.key());
+        check.withdraw("device-once", item.key());
+    } else {
+        check_address(check, item, kAddr, ctrl.addr);
+    }
     if (path.empty() || is_numbered_path(path, kI2cPrefix)) {
         return;
     }
-    const bool is_localbus = is_hardware_mode(ctrl.mode) && ctrl.src == INFO_SRC_I2C &&
-                             (path == kFpgaPath || is_numbered_path(path, kCpldPrefix));
     check.at_member(
         "i2c-path", item.key(), kFpath,
         fmt::format("'{}' is no I2C bus: those are /dev/i2c-N; on any other device the "

@@ -190,6 +190,37 @@ bool Check::has_mistakes() const {
     });
 }
 
+bool Check::is_about(const Finding &finding, std::string_view rule, std::uint32_t key) const {
+    const auto origins = log_.origins.find(key);
+    return finding.rule->id == rule && origins != log_.origins.end() &&
+           std::ranges::any_of(origins->second, [&](const Origin &origin) {
+               return finding.line == origin.line &&
+                      finding.file == root_ + log_.files[origin.file].path;
+           });
+}
+
+bool Check::is_found(std::string_view rule, std::uint32_t key) const {
+    return std::ranges::any_of(
+        findings_, [&](const Finding &finding) { return is_about(finding, rule, key); });
+}
+
+bool Check::has_error(std::uint32_t type) const {
+    std::set<Place> errors;
+    for (const Finding &finding : findings_) {
+        if (finding.rule->severity == Severity::error) {
+            errors.emplace(finding.file.substr(root_.size()), finding.line);
+        }
+    }
+    return std::ranges::any_of(log_.lines, [&](const SourceLine &line) {
+        return line.row != nullptr && line.row->type == type &&
+               errors.contains({log_.files[line.file].path, line.line});
+    });
+}
+
+void Check::withdraw(std::string_view rule, std::uint32_t key) {
+    std::erase_if(findings_, [&](const Finding &finding) { return is_about(finding, rule, key); });
+}
+
 void Check::use_allowances(std::string_view rule) {
     for (auto &[place, allowance] : allowed_) {
         allowance.is_used |= place.second->id == rule;

@@ -368,7 +368,30 @@ bool check_readable(Check &check, const std::string &root) {
     return is_readable;
 }
 
+/// Chassis files that no board loads.
+void check_unloaded(Check &check, const Boards &boards) {
+    const bool has_backplane = std::ranges::any_of(boards.configured, [](std::uint32_t key) {
+        return DFD_KEY_TYPE(key) == DFD_KEY_E2_SETMAC;
+    });
+    for (const int type : chassis_types(check.root())) {
+        const std::string path = fmt::format("{}{}{}", kChassisDirectory, type, kSuffix);
+        const bool is_told = type != 0 && type <= kLastToldChassis;
+        if (!boards.named.contains(path) && !(is_told && boards.has_unclear_chassis)) {
+            check.at_file(
+                "chassis-file-unloaded", path, 1,
+                fmt::format("never loaded: no board here is of type {}, and {}", type,
+                            !is_told        ? "a backplane EEPROM tells types 1 to 255"
+                            : has_backplane ? "what e2_setmac reads tells no board this chassis"
+                                            : "none has an e2_setmac, which tells its chassis"));
+        }
+    }
+}
+
 }  // namespace
+
+bool is_chassis_unclear(const Check &check) {
+    return check.has_error(DFD_KEY_E2_SETMAC);
+}
 
 void check_files(Check &check) {
     const LoadRecord &log = check.log();
@@ -392,7 +415,7 @@ void check_files(Check &check) {
                                       "board EEPROM can",
                                       file.error));
         }
-        if (!file.opened && file.role == FileRole::chassis) {
+        if (!file.opened && file.role == FileRole::chassis && !is_chassis_unclear(check)) {
             check.at_file("chassis-file-missing", file.path, 1,
                           fmt::format("{}: in this chassis the board has the values of its own "
                                       "files only",
@@ -402,7 +425,7 @@ void check_files(Check &check) {
     check_types(check);
 }
 
-void check_directory(Check &check, const std::set<std::string> &named) {
+void check_directory(Check &check, const Boards &boards) {
     const std::string &root = check.root();
     if (check_readable(check, root) && board_types(root).empty()) {
         check.at_file("list-empty", kListDirectory.substr(0, kListDirectory.size() - 1), 1,
@@ -419,16 +442,7 @@ void check_directory(Check &check, const std::set<std::string> &named) {
             }
         }
     }
-    for (const int type : chassis_types(root)) {
-        const std::string path = fmt::format("{}{}{}", kChassisDirectory, type, kSuffix);
-        if (!named.contains(path)) {
-            check.at_file("chassis-file-unloaded", path, 1,
-                          fmt::format("never loaded: no board here is of type {}, and {}", type,
-                                      type == 0 || type > kLastToldChassis
-                                          ? "a backplane EEPROM tells types 1 to 255"
-                                          : "none has an e2_setmac, which tells its chassis"));
-        }
-    }
+    check_unloaded(check, boards);
 }
 
 std::vector<std::string> unlisted_files(const std::string &root,

@@ -148,6 +148,13 @@ bool has_negative_register(const Seen &seen) {
            judge_number(line->value).flaw == NumberText::Flaw::none;
 }
 
+/// As it is written: the device gets the low byte of it, whatever the rest is.
+bool has_negative_i2c_register(const Seen &seen) {
+    const SourceLine *line = seen.check.line_of(seen.item.key(), kRegOffset);
+    return seen.is_hardware(INFO_SRC_I2C) && line != nullptr && line->value.starts_with('-') &&
+           seen.ctrl.reg_offset > kLastI2cRegister;
+}
+
 /// A flag was chosen, where a plain register would do as a probe.
 bool is_line_flag_on_i2c(const Seen &seen) {
     const std::uint32_t type = seen.item.type->type;
@@ -242,7 +249,8 @@ constexpr std::array kMemberRules = {
     MemberRule{
         "register-cut", kRegOffset,
         [](const Seen &s) {
-            return s.is_hardware(INFO_SRC_I2C) && s.ctrl.reg_offset > kLastI2cRegister;
+            return s.is_hardware(INFO_SRC_I2C) && s.ctrl.reg_offset > kLastI2cRegister &&
+                   !has_negative_i2c_register(s);
         },
         "a register of an I2C device is one byte: the upper bits are cut, another register is "
         "accessed"},
@@ -250,6 +258,9 @@ constexpr std::array kMemberRules = {
         "register-negative", kRegOffset, has_negative_register,
         "no device has a register below 0: every read fails (-7); write the offset as in the "
         "data sheet, 0x00 and up"},
+    MemberRule{"register-negative", kRegOffset, has_negative_i2c_register,
+               "no device has a register below 0: another one is accessed; write the offset as in "
+               "the data sheet, 0x00 and up"},
     MemberRule{"line-fail-probe", kFrmt, is_line_flag_on_i2c,
                "over I2C only whether the device answers counts, never what the register holds: "
                "write the bit of a local-bus register, or .frmt=byte and .len=1 where an answer is "

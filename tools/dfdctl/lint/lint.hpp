@@ -96,6 +96,12 @@ class Check {
 
     /// An error or a warning by now, those that the files allow left out.
     bool has_mistakes() const;
+    /// Whether a rule found something in the lines of an item.
+    bool is_found(std::string_view rule, std::uint32_t key) const;
+    /// Whether there is an error in a line of items of a type, stored or not.
+    bool has_error(std::uint32_t type) const;
+    /// Takes back what a rule found in the lines of an item: another finding tells the cause.
+    void withdraw(std::string_view rule, std::uint32_t key);
     /// A rule that is not judged on this board may still be allowed.
     void use_allowances(std::string_view rule);
     /// File as the library names it, and line.
@@ -115,6 +121,7 @@ class Check {
   private:
     /// Where a byte of a line stands in the line as a whole, from 1.
     static int column_of(const SourceLine &line, std::size_t byte);
+    bool is_about(const Finding &finding, std::string_view rule, std::uint32_t key) const;
     void keep(std::string_view rule, std::string file, int line, int column, std::string text);
     void read_allowances();
     void allow(std::string_view id, const SourceLine &line);
@@ -140,12 +147,20 @@ void check_rows(Check &check);       ///< rows.cpp: places in a row of units tha
 void check_together(Check &check);   ///< together_*.cpp: items that belong together
 void check_addresses(Check &check);  ///< addresses.cpp: buses, addresses, the register map
 void check_files(Check &check);      ///< files.cpp: list file, missing files, chassis file
+/// Whether a mistake, which is told, hides which chassis file the board loads.
+bool is_chassis_unclear(const Check &check);
 /// All of them.
 void check_all(Check &check);
 
-/// A board's directory as a whole; `named` are the files that its boards' lists name, and those of
-/// their chassis.
-void check_directory(Check &check, const std::set<std::string> &named);
+/// What the boards of a directory have, all taken together.
+struct Boards {
+    std::set<std::string> named;         ///< files that their lists name, those of their chassis
+    std::set<std::uint32_t> configured;  ///< items
+    bool has_unclear_chassis = false;    ///< a mistake hides which chassis files are loaded
+};
+
+/// A board's directory as a whole.
+void check_directory(Check &check, const Boards &boards);
 /// Files of a directory that no list names, as the library names them; `listed` are the others.
 std::vector<std::string> unlisted_files(const std::string &root,
                                         const std::set<std::string> &listed);

@@ -41,13 +41,12 @@ class Run {
     void directory(const std::string &root) {
         const LoadRecord nothing;
         Check check(nothing, root, skipped_);
-        check_directory(check, named_);
+        check_directory(check, boards_);
         keep(check.take());
-        for (const std::string &path : unlisted_files(root, named_)) {
+        for (const std::string &path : unlisted_files(root, boards_.named)) {
             unlisted(root + path);
         }
-        named_.clear();
-        configured_.clear();
+        boards_ = {};
     }
 
     Report take() {
@@ -68,15 +67,15 @@ class Run {
         check(log, root);
         report_.files.insert(root + log.list_path);
         for (const ListLine &line : log.list) {
-            named_.insert(line.path);
+            boards_.named.insert(line.path);
         }
         for (const ConfigFile &file : log.files) {
             if (file.role == FileRole::chassis) {
-                named_.insert(file.path);
+                boards_.named.insert(file.path);
             }
         }
         for (const auto &[key, origins] : log.origins) {
-            configured_.insert(key);
+            boards_.configured.insert(key);
         }
         return !log.files.empty() &&
                log.files.back().path.ends_with(fmt::format("/{}.cfg", chassis_type));
@@ -88,6 +87,7 @@ class Run {
             request_.visit(check);
         }
         check_all(check);
+        boards_.has_unclear_chassis |= is_chassis_unclear(check);
         keep(check.take());
         for (const auto &[place, allowance] : check.allowances()) {
             allowances_.try_emplace(place, allowance).first->second.is_used |= allowance.is_used;
@@ -104,7 +104,7 @@ class Run {
         const bool is_file = fs::is_regular_file(path, error);
         const LoadRecord log = is_file ? load_files({path}) : LoadRecord();
         Check check(log, "", skipped_);
-        check_unlisted(check, path, configured_);
+        check_unlisted(check, path, boards_.configured);
         keep(check.take());
     }
 
@@ -135,8 +135,7 @@ class Run {
 
     const Request &request_;
     std::set<std::string> skipped_;
-    std::set<std::string> named_;         ///< files of the directory in work
-    std::set<std::uint32_t> configured_;  ///< items of its boards
+    Boards boards_;  ///< of the directory in work
     Allowances allowances_;
     Report report_;
 };
