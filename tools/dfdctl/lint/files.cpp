@@ -69,6 +69,12 @@ std::string hint_of_name(const ListLine &line, const std::vector<std::string> &t
         line.raw.find_first_not_of(kEndBlanks, blank) != std::string::npos) {
         return "; the space is deleted: write one name a line";
     }
+    if (name.find(',') != std::string::npos) {
+        return "; write one name a line";
+    }
+    if (name.find('/') != std::string::npos) {
+        return "; write the name without its directory";
+    }
     if (name.ends_with(kSuffix)) {
         return "; write the name without '.cfg'";
     }
@@ -341,7 +347,10 @@ bool is_pid_file_missed(const std::string &root, const std::string &path) {
 
 /// "; it belongs in chassis/" for a file whose name is right in another directory than its own.
 std::string other_home(std::string_view own, const std::string &name) {
-    if (own != kFileDirectory && name == kPidFile) {
+    // A digit begins the name of a list or of a chassis file.
+    const bool is_of_board = own == kListDirectory && name.ends_with(kSuffix) &&
+                             (name.front() < '0' || name.front() > '9');
+    if (is_of_board || (own != kFileDirectory && name == kPidFile)) {
         return "; it belongs in cfg_file/";
     }
     for (const NameRule &rule : kNameRules) {
