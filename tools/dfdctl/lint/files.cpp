@@ -451,7 +451,9 @@ void check_directory(Check &check, const Boards &boards) {
             }
         }
     }
-    check_unloaded(check, boards);
+    if (!boards.has_unread_list) {
+        check_unloaded(check, boards);
+    }
 }
 
 std::vector<std::string> unlisted_files(const std::string &root,

@@ -156,6 +156,7 @@ void check_all(Check &check);
 struct Boards {
     std::set<std::string> named;         ///< files that their lists name, those of their chassis
     std::set<std::uint32_t> configured;  ///< items
+    bool has_unread_list = false;        ///< what it names, nobody knows
     bool has_unclear_chassis = false;    ///< a mistake hides which chassis files are loaded
 };
 

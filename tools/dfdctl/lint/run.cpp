@@ -39,12 +39,15 @@ class Run {
 
     /// Once all its boards are loaded.
     void directory(const std::string &root) {
+        boards_.has_unread_list |= board_types(root).empty();
         const LoadRecord nothing;
         Check check(nothing, root, skipped_);
         check_directory(check, boards_);
         keep(check.take());
-        for (const std::string &path : unlisted_files(root, boards_.named)) {
-            unlisted(root + path);
+        if (!boards_.has_unread_list) {
+            for (const std::string &path : unlisted_files(root, boards_.named)) {
+                unlisted(root + path);
+            }
         }
         boards_ = {};
     }
@@ -66,6 +69,9 @@ class Run {
                                              .reads_everything = true});
         check(log, root);
         report_.files.insert(root + log.list_path);
+        std::error_code error;
+        boards_.has_unread_list |=
+            !log.list_error.empty() || fs::is_directory(root + log.list_path, error);
         for (const ListLine &line : log.list) {
             boards_.named.insert(line.path);
         }
