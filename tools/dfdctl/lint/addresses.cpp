@@ -25,7 +25,6 @@ constexpr std::uint32_t kLastAddress = 0x7F;
 constexpr std::uint32_t kLast8BitAddress = 0xFF;
 constexpr std::uint32_t kFirstDeviceAddress = 0x08;
 constexpr std::uint32_t kLastDeviceAddress = 0x77;
-constexpr std::string_view kI2cPrefix = "/dev/i2c-";
 constexpr std::string_view kFpgaPath = "/dev/fpga0";
 
 void check_address(Check &check, const Item &item, int member, std::uint32_t addr) {

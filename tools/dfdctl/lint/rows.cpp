@@ -90,8 +90,18 @@ bool fits(const std::set<std::uint32_t> &others, std::uint32_t number) {
     return number + step >= *others.begin() && number <= *others.rbegin() + step;
 }
 
+/// "the other of this row is 0x50", "the 3 others of this row are 0x50 to 0x53".
+std::string as_others(std::size_t count, const std::set<std::uint32_t> &others) {
+    const std::string span = others.size() == 1
+                                 ? fmt::format("{:#x}", *others.begin())
+                                 : fmt::format("{:#x} to {:#x}", *others.begin(), *others.rbegin());
+    return count == 1 ? fmt::format("the other of this row is {}", span)
+                      : fmt::format("the {} others of this row are {}", count, span);
+}
+
 /// A decimal number among hexadecimal ones, whose digits would fit if they were hexadecimal too.
-void check_base(Check &check, const Row &row, CtrlMember member) {
+void check_base(Check &check, const Row &row, CtrlMember member, std::string_view rule,
+                std::size_t least, std::set<std::uint32_t> &said) {
     const Unit *decimal = nullptr;
     std::set<std::uint32_t> others;
     std::size_t hexadecimal = 0;
@@ -107,17 +117,32 @@ void check_base(Check &check, const Row &row, CtrlMember member) {
             decimal = &unit;
         }
     }
-    if (decimal == nullptr || hexadecimal < kLeastOthers) {
+    if (decimal == nullptr || hexadecimal < least) {
         return;
     }
     const std::uint32_t number = value_of(*decimal->ctrl, member);
     const std::uint32_t meant = *as_hexadecimal(check.line_of(decimal->item.key(), member));
-    if (fits(others, meant) && !fits(others, number)) {
-        check.at_member("number-base", decimal->item.key(), member,
-                        fmt::format("{}: {} is {:#x}, while the {} others of this row are {:#x} to "
-                                    "{:#x}: is {:#x} meant?",
+    if (fits(others, meant) && !fits(others, number) && said.insert(decimal->item.key()).second) {
+        check.at_member(rule, decimal->item.key(), member,
+                        fmt::format("{}: {} is {:#x}, while {}: is {:#x} meant?",
                                     as_written(decimal->item, info_ctrl_mem_str[member]), number,
-                                    number, hexadecimal, *others.begin(), *others.rbegin(), meant));
+                                    number, as_others(hexadecimal, others), meant));
+    }
+}
+
+/// Of few chips of one bus, too, an address is decimal that alone is not written as hexadecimal.
+void check_addresses_of_bus(Check &check, std::set<std::uint32_t> &said) {
+    std::map<std::pair<std::uint32_t, std::string_view>, Row> rows;
+    for (const Item &item : configured(check, Kind::info_ctrl)) {
+        const auto &ctrl = *record_of<info_ctrl_t>(item);
+        if (is_numbered_path(ctrl.fpath, kI2cPrefix)) {
+            rows[{item.type->type, ctrl.fpath}].push_back({item, &ctrl});
+        }
+    }
+    for (const auto &[bus, row] : rows) {
+        if (row.size() > 1) {
+            check_base(check, row, kAddr, "address-base", row.size() - 1, said);
+        }
     }
 }
 
@@ -265,14 +290,17 @@ void check_gaps(Check &check) {
 void check_rows(Check &check) {
     const auto uses = uses_of_paths(check);
     std::set<std::uint32_t> said;
+    std::set<std::uint32_t> said_addresses;
+    std::set<std::uint32_t> said_registers;
     for (const Row &row : rows_of(check)) {
-        check_base(check, row, kAddr);
-        check_base(check, row, kRegOffset);
+        check_base(check, row, kAddr, "number-base", kLeastOthers, said_addresses);
+        check_base(check, row, kRegOffset, "number-base", kLeastOthers, said_registers);
         check_path(check, row, uses, said);
         if (row.front().ctrl->src == INFO_SRC_I2C) {
             check_register(check, row);
         }
     }
+    check_addresses_of_bus(check, said_addresses);
     check_lonely(check, uses, said);
     check_gaps(check);
 }

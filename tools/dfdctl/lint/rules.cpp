@@ -17,6 +17,7 @@ constexpr Scope kBoard = Scope::board;
 // error: does not work as it is written; warning: likely a mistake; note: worth knowing.
 /* clang-format off */
 constexpr std::array kRules = {
+    Rule{"address-base", note, kItem, "Without 0x an address is decimal, also beside hexadecimal ones", "info_ctrl"},
     Rule{"address-unused", note, kItem, "Only a device on an I2C bus has an address", "info_ctrl"},
     Rule{"allow-unused", warning, kLine, "A '# lint: allow' that switches nothing off hides the next mistake", "format"},
     Rule{"attribute-without-name", warning, kBoard, "A type that no name leads to is never met", "power"},

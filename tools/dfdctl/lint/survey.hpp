@@ -53,5 +53,6 @@ bool is_place_only(const Item &item);
 /// "/dev/i2c-3" for "/dev/i2c-".
 bool is_numbered_path(std::string_view path, std::string_view prefix);
 inline constexpr std::string_view kCpldPrefix = "/dev/cpld";
+inline constexpr std::string_view kI2cPrefix = "/dev/i2c-";
 
 }  // namespace dfdctl::lint
