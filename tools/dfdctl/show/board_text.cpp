@@ -4,7 +4,7 @@
 
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/output.hpp"
-#include "dfdctl/show/board_page.hpp"
+#include "dfdctl/show/text.hpp"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

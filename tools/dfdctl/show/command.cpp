@@ -2,8 +2,7 @@
 // dfdctl show: pages about one subject each.
 #include "dfdctl/command.hpp"
 #include "dfdctl/board/start.hpp"
-#include "dfdctl/show/board_page.hpp"
-#include "dfdctl/show/table_page.hpp"
+#include "dfdctl/show/text.hpp"
 
 #include <fmt/format.h>
 

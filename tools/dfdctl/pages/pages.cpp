@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The pages of `show` other than that of the board, in the order in which `all` shows them.
-#include "dfdctl/show/table_page.hpp"
+#include "dfdctl/pages/table_page.hpp"
 
 namespace dfdctl {
 

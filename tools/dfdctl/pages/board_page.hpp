@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The facts of `show board`, one structure a section, and the two forms of the page.
+// The facts of `show board`, one structure a section.
 #pragma once
 
 #include <dfd/records.h>
@@ -94,7 +94,6 @@ struct BoardPage {
 };
 
 BoardPage read_board_page(const Options &options);
-void print_page(std::FILE *out, const BoardPage &page);
 nlohmann::ordered_json board_json(const BoardPage &page);
 int exit_of_page(const BoardPage &page);
 /// Says on standard error why the library did not start, where it did not.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Pages of `show` as rows: what a page consists of is data, how it is read and printed is here.
+// Pages as rows: what a page consists of is data, how it is read is here.
 #pragma once
 
 #include <span>
@@ -87,6 +87,9 @@ struct Row {
 struct SectionData {
     const Section *section;
     std::vector<Row> rows;
+
+    /// No unit has any of it.
+    bool is_missing() const;
 };
 
 struct PageData {
@@ -99,7 +102,6 @@ struct PageData {
 };
 
 PageData read_page(const Page &page, const LoadRecord &record);
-void print_page(std::FILE *out, const PageData &data, bool first);
 nlohmann::ordered_json page_json(const PageData &data);
 
 }  // namespace dfdctl

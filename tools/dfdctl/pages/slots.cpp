@@ -6,7 +6,7 @@
 #include <dfd/driver.h>
 #include <dfd/fan.h>
 
-#include "dfdctl/show/table_page.hpp"
+#include "dfdctl/pages/table_page.hpp"
 
 namespace dfdctl {
 

@@ -9,7 +9,7 @@
 #include <tuple>
 
 #include "dfdctl/board/item_value.hpp"
-#include "dfdctl/show/board_page.hpp"
+#include "dfdctl/pages/board_page.hpp"
 
 #include <fmt/format.h>
 

@@ -11,7 +11,7 @@
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/board/item_value.hpp"
 #include "dfdctl/board/units.hpp"
-#include "dfdctl/show/board_page.hpp"
+#include "dfdctl/pages/board_page.hpp"
 #include "hal/board_bus.h"
 #include "hal/facts.h"
 

@@ -4,7 +4,7 @@
 
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/output.hpp"
-#include "dfdctl/show/board_page.hpp"
+#include "dfdctl/pages/board_page.hpp"
 
 #include <fmt/format.h>
 

@@ -6,7 +6,7 @@
 #include <dfd/temperature.h>
 #include <algorithm>
 
-#include "dfdctl/show/table_page.hpp"
+#include "dfdctl/pages/table_page.hpp"
 #include "hal/facts.h"
 
 namespace dfdctl {

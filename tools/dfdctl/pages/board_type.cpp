@@ -6,7 +6,7 @@
 #include <fstream>
 
 #include "dfdctl/board/describe.hpp"
-#include "dfdctl/show/board_page.hpp"
+#include "dfdctl/pages/board_page.hpp"
 #include "hal/board_bus.h"
 #include "hal/facts.h"
 

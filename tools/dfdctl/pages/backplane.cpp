@@ -3,8 +3,8 @@
 #include <dfd/inventory.h>
 #include <algorithm>
 
-#include "dfdctl/show/board_page.hpp"
-#include "dfdctl/show/table_page.hpp"
+#include "dfdctl/pages/board_page.hpp"
+#include "dfdctl/pages/table_page.hpp"
 
 namespace dfdctl {
 

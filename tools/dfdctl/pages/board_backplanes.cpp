@@ -6,7 +6,7 @@
 
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/board/item_value.hpp"
-#include "dfdctl/show/board_page.hpp"
+#include "dfdctl/pages/board_page.hpp"
 #include "hal/facts.h"
 
 #include <fmt/format.h>

@@ -9,7 +9,7 @@
 
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/board/leds.hpp"
-#include "dfdctl/show/table_page.hpp"
+#include "dfdctl/pages/table_page.hpp"
 #include "framework/dfd_info/bits.h"
 
 #include <fmt/format.h>
