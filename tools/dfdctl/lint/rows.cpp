@@ -12,6 +12,7 @@
 
 #include "dfdctl/board/facts.hpp"
 #include "dfdctl/lint/survey.hpp"
+#include "dfdctl/observe/units.hpp"
 
 #include <fmt/format.h>
 
@@ -170,6 +171,14 @@ void check_register(Check &check, const Row &row) {
     }
 }
 
+std::vector<std::string_view> paths_of(const Row &row) {
+    std::vector<std::string_view> paths;
+    for (const Unit &unit : row) {
+        paths.emplace_back(unit.ctrl->fpath);
+    }
+    return paths;
+}
+
 /// How many items use each device file.
 std::map<std::string_view, int> uses_of_paths(const Check &check) {
     std::map<std::string_view, int> uses;
@@ -201,10 +210,7 @@ bool is_odd_bus(const Check &check, const Row &row, std::size_t odd, std::string
 /// A device that nothing else uses, where all others of the row are on one; an odd bus.
 void check_path(Check &check, const Row &row, const std::map<std::string_view, int> &uses,
                 std::set<std::uint32_t> &said) {
-    std::vector<std::string_view> paths;
-    for (const Unit &unit : row) {
-        paths.emplace_back(unit.ctrl->fpath);
-    }
+    const std::vector<std::string_view> paths = paths_of(row);
     const auto odd = odd_one(paths);
     if (!odd || paths[*odd].empty()) {
         return;
@@ -215,6 +221,28 @@ void check_path(Check &check, const Row &row, const std::map<std::string_view, i
         said.insert(row[*odd].item.key());
         add_odd(check, row, *odd, kFpath,
                 fmt::format("{}{}", common, is_alone ? "; nothing else uses this device" : ""));
+    }
+}
+
+/// A bus that a single sensor chip of a card is on, where all its others share one.
+void check_lonely_sensors(Check &check, const std::map<std::string_view, int> &uses) {
+    std::map<std::uint32_t, Row> cards;
+    for (const Item &item : configured(check, DFD_KEY_CARD_TEMP_CTRL)) {
+        const auto *ctrl = record_of<info_ctrl_t>(item);
+        if (!is_place_only(item) && is_numbered_path(ctrl->fpath, kI2cPrefix)) {
+            cards[item.index1].push_back({item, ctrl});
+        }
+    }
+    for (const auto &[card, row] : cards) {
+        const std::vector<std::string_view> paths = paths_of(row);
+        const auto odd = row.size() > kLeastOthers ? odd_one(paths) : std::nullopt;
+        if (odd && uses.at(paths[*odd]) == 1) {
+            check.at_member("device-once", row[*odd].item.key(), kFpath,
+                            fmt::format("{} is the only item on {}, while the {} other sensors of "
+                                        "this card are on {}: is that the bus?",
+                                        as_written(row[*odd].item), paths[*odd], row.size() - 1,
+                                        paths[*odd == 0 ? 1 : 0]));
+        }
     }
 }
 
@@ -256,32 +284,85 @@ std::optional<std::uint32_t> gap_in(const std::set<std::uint32_t> &numbers) {
     return expected;
 }
 
-void check_gaps(Check &check) {
-    std::map<std::uint32_t, std::set<std::uint32_t>> units;
-    for (const Item &item : configured(check, Kind::info_ctrl)) {
-        const std::uint32_t type = item.type->type;
-        // Slots may well be left out, trays and supplies not.
-        if (presence_type_of(type) != 0 || type == DFD_KEY_FAN_STATE ||
-            type == DFD_KEY_POWER_PRESENT) {
-            units[type].insert(item.index1);
+/// " and 1 more type", " and 12 more types"
+std::string and_more_types(std::size_t count) {
+    return count == 0 ? "" : fmt::format(" and {} more type{}", count, count == 1 ? "" : "s");
+}
+
+/// The type that stands for the units which an item is one of; 0 where those may well have gaps.
+std::uint32_t family_of(std::uint32_t type) {
+    const bool is_leading = type == DFD_KEY_FAN_STATE || type == DFD_KEY_POWER_PRESENT ||
+                            type == DFD_KEY_SLOT_ONLINE || type == DFD_KEY_PORT_SFP_STATE;
+    return is_leading ? type : presence_type_of(type);
+}
+
+/// The type of an item that shows that a unit is there which a row of others leaves out, or 0.
+std::uint32_t proof_of(std::uint32_t type, std::uint32_t unit) {
+    const bool is_slot = type == DFD_KEY_SLOT_ONLINE;
+    const std::uint32_t first = is_slot ? std::uint32_t{DFD_KEY_RESET_LC} : presence_type_of(type);
+    if (first != 0 && has(first, unit)) {
+        return first;
+    }
+    return is_slot && has(DFD_KEY_CARD_POWER_CTRL, unit) ? DFD_KEY_CARD_POWER_CTRL : 0;
+}
+
+bool is_own_slot(const Check &check, std::uint32_t slot) {
+    const auto *own = record_of<info_ctrl_t>(item_of(DFD_KEY_MY_SLOTID));
+    return own != nullptr && own->mode == INFO_CTRL_MODE_CONSTANT &&
+           observe::Units(check.log()).own_slot() == slot;
+}
+
+/// Whether a row may leave a unit out, as slots do with the own one, or another rule tells: trays
+/// that are counted, a unit without its presence.
+bool is_told(const Check &check, std::uint32_t family, std::uint32_t unit) {
+    const auto is_of_unit = [&](const Item &item) {
+        return item.index1 == unit && family_of(item.type->type) == family;
+    };
+    return (family == DFD_KEY_FAN_STATE && has(DFD_KEY_FAN_NUM)) ||
+           (family == DFD_KEY_SLOT_ONLINE && is_own_slot(check, unit)) ||
+           (family == DFD_KEY_PORT_SFP_STATE && has(DFD_KEY_PORT_SFP_TX, unit)) ||
+           std::ranges::any_of(configured(check, Kind::info_ctrl), is_of_unit);
+}
+
+/// Rows that leave out the same unit: their family, the unit, whether it is proven to be there.
+using Gap = std::tuple<std::uint32_t, std::uint32_t, bool>;
+
+std::map<Gap, std::vector<std::uint32_t>> gaps_of(
+    const std::map<std::uint32_t, std::set<std::uint32_t>> &rows) {
+    std::map<Gap, std::vector<std::uint32_t>> gaps;
+    for (const auto &[type, numbers] : rows) {
+        if (const auto unit = gap_in(numbers)) {
+            const std::uint32_t family = family_of(type);
+            auto &types = gaps[{family, *unit, proof_of(type, *unit) != 0}];
+            types.insert(type == family ? types.begin() : types.end(), type);
         }
     }
-    for (const auto &[type, numbers] : units) {
-        const auto gap = gap_in(numbers);
-        // Trays that are counted are those of count-unmet.
-        if (!gap || (type == DFD_KEY_FAN_STATE && has(DFD_KEY_FAN_NUM))) {
+    return gaps;
+}
+
+/// One finding for all types of items that a unit lacks.
+void check_gaps(Check &check) {
+    std::map<std::uint32_t, std::set<std::uint32_t>> rows;
+    for (const Item &item : configured(check, Kind::info_ctrl)) {
+        if (family_of(item.type->type) != 0) {
+            rows[item.type->type].insert(item.index1);
+        }
+    }
+    for (const auto &[gap, types] : gaps_of(rows)) {
+        const auto &[family, unit, is_proven] = gap;
+        if (!is_proven && is_told(check, family, unit)) {
             continue;
         }
-        const std::uint32_t presence = presence_type_of(type);
-        const bool is_proven = presence != 0 && has(presence, *gap);
-        const Item left_out = item_of(type, *gap, configured(check, type).front().index2);
-        const Item before = configured(check, type).front();
-        check.at_item(is_proven ? "unit-left-out" : "row-gap", before.key(),
-                      fmt::format("{} of {} to {}, but no {}{}", before.type->name,
-                                  *numbers.begin(), *numbers.rbegin(), as_written(left_out),
-                                  is_proven ? fmt::format(": this unit has {}",
-                                                          as_written(item_of(presence, *gap)))
-                                            : ": was this unit left out?"));
+        const std::set<std::uint32_t> &numbers = rows.at(types[0]);
+        const Item before = configured(check, types[0]).front();
+        check.at_item(
+            is_proven ? "unit-left-out" : "row-gap", before.key(),
+            fmt::format("{}{} of {} to {}, but no {}: {}", before.type->name,
+                        and_more_types(types.size() - 1), *numbers.begin(), *numbers.rbegin(),
+                        as_written(item_of(types[0], unit, before.index2)),
+                        is_proven ? fmt::format("this unit has {}",
+                                                as_written(item_of(proof_of(types[0], unit), unit)))
+                                  : "was this unit left out?"));
     }
 }
 
@@ -302,6 +383,7 @@ void check_rows(Check &check) {
     }
     check_addresses_of_bus(check, said_addresses);
     check_lonely(check, uses, said);
+    check_lonely_sensors(check, uses);
     check_gaps(check);
 }
 

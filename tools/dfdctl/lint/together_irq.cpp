@@ -10,6 +10,7 @@
 #include <set>
 
 #include "dfdctl/board/describe.hpp"
+#include "dfdctl/lint/lines.hpp"
 #include "dfdctl/lint/survey.hpp"
 #include "dfdctl/lint/together.hpp"
 
@@ -224,11 +225,17 @@ void check_unmaskable(Check &check, const Item &item) {
 struct UnitSource {
     std::uint32_t type;
     std::uint32_t presence;
+    std::uint32_t first;
 };
-constexpr std::array kUnitSources = {UnitSource{IRQ_TYPE_CARD, DFD_KEY_SLOT_ONLINE},
-                                     UnitSource{IRQ_TYPE_POWER, DFD_KEY_POWER_PRESENT},
-                                     UnitSource{IRQ_TYPE_FAN, DFD_KEY_FAN_STATE},
-                                     UnitSource{IRQ_TYPE_SFP, DFD_KEY_PORT_SFP_STATE}};
+constexpr std::array kUnitSources = {UnitSource{IRQ_TYPE_CARD, DFD_KEY_SLOT_ONLINE, 0},
+                                     UnitSource{IRQ_TYPE_POWER, DFD_KEY_POWER_PRESENT, 1},
+                                     UnitSource{IRQ_TYPE_FAN, DFD_KEY_FAN_STATE, 1},
+                                     UnitSource{IRQ_TYPE_SFP, DFD_KEY_PORT_SFP_STATE, 0}};
+
+/// Another number than is written is spoken of where the line is.
+bool is_plain_number(const Check &check, const Item &item) {
+    return judge_number(check.line_of(item.key(), kIrqUnit)->value).flaw == NumberText::Flaw::none;
+}
 
 void check_unit_number(Check &check, const Item &item, const UnitSource &of, bool is_usual) {
     const irq_info_t &info = *record_of<irq_info_t>(item);
@@ -240,10 +247,16 @@ void check_unit_number(Check &check, const Item &item, const UnitSource &of, boo
                                       "takes it for unit 0",
                                       as_written(item), irq_type_word(info.type)));
         }
-    } else if (!units.empty() && info.val0 > units.back().index1) {
+    } else if (!units.empty() && info.val0 > units.back().index1 && is_plain_number(check, item)) {
         check.at_member("irq-unit-beyond", item.key(), kIrqUnit,
                         fmt::format("{} is of {} {}, but the last one is {}", as_written(item),
                                     irq_type_word(info.type), info.val0, as_written(units.back())));
+    } else if (!units.empty() && info.val0 < of.first && is_plain_number(check, item)) {
+        check.at_member("irq-unit-beyond", item.key(), kIrqUnit,
+                        fmt::format("{} is of {} {}, but units are numbered from {}: the first one "
+                                    "is {}",
+                                    as_written(item), irq_type_word(info.type), info.val0, of.first,
+                                    as_written(units.front())));
     }
 }
 
