@@ -174,6 +174,26 @@ TEST_F(Commands, TheTraceGoesWhereItIsSent) {
     }
 }
 
+TEST_F(Commands, ASignalComesBeforeTheAccessThatIsCounted) {
+    const std::string program =
+        " $D -- sh -c 'i2ctransfer -y 0 w2@0x57 9 0x11; "
+        "printf Z | dd of=/dev/cpld0 bs=1 seek=2 conv=notrunc; i2cget -y 0 0x57 9'";
+    struct Row {
+        const char *option;
+        int status;
+    };
+    // Each process counts its own.
+    for (const Row row :
+         {Row{"--signal-at 1", 137}, Row{"--signal-at 1:HUP", 129}, Row{"--signal-at 2", 0},
+          Row{"--signal-at 0", 125}, Row{"--signal-at 1:USR1", 125}, Row{"--signal-at x", 125}}) {
+        SCOPED_TRACE(row.option);
+        shell("$V reset $D");
+        EXPECT_EQ(shell(std::string("$V run ") + row.option + program).status, row.status);
+        EXPECT_EQ(shell("$V peek $D /dev/cpld0 2").out,
+                  row.status == 0 ? "0x0002: 5a\n" : "0x0002: 00\n");
+    }
+}
+
 TEST_F(Commands, ExitStatusesTellWhoFailed) {
     struct Row {
         const char *command;

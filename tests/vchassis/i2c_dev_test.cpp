@@ -105,6 +105,30 @@ TEST_F(I2cDev, NoStartContinuesTheMessageBefore) {
     EXPECT_EQ(read_from(kBus, 0x20, 0x10, 2), (Bytes{0xa1, 0xb1}));
 }
 
+// Such an adapter reports success all the same, and reads are right.
+TEST_F(I2cDev, AnAdapterWithoutNoStartPutsDataAtTheWrongRegister) {
+    chassis.describe(R"(
+        [[bus]]
+        number = 2
+        nostart = false
+        [[i2c]]
+        bus = 2
+        addr = 0x57
+        model = "eeprom")");
+    const char *bus = "/dev/i2c-2";
+    EXPECT_EQ(transfer(bus, kEeprom, {put({0x04}), put_on({0x11, 0xb1, 0xb2, 0xb3})}).result, 2);
+    chassis.advance_us(10000);
+    EXPECT_EQ(read_from(bus, kEeprom, 0x04, 1), (Bytes{0xff}));
+    EXPECT_EQ(read_from(bus, kEeprom, 0x11, 3), (Bytes{0xb1, 0xb2, 0xb3}));
+    EXPECT_EQ(transfer(bus, kEeprom, {put({0x04, 0x11, 0x22})}).result, 1);
+    chassis.advance_us(10000);
+    EXPECT_EQ(read_from(bus, kEeprom, 0x04, 2), (Bytes{0x11, 0x22}));
+    const File other{bus};
+    unsigned long functions = 0;
+    EXPECT_EQ(ioctl(other.fd, I2C_FUNCS, &functions), 0);
+    EXPECT_EQ(functions & (I2C_FUNC_NOSTART | I2C_FUNC_I2C), I2C_FUNC_I2C);
+}
+
 TEST_F(I2cDev, AnswersItsSmallRequests) {
     unsigned long functions = 0;
     EXPECT_EQ(ioctl(file.fd, I2C_FUNCS, &functions), 0);

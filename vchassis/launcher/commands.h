@@ -17,6 +17,7 @@ struct RunOptions {
     Place place;
     std::string trace;  // empty: none; "-": standard error; else a file
     bool real_time = false;
+    std::string signal_at;  // "N" or "N:HUP"; empty: none comes
     std::vector<std::string> command;
 };
 

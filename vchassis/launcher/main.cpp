@@ -66,6 +66,9 @@ void add_run(CLI::App &app, RunOptions &options) {
                     "print each device access to standard error, or to FILE")
         ->type_name("[=FILE]");
     run->add_flag("--real-time", options.real_time, "let sleeps take their time");
+    run->add_option("--signal-at", options.signal_at,
+                    "send SIGNAL (default KILL) before the Nth access to a device")
+        ->type_name("N[:SIGNAL]");
     run->callback([&options] { throw CLI::RuntimeError(run_command(options)); });
 }
 

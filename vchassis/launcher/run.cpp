@@ -2,8 +2,10 @@
 // `vchassis run`: sets up the environment of the preload library and becomes the command.
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -15,6 +17,7 @@
 #include "environment.h"
 #include "machine.h"
 #include "open_machine.h"
+#include "text.h"
 
 namespace vchassis {
 
@@ -60,16 +63,39 @@ std::string trace_target(const std::string &trace) {
     return fs::absolute(trace);
 }
 
+// "12" or "12:HUP" as the preload library reads it, "12:1".
+std::string signal_at(const std::string &text) {
+    constexpr struct {
+        const char *name;
+        int number;
+    } kSignals[] = {{"KILL", SIGKILL}, {"HUP", SIGHUP},   {"INT", SIGINT},
+                    {"TERM", SIGTERM}, {"QUIT", SIGQUIT}, {"TSTP", SIGTSTP}};
+    const std::size_t colon = text.find(':');
+    const auto count = parse_number(text.substr(0, colon));
+    const std::string name = colon == std::string::npos ? "KILL" : text.substr(colon + 1);
+    const auto *row =
+        std::ranges::find_if(kSignals, [&](const auto &each) { return name == each.name; });
+    if (!count || *count < 1 || row == std::end(kSignals)) {
+        throw std::runtime_error(fmt::format(
+            "--signal-at {}: a number from 1 on, then KILL, HUP, INT, TERM, QUIT or TSTP", text));
+    }
+    return fmt::format("{}:{}", *count, row->number);
+}
+
 void set_environment(const RunOptions &options) {
     setenv(kDirVariable, fs::canonical(options.place.dir).c_str(), 1);
     setenv(kStateVariable, fs::canonical(state_directory(options.place)).c_str(), 1);
     unsetenv(kTraceVariable);
     unsetenv(kRealTimeVariable);
+    unsetenv(kSignalAtVariable);
     if (!options.trace.empty()) {
         setenv(kTraceVariable, trace_target(options.trace).c_str(), 1);
     }
     if (options.real_time) {
         setenv(kRealTimeVariable, "1", 1);
+    }
+    if (!options.signal_at.empty()) {
+        setenv(kSignalAtVariable, signal_at(options.signal_at).c_str(), 1);
     }
     prepend("LD_PRELOAD", preload_library());
     // A program built with AddressSanitizer otherwise insists on its runtime being the first

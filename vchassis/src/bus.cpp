@@ -14,12 +14,6 @@ bool reads(const Message &message) {
     return (message.flags & I2C_M_RD) != 0;
 }
 
-// A message without a start of its own goes on where the previous one ended; turning round needs a
-// start whatever the flag says.
-bool continues(const Message &message, const Message &previous) {
-    return (message.flags & I2C_M_NOSTART) != 0 && reads(message) == reads(previous);
-}
-
 void drop_unread(std::span<Message> messages) {
     for (Message &message : messages) {
         if (reads(message)) {
@@ -29,6 +23,12 @@ void drop_unread(std::span<Message> messages) {
 }
 
 }  // namespace
+
+// A message without a start of its own goes on where the previous one ended; turning round needs a
+// start whatever the flag says.
+bool Bus::continues(const Message &message, const Message &previous) const {
+    return nostart_ && (message.flags & I2C_M_NOSTART) != 0 && reads(message) == reads(previous);
+}
 
 Slave *Bus::add(int addr, std::unique_ptr<Slave> slave) {
     const auto [place, added] = slaves_.emplace(addr, std::move(slave));

@@ -26,6 +26,9 @@ class Bus {
 
     int number() const { return number_; }
     void set_absent_error(int error) { absent_error_ = error; }
+    // An adapter without I2C_M_NOSTART ignores the flag, as those of the kernel do.
+    void set_nostart(bool knows_it) { nostart_ = knows_it; }
+    bool nostart() const { return nostart_; }
 
     // Null when the address is taken.
     Slave *add(int addr, std::unique_ptr<Slave> slave);
@@ -42,11 +45,13 @@ class Bus {
 
   private:
     Slave *address(const Message &message) const;
+    bool continues(const Message &message, const Message &previous) const;
     static bool receive(Slave &slave, Message &message);
     static bool send(Slave &slave, const Message &message);
 
     int number_;
     int absent_error_ = ENXIO;
+    bool nostart_ = true;
     std::map<int, std::unique_ptr<Slave>> slaves_;
 };
 

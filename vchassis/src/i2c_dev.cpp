@@ -16,10 +16,10 @@ constexpr std::size_t kMaxLength = 8192;
 constexpr std::uintptr_t kSevenBitMax = 0x7f;
 constexpr std::uintptr_t kTenBitMax = 0x3ff;
 // What a plain adapter can do; packet error checking and host notify are not among it.
-constexpr unsigned long kFunctions = I2C_FUNC_I2C | I2C_FUNC_NOSTART | I2C_FUNC_SMBUS_QUICK |
-                                     I2C_FUNC_SMBUS_BYTE | I2C_FUNC_SMBUS_BYTE_DATA |
-                                     I2C_FUNC_SMBUS_WORD_DATA | I2C_FUNC_SMBUS_PROC_CALL |
-                                     I2C_FUNC_SMBUS_BLOCK_DATA | I2C_FUNC_SMBUS_I2C_BLOCK;
+constexpr unsigned long kFunctions = I2C_FUNC_I2C | I2C_FUNC_SMBUS_QUICK | I2C_FUNC_SMBUS_BYTE |
+                                     I2C_FUNC_SMBUS_BYTE_DATA | I2C_FUNC_SMBUS_WORD_DATA |
+                                     I2C_FUNC_SMBUS_PROC_CALL | I2C_FUNC_SMBUS_BLOCK_DATA |
+                                     I2C_FUNC_SMBUS_I2C_BLOCK;
 
 Outcome refuse(int error) {
     return Outcome::failure(error);
@@ -239,11 +239,12 @@ Outcome set_address(I2cPort &port, const Bus &bus, std::uintptr_t addr, bool for
     return {};
 }
 
-Outcome functions(void *argument) {
+Outcome functions(const Bus &bus, void *argument) {
     if (argument == nullptr) {
         return refuse(EFAULT);
     }
-    std::memcpy(argument, &kFunctions, sizeof kFunctions);
+    const unsigned long all = kFunctions | (bus.nostart() ? I2C_FUNC_NOSTART : 0UL);
+    std::memcpy(argument, &all, sizeof all);
     return {};
 }
 
@@ -264,7 +265,7 @@ Outcome i2c_ioctl(I2cPort &port, const Bus &bus, unsigned long request, void *ar
         case I2C_TIMEOUT:
             return {};
         case I2C_FUNCS:
-            return functions(argument);
+            return functions(bus, argument);
         case I2C_RDWR:
             return rdwr(static_cast<const i2c_rdwr_ioctl_data *>(argument), transact);
         case I2C_SMBUS:

@@ -186,6 +186,7 @@ void Machine::build_buses(const Section &root) {
                                                          wanted));
         }
         bus.set_absent_error(row->error);
+        bus.set_nostart(section->flag_or("nostart", true));
         section->refuse_unknown();
     }
 }

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <pthread.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -73,6 +74,11 @@ Session *from_environment(const char *dir) {
         }
         auto *session = new Session(std::move(machine));
         session->set_real_time(std::getenv(kRealTimeVariable) != nullptr);
+        if (const char *at = std::getenv(kSignalAtVariable)) {
+            char *signal = nullptr;
+            const unsigned long count = std::strtoul(at, &signal, 10);
+            session->set_signal_at(count, *signal == ':' ? std::atoi(signal + 1) : SIGKILL);
+        }
         if (const char *trace = std::getenv(kTraceVariable)) {
             session->journal().trace_to(open_trace(trace));
         }

@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <linux/i2c.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -104,6 +105,12 @@ Outcome Session::open_file(const Place &place, int flags, unsigned mode) {
         fs::create_directories(fs::path(place.real).parent_path(), ignored);
     }
     return from_libc(real().open(place.real.c_str(), flags, mode));
+}
+
+void Session::count_access() {
+    if (accesses_left_ > 0 && --accesses_left_ == 0) {
+        kill(getpid(), signal_);
+    }
 }
 
 Outcome Session::open(const Place &place, int flags, unsigned mode) {
@@ -249,6 +256,9 @@ Outcome Session::move_with_faults(Op op, int fd, OpenFile &file, std::span<Byte>
     if (at && *at < 0) {
         return Outcome::failure(EINVAL);
     }
+    if (file.registers != nullptr) {
+        count_access();
+    }
     const std::int64_t offset = at ? *at : position(fd, file);
     const auto fault = faults_.take(op, file.place.path, -1, offset);
     const std::size_t count = allowed(fault, bytes.size());
@@ -310,6 +320,7 @@ Transact Session::transact_on(const OpenFile &file) {
 
 Outcome Session::transfer(const OpenFile &file, std::vector<Message> &messages,
                           std::int64_t success) {
+    count_access();
     const auto fault = faults_.take(Op::transfer, file.place.path,
                                     messages.empty() ? -1 : messages[0].addr, first_byte(messages));
     const std::size_t count = allowed(fault, messages.size());

@@ -28,6 +28,11 @@ class Session {
     Faults &faults() { return faults_; }
     void set_real_time(bool on) { real_time_ = on; }
     bool real_time() const { return real_time_; }
+    // The process gets the signal before its Nth access to a device takes effect.
+    void set_signal_at(unsigned long count, int signal) {
+        accesses_left_ = count;
+        signal_ = signal;
+    }
 
     // Without a lock: false for all descriptors that cannot be ours.
     static bool may_track(int fd);
@@ -65,6 +70,7 @@ class Session {
 
     void track(int fd, std::shared_ptr<OpenFile> file);
     std::shared_ptr<OpenFile> forget(int fd);
+    void count_access();
     void record_close(const std::shared_ptr<OpenFile> &file, Outcome outcome);
     Outcome open_device(const Place &place, int flags);
     static Outcome open_file(const Place &place, int flags, unsigned mode);
@@ -82,6 +88,8 @@ class Session {
     Journal journal_;
     Faults faults_;
     bool real_time_ = false;
+    unsigned long accesses_left_ = 0;  // 0: no signal comes any more
+    int signal_ = 0;
     std::uint64_t slept_us_ = 0;
     std::unordered_map<int, std::shared_ptr<OpenFile>> files_;
 };
