@@ -31,13 +31,13 @@ class Letters {
         }
     }
 
-    std::size_t least_distance(std::string_view other) const {
-        std::array<std::uint16_t, 256> left = counts_;
+    std::size_t least_distance(std::string_view other) {
         std::size_t common = 0;
         for (const char c : other) {
-            std::uint16_t &count = left[index(c)];
-            common += count > 0 ? 1U : 0U;
-            count = static_cast<std::uint16_t>(count - (count > 0 ? 1 : 0));
+            common += counts_[index(c)]-- > 0 ? 1U : 0U;
+        }
+        for (const char c : other) {
+            ++counts_[index(c)];
         }
         return std::max(size_, other.size()) - common;
     }
@@ -46,8 +46,12 @@ class Letters {
     static std::size_t index(char c) { return static_cast<unsigned char>(fold(c)); }
 
     std::size_t size_;
-    std::array<std::uint16_t, 256> counts_{};
+    std::array<int, 256> counts_{};
 };
+
+std::size_t size_difference(std::string_view a, std::string_view b) {
+    return std::max(a.size(), b.size()) - std::min(a.size(), b.size());
+}
 
 bool is_swap(std::string_view a, std::string_view b, std::size_t i, std::size_t j) {
     return i > 1 && j > 1 && fold(a[i - 1]) == fold(b[j - 2]) && fold(a[i - 2]) == fold(b[j - 1]);
@@ -88,9 +92,11 @@ std::vector<std::string> nearest_names(std::string_view name,
                                        std::span<const std::string_view> candidates,
                                        std::size_t count) {
     std::vector<std::pair<std::size_t, std::string_view>> ranked;
-    const Letters letters(name);
+    Letters letters(name);
     for (const std::string_view candidate : candidates) {
-        if (!is_near(letters.least_distance(candidate), name) && !contains(candidate, name)) {
+        const bool is_possible = is_near(size_difference(candidate, name), name) &&
+                                 is_near(letters.least_distance(candidate), name);
+        if (!is_possible && !contains(candidate, name)) {
             continue;
         }
         const std::size_t distance = edit_distance(name, candidate);

@@ -3,6 +3,7 @@
 #include <dfd/keys.h>
 #include <dfd/records.h>
 #include <array>
+#include <bitset>
 #include <map>
 #include <set>
 #include <string_view>
@@ -99,41 +100,46 @@ void check_mac_files(Check &check) {
     }
 }
 
-bool has_channel(std::uint32_t card, std::uint32_t channel) {
-    return has(DFD_KEY_CARD_VOL_LOW, card, channel) || has(DFD_KEY_CARD_VOL_HIGH, card, channel);
-}
+constexpr std::size_t kChannels = 256;
 
-void check_card_channels(Check &check, const Item &first, std::uint32_t channels) {
+/// What is known of the channels of a card.
+struct Card {
+    Item first;
+    std::bitset<kChannels> has;
+};
+
+void check_card_channels(Check &check, const Card &card, std::uint32_t channels) {
     std::vector<std::uint32_t> missing;
     for (std::uint32_t channel = 0; channel <= channels; ++channel) {
-        if (!has_channel(first.index1, channel)) {
+        if (!card.has[channel]) {
             missing.push_back(channel);
         }
     }
     if (!missing.empty()) {
         check.at_item(
-            "voltage-missing", first.key(),
+            "voltage-missing", card.first.key(),
             fmt::format("card {} has no card_vol_low and card_vol_high of channel {}: "
                         "there {} (card_vol_num) and the reference, channel 0, which every reading "
                         "needs; a missing one fails (-6) and leaves the lock taken",
-                        first.index1, ranges(missing), is_or_are(channels, "channel")));
+                        card.first.index1, ranges(missing), is_or_are(channels, "channel")));
     }
 }
 
 void check_voltages(Check &check) {
-    constexpr int kMaxChannels = 255;
+    constexpr int kMaxChannels = kChannels - 1;
     const int number = int_value(DFD_KEY_CARD_VOL_NUM, -1);
     if (number < 0) {
         return;
     }
-    std::set<std::uint32_t> cards;
+    std::map<std::uint32_t, Card> cards;
     for (const std::uint32_t type : {DFD_KEY_CARD_VOL_LOW, DFD_KEY_CARD_VOL_HIGH}) {
         for (const Item &item : configured(check, type)) {
-            if (cards.insert(item.index1).second) {
-                check_card_channels(check, item,
-                                    static_cast<std::uint32_t>(std::min(number, kMaxChannels)));
-            }
+            cards.try_emplace(item.index1, Card{item, {}}).first->second.has.set(item.index2);
         }
+    }
+    for (const auto &[index, card] : cards) {
+        check_card_channels(check, card,
+                            static_cast<std::uint32_t>(std::min(number, kMaxChannels)));
     }
 }
 
