@@ -181,6 +181,27 @@ TEST(Set, WritesReadsBackAndStays) {
         << "write protection is back";
 }
 
+TEST(Set, PutsTheWriteProtectionBackAsItFoundIt) {
+    const Board board("demo");
+    board.replace("etc/cfg/dfd/cfg_file/cm8_cpld.cfg", "e2_write_protect.frmt_3=byte",
+                  "e2_write_protect.frmt_3=bit\ne2_write_protect.pola_3=negative");
+    struct Case {
+        const char *found;  ///< of trays 1 to 4
+        const char *left;
+    };
+    const Case cases[] = {
+        {"0xff 0xff 0xa0 0xff", "ff ff a0 ff"},
+        {"0xff 0x00 0xa0 0xff", "ff 00 a0 ff"},
+        {"0x00 0x0f 0xa1 0x00", "00 0f a1 00"},
+    };
+    for (const Case &each : cases) {
+        board.vchassis("poke", std::string("/dev/cpld0 0x19 ") + each.found);
+        const Result result = board.dfdctl(fmt::format("set fan_sn 1 SN{}", &each - cases));
+        EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_THAT(board.vchassis("peek", "/dev/cpld0 0x19 4").out, HasSubstr(each.left));
+    }
+}
+
 TEST(Set, RefusesWhatCannotBeWrittenWithTheReason) {
     struct Case {
         const char *arguments;

@@ -17,6 +17,7 @@
 #include "dfdctl/board/leds.hpp"
 #include "dfdctl/board/library_calls.hpp"
 #include "dfdctl/board/units.hpp"
+#include "dfdctl/board/write_protection.hpp"
 #include "framework/dfd_info/bits.h"
 
 #include <fmt/format.h>
@@ -25,8 +26,6 @@
 namespace dfdctl {
 
 namespace {
-
-constexpr std::uint32_t kProtected = 0xFF;
 
 std::uint32_t number_of(const std::string &text, const char *what, std::uint32_t last) {
     std::uint32_t number = 0;
@@ -274,38 +273,25 @@ std::vector<Change> irq_mask(const ControlWords &words) {
     return {change};
 }
 
-struct Protection {
-    std::string_view name;
-    int target;
-    std::uint32_t first;
-    std::uint32_t last;
-};
-
-constexpr Protection kProtections[] = {{"board", DFD_WP_BOARD, 0, 0},
-                                       {"fans", DFD_WP_FANS, 1, 4},
-                                       {"subcards", DFD_WP_SUBCARDS, 6, 8},
-                                       {"backplane", DFD_WP_BACKPLANE, 10, 10}};
-
 std::vector<Change> write_protect(const ControlWords &words) {
     std::vector<std::string_view> names;
-    for (const Protection &row : kProtections) {
-        names.push_back(row.name);
+    for (const ProtectionGroup &group : protection_groups()) {
+        names.push_back(group.name);
     }
-    const Protection &row = kProtections[one_of(words[0], "target", names)];
+    const ProtectionGroup &group = protection_groups()[one_of(words[0], "target", names)];
     const bool on = is_on(words[1]);
-    std::uint32_t index = row.first;
-    while (index < row.last && !is_configured(item_of(DFD_KEY_E2_WRITE_PROTECT, index))) {
-        ++index;
-    }
-    const Item item = item_of(DFD_KEY_E2_WRITE_PROTECT, index);
-    return {{.target = fmt::format("write protection of {}", row.name),
-             .requested = words[1],
-             .item = item,
-             .execute = [=, target = row.target] { return drv_set_e2_wr_pro(target, on ? 1 : 0); },
-             .read = named_register(item, "off", "on"),
-             .expected = on && is_configured(item)
-                             ? reads_back_as(*record_of<info_ctrl_t>(item), kProtected)
-                             : 0}};
+    const std::vector<Item> signals = group.signals();
+    const Item item =
+        signals.empty() ? item_of(DFD_KEY_E2_WRITE_PROTECT, group.last) : signals.front();
+    return {
+        {.target = fmt::format("write protection of {}", group.name),
+         .requested = words[1],
+         .item = item,
+         .execute = [=, target = group.target] { return drv_set_e2_wr_pro(target, on ? 1 : 0); },
+         .read = named_register(item, "off", "on"),
+         .expected = on && is_configured(item)
+                         ? reads_back_as(*record_of<info_ctrl_t>(item), kProtected)
+                         : 0}};
 }
 
 constexpr Control kControls[] = {

@@ -9,6 +9,7 @@
 #include "dfdctl/board/inventory.hpp"
 #include "dfdctl/board/item_value.hpp"
 #include "dfdctl/board/start.hpp"
+#include "dfdctl/board/write_protection.hpp"
 #include "dfdctl/command.hpp"
 #include "dfdctl/output.hpp"
 #include "framework/dfd_info/bits.h"
@@ -28,8 +29,9 @@ struct Arguments {
 struct Outcome {
     Reading before;
     Reading after;
-    int result = DFD_OK;    ///< of the write
-    bool verified = false;  ///< what was written reads back
+    int result = DFD_OK;            ///< of the write
+    bool verified = false;          ///< what was written reads back
+    std::string still_lifted = {};  ///< units whose protection could not be put back
 };
 
 [[noreturn]] void refuse(const Item &item, const std::string &reason) {
@@ -143,14 +145,12 @@ Outcome write_inventory(const Item &item, const info_ctrl_t &record, const std::
     }
     Outcome outcome;
     outcome.before = read_item(item);
-    const int protect_target = static_cast<int>(facts.writes_protect) - 1;
+    std::optional<ProtectionLifted> lifted;
     if (facts.writes_protect != 0) {
-        dfd_ctl_e2_write_pro(protect_target, 0);
+        lifted.emplace(static_cast<int>(facts.writes_protect) - 1);
     }
     outcome.result = write_eeprom(item, record, text.c_str());
-    if (facts.writes_protect != 0) {
-        dfd_ctl_e2_write_pro(protect_target, 1);
-    }
+    outcome.still_lifted = lifted ? lifted->put_back() : std::string();
     outcome.after = read_item(item);
     // The legacy layout of fans adds a letter in front of the version.
     const std::string now = value_text(outcome.after);
@@ -193,7 +193,8 @@ int exit_of_outcome(const Outcome &outcome) {
     if (outcome.result == DFD_ERR_IO || outcome.after.status == Status::io_error) {
         return kExitIo;
     }
-    return outcome.result == DFD_OK && outcome.verified ? kExitOk : kExitReadingFailed;
+    const bool is_done = outcome.result == DFD_OK && outcome.verified;
+    return is_done && outcome.still_lifted.empty() ? kExitOk : kExitReadingFailed;
 }
 
 void print_outcome(const Options &options, const Item &item, const std::string &value,
@@ -213,6 +214,10 @@ void print_outcome(const Options &options, const Item &item, const std::string &
     }
     if (!error.empty()) {
         fmt::print(stderr, "dfdctl: {}: {}\n", item.name(), error);
+    }
+    if (!outcome.still_lifted.empty()) {
+        fmt::print(stderr, "dfdctl: {}: the write protection is not as before: {}\n", item.name(),
+                   outcome.still_lifted);
     }
 }
 
