@@ -65,7 +65,8 @@ TEST(Pages, WordsAndUnits) {
     };
     const Case cases[] = {
         {"slots",
-         {"own slot  *1", "\n  3  *no  *present  *on  *on  *45 W", "\n  4  *no  *absent  *-"}},
+         {"own slot  *1", "\n  3  *no  *present  *on  *on  *released  *45 W",
+          "\n  4  *no  *absent  *-"}},
         {"fans",
          {"\n  1  *present  *16  *-F  *FT1F00240101  *1.10  *1.05  *36 C", "\n  4  *absent",
           "\n  1  *2  *present  *ok  *5900 rpm  *2", "Not supported: .*sw version"}},

@@ -13,6 +13,7 @@ inline constexpr const char *kSupplyStates[] = {"absent", "present",     "?",
                                                 "failed", "line failed", "failed"};
 inline constexpr const char *kMasterStates[] = {"absent", "present", "master", "ready",
                                                 "inconsistent"};
+inline constexpr const char *kResetStates[] = {"released", "in reset"};
 inline constexpr const char *kCardPowerStates[] = {"no card", "off, power is lacking", "off", "on"};
 
 }  // namespace dfdctl

@@ -64,7 +64,12 @@ constexpr Column kSystem[] = {
 
 constexpr Section kSections[] = {
     {.key = "system", .title = "MAC address", .columns = kSystem},
-    {"backplanes", "Backplanes", places, kLabels, kColumns},
+    {.key = "backplanes",
+     .title = "Backplanes",
+     .rows = places,
+     .labels = kLabels,
+     .columns = kColumns,
+     .unit = numbered<UnitKind::backplane>},
 };
 
 }  // namespace

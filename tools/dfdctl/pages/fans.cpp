@@ -47,6 +47,10 @@ Answer tray_presence(const Place &place) {
     return state.code != DFD_OK ? state : Answer{.value = std::int64_t{is_absent ? 0 : 1}};
 }
 
+std::string rotor_name(const Place &place) {
+    return numbered<UnitKind::tray>(place) + " rotor " + std::to_string(place.index2);
+}
+
 constexpr Column kSystem[] = {
     {"trays", "fan trays", DFD_KEY_FAN_NUM, by_result<drv_get_sys_fan_num>},
     {"mode", "control mode", DFD_KEY_FAN_MODE},
@@ -61,7 +65,8 @@ constexpr Column kTrays[] = {
      .item = DFD_KEY_FAN_STATE,
      .read = by_result<drv_get_fan_status>,
      .words = kTrayStates,
-     .is_presence = true},
+     .is_presence = true,
+     .judge = judge_tray},
     {"type", "type", DFD_KEY_FAN_TYPE, by_result<drv_get_fan_type>},
     {"airflow", "airflow", DFD_KEY_FAN_TYPE, airflow, kAirflows},
     {"serial_number", "serial number", DFD_KEY_FAN_SN, by_text<drv_get_fan_sn>},
@@ -81,19 +86,34 @@ constexpr Column kRotors[] = {
      .read = tray_presence,
      .words = kAbsentPresent,
      .is_presence = true},
-    {.key = "state", .heading = "state", .read = rotor_state, .words = kRotorStates},
+    {.key = "state",
+     .heading = "state",
+     .read = rotor_state,
+     .words = kRotorStates,
+     .judge = judge_rotor_state},
     {.key = "speed",
      .heading = "speed",
      .item = DFD_KEY_FAN_REAL_SPEED,
      .read = by_pointer<drv_get_fan_speed>,
-     .unit = "rpm"},
+     .unit = "rpm",
+     .judge = judge_rotor_speed},
     {"level", "speed level", DFD_KEY_GET_FAN_CFG_SPEED, by_pointer<drv_get_fan_speed_level>},
 };
 
 constexpr Section kSections[] = {
     {.key = "system", .title = "Fan control", .columns = kSystem, .has_defaults = true},
-    {"trays", "Fan trays", rows_of<UnitKind::tray>, kTrayLabel, kTrays},
-    {"rotors", "Rotors", rotors, kRotorLabels, kRotors},
+    {.key = "trays",
+     .title = "Fan trays",
+     .rows = rows_of<UnitKind::tray>,
+     .labels = kTrayLabel,
+     .columns = kTrays,
+     .unit = numbered<UnitKind::tray>},
+    {.key = "rotors",
+     .title = "Rotors",
+     .rows = rotors,
+     .labels = kRotorLabels,
+     .columns = kRotors,
+     .unit = rotor_name},
 };
 
 }  // namespace

@@ -31,8 +31,12 @@ constexpr Column kSystem[] = {
      by_pointer<drv_get_sys_power_rdn_num>},
     {"mixed", "mixed supplies", DFD_KEY_SYS_POWER_MIX_STATE,
      by_pointer<drv_get_sys_power_mix_state>},
-    {"lacking", "power is lacking", DFD_KEY_SYSTEM_POWER_LACK,
-     by_pointer<drv_get_sys_power_lack_state>, kNoYes},
+    {.key = "lacking",
+     .heading = "power is lacking",
+     .item = DFD_KEY_SYSTEM_POWER_LACK,
+     .read = by_pointer<drv_get_sys_power_lack_state>,
+     .words = kNoYes,
+     .judge = judge_power_lack},
     {"bypass", "system bypass", DFD_KEY_POWER_BYPASS_STATE,
      by_pointer<drv_get_system_bypass_state>},
     {"modules", "supplies are modules", DFD_KEY_IS_MODULE_POWER,
@@ -46,7 +50,8 @@ constexpr Column kState{.key = "state",
                         .item = DFD_KEY_POWER_STATE,
                         .read = by_result<drv_get_power_status>,
                         .words = kSupplyStates,
-                        .is_presence = true};
+                        .is_presence = true,
+                        .judge = judge_supply};
 
 constexpr Column kSupplies[] = {
     kState,
@@ -77,8 +82,18 @@ constexpr Column kTelemetry[] = {
 
 constexpr Section kSections[] = {
     {.key = "system", .title = "Power of the system", .columns = kSystem},
-    {"supplies", "Power supplies", rows_of<UnitKind::supply>, kSupplyLabel, kSupplies},
-    {"telemetry", "Measurements", rows_of<UnitKind::supply>, kSupplyLabel, kTelemetry},
+    {.key = "supplies",
+     .title = "Power supplies",
+     .rows = rows_of<UnitKind::supply>,
+     .labels = kSupplyLabel,
+     .columns = kSupplies,
+     .unit = numbered<UnitKind::supply>},
+    {.key = "telemetry",
+     .title = "Measurements",
+     .rows = rows_of<UnitKind::supply>,
+     .labels = kSupplyLabel,
+     .columns = kTelemetry,
+     .unit = numbered<UnitKind::supply>},
 };
 
 }  // namespace

@@ -9,6 +9,8 @@
 #include "dfdctl/pages/table_page.hpp"
 #include "hal/facts.h"
 
+#include <fmt/format.h>
+
 namespace dfdctl {
 
 namespace {
@@ -71,12 +73,27 @@ Answer mac_figure(const Place &place) {
     return code == DFD_OK ? Answer{.value = std::int64_t{figures[Which]}} : Answer{.code = code};
 }
 
+/// "slot 3 "; nothing for the own card.
+std::string card_name(const Place &place) {
+    return place.index1 != 0 ? numbered<UnitKind::slot>(place) + " " : "";
+}
+
+std::string sensor_unit(const Place &place) {
+    const std::string name = value_text(sensor_name(place));
+    return fmt::format("{}sensor {}", card_name(place),
+                       name.empty() ? std::to_string(place.index2) : name);
+}
+
 constexpr Column kThresholds[] = {
     {"alarm", "alarm above", DFD_KEY_SYS_ALARM_TEMP},
     {"shutdown", "shutdown above", DFD_KEY_SYS_DANGER_TEMP},
     {"power_area", "power area", DFD_KEY_POWER_ENV_TEMP},
-    {"sensors_failed", "sensor self-test failed", DFD_KEY_MB_TEMP_FAIL_STATUS,
-     by_pointer<dfd_get_mb_temp_fail_status>, kNoYes},
+    {.key = "sensors_failed",
+     .heading = "sensor self-test failed",
+     .item = DFD_KEY_MB_TEMP_FAIL_STATUS,
+     .read = by_pointer<dfd_get_mb_temp_fail_status>,
+     .words = kNoYes,
+     .judge = judge_sensor_self_test},
 };
 
 constexpr LabelColumn kSensorLabels[] = {{"card", "card", first_index},
@@ -89,7 +106,8 @@ constexpr Column kSensors[] = {
      .heading = "temperature",
      .item = DFD_KEY_CARD_TEMP_CTRL,
      .read = card_temperature,
-     .unit = "C"},
+     .unit = "C",
+     .judge = judge_temperature},
 };
 
 constexpr Column kMacFigures[] = {
@@ -100,8 +118,18 @@ constexpr Column kMacFigures[] = {
 
 constexpr Section kTemperatures[] = {
     {.key = "thresholds", .title = "Thresholds", .columns = kThresholds},
-    {"sensors", "Temperature sensors", card_sensors, kSensorLabels, kSensors},
-    {"switch_chips", "Switch chips", mac_sensors, kSensorLabels, kMacFigures},
+    {.key = "sensors",
+     .title = "Temperature sensors",
+     .rows = card_sensors,
+     .labels = kSensorLabels,
+     .columns = kSensors,
+     .unit = sensor_unit},
+    {.key = "switch_chips",
+     .title = "Switch chips",
+     .rows = mac_sensors,
+     .labels = kSensorLabels,
+     .columns = kMacFigures,
+     .unit = sensor_unit},
 };
 
 /// Channels of the cards that have any, the reference included.
@@ -113,6 +141,10 @@ std::vector<Place> channels(const LoadRecord &record) {
 
 Answer voltage(const Place &place) {
     return by_result<drv_get_card_vol>({slot_of_card(place.index1), place.index2});
+}
+
+std::string channel_unit(const Place &place) {
+    return fmt::format("{}channel {}", card_name(place), place.index2);
 }
 
 constexpr Column kSupply[] = {
@@ -132,13 +164,19 @@ constexpr Column kChannels[] = {
      .item = DFD_KEY_CARD_VOL_LOW,
      .read = voltage,
      .unit = "V",
-     .scale = kThousandths},
+     .scale = kThousandths,
+     .judge = judge_voltage},
     {"warning_level", "warning level", DFD_KEY_CARD_VOL_WATERLINE},
 };
 
 constexpr Section kVoltages[] = {
     {.key = "system", .title = "Supply", .columns = kSupply, .has_defaults = true},
-    {"channels", "Voltages of cards", channels, kChannelLabels, kChannels},
+    {.key = "channels",
+     .title = "Voltages of cards",
+     .rows = channels,
+     .labels = kChannelLabels,
+     .columns = kChannels,
+     .unit = channel_unit},
 };
 
 }  // namespace

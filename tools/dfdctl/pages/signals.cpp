@@ -86,8 +86,19 @@ constexpr Column kLedColumns[] = {
     {.key = "states", .heading = "can show", .read = led_states},
 };
 
+std::string led_unit_name(const Place &place) {
+    const Led &led = leds()[place.index1];
+    return fmt::format("LED {}{}", led.name,
+                       led.has_units ? " " + std::to_string(place.index2) : "");
+}
+
 constexpr Section kLedSections[] = {
-    {"leds", "LEDs", led_places, kLedLabels, kLedColumns},
+    {.key = "leds",
+     .title = "LEDs",
+     .rows = led_places,
+     .labels = kLedLabels,
+     .columns = kLedColumns,
+     .unit = led_unit_name},
 };
 
 constexpr LabelColumn kPortLabel[] = {{"port", "port", first_index}};
@@ -99,7 +110,12 @@ constexpr Column kPorts[] = {
 };
 
 constexpr Section kPortSections[] = {
-    {"ports", "SFP ports", rows_of<UnitKind::port>, kPortLabel, kPorts},
+    {.key = "ports",
+     .title = "SFP ports",
+     .rows = rows_of<UnitKind::port>,
+     .labels = kPortLabel,
+     .columns = kPorts,
+     .unit = numbered<UnitKind::port>},
 };
 
 // Interrupts: places of sources have index1 = i << 8 | j, index2 = k.
@@ -190,6 +206,23 @@ Answer polarity(const Place & /*place*/) {
     return {.value = describe(item_of(DFD_KEY_IRQ_CTRL_INFO))};
 }
 
+/// A source that is masked waits for nobody.
+std::optional<Judgement> judge_pending(const Judged &cell) {
+    if (cell.number() == 0) {
+        return std::nullopt;
+    }
+    const bool is_masked = cell.number("masked").value_or(0) != 0;
+    return Judgement{is_masked ? Severity::note : Severity::warning,
+                     "PENDING",
+                     is_masked ? "pending, but masked" : "pending: not dispatched yet",
+                     {status_of(cell.place).first}};
+}
+
+std::string source_unit(const Place &place) {
+    const irq_info_t &source = source_at(place);
+    return fmt::format("interrupt {} {}", irq_type_word(source.type), source.val0);
+}
+
 constexpr Column kControllers[] = {
     {"controllers", "controllers", DFD_KEY_IRQ_CTRL_NUM, by_result<drv_get_irq_ctrl_num>},
     {"polarity", "polarity", DFD_KEY_IRQ_CTRL_INFO, polarity},
@@ -201,13 +234,22 @@ constexpr LabelColumn kSourceLabels[] = {{"position", "position", source_positio
                                          {"values", "values", source_values}};
 
 constexpr Column kSources[] = {
-    {.key = "pending", .heading = "pending", .read = source_pending, .words = kNoYes},
+    {.key = "pending",
+     .heading = "pending",
+     .read = source_pending,
+     .words = kNoYes,
+     .judge = judge_pending},
     {.key = "masked", .heading = "masked", .read = source_masked, .words = kNoYes},
 };
 
 constexpr Section kIrqSections[] = {
     {.key = "controllers", .title = "Interrupt controllers", .columns = kControllers},
-    {"sources", "Interrupt sources", sources, kSourceLabels, kSources},
+    {.key = "sources",
+     .title = "Interrupt sources",
+     .rows = sources,
+     .labels = kSourceLabels,
+     .columns = kSources,
+     .unit = source_unit},
 };
 
 }  // namespace

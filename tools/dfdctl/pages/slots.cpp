@@ -68,8 +68,18 @@ constexpr Column kOwn[] = {
      .heading = "rated power",
      .read = by_pointer<drv_get_my_rate_power>,
      .unit = "W"},
-    {"peer_master", "peer master board", DFD_KEY_MCPU_PRESENT, by_pointer<drv_get_peer_mb_state>,
-     kMasterStates},
+    {.key = "peer_master",
+     .heading = "peer master board",
+     .item = DFD_KEY_MCPU_PRESENT,
+     .read = by_pointer<drv_get_peer_mb_state>,
+     .words = kMasterStates,
+     .judge = judge_peer},
+    {.key = "eeprom_failed",
+     .heading = "EEPROM self-test failed",
+     .item = DFD_KEY_EEPROM_FAIL_STATUS,
+     .read = by_pointer<drv_get_eeprom_fail_status>,
+     .words = kNoYes,
+     .judge = judge_eeprom_self_test},
 };
 
 constexpr LabelColumn kSlotLabel[] = {{"slot", "slot", first_index}};
@@ -81,12 +91,21 @@ constexpr Column kSlots[] = {
      .read = presence<drv_get_slot_online, DFD_KEY_SLOT_ONLINE>,
      .words = kAbsentPresent,
      .is_presence = true},
-    {.key = "power", .heading = "power", .read = card_power, .words = kCardPowerStates},
+    {.key = "power",
+     .heading = "power",
+     .read = card_power,
+     .words = kCardPowerStates,
+     .judge = judge_card_power},
     {.key = "power_switch",
      .heading = "power switch",
      .item = DFD_KEY_CARD_POWER_CTRL,
      .words = kOffOn,
      .is_of_card = true},
+    {.key = "reset",
+     .heading = "reset",
+     .item = DFD_KEY_RESET_LC,
+     .words = kResetStates,
+     .judge = judge_reset},
     {.key = "rated_power",
      .heading = "rated power",
      .item = DFD_KEY_CARD_RATE_POWER,
@@ -97,7 +116,12 @@ constexpr Column kSlots[] = {
 
 constexpr Section kSlotSections[] = {
     {.key = "board", .title = "This board", .columns = kOwn, .has_defaults = true},
-    {"slots", "Slots", slots, kSlotLabel, kSlots},
+    {.key = "slots",
+     .title = "Slots",
+     .rows = slots,
+     .labels = kSlotLabel,
+     .columns = kSlots,
+     .unit = numbered<UnitKind::slot>},
 };
 
 Answer subcard_type(const Place &place) {
@@ -122,7 +146,12 @@ constexpr Column kSubCards[] = {
 };
 
 constexpr Section kSubCardSections[] = {
-    {"sub_cards", "Sub-cards", rows_of<UnitKind::sub_slot>, kSubSlotLabel, kSubCards},
+    {.key = "sub_cards",
+     .title = "Sub-cards",
+     .rows = rows_of<UnitKind::sub_slot>,
+     .labels = kSubSlotLabel,
+     .columns = kSubCards,
+     .unit = numbered<UnitKind::sub_slot>},
 };
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <dfd/chassis.h>
 #include <dfd/records.h>
 #include <algorithm>
+#include <array>
 
 #include "dfdctl/board/inventory.hpp"
 #include "hal/facts.h"
@@ -20,7 +21,7 @@ Reading not_supported() {
 }
 
 /// A unit's second index counts only where the item takes one: a rotor's tray has none.
-Item item_behind(const Column &column, const Place &place) {
+Item item_at(const Column &column, const Place &place) {
     const std::uint32_t second = key_types()[column.item].max2 >= 0 ? place.index2 : 0;
     const int card = column.is_of_card ? sdd_get_virtual_slotid(static_cast<int>(place.index1)) : 0;
     return item_of(column.item, column.is_of_card ? static_cast<std::uint32_t>(card) : place.index1,
@@ -56,12 +57,18 @@ Reading converted(const Column &column, const Answer &answer) {
     return reading;
 }
 
+}  // namespace
+
+std::optional<Item> item_behind(const Column &column, const Place &place) {
+    return column.item != 0 ? std::optional(item_at(column, place)) : std::nullopt;
+}
+
 Reading read_cell(const Column &column, const Place &place) {
     if (column.ready != nullptr) {
         return column.ready(place);
     }
     const bool has_item = column.item != 0;
-    const Item item = item_behind(column, place);
+    const Item item = item_at(column, place);
     if (has_item && record_of<char>(item) == nullptr) {
         return not_supported();
     }
@@ -87,13 +94,25 @@ Reading read_cell(const Column &column, const Place &place) {
     return reading;
 }
 
+namespace {
+
 bool is_absent(const Reading &presence) {
     const auto *number = std::get_if<std::int64_t>(&presence.value);
     return presence.ok() && number != nullptr && *number == 0;
 }
 
+void judge(const Section &section, Row &row) {
+    row.judgements.resize(row.cells.size());
+    for (std::size_t i = 0; i < row.cells.size(); ++i) {
+        const Judge judge = section.columns[i].judge;
+        if (judge != nullptr && row.cells[i].ok()) {
+            row.judgements[i] = judge({section, row.place, row, row.cells[i]});
+        }
+    }
+}
+
 Row read_row(const Section &section, const Place &place) {
-    Row row;
+    Row row{.place = place};
     for (const LabelColumn &column : section.labels) {
         row.labels.push_back(column.label(place));
     }
@@ -102,6 +121,7 @@ Row read_row(const Section &section, const Place &place) {
         row.cells.push_back(absent ? Reading{.status = Status::absent} : read_cell(column, place));
         absent = absent || (column.is_presence && is_absent(row.cells.back()));
     }
+    judge(section, row);
     return row;
 }
 
@@ -111,7 +131,8 @@ nlohmann::ordered_json row_json(const Section &section, const Row &row) {
         json[section.labels[i].key] = to_json(row.labels[i])["value"];
     }
     for (std::size_t i = 0; i < row.cells.size(); ++i) {
-        json[section.columns[i].key] = to_json(row.cells[i]);
+        nlohmann::ordered_json &cell = json[section.columns[i].key] = to_json(row.cells[i]);
+        cell["judgement"] = judgement_json(row.judgements[i]);
     }
     return json;
 }
@@ -154,6 +175,12 @@ Reading first_index(const Place &place) {
 
 Reading second_index(const Place &place) {
     return {.value = std::int64_t{place.index2}};
+}
+
+const char *word_of(UnitKind kind) {
+    static constexpr std::array kWords = {"tray",     "supply", "slot",     "card",
+                                          "sub-slot", "port",   "backplane"};
+    return kWords[static_cast<std::size_t>(kind)];
 }
 
 PageData read_page(const Page &page, const LoadRecord &record) {

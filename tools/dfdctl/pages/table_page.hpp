@@ -8,6 +8,7 @@
 #include "dfdctl/board/units.hpp"
 #include "dfdctl/board/value_words.hpp"
 #include "dfdctl/output.hpp"
+#include "dfdctl/pages/judge.hpp"
 
 namespace dfdctl {
 
@@ -26,6 +27,7 @@ struct Column {
     bool is_presence = false;  ///< value 0: the unit is not plugged, nothing else of it is read
     /// Cards: index1 of the item is the virtual slot of the unit's slot.
     bool is_of_card = false;
+    Judge judge = nullptr;  ///< null: its values are not judged
 };
 
 /// What stands in the place of a value that is a name or a number of the configuration.
@@ -45,6 +47,8 @@ struct Section {
     std::span<const LabelColumn> labels = {};
     std::span<const Column> columns = {};
     bool has_defaults = false;  ///< has values also on a board without what the page is about
+    /// What a row is about: "tray 1 rotor 2". Null: each value of the system speaks for itself.
+    std::string (*unit)(const Place &) = nullptr;
 };
 
 struct Page {
@@ -60,6 +64,17 @@ std::vector<Place> places_of(const Numbers &numbers);
 template <UnitKind Kind>
 std::vector<Place> rows_of(const LoadRecord &record) {
     return places_of(units_of(record, Kind));
+}
+
+/// The item behind a cell; nothing where no single one is.
+std::optional<Item> item_behind(const Column &column, const Place &place);
+
+/// "tray", "supply", "sub-slot".
+const char *word_of(UnitKind kind);
+/// "supply 3".
+template <UnitKind Kind>
+std::string numbered(const Place &place) {
+    return std::string(word_of(Kind)) + " " + std::to_string(place.index1);
 }
 
 /// The usual labels.
@@ -80,8 +95,10 @@ std::span<const Section> irq_sections();
 
 /// A page that was read.
 struct Row {
-    std::vector<Reading> labels;
-    std::vector<Reading> cells;
+    Place place = {};
+    std::vector<Reading> labels = {};
+    std::vector<Reading> cells = {};
+    std::vector<std::optional<Judgement>> judgements = {};  ///< of each cell
 };
 
 struct SectionData {
@@ -102,6 +119,8 @@ struct PageData {
 };
 
 PageData read_page(const Page &page, const LoadRecord &record);
+/// One cell anew; nothing is judged.
+Reading read_cell(const Column &column, const Place &place);
 nlohmann::ordered_json page_json(const PageData &data);
 
 }  // namespace dfdctl

@@ -27,6 +27,16 @@ std::string cell_text(const Reading &reading) {
     return value_text(reading) + (reading.unit.empty() ? "" : " " + reading.unit);
 }
 
+/// With the word for what is wrong: behind a number, in the place of a name.
+std::string cell_text(const Row &row, std::size_t column) {
+    const std::string text = cell_text(row.cells[column]);
+    const std::optional<Judgement> &judgement = row.judgements[column];
+    if (!judgement) {
+        return text;
+    }
+    return row.cells[column].meaning.empty() ? text + " " + judgement->word : judgement->word;
+}
+
 /// The unit that a line below the table is about: "1 2".
 std::string row_name(const Row &row) {
     std::string name;
@@ -55,7 +65,7 @@ void print_values(std::FILE *out, const SectionData &data) {
     }
     for (std::size_t i = 0; i < row.cells.size(); ++i) {
         fmt::print(out, "  {:<{}}  {}\n", data.section->columns[i].heading, width,
-                   cell_text(row.cells[i]));
+                   cell_text(row, i));
     }
 }
 
@@ -93,7 +103,7 @@ void print_table(std::FILE *out, const SectionData &data) {
             cells.push_back(value_text(label));
         }
         for (const std::size_t i : shown) {
-            cells.push_back(cell_text(row.cells[i]));
+            cells.push_back(cell_text(row, i));
         }
         table.add(std::move(cells));
     }
