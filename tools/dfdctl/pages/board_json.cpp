@@ -3,6 +3,7 @@
 #include <array>
 
 #include "dfdctl/board/describe.hpp"
+#include "dfdctl/board/fingerprint.hpp"
 #include "dfdctl/output.hpp"
 #include "dfdctl/pages/board_page.hpp"
 
@@ -102,6 +103,7 @@ ordered_json board_json(const BoardPage &page) {
         {"started", page.library.usable()},
         {"board", board},
         {"chassis", type_json(page.chassis)},
+        {"fingerprint", page.library.usable() ? ordered_json(fingerprint(loaded)) : ordered_json()},
         {"list_file",
          {{"path", text_or_null(loaded.list_path)}, {"error", text_or_null(loaded.list_error)}}},
         {"files", list_json(loaded.files,

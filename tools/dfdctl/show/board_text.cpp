@@ -3,6 +3,7 @@
 #include <dfd/records.h>
 
 #include "dfdctl/board/describe.hpp"
+#include "dfdctl/board/fingerprint.hpp"
 #include "dfdctl/output.hpp"
 #include "dfdctl/show/text.hpp"
 
@@ -131,6 +132,9 @@ void print_page(std::FILE *out, const BoardPage &page) {
     print_place(out, "Sub-slot", page.sub_slot);
     print_heading(out, "Chassis");
     print_type(out, "Chassis type", page.chassis);
+    if (page.library.usable()) {
+        fmt::print(out, "  {:<14} {}\n", "Configuration", fingerprint(page.library.log));
+    }
     print_files(out, page.library.log);
     print_units(out, page.units);
     print_backplanes(out, page.backplanes);
