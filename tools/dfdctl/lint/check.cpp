@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
+#include <array>
 #include <cassert>
 #include <cstring>
 
@@ -178,7 +179,20 @@ std::string Check::place(const SourceLine &line) const {
 std::set<Check::Place> Check::places() const {
     std::set<Place> places;
     for (const Finding &finding : findings_) {
-        places.emplace(finding.file.substr(root_.size()), finding.line);
+        places.insert(place_of(finding));
+    }
+    return places;
+}
+
+std::set<Check::Place> Check::misread_lines() const {
+    constexpr std::array<std::string_view, 7> kMisreadings = {
+        "index-empty", "index-range",   "index-rubbish", "index-surplus",
+        "key-prefix",  "member-prefix", "tab-in-name"};
+    std::set<Place> places;
+    for (const Finding &finding : findings_) {
+        if (std::ranges::find(kMisreadings, finding.rule->id) != kMisreadings.end()) {
+            places.insert(place_of(finding));
+        }
     }
     return places;
 }
@@ -208,17 +222,21 @@ bool Check::has_error(std::uint32_t type) const {
     std::set<Place> errors;
     for (const Finding &finding : findings_) {
         if (finding.rule->severity == Severity::error) {
-            errors.emplace(finding.file.substr(root_.size()), finding.line);
+            errors.insert(place_of(finding));
         }
     }
     return std::ranges::any_of(log_.lines, [&](const SourceLine &line) {
-        return line.row != nullptr && line.row->type == type &&
-               errors.contains({log_.files[line.file].path, line.line});
+        return line.row != nullptr && line.row->type == type && errors.contains(place_of(line));
     });
 }
 
 void Check::withdraw(std::string_view rule, std::uint32_t key) {
     std::erase_if(findings_, [&](const Finding &finding) { return is_about(finding, rule, key); });
+}
+
+void Check::withdraw(std::string_view rule) {
+    std::erase_if(findings_, [&](const Finding &finding) { return finding.rule->id == rule; });
+    use_allowances(rule);
 }
 
 void Check::use_allowances(std::string_view rule) {

@@ -1,19 +1,16 @@
 // SPDX-License-Identifier: MIT
-// The board's list, the files that it names, the chassis file.
+// The files that a board loads, and the board types that lead to it.
 #include <dfd/framework.h>
 #include <dfd/keys.h>
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <optional>
-#include <unordered_map>
 
-#include "common/nearest.hpp"
 #include "dfdctl/board/find_boards.hpp"
 #include "dfdctl/board/offline.hpp"
+#include "dfdctl/lint/files.hpp"
 #include "dfdctl/lint/lines.hpp"
 #include "dfdctl/lint/lint.hpp"
 #include "dfdctl/lint/survey.hpp"
@@ -29,58 +26,6 @@ namespace fs = std::filesystem;
 
 using dfd::watch::Step;
 
-constexpr std::string_view kListDirectory = "/etc/cfg/dfd/file_name/";
-constexpr std::string_view kFileDirectory = "/etc/cfg/dfd/cfg_file/";
-constexpr std::string_view kChassisDirectory = "/etc/cfg/dfd/chassis/";
-constexpr std::string_view kSuffix = ".cfg";
-constexpr std::string_view kPidFile = "card_pid.cfg";
-constexpr int kNameBytes = 30;  // its line end and the terminator fill the library's buffer
-
-std::vector<std::string> files_in(const std::string &directory) {
-    std::vector<std::string> names;
-    std::error_code error;
-    for (const fs::directory_entry &entry : fs::directory_iterator(directory, error)) {
-        std::string name = entry.path().filename();
-        if (!name.starts_with('.') && !entry.is_directory(error)) {
-            names.push_back(std::move(name));
-        }
-    }
-    return names;
-}
-
-/// The name that a line of the list stands for.
-std::string name_of(const ListLine &line) {
-    return line.path.substr(kFileDirectory.size(),
-                            line.path.size() - kFileDirectory.size() - kSuffix.size());
-}
-
-/// What a name may mean that no file has; `there` are the names of those that exist.
-std::string hint_of_name(const ListLine &line, const std::vector<std::string> &there) {
-    constexpr std::string_view kEndBlanks = " \r\n";
-    const std::string name = name_of(line);
-    if (name.find('#') != std::string::npos) {
-        return "; a list takes no comments";
-    }
-    if (name.find('\t') != std::string::npos) {
-        return "; a tab is part of the name, delete it";
-    }
-    const std::size_t begin = line.raw.find_first_not_of(kEndBlanks);
-    if (const std::size_t blank = line.raw.find(' ', begin);
-        line.raw.find_first_not_of(kEndBlanks, blank) != std::string::npos) {
-        return "; the space is deleted: write one name a line";
-    }
-    if (name.find(',') != std::string::npos) {
-        return "; write one name a line";
-    }
-    if (name.find('/') != std::string::npos) {
-        return "; write the name without its directory";
-    }
-    if (name.ends_with(kSuffix)) {
-        return "; write the name without '.cfg'";
-    }
-    return dfd_tools::did_you_mean(name, std::vector<std::string_view>(there.begin(), there.end()));
-}
-
 /// A file that the library reads without complaint, though nothing comes of it.
 void check_content(Check &check, const ConfigFile &file) {
     const LoadRecord &log = check.log();
@@ -94,98 +39,14 @@ void check_content(Check &check, const ConfigFile &file) {
     const bool is_said = std::ranges::any_of(log.lines, [&](const SourceLine &line) {
         return line.file == index && line.step != Step::blank && line.step != Step::comment;
     });
-    if (!is_said && file.role == FileRole::listed) {
+    if (!is_said && file.role == FileRole::listed &&
+        encoding_of_file(check.root() + file.path) != Encoding::utf16) {
         check.at_file("file-empty", file.path, 1,
                       fmt::format("the file sets nothing: it {}; take it off the list, if that is "
                                   "meant",
                                   file.lines == 0 ? "is empty" : "has only comments"));
     }
 }
-
-/// A list while it is walked: lines as an editor counts them.
-class ListWalk {
-  public:
-    explicit ListWalk(Check &check) : check_(check) {
-        for (const ConfigFile &file : check.log().files) {
-            files_.emplace(file.path, &file);
-        }
-        for (const std::string &name : files_in(check.root() + std::string(kFileDirectory))) {
-            if (name.ends_with(kSuffix)) {
-                there_.push_back(name.substr(0, name.size() - kSuffix.size()));
-            }
-        }
-        std::sort(there_.begin(), there_.end());
-    }
-
-    void walk() {
-        const std::vector<ListLine> &list = check_.log().list;
-        const std::string_view foreign = list.empty() ? "" : foreign_encoding(list.front().raw);
-        if (!foreign.empty()) {
-            number_ = 1;
-            at("byte-order-mark", fmt::format("the list {}", foreign));
-            return;
-        }
-        for (std::size_t i = 0; i < list.size(); ++i) {
-            ++number_;
-            const bool is_split = !list[i].raw.ends_with('\n') && i + 1 < list.size();
-            if (!is_split) {
-                judge(list[i]);
-                continue;
-            }
-            at("list-name-long",
-               fmt::format("a name of over {} characters is read as two, here as '{}' and '{}': "
-                           "loading stops there, files behind it are lost",
-                           kNameBytes, name_of(list[i]), name_of(list[i + 1])));
-            while (i + 1 < list.size() && !list[i].raw.ends_with('\n')) {
-                ++i;
-            }
-        }
-    }
-
-  private:
-    void judge(const ListLine &line) {
-        const std::string name = name_of(line);
-        if (name.empty()) {
-            at("list-line-empty",
-               "an empty line stands for the file '.cfg': loading stops here; delete the line");
-            return;
-        }
-        const auto [earlier, is_new] = seen_.emplace(line.path, number_);
-        if (!is_new) {
-            at("list-duplicate",
-               fmt::format("'{}' is listed in line {} already: the second time its lines replace "
-                           "what files between them have set",
-                           name, earlier->second));
-        }
-        const auto found = files_.find(line.path);
-        if (is_new && found != files_.end() && !found->second->opened) {
-            at("file-missing",
-               fmt::format(
-                   "{} cannot be opened ({}): loading stops here, files behind it are lost{}",
-                   line.path, found->second->error, hint(line, *found->second)));
-        }
-    }
-
-    /// What may be wrong with a name that leads to no file.
-    std::string hint(const ListLine &line, const ConfigFile &file) const {
-        const std::string path = check_.root() + line.path;
-        std::error_code error;
-        if (fs::is_symlink(path, error)) {
-            return fmt::format("; it is a link to '{}'", fs::read_symlink(path, error).string());
-        }
-        return file.error == std::strerror(ENOENT) ? hint_of_name(line, there_) : "";
-    }
-
-    void at(std::string_view rule, std::string text) {
-        check_.at_file(rule, check_.log().list_path, number_, std::move(text));
-    }
-
-    Check &check_;
-    std::unordered_map<std::string_view, const ConfigFile *> files_;
-    std::vector<std::string> there_;
-    std::map<std::string, int> seen_;
-    int number_ = 0;
-};
 
 /// "board types 0x3, 0x4 and 12 more"
 std::string some_types(const std::set<std::uint32_t> &types) {
@@ -279,14 +140,18 @@ void check_product_id(Check &check, PidLines &unknown) {
 
 /// Board types that product identifiers lead to and that have no list.
 void check_types(Check &check) {
-    const std::vector<int> known = board_types(check.root());
+    std::vector<int> known = board_types(check.root());
     const PidLines pids = pid_lines(check);
     std::vector<int> lonely = known;
     std::erase_if(lonely,
                   [&](int list) { return pids.contains(static_cast<std::uint32_t>(list)); });
     PidLines unknown = pids;
+    for (const std::string &list : misnamed_lists(check.root())) {
+        const std::vector<int> meant = types_meant(list);
+        known.insert(known.end(), meant.begin(), meant.end());
+    }
     std::erase_if(unknown, [&](const auto &pid) {
-        return std::ranges::binary_search(known, static_cast<int>(pid.first));
+        return std::ranges::find(known, static_cast<int>(pid.first)) != known.end();
     });
     const bool is_only = unknown.size() == 1;
     for (const auto &[type, line] : PidLines(unknown)) {
@@ -313,31 +178,6 @@ void check_types(Check &check) {
     }
 }
 
-bool is_decimal_name(const std::string &name) {
-    const std::string_view stem =
-        std::string_view(name).substr(0, name.size() - std::min(name.size(), kSuffix.size()));
-    return name.ends_with(kSuffix) && !stem.empty() && stem.front() != '0' &&
-           std::ranges::all_of(stem, [](char c) { return c >= '0' && c <= '9'; });
-}
-
-bool is_hex_name(const std::string &name) {
-    constexpr std::string_view kDigits = "0123456789abcdef";
-    return name == "0x0" || (name.size() > 2 && name.starts_with("0x") && name[2] != '0' &&
-                             name.find_first_not_of(kDigits, 2) == std::string::npos);
-}
-
-struct NameRule {
-    std::string_view directory;
-    bool (*is_right)(const std::string &name);
-    std::string_view form;
-};
-
-constexpr NameRule kNameRules[] = {
-    {kListDirectory, is_hex_name, "the library takes the board type in hexadecimal, as in '0x3e'"},
-    {kChassisDirectory, is_decimal_name,
-     "the library takes the chassis type in decimal, as in '8.cfg'"},
-};
-
 /// A board that its EEPROM alone tells has neither this file nor a product identifier.
 bool is_pid_file_missed(const std::string &root, const std::string &path) {
     std::error_code error;
@@ -345,54 +185,44 @@ bool is_pid_file_missed(const std::string &root, const std::string &path) {
            fs::exists(fs::symlink_status(root + path, error));
 }
 
-/// "; it belongs in chassis/" for a file whose name is right in another directory than its own.
-std::string other_home(std::string_view own, const std::string &name) {
-    // A digit begins the name of a list or of a chassis file.
-    const bool is_of_board = own == kListDirectory && name.ends_with(kSuffix) &&
-                             (name.front() < '0' || name.front() > '9');
-    if (is_of_board || (own != kFileDirectory && name == kPidFile)) {
-        return "; it belongs in cfg_file/";
+void check_missing_pids(Check &check, const ConfigFile &file) {
+    const std::string name(kPidFile);
+    if (const std::string_view at = misplaced_in(check.root(), kFileDirectory, name); !at.empty()) {
+        add_misplaced(check, at, name);
+    } else if (is_pid_file_missed(check.root(), file.path) &&
+               check_open(check, kFileDirectory, false)) {
+        check.at_file("pid-file-missing", file.path, 1,
+                      fmt::format("{}{}: no product identifier tells a board type, only the board "
+                                  "EEPROM can",
+                                  file.error, hint_of_link(check.root() + file.path)));
     }
-    for (const NameRule &rule : kNameRules) {
-        if (rule.directory != own && rule.is_right(name)) {
-            const fs::path home = fs::path(rule.directory).parent_path().filename();
-            return fmt::format("; it belongs in {}/", home.string());
-        }
-    }
-    return "";
 }
 
-/// False when the lists of the boards cannot be seen.
-bool check_readable(Check &check, const std::string &root) {
-    bool is_readable = true;
-    for (const std::string_view directory : {kChassisDirectory, kFileDirectory, kListDirectory}) {
-        std::error_code error;
-        fs::directory_iterator(root + std::string(directory), error);
-        is_readable = !error || error == std::errc::no_such_file_or_directory;
-        if (!is_readable) {
-            check.at_file("directory-unreadable", directory.substr(0, directory.size() - 1), 1,
-                          fmt::format("{}: no file in it is ever loaded", error.message()));
-        }
-    }
-    return is_readable;
+bool is_listed(const LoadRecord &log, std::string_view path) {
+    return std::ranges::find(log.list, path, &ListLine::path) != log.list.end();
 }
 
-/// Chassis files that no board loads.
-void check_unloaded(Check &check, const Boards &boards) {
-    const bool has_backplane = std::ranges::any_of(boards.configured, [](std::uint32_t key) {
-        return DFD_KEY_TYPE(key) == DFD_KEY_E2_SETMAC;
-    });
-    for (const int type : chassis_types(check.root())) {
-        const std::string path = fmt::format("{}{}{}", kChassisDirectory, type, kSuffix);
-        const bool is_told = type != 0 && type <= kLastToldChassis;
-        if (!boards.named.contains(path) && !(is_told && boards.has_unclear_chassis)) {
-            check.at_file(
-                "chassis-file-unloaded", path, 1,
-                fmt::format("never loaded: no board here is of type {}, and {}", type,
-                            !is_told        ? "a backplane EEPROM tells types 1 to 255"
-                            : has_backplane ? "what e2_setmac reads tells no board this chassis"
-                                            : "none has an e2_setmac, which tells its chassis"));
-        }
+/// Counts that a chassis file would raise are no mistake where it is not found for another one.
+void excuse_counts(Check &check) {
+    check.withdraw("fan-beyond");
+    check.withdraw("fan-count-missing");
+}
+
+void check_missing_chassis(Check &check, const ConfigFile &file) {
+    const std::string name = fs::path(file.path).filename();
+    const std::string_view at = misplaced_in(check.root(), kChassisDirectory, name);
+    const bool is_misplaced =
+        !at.empty() && !is_listed(check.log(), std::string(kFileDirectory) + name);
+    if (is_misplaced) {
+        add_misplaced(check, at, name);
+    }
+    if (is_misplaced || !check_open(check, kChassisDirectory, false)) {
+        excuse_counts(check);
+    } else if (!is_chassis_unclear(check)) {
+        check.at_file("chassis-file-missing", file.path, 1,
+                      fmt::format("{}{}: in this chassis the board has the values of its own files "
+                                  "only",
+                                  file.error, hint_of_link(check.root() + file.path)));
     }
 }
 
@@ -407,87 +237,22 @@ void check_files(Check &check) {
     if (log.list_path.empty()) {
         return;
     }
-    if (log.list.empty()) {
-        check.at_file("list-empty", log.list_path, 1,
-                      log.list_error.empty() ? "the list names no file: nothing is configured"
-                                             : "the list cannot be read: " + log.list_error);
-    }
-    ListWalk(check).walk();
+    check_list(check);
     for (const ConfigFile &file : log.files) {
         if (file.opened) {
             check_content(check, file);
+        } else if (file.role == FileRole::card_pid) {
+            check_missing_pids(check, file);
+        } else if (file.role == FileRole::chassis) {
+            check_missing_chassis(check, file);
         }
-        if (!file.opened && file.role == FileRole::card_pid &&
-            is_pid_file_missed(check.root(), file.path)) {
-            check.at_file("pid-file-missing", file.path, 1,
-                          fmt::format("{}: no product identifier tells a board type, only the "
-                                      "board EEPROM can",
-                                      file.error));
-        }
-        if (!file.opened && file.role == FileRole::chassis && !is_chassis_unclear(check)) {
-            check.at_file("chassis-file-missing", file.path, 1,
-                          fmt::format("{}: in this chassis the board has the values of its own "
-                                      "files only",
-                                      file.error));
-        }
+    }
+    const auto is_misplaced = [&](const std::string &path) { return !is_listed(log, path); };
+    if (std::ranges::find(log.files, FileRole::chassis, &ConfigFile::role) == log.files.end() &&
+        std::ranges::any_of(misplaced_chassis(check.root()), is_misplaced)) {
+        excuse_counts(check);
     }
     check_types(check);
-}
-
-void check_directory(Check &check, const Boards &boards) {
-    const std::string &root = check.root();
-    if (check_readable(check, root) && board_types(root).empty()) {
-        check.at_file("list-empty", kListDirectory.substr(0, kListDirectory.size() - 1), 1,
-                      "no list of files here: the library starts on no board");
-    }
-    for (const NameRule &rule : kNameRules) {
-        const std::string directory(rule.directory);
-        for (const std::string &name : files_in(root + directory)) {
-            if (!rule.is_right(name)) {
-                const std::string home = other_home(directory, name);
-                check.at_file("file-name-odd", directory + name, 1,
-                              home.empty() ? fmt::format("never read: {}", rule.form)
-                                           : fmt::format("never read here{}", home));
-            }
-        }
-    }
-    if (!boards.has_unread_list) {
-        check_unloaded(check, boards);
-    }
-}
-
-std::vector<std::string> unlisted_files(const std::string &root,
-                                        const std::set<std::string> &listed) {
-    std::vector<std::string> files;
-    for (const std::string &name : files_in(root + std::string(kFileDirectory))) {
-        std::string path = std::string(kFileDirectory) + name;
-        if (name != kPidFile && !listed.contains(path)) {
-            files.push_back(std::move(path));
-        }
-    }
-    return files;
-}
-
-void check_unlisted(Check &check, const std::string &path,
-                    const std::set<std::uint32_t> &configured) {
-    std::vector<std::uint32_t> alone;
-    for (const auto &[key, origins] : check.log().origins) {
-        if (!configured.contains(key)) {
-            alone.push_back(key);
-        }
-    }
-    if (alone.empty() || configured.empty()) {
-        check.at_file("file-unlisted", path, 1,
-                      fmt::format("no list names this file: it is never loaded{}",
-                                  other_home(kFileDirectory, fs::path(path).filename())));
-        return;
-    }
-    check.at_file("file-forgotten", path, 1,
-                  fmt::format("no list names this file, though it alone sets {}{}: it is never "
-                              "loaded{}",
-                              as_written(item_of_key(alone[0])),
-                              alone.size() > 1 ? fmt::format(" and {} more", alone.size() - 1) : "",
-                              other_home(kFileDirectory, fs::path(path).filename())));
 }
 
 }  // namespace dfdctl::lint

@@ -3,6 +3,7 @@
 #include "dfdctl/lint/lines.hpp"
 
 #include <algorithm>
+#include <fstream>
 
 #include <fmt/format.h>
 
@@ -126,8 +127,10 @@ class FileHabits {
         if (is_crlf) {
             crlf_.seen(line, line.raw.size() - 2);
         }
-        is_foreign_ = line.number == 1 ? !foreign_encoding(line.raw).empty() : is_foreign_;
-        if (!is_foreign_ && line.step != dfd::watch::Step::comment &&
+        if (line.number == 1) {
+            encoding_ = encoding_of_file(check_.root() + check_.log().files[line.file].path);
+        }
+        if (encoding_ == Encoding::plain && line.step != dfd::watch::Step::comment &&
             is_cut_by_zero(check_, line)) {
             zeros_.seen(line, line.raw.size());
         }
@@ -157,18 +160,20 @@ class FileHabits {
             check_.at_byte("unprintable", *zeros_.first, zeros_.byte,
                            zeros_.lines == 1
                                ? "a zero byte: the library does not see the rest of this line"
-                               : fmt::format("zero bytes in {} of this file, as UTF-16 text has "
-                                             "them: the library does not see the rest of such a "
-                                             "line; save it as plain ASCII",
+                               : fmt::format("zero bytes in {} of this file: the library does not "
+                                             "see the rest of such a line",
                                              zeros_.count()));
         }
-        if (!last_->raw.ends_with('\n')) {
+        if (!last_->raw.ends_with('\n') && encoding_ != Encoding::utf16) {
             check_.at_byte("no-final-newline", *last_, last_->raw.size(),
                            "the last line has no line end: it counts, but a line appended to the "
                            "file will be joined to it");
         }
         *this = FileHabits(check_);
     }
+
+    /// Of the file of the last line seen.
+    Encoding encoding() const { return encoding_; }
 
     FileHabits &operator=(const FileHabits &other) {
         crlf_ = other.crlf_;
@@ -183,21 +188,59 @@ class FileHabits {
     Habit crlf_;
     Habit tabs_;
     Habit zeros_;
-    bool is_foreign_ = false;
+    Encoding encoding_ = Encoding::plain;
     const SourceLine *last_ = nullptr;
 };
 
+/// False when the line needs no further judgement.
+bool check_bytes(Check &check, const SourceLine &line, Encoding encoding) {
+    if (line.number == 1 && encoding != Encoding::plain) {
+        check.at_byte("byte-order-mark", line, 0, fmt::format("the file {}", flaw_of(encoding)));
+        return false;
+    }
+    if (!check_length(check, line)) {
+        return false;
+    }
+    if (line.step == Step::comment) {
+        return true;
+    }
+    check_odd_bytes(check, line);
+    return true;
+}
+
 }  // namespace
 
-std::string_view foreign_encoding(std::string_view begin) {
+Encoding encoding_of_file(const std::string &path) {
+    constexpr std::size_t kTellingBytes = 4;
+    std::string begin(kTellingBytes, '\0');
+    std::ifstream file(path, std::ios::binary);
+    file.read(begin.data(), kTellingBytes);
+    begin.resize(static_cast<std::size_t>(file.gcount()));
     if (begin.starts_with("\xEF\xBB\xBF")) {
-        return "begins with a byte order mark, which is part of its first line to the library; "
-               "save "
-               "it without";
+        return Encoding::utf8_marked;
     }
-    return begin.starts_with("\xFF\xFE") || begin.starts_with("\xFE\xFF")
-               ? "is UTF-16 text, of which the library sees next to nothing; save it as plain ASCII"
-               : "";
+    // Without a mark, ASCII characters as two bytes each, in either order.
+    const auto has_zeros = [&](std::size_t first) {
+        return begin.size() == kTellingBytes && begin[first] == '\0' && begin[first + 2] == '\0' &&
+               begin[1 - first] != '\0' && begin[3 - first] != '\0';
+    };
+    const bool is_utf16 = begin.starts_with("\xFF\xFE") || begin.starts_with("\xFE\xFF") ||
+                          has_zeros(0) || has_zeros(1);
+    return is_utf16 ? Encoding::utf16 : Encoding::plain;
+}
+
+std::string_view flaw_of(Encoding encoding) {
+    switch (encoding) {
+        case Encoding::utf8_marked:
+            return "begins with a byte order mark, which is part of its first line to the library; "
+                   "save it without";
+        case Encoding::utf16:
+            return "is UTF-16 text, of which the library sees next to nothing; save it as plain "
+                   "ASCII";
+        case Encoding::plain:
+            break;
+    }
+    return "";
 }
 
 std::string_view without_end(std::string_view text) {
@@ -212,27 +255,11 @@ std::string loss(const Check &check, const SourceLine &line) {
                      : "the library stops here: the rest of this file is lost";
 }
 
-bool check_bytes(Check &check, const SourceLine &line) {
-    const std::string_view foreign = line.number == 1 ? foreign_encoding(line.raw) : "";
-    if (!foreign.empty()) {
-        check.at_byte("byte-order-mark", line, 0, fmt::format("the file {}", foreign));
-        return false;
-    }
-    if (!check_length(check, line)) {
-        return false;
-    }
-    if (line.step == Step::comment) {
-        return true;
-    }
-    check_odd_bytes(check, line);
-    return true;
-}
-
 void check_lines(Check &check) {
     FileHabits habits(check);
     for (const SourceLine &line : check.log().lines) {
         habits.seen(line);
-        if (line.is_rest() || !check_bytes(check, line)) {
+        if (line.is_rest() || !check_bytes(check, line, habits.encoding())) {
             continue;
         }
         check_name(check, line);

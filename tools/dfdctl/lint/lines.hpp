@@ -6,8 +6,6 @@
 
 namespace dfdctl::lint {
 
-/// Bytes that do not mean what they look like; false when the line needs no further judgement.
-bool check_bytes(Check &check, const SourceLine &line);
 /// The name of a line: its key, member and indexes.
 void check_name(Check &check, const SourceLine &line);
 /// The value of a line that was stored, or was refused for it.
@@ -25,8 +23,11 @@ std::string hint_of_hex(std::string_view text);
 /// What the library makes of it.
 std::string number_read(std::string_view text);
 
-/// What is wrong with a file that begins so: a byte order mark, UTF-16. Empty for any other.
-std::string_view foreign_encoding(std::string_view begin);
+/// How a file is written, by how it begins.
+enum class Encoding { plain, utf8_marked, utf16 };
+Encoding encoding_of_file(const std::string &path);
+/// What is wrong with such a file; empty for a plain one.
+std::string_view flaw_of(Encoding encoding);
 /// A text without what stands behind its last character that is no blank.
 std::string_view without_end(std::string_view text);
 /// What files behind this one lose when its loading ends.

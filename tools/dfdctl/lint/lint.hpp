@@ -100,14 +100,20 @@ class Check {
     bool is_found(std::string_view rule, std::uint32_t key) const;
     /// Whether there is an error in a line of items of a type, stored or not.
     bool has_error(std::uint32_t type) const;
-    /// Takes back what a rule found in the lines of an item: another finding tells the cause.
+    /// Takes back what a rule found in the lines of an item, or all of it: another finding tells
+    /// the cause.
     void withdraw(std::string_view rule, std::uint32_t key);
+    void withdraw(std::string_view rule);
     /// A rule that is not judged on this board may still be allowed.
     void use_allowances(std::string_view rule);
     /// File as the library names it, and line.
     using Place = std::pair<std::string, int>;
     /// Where there are findings by now.
     std::set<Place> places() const;
+    /// Lines whose names make them set another item than they seem to, as found by now.
+    std::set<Place> misread_lines() const;
+    /// Where a line stands.
+    Place place_of(const SourceLine &line) const { return {log_.files[line.file].path, line.line}; }
 
     /// Another finding tells why no function asks for the item.
     void explain(std::uint32_t key) { explained_.insert(key); }
@@ -122,6 +128,9 @@ class Check {
     /// Where a byte of a line stands in the line as a whole, from 1.
     static int column_of(const SourceLine &line, std::size_t byte);
     bool is_about(const Finding &finding, std::string_view rule, std::uint32_t key) const;
+    Place place_of(const Finding &finding) const {
+        return {finding.file.substr(root_.size()), finding.line};
+    }
     void keep(std::string_view rule, std::string file, int line, int column, std::string text);
     void read_allowances();
     void allow(std::string_view id, const SourceLine &line);
@@ -146,7 +155,7 @@ void check_siblings(Check &check);   ///< siblings.cpp: one unit described unlik
 void check_rows(Check &check);       ///< rows.cpp: places in a row of units that look like slips
 void check_together(Check &check);   ///< together_*.cpp: items that belong together
 void check_addresses(Check &check);  ///< addresses.cpp: buses, addresses, the register map
-void check_files(Check &check);      ///< files.cpp: list file, missing files, chassis file
+void check_files(Check &check);      ///< files*.cpp: list file, missing files, chassis file
 /// Whether a mistake, which is told, hides which chassis file the board loads.
 bool is_chassis_unclear(const Check &check);
 /// All of them.
@@ -158,6 +167,11 @@ struct Boards {
     std::set<std::uint32_t> configured;  ///< items
     bool has_unread_list = false;        ///< what it names, nobody knows
     bool has_unclear_chassis = false;    ///< a mistake hides which chassis files are loaded
+
+    /// What the list of a loaded board names, and what is meant where a name is wrong.
+    void add_list(const LoadRecord &log, const std::string &root);
+    /// What lists name that are not read for their own name.
+    void add_misnamed_lists(const std::string &root);
 };
 
 /// A board's directory as a whole.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <set>
 #include <unordered_map>
 
 #include "dfdctl/lint/lint.hpp"
@@ -64,11 +65,15 @@ void check_pair(Check &check, const SourceLine &earlier, const SourceLine &later
     }
 }
 
-void check_origins(Check &check, const std::vector<Origin> &origins) {
+void check_origins(Check &check, const std::vector<Origin> &origins,
+                   const std::set<Check::Place> &misread) {
     constexpr std::size_t kMostMembers = 16;
     std::array<const SourceLine *, kMostMembers> last{};
     for (const Origin &origin : origins) {
         const SourceLine &line = check.log().lines[origin.source];
+        if (misread.contains(check.place_of(line))) {
+            continue;  // the cause is told
+        }
         const SourceLine *&earlier = last[static_cast<std::size_t>(origin.member + 1)];
         if (earlier != nullptr) {
             check_pair(check, *earlier, line);
@@ -171,8 +176,9 @@ void check_conversion(Check &check, std::uint32_t type) {
 }  // namespace
 
 void check_replaced(Check &check) {
+    const std::set<Check::Place> misread = check.misread_lines();
     for (const auto &[key, origins] : check.log().origins) {
-        check_origins(check, origins);
+        check_origins(check, origins, misread);
     }
     for (const SourceLine &line : check.log().lines) {
         if (line.step == Step::stored) {

@@ -32,7 +32,7 @@ constexpr std::array kRules = {
     Rule{"button-text-unselected", warning, kBoard, "The text of the reset button is chosen by what its type reads", "ports"},
     Rule{"button-without-text", warning, kBoard, "The type of the reset button is told by a text", "ports"},
     Rule{"button-without-type", warning, kBoard, "The texts of the reset button are chosen by its type", "ports"},
-    Rule{"byte-order-mark", error, kLine, "A byte order mark is part of the first line", "format"},
+    Rule{"byte-order-mark", error, kLine, "A byte order mark is part of the first line, and UTF-16 text is not seen at all", "format"},
     Rule{"card-30", warning, kBoard, "Slots 30 and 31 share the items of card 31", "cards"},
     Rule{"card-status-beyond", note, kBoard, "Only cards 1 to 8 can have a power status", "cards"},
     Rule{"card-status-hidden", warning, kBoard, "The power status of a card is read when its presence is", "cards"},

@@ -40,6 +40,7 @@ class Run {
     /// Once all its boards are loaded.
     void directory(const std::string &root) {
         boards_.has_unread_list |= board_types(root).empty();
+        boards_.add_misnamed_lists(root);
         const LoadRecord nothing;
         Check check(nothing, root, skipped_);
         check_directory(check, boards_);
@@ -69,12 +70,7 @@ class Run {
                                              .reads_everything = true});
         check(log, root);
         report_.files.insert(root + log.list_path);
-        std::error_code error;
-        boards_.has_unread_list |=
-            !log.list_error.empty() || fs::is_directory(root + log.list_path, error);
-        for (const ListLine &line : log.list) {
-            boards_.named.insert(line.path);
-        }
+        boards_.add_list(log, root);
         for (const ConfigFile &file : log.files) {
             if (file.role == FileRole::chassis) {
                 boards_.named.insert(file.path);

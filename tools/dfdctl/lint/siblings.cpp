@@ -98,7 +98,7 @@ std::string as_set(const Check &check, const Item &item, CtrlMember member) {
 bool is_spoken_of(const Check &check, const std::set<Check::Place> &spoken_of, const Item &item,
                   CtrlMember member) {
     const SourceLine *line = check.line_of(item.key(), member);
-    return line != nullptr && spoken_of.contains({check.log().files[line->file].path, line->line});
+    return line != nullptr && spoken_of.contains(check.place_of(*line));
 }
 
 void check_row(Check &check, const std::set<Check::Place> &spoken_of,

@@ -261,13 +261,20 @@ void check_unit_number(Check &check, const Item &item, const UnitSource &of, boo
 }
 
 void check_unit_numbers(Check &check) {
+    // Such a line may have been meant for any source.
+    const std::set<Check::Place> misread = check.misread_lines();
+    const bool is_misread = std::ranges::any_of(check.log().lines, [&](const SourceLine &line) {
+        return line.row != nullptr && line.row->type == DFD_KEY_IRQ_INFO &&
+               misread.contains(check.place_of(line));
+    });
     for (const UnitSource &of : kUnitSources) {
         std::vector<Item> sources = configured(check, DFD_KEY_IRQ_INFO);
         std::erase_if(sources, [&](const Item &item) {
             return record_of<irq_info_t>(item)->type != of.type || !is_set(check, item, kIrqType);
         });
-        const bool is_usual = std::ranges::any_of(
-            sources, [&](const Item &item) { return is_set(check, item, kIrqUnit); });
+        const bool is_usual = !is_misread && std::ranges::any_of(sources, [&](const Item &item) {
+            return is_set(check, item, kIrqUnit);
+        });
         for (const Item &item : sources) {
             check_unit_number(check, item, of, is_usual);
         }
