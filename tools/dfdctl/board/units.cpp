@@ -130,4 +130,17 @@ std::vector<Item> irq_sources(const LoadRecord &record) {
     return sources;
 }
 
+std::vector<Item> irq_masks(const Item &source) {
+    constexpr std::uint32_t kMasksOfSource = 16;
+    std::vector<Item> masks;
+    for (std::uint32_t m = 0; m < kMasksOfSource; ++m) {
+        const Item mask =
+            item_of(DFD_KEY_IRQ_MASK, source.index1, source.index2 * kMasksOfSource + m);
+        if (record_of<info_ctrl_t>(mask) != nullptr) {
+            masks.push_back(mask);
+        }
+    }
+    return masks;
+}
+
 }  // namespace dfdctl

@@ -30,5 +30,7 @@ std::vector<Item> items_of(const LoadRecord &record, std::uint32_t type);
 Numbers second_indexes(const LoadRecord &record, std::uint32_t type, std::uint32_t index1);
 /// Items of the interrupt sources that a dispatch can find.
 std::vector<Item> irq_sources(const LoadRecord &record);
+/// Configured masks of such a source.
+std::vector<Item> irq_masks(const Item &source);
 
 }  // namespace dfdctl

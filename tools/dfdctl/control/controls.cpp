@@ -115,7 +115,7 @@ Change rotor_speed(std::uint32_t fan, std::uint32_t rotor, std::uint32_t level) 
     return change;
 }
 
-std::vector<Change> fan_speed(const ControlWords &words) {
+std::vector<Change> fan_speed(const ControlWords &words, const LoadRecord & /*record*/) {
     const std::uint32_t fan = index_of(words.front(), "fan", DFD_KEY_FAN_CFG_SPEED);
     const std::uint32_t level = number_of(words.back(), "speed level", dfd::kWholeByte);
     if (!has_level(level)) {
@@ -136,7 +136,7 @@ std::vector<Change> fan_speed(const ControlWords &words) {
 
 // ---- led set ------------------------------------------------------------------------------------
 
-std::vector<Change> led_set(const ControlWords &words) {
+std::vector<Change> led_set(const ControlWords &words, const LoadRecord & /*record*/) {
     std::vector<std::string_view> names;
     for (const Led &led : leds()) {
         names.emplace_back(led.name);
@@ -171,7 +171,7 @@ std::vector<Change> led_set(const ControlWords &words) {
 
 // ---- Slots, ports, the peer ---------------------------------------------------------------------
 
-std::vector<Change> slot_reset(const ControlWords &words) {
+std::vector<Change> slot_reset(const ControlWords &words, const LoadRecord & /*record*/) {
     constexpr std::uint32_t kFirst = 1;
     constexpr std::uint32_t kLast = 28;
     const bool all = words[0] == "all";
@@ -187,7 +187,7 @@ std::vector<Change> slot_reset(const ControlWords &words) {
              .execute = [=] { return drv_reset_linecard(static_cast<int>(slot), all ? 1 : 0); }}};
 }
 
-std::vector<Change> slot_power(const ControlWords &words) {
+std::vector<Change> slot_power(const ControlWords &words, const LoadRecord & /*record*/) {
     const std::uint32_t slot = index_of(words[0], "slot", DFD_KEY_CARD_POWER_CTRL);
     const bool on = is_on(words[1]);
     const int virtual_slot = sdd_get_virtual_slotid(static_cast<int>(slot));
@@ -204,7 +204,7 @@ std::vector<Change> slot_power(const ControlWords &words) {
     return {change};
 }
 
-std::vector<Change> sfp_tx(const ControlWords &words) {
+std::vector<Change> sfp_tx(const ControlWords &words, const LoadRecord & /*record*/) {
     const std::uint32_t port = index_of(words[0], "port", DFD_KEY_PORT_SFP_TX);
     const bool on = is_on(words[1]);
     Change change =
@@ -216,7 +216,7 @@ std::vector<Change> sfp_tx(const ControlWords &words) {
     return {change};
 }
 
-std::vector<Change> master_reset(const ControlWords & /*words*/) {
+std::vector<Change> master_reset(const ControlWords & /*words*/, const LoadRecord & /*record*/) {
     return {{.target = "peer master board",
              .requested = "reset",
              .item = item_of(DFD_KEY_RST_MASTER),
@@ -227,26 +227,18 @@ std::vector<Change> master_reset(const ControlWords & /*words*/) {
 
 // ---- irq mask, write-protect --------------------------------------------------------------------
 
-/// The first mask of a source of the type; the item of position 0.0.0 where it has none.
-Item first_mask(std::uint32_t type) {
-    constexpr std::uint32_t kBits = dfd::kBitsPerByte;
-    constexpr std::uint32_t kMasksOfSource = 16;
-    for (std::uint32_t position = 0; position < kBits * kBits * kBits; ++position) {
-        const std::uint32_t index1 = position / (kBits * kBits) << kBits | position / kBits % kBits;
-        const auto *source =
-            record_of<irq_info_t>(item_of(DFD_KEY_IRQ_INFO, index1, position % kBits));
-        for (std::uint32_t m = 0; m < kMasksOfSource && source != nullptr; ++m) {
-            const Item mask =
-                item_of(DFD_KEY_IRQ_MASK, index1, position % kBits * kMasksOfSource + m);
-            if (source->type == type && is_configured(mask)) {
-                return mask;
-            }
+/// The first mask of a source of the type; an item that nothing configures where none has one.
+Item first_mask(const LoadRecord &record, std::uint32_t type) {
+    for (const Item &source : irq_sources(record)) {
+        const std::vector<Item> masks = irq_masks(source);
+        if (record_of<irq_info_t>(source)->type == type && !masks.empty()) {
+            return masks.front();
         }
     }
     return item_of(DFD_KEY_IRQ_MASK, UINT16_MAX);
 }
 
-std::vector<Change> irq_mask(const ControlWords &words) {
+std::vector<Change> irq_mask(const ControlWords &words, const LoadRecord &record) {
     std::vector<std::string_view> names;
     for (const irq_type_name_t &row : g_irq_type_name) {
         names.emplace_back(row.name);
@@ -255,7 +247,7 @@ std::vector<Change> irq_mask(const ControlWords &words) {
     const bool masked = is_on(words[1]);
     Change change{.target = fmt::format("interrupts of type {}", type.name),
                   .requested = masked ? "masked" : "unmasked",
-                  .item = first_mask(type.type),
+                  .item = first_mask(record, type.type),
                   .execute = [=, number = static_cast<int>(type.type)] {
                       return drv_irq_set_cfg(number, masked ? 0 : 1);
                   }};
@@ -273,7 +265,7 @@ std::vector<Change> irq_mask(const ControlWords &words) {
     return {change};
 }
 
-std::vector<Change> write_protect(const ControlWords &words) {
+std::vector<Change> write_protect(const ControlWords &words, const LoadRecord & /*record*/) {
     std::vector<std::string_view> names;
     for (const ProtectionGroup &group : protection_groups()) {
         names.push_back(group.name);

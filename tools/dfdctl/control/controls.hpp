@@ -6,6 +6,7 @@
 #include <functional>
 #include <span>
 
+#include "dfdctl/board/load_record.hpp"
 #include "dfdctl/board/reading.hpp"
 #include "dfdctl/command.hpp"
 
@@ -40,7 +41,7 @@ struct Control {
     std::size_t fewest;  ///< words
     std::size_t most;
     /// What the words ask for; throws UsageError. The library runs.
-    std::vector<Change> (*plan)(const ControlWords &words);
+    std::vector<Change> (*plan)(const ControlWords &words, const LoadRecord &record);
 };
 
 std::span<const Control> controls();

@@ -138,7 +138,7 @@ int run(const Options &options, const Control &control, const Request &request) 
         throw UsageError(fmt::format("{} takes: {}", full_name(control), control.usage));
     }
     const Library library = require_library(options);
-    const std::vector<Change> changes = control.plan(request.words);
+    const std::vector<Change> changes = control.plan(request.words, library.log);
     const bool supported = std::any_of(changes.begin(), changes.end(), [](const Change &change) {
         return record_of<char>(change.item) != nullptr && change.obstacle.empty();
     });

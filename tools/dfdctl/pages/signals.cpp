@@ -120,7 +120,6 @@ constexpr Section kPortSections[] = {
 
 // Interrupts: places of sources have index1 = i << 8 | j, index2 = k.
 
-constexpr std::uint32_t kMasksOfSource = 16;
 constexpr std::uint32_t kUnmasked = 0;
 
 std::uint32_t first_bit(const Place &place) {
@@ -185,14 +184,9 @@ Answer source_pending(const Place &place) {
 /// Masked where any of the source's masks is.
 Answer source_masked(const Place &place) {
     Answer answer{.code = DFD_ERR_NOT_SUPPORTED};
-    for (std::uint32_t m = 0; m < kMasksOfSource; ++m) {
+    for (const Item &mask : irq_masks(item_of(DFD_KEY_IRQ_INFO, place.index1, place.index2))) {
         int value = kUnmasked;
-        const Item item =
-            item_of(DFD_KEY_IRQ_MASK, place.index1, place.index2 * kMasksOfSource + m);
-        const int code = dfd_info_get_int(item.key(), &value, nullptr);
-        if (code == DFD_ERR_NOT_SUPPORTED) {
-            continue;
-        }
+        const int code = dfd_info_get_int(mask.key(), &value, nullptr);
         const bool masked = code == DFD_OK && value != static_cast<int>(kUnmasked);
         if (code != DFD_OK || masked) {
             return code != DFD_OK ? Answer{.code = code} : Answer{.value = std::int64_t{1}};
