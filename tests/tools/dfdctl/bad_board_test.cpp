@@ -129,8 +129,8 @@ TEST(BadBoard, EepromsThatAreSilentOrHoldOtherThings) {
     const json page = silent.dfdctl("show board --json").json();
     EXPECT_EQ(page["chassis"]["source"], "board_type") << "source 2 is not configured";
     EXPECT_THAT(std::string(page["chassis"]["found_by"]),
-                HasSubstr("e2_setmac 1 (i2c /dev/i2c-3 address 0x56 register 0x00, buf of 44) "
-                          "cannot be read and e2_setmac 2 is not configured"));
+                HasSubstr("e2_setmac_1 (i2c /dev/i2c-3 address 0x56 register 0x00, buf of 44) "
+                          "cannot be read and e2_setmac_2 is not configured"));
     EXPECT_EQ(page["backplanes"][0]["mac"]["status"], "io_error");
     EXPECT_EQ(page["backplanes"][0]["mac"]["value"], nullptr) << "not the zeros of a failed read";
     EXPECT_EQ(silent.dfdctl("get fan_sn 3").status, 4);

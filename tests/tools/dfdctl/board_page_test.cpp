@@ -200,7 +200,7 @@ TEST(BoardPage, TextHasTheSameFactsUnderHeadings) {
          {"Board\n", "Board type     62 (0x3e)", "Chassis type   8 (0x8)", "Configuration files",
           "/etc/cfg/dfd/cfg_file/card_pid.cfg", "/etc/cfg/dfd/chassis/8.cfg", "Inventory\n",
           "fan 1", "FT1F00240101", "Backplanes\n", "02:44:46:10:20:00", "Readings",
-          "power_rate_supply 1", "1200 W"}) {
+          "power_rate_supply_1", "1200 W"}) {
         const std::size_t found = result.out.find(text, at);
         EXPECT_NE(found, std::string::npos) << text;
         at = found == std::string::npos ? at : found;

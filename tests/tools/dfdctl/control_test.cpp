@@ -163,7 +163,7 @@ TEST(Control, WhatCannotBeDoneSaysWhy) {
         {"led set stauts red", 2, "did you mean 'status'"},
         {"led set status rde", 2, "did you mean 'red'"},
         {"led set status red 1", 2, "one 'status' LED only"},
-        {"slot reset 29 --yes", 3, "reset_lc 29 is not configured"},
+        {"slot reset 29 --yes", 3, "reset_lc_29 is not configured"},
         {"slot reset 99 --yes", 2, "is no number from 0 to 32"},
         {"slot power 3 of", 2, "'of' is neither on nor off"},
         {"irq mask poe on", 3, "no source of type poe"},

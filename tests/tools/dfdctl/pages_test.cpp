@@ -111,7 +111,7 @@ TEST(Pages, EveryPageNamesASupplyAsTheLibraryDoes) {
     EXPECT_THAT(board.dfdctl("explain --read power_type 3").out, HasSubstr("\"XY12\""));
     const Result page = board.dfdctl("show board");
     EXPECT_THAT(page.out, ContainsRegex("power 3 [^\n]*XY12 [^\n]*9 \\(DC\\)"));
-    EXPECT_THAT(page.out, ContainsRegex("power_type 3 [^\n]*XY12\n"));
+    EXPECT_THAT(page.out, ContainsRegex("power_type_3 [^\n]*XY12\n"));
     EXPECT_THAT(page.out, testing::Not(ContainsRegex("power 3 [^\n]*PS800-DC")));
 }
 
@@ -173,7 +173,7 @@ TEST(Pages, AFailedReadingSaysWhy) {
     EXPECT_EQ(text.status, 1);
     EXPECT_THAT(text.out, ContainsRegex("inlet  *lm75  *.io_error."));
     EXPECT_THAT(text.out, ContainsRegex("0 1 inlet lm75 temperature: the device cannot be read "
-                                        ".card_temp_ctrl 0 1."));
+                                        ".card_temp_ctrl_0_1."));
     const Result document = board.dfdctl("show temps --json");
     EXPECT_EQ(document.status, 1);
     const json inlet = row(document.json()["sensors"], "name", "inlet");

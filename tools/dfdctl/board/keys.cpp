@@ -75,6 +75,28 @@ std::uint32_t parse_index(const KeyType &type, const std::string &text, int max)
     return value;
 }
 
+/// "fan_real_speed_1_2" in its parts.
+struct LineName {
+    std::string name;
+    std::vector<std::string> indexes;
+    const KeyType *type;  ///< null where no item has this name
+};
+
+LineName split_line_name(const std::string &text) {
+    LineName line{text, {}, find_key_type(text)};
+    std::uint32_t number = 0;
+    for (std::size_t at = text.rfind('_'); line.type == nullptr && at != std::string::npos;
+         at = line.name.rfind('_')) {
+        if (!parse_number(line.name.substr(at + 1), number)) {
+            break;
+        }
+        line.indexes.insert(line.indexes.begin(), line.name.substr(at + 1));
+        line.name.erase(at);
+        line.type = find_key_type(line.name);
+    }
+    return line;
+}
+
 }  // namespace
 
 std::span<const KeyType> key_types() {
@@ -121,15 +143,16 @@ std::string Item::missing_name() const {
                              : name() + " (no line can have this index)";
 }
 
-std::string Item::name() const {
-    switch (type->index_count()) {
-        case 0:
-            return std::string(type->name);
-        case 1:
-            return fmt::format("{} {}", type->name, index1);
-        default:
-            return fmt::format("{} {} {}", type->name, index1, index2);
+std::string Item::name(std::string_view member) const {
+    const bool is_position = type->type == DFD_KEY_IRQ_INFO || type->type == DFD_KEY_IRQ_MASK;
+    std::string text = fmt::format("{}{}", type->name, member);
+    if (type->max1 >= 0) {
+        text += is_position ? fmt::format("_{:#06x}", index1) : fmt::format("_{}", index1);
     }
+    if (type->max2 >= 0) {
+        text += fmt::format("_{}", index2);
+    }
+    return text;
 }
 
 Item item_of_key(std::uint32_t key) {
@@ -154,23 +177,28 @@ template const irq_info_t *record_of<irq_info_t>(const Item &);
 template const led_info_t *record_of<led_info_t>(const Item &);
 template const temp_info_t *record_of<temp_info_t>(const Item &);
 
+bool is_item_name(const std::string &name) {
+    return split_line_name(name).type != nullptr;
+}
+
 Item parse_item(const std::string &name, std::span<const std::string> indexes) {
-    const KeyType *type = find_key_type(name);
+    auto [bare_name, words, type] = split_line_name(name);
     if (type == nullptr) {
-        const std::string guess = dfd_tools::did_you_mean(name, key_names());
+        const std::string guess = dfd_tools::did_you_mean(bare_name, key_names());
         throw UsageError(
             fmt::format("unknown item '{}'{}", name,
                         guess.empty() ? "; 'dfdctl items' lists those of this board" : guess));
     }
-    if (indexes.size() != static_cast<std::size_t>(type->index_count())) {
+    words.insert(words.end(), indexes.begin(), indexes.end());
+    if (words.size() != static_cast<std::size_t>(type->index_count())) {
         throw UsageError(usage_of(*type));
     }
     Item item{type, 0, 0};
-    if (!indexes.empty()) {
-        item.index1 = parse_index(*type, indexes[0], type->max1);
+    if (!words.empty()) {
+        item.index1 = parse_index(*type, words[0], type->max1);
     }
-    if (indexes.size() > 1) {
-        item.index2 = parse_index(*type, indexes[1], type->max2);
+    if (words.size() > 1) {
+        item.index2 = parse_index(*type, words[1], type->max2);
     }
     return item;
 }

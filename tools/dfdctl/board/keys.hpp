@@ -49,8 +49,9 @@ struct Item {
     std::uint32_t index2;
 
     std::uint32_t key() const { return DFD_MAKE_KEY(type->type, index1, index2); }
-    /// As the command line takes it: "fan_real_speed 1 2".
-    std::string name() const;
+    /// As a line of the configuration begins: "fan_real_speed_1_2", "irq_info_0x0102_3"; with a
+    /// member "fan_real_speed.len_1_2".
+    std::string name(std::string_view member = {}) const;
     /// Whether a line can configure it: no index is above its limit.
     bool is_possible() const;
     /// The name of an item that is not configured, and why no line can configure it where that is
@@ -66,8 +67,10 @@ Item item_of(std::uint32_t type, std::uint32_t index1 = 0, std::uint32_t index2 
 template <typename Record>
 const Record *record_of(const Item &item);
 
-/// Names an item from command-line words; throws UsageError with the allowed range or the nearest
-/// names.
+/// Whether the first word that names an item is the name of one, with its indexes or without.
+bool is_item_name(const std::string &name);
+/// Names an item from command-line words: "fan_real_speed 1 2" or "fan_real_speed_1_2"; throws
+/// UsageError with the allowed range or the nearest names.
 Item parse_item(const std::string &name, std::span<const std::string> indexes);
 
 /// Decimal, or hexadecimal after 0x; false when the text is anything else.

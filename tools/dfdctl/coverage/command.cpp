@@ -151,7 +151,7 @@ void add_coverage(Command &top, const Options &options) {
     command.option("--own-slot", arguments->own_slot,
                    "Slot of this board; without it the tables say 'own'", "SLOT");
     command.option("--answer", arguments->answers,
-                   "What an item reads: 'fan_state 1=0'; may be given several times", "ITEM=VALUE");
+                   "What an item reads: 'fan_state_1=0'; may be given several times", "ITEM=VALUE");
     command.option("--require", arguments->require,
                    "Exit with 1 unless all that is essential in these groups works: fans,power",
                    "GROUPS");

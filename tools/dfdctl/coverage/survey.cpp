@@ -333,7 +333,7 @@ Cell judged(const observe::Observer &observer, const observe::Units &units,
     const bool has_slot = !inputs.empty() && inputs.front()->role == observe::Role::slot;
     if (has_slot && units.is_own_slot_assumed() && args.numbers.front() == units.own_slot()) {
         cell.args.numbers.front() = kOwnSlot;
-        const std::string assumed = fmt::format(" {}", units.own_slot());
+        const std::string assumed = fmt::format("_{}", units.own_slot());
         for (std::string &name : cell.missing) {
             if (name.ends_with(assumed)) {
                 name.replace(name.size() - assumed.size(), assumed.size(), " of the own slot");

@@ -287,7 +287,7 @@ class Session {
 };
 
 int explain_command(const Options &options, const Arguments &arguments) {
-    const bool is_item = find_key_type(arguments.name) != nullptr;
+    const bool is_item = is_item_name(arguments.name);
     const Call *call = observe::find_call(arguments.name);
     if (!is_item && call == nullptr) {
         unknown_name(arguments.name);
@@ -321,7 +321,7 @@ void add_explain(Command &top, const Options &options) {
     command.option("--chassis", arguments->chassis, "Chassis type; standard: the first one there",
                    "TYPE");
     command.option("--answer", arguments->answers,
-                   "What an item reads: 'fan_state 1=0'; may be given several times", "ITEM=VALUE");
+                   "What an item reads: 'fan_state_1=0'; may be given several times", "ITEM=VALUE");
     command.flag("--read", arguments->reads,
                  "Ask the hardware; without it, nothing is read and values are assumed");
     command.runs([&options, arguments] { return explain_command(options, *arguments); });

@@ -65,7 +65,7 @@ struct Explanation {
     std::string cause_of_failure() const;
     /// What the transfers of an engine call have read or written.
     std::vector<std::uint8_t> bytes(std::size_t engine, bool written) const;
-    /// Values that were not given but are assumed: "fan_state 2 = 1".
+    /// Values that were not given but are assumed: "fan_state_2 = 1".
     std::vector<std::string> assumptions() const;
 };
 

@@ -13,14 +13,6 @@
 
 namespace dfdctl::lint {
 
-namespace {
-
-bool has_hex_index(std::uint32_t type) {
-    return type == DFD_KEY_IRQ_INFO || type == DFD_KEY_IRQ_MASK;
-}
-
-}  // namespace
-
 std::vector<Item> configured(const Check &check, std::uint32_t type) {
     return items_of(check.log(), type);
 }
@@ -79,18 +71,6 @@ std::uint32_t largest_value(const info_ctrl_t &ctrl) {
 
 bool is_set(const Check &check, const Item &item, int member) {
     return check.line_of(item.key(), member) != nullptr;
-}
-
-std::string as_written(const Item &item, std::string_view member) {
-    std::string text = fmt::format("{}{}", item.type->name, member);
-    if (item.type->index_count() > 0) {
-        text += has_hex_index(item.type->type) ? fmt::format("_{:#06x}", item.index1)
-                                               : fmt::format("_{}", item.index1);
-    }
-    if (item.type->index_count() > 1) {
-        text += fmt::format("_{}", item.index2);
-    }
-    return text;
 }
 
 std::string ranges(const std::vector<std::uint32_t> &numbers) {

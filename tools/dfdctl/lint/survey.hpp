@@ -29,9 +29,9 @@ int int_value(std::uint32_t type, int missing);
 /// A line says something of this member.
 bool is_set(const Check &check, const Item &item, int member);
 
-/// As a line begins: "fan_real_speed_1_2", "irq_info_0x0102_3"; with a member
-/// "fan_real_speed.len_1_2".
-std::string as_written(const Item &item, std::string_view member = {});
+inline std::string as_written(const Item &item, std::string_view member = {}) {
+    return item.name(member);
+}
 
 /// Units that an item counts: rotors without subfan_num are 1. Nothing where it is missing, or
 /// where the hardware tells.

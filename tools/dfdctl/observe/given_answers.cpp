@@ -28,7 +28,7 @@ ItemAnswer parse_answer(const std::string &text) {
     const std::vector<std::string> words(std::istream_iterator<std::string>(left), {});
     if (equals == std::string::npos || words.empty()) {
         throw UsageError(
-            fmt::format("--answer '{}': an item and its value, such as 'fan_state 1=0'", text));
+            fmt::format("--answer '{}': an item and its value, such as 'fan_state_1=0'", text));
     }
     const Item item = parse_item(words.front(), std::span(words).subspan(1));
     if (record_of<info_ctrl_t>(item) == nullptr || item.type->kind != Kind::info_ctrl) {

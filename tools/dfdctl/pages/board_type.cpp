@@ -94,7 +94,7 @@ TypeFound find_chassis_type() {
         }
         unread = fmt::format("{} ({}) cannot be read and ", item.name(), describe(item));
     }
-    return {type, TypeSource::none, "neither e2_setmac 1 nor e2_setmac 2 can be read"};
+    return {type, TypeSource::none, "neither e2_setmac_1 nor e2_setmac_2 can be read"};
 }
 
 }  // namespace dfdctl

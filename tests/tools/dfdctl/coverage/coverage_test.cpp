@@ -82,14 +82,14 @@ TEST(Coverage, KnowsWhatTheDemoBoardLacks) {
         std::vector<std::string> missing;
     } kCells[] = {
         {"drv_get_fan_temp {\"fan\":3}", "ok", {}},
-        {"drv_get_fan_temp {\"fan\":4}", "not configured", {"fan_temp 4"}},
+        {"drv_get_fan_temp {\"fan\":4}", "not configured", {"fan_temp_4"}},
         // Answered from the first two signals of three.
         {"sdd_get_fan_fail_bmp {\"fan\":1}", "ok", {}},
         // Say 0 and do nothing.
-        {"drv_get_power_sw_version {\"supply\":2}", "default", {"power_sw_ver 2"}},
-        {"sdd_reset_lc {\"slot\":2}", "default", {"reset_lc 2"}},
+        {"drv_get_power_sw_version {\"supply\":2}", "default", {"power_sw_ver_2"}},
+        {"sdd_reset_lc {\"slot\":2}", "default", {"reset_lc_2"}},
         {"sdd_reset_lc {\"slot\":\"own\"}", "default", {"reset_lc of the own slot"}},
-        {"drv_get_card_power_status {\"slot\":1}", "default", {"card_power_status 1"}},
+        {"drv_get_card_power_status {\"slot\":1}", "default", {"card_power_status_1"}},
         // The own card answers without an item, a state that the LED's table lacks does not.
         {"drv_get_slot_online {\"slot\":\"own\"}", "ok", {}},
         {"drv_set_led {\"led_state\":3,\"led_type\":2,\"led_unit\":0}", "ok", {}},
@@ -156,9 +156,15 @@ TEST(Coverage, LosesExactlyTheColumnOfAFanThatIsRemoved) {
 
     const Result demand = coverage(root_of(board), "--require power,fans");
     EXPECT_EQ(demand.status, 1);
-    EXPECT_THAT(demand.out, HasSubstr("fans: get_fan_status (drv sdd) fan 4: fan_state 4 not "
+    EXPECT_THAT(demand.out, HasSubstr("fans: get_fan_status (drv sdd) fan 4: fan_state_4 not "
                                       "configured\n"));
     EXPECT_THAT(demand.out, testing::ContainsRegex("Required power, fans: [1-9][0-9]* missing"));
+    const json missing = coverage(root_of(board), "--require power,fans --json")
+                             .json()["boards"][0]["required"]["missing"];
+    EXPECT_THAT(missing, testing::Contains(json{{"group", "fans"},
+                                                {"function", "get_fan_status (drv sdd)"},
+                                                {"unit", "fan 4"},
+                                                {"why", "fan_state_4 not configured"}}));
 }
 
 TEST(Coverage, BlamesTheLineThatMakesAnItemUnusable) {
@@ -171,24 +177,24 @@ TEST(Coverage, BlamesTheLineThatMakesAnItemUnusable) {
     };
     const Case kCases[] = {
         {"fan_real_speed.len_2_1=0",
-         "fan_real_speed 2 1",
+         "fan_real_speed_2_1",
          -5,
          ".len is '0'",
          {"get_fan_speed", "get_fan_status", "get_fan_fail_bmp"}},
         // Behind a way through the function that ends earlier with most states of the supply.
         {"power_line_fail.bit_offset_3=9",
-         "power_line_fail 3",
+         "power_line_fail_3",
          -5,
          ".bit_offset is '9'",
          {"get_power_status"}},
         {"power_in_current.fpath_2=",
-         "power_in_current 2",
+         "power_in_current_2",
          -7,
          ".fpath is missing",
          {"get_power_icur"}},
         // Succeeds, but never reads anything.
         {"card_temp_ctrl.mode_0_2=tlv",
-         "card_temp_ctrl 0 2",
+         "card_temp_ctrl_0_2",
          3,
          "reads no EEPROM",
          {"get_card_temp"}},
@@ -256,13 +262,13 @@ TEST(Coverage, FindsWhatIsMissingDeepInsideAFunction) {
     } kCells[] = {
         {"drv_get_card_vol {\"channel\":3,\"slot\":\"own\"}",
          "not configured",
-         {"card_vol_low 0 3"}},
+         {"card_vol_low_0_3"}},
         {"drv_get_card_power_status {\"slot\":9}",
          "default",
-         {"sslot_state 9 (no line can have this index)"}},
-        {"drv_get_card_power_consume {\"slot\":6}", "not configured", {"power_regval_convert 1"}},
+         {"sslot_state_9 (no line can have this index)"}},
+        {"drv_get_card_power_consume {\"slot\":6}", "not configured", {"power_regval_convert_1"}},
         {"drv_get_card_power_consume {\"slot\":\"own\"}", "ok", {}},  // a constant
-        {"drv_get_power_osupply {\"supply\":2}", "not configured", {"power_out_voltage 2"}},
+        {"drv_get_power_osupply {\"supply\":2}", "not configured", {"power_out_voltage_2"}},
         {"drv_get_power_ocur {\"supply\":2}", "ok", {}},
     };
     for (const auto &each : kCells) {
@@ -280,7 +286,7 @@ TEST(Coverage, NamesTheItemThatIsMissingNotOneThatIsThere) {
     } kCases[] = {
         {"cm8_slots.cfg", "\nmy_slotid.", "drv_get_my_slotid {}", "my_slotid"},
         {"cm8_power.cfg", "\npower_out_current.", "drv_get_power_osupply {\"supply\":2}",
-         "power_out_current 2"},
+         "power_out_current_2"},
     };
     for (const auto &each : kCases) {
         const Board board("demo");

@@ -32,10 +32,13 @@ TEST(Explain, OfflineAFunctionOrAnItem) {
     const Case cases[] = {
         {"drv_get_fan_status 2",
          0,
-         {"1. fan_state 2\n", "localbus /dev/fpga0 register 0x41, bit 1 width 1, inverted",
-          "mode=config cm8_fans.cfg:", "10. fan_line_fail 2\n", "fan_state 2 = 1",
+         {"1. fan_state_2\n", "localbus /dev/fpga0 register 0x41, bit 1 width 1, inverted",
+          "mode=config cm8_fans.cfg:", "10. fan_line_fail_2\n", "fan_state_2 = 1",
           "Nothing was read or written."}},
-        {"drv_get_card_temp", 0, {"drv_get_card_temp(11, 1)", "card_temp_ctrl 0 1"}},
+        {"drv_get_card_temp", 0, {"drv_get_card_temp(11, 1)", "card_temp_ctrl_0_1"}},
+        {"drv_fpga_self_test", 0, {"Asks for no item and no device.\n"}},
+        // A constant is no assumption.
+        {"drv_get_fan_num 1", 0, {"1. subfan_num_1\n", "    value    2\n", "value 2\nNothing"}},
         {"drv_get_card_vol 3", 0, {"drv_get_card_vol(3, 1)", "my_slotid = 2"}},
         {"drv_get_card_vol --answer my_slotid=4", 0, {"drv_get_card_vol(5, 1)"}},
         // Minus six degrees, not "not configured".
@@ -43,16 +46,16 @@ TEST(Explain, OfflineAFunctionOrAnItem) {
         {"dfd_set_card_temp_cfg 0 3",
          3,
          {"card_temp_ctrl (there is no such slot): not configured"}},
-        {"drv_get_fan_status 9", 3, {"fan_state 9: not configured", "Result then: -6"}},
+        {"drv_get_fan_status 9", 3, {"fan_state_9: not configured", "Result then: -6"}},
         // -1, not -6
-        {"drv_get_power_osupply 9", 3, {"Because power_out_voltage 9 is not configured."}},
+        {"drv_get_power_osupply 9", 3, {"Because power_out_voltage_9 is not configured."}},
         {"drv_get_fan_type 2", 0, {"looks up \"FT2-F\" in the items fan_name: 17"}},
-        {"drv_get_card_temp 1 1", 0, {"my_slotid = 0", "card_temp_ctrl 0 1", "value 1 C"}},
+        {"drv_get_card_temp 1 1", 0, {"my_slotid = 0", "card_temp_ctrl_0_1", "value 1 C"}},
         {"drv_set_fan_speed_level 1 1 2",
          0,
-         {"1. fan_mode\n", "fan_speedlvl_convert 2", "low byte: 0x80",
+         {"1. fan_mode\n", "fan_speedlvl_convert_2", "low byte: 0x80",
           "writes   /dev/fpga0 at 0x30, 1 byte: 80"}},
-        {"sdd_reset_lc_all", 0, {"reset_lc 1 to reset_lc 2: not configured", "waits    200 ms"}},
+        {"sdd_reset_lc_all", 0, {"reset_lc_1 to reset_lc_2: not configured", "waits    200 ms"}},
         {"drv_reset_master --answer mcpu_present=1 --answer mcpu_rdy_status=1",
          0,
          {"repeats", "800 times in all", "Result then: -1"}},
@@ -97,8 +100,8 @@ TEST(Explain, MistakesOnTheCommandLine) {
         {"fan_state", "fan_state takes one index"},
         {"dev_drv_init", "dev_drv_init is not explained"},
         {"fan_state 1 --read", "without --root"},
-        {"fan_state 1 --answer fan_state", "such as 'fan_state 1=0'"},
-        {"fan_state 1 --answer =1", "such as 'fan_state 1=0'"},
+        {"fan_state_1 --answer fan_state", "such as 'fan_state_1=0'"},
+        {"fan_state_1 --answer =1", "such as 'fan_state_1=0'"},
         {"fan_state 1 --answer 'fan_state 1=up'", "reads a number"},
         {"fan_state 1 --answer 'fan_num=3'", "not configured as something that is read"},
         {"fan_state 1 --board 61", "no list of files for board type 0x3d"},
@@ -171,17 +174,17 @@ TEST(Explain, SaysWhatAFailureComesFrom) {
     EXPECT_EQ(result.status, 4);
     EXPECT_THAT(result.out, AllOf(HasSubstr("reads    /dev/fpga7 at 0x41, 1 byte: fails (-1)"),
                                   HasSubstr("Result: -7: a hardware read or write failed"),
-                                  HasSubstr("Because fan_state 2 cannot be read.")));
+                                  HasSubstr("Because fan_state_2 cannot be read.")));
     board.replace("etc/cfg/dfd/cfg_file/cm8_fans.cfg", "fan_temp.fpath_2=/dev/",
                   "fan_temp.fpath_2=/dev/no-");
     const Result temperature = board.dfdctl("explain dfd_get_fan_temp 2 --read");
     EXPECT_EQ(temperature.status, 4);
     EXPECT_THAT(temperature.out, AllOf(HasSubstr("value 65535 C (the reading failed)"),
-                                       HasSubstr("Because fan_temp 2 cannot be read.")));
+                                       HasSubstr("Because fan_temp_2 cannot be read.")));
     // Tray 4 is pulled out.
     EXPECT_THAT(board.dfdctl("explain drv_get_fan_sn 4 --read").out,
                 AllOf(HasSubstr("repeats  from the transfer on, 5 times in all"),
-                      HasSubstr("/dev/i2c-1 address 0x53 does not answer; fan_state 4 tells")));
+                      HasSubstr("/dev/i2c-1 address 0x53 does not answer; fan_state_4 tells")));
 }
 
 TEST(Explain, TouchesNoHardwareUnlessAsked) {
