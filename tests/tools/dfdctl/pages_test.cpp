@@ -115,6 +115,20 @@ TEST(Pages, EveryPageNamesASupplyAsTheLibraryDoes) {
     EXPECT_THAT(page.out, testing::Not(ContainsRegex("power 3 [^\n]*PS800-DC")));
 }
 
+TEST(Pages, EveryPageHasTheSameWordsForASupplyOfUnknownName) {
+    const Board board("demo");
+    board.image("images/power3.bin",
+                "[[tlv]]\n[[tlv.entry]]\ntype = 'device_type'\nnumber = 0x32315958\n");
+    const json type = board.dfdctl("show power --json").json()["supplies"][2]["type"];
+    EXPECT_EQ(type["value"], 65534);
+    EXPECT_EQ(type["meaning"], "unknown name");
+    EXPECT_THAT(board.dfdctl("show power").out, ContainsRegex("\n *3 [^\n]*XY12 *unknown name"));
+    EXPECT_THAT(board.dfdctl("show board").out,
+                ContainsRegex("power 3 [^\n]*65534 \\(unknown name\\)"));
+    EXPECT_THAT(board.dfdctl("explain --read drv_get_power_type 3").out,
+                HasSubstr("65534 (unknown name)"));
+}
+
 TEST(Pages, StatesFollowTheHardware) {
     const Board board("demo");
     poke(board, "/dev/cpld0 0x12 0x01");

@@ -2,6 +2,7 @@
 #include "dfdctl/board/describe.hpp"
 
 #include <dfd/records.h>
+#include <dfd/types.h>
 #include <algorithm>
 #include <array>
 #include <span>
@@ -23,6 +24,23 @@ std::string_view word(std::span<const char *const> words, int number) {
 std::string_view member(const char *name) {
     return std::string_view(name).substr(1);
 }
+
+struct CodeMeaning {
+    int code;
+    std::string_view text;
+};
+constexpr std::array kCodes = {
+    CodeMeaning{DFD_ERR, "not found, cannot be opened or parsed, or not possible"},
+    CodeMeaning{DFD_ERR_CONFLICT, "something else is already installed"},
+    CodeMeaning{DFD_ERR_UNUSABLE, "the item, or an argument, does not fit the operation"},
+    CodeMeaning{DFD_ERR_NOT_SUPPORTED, "not configured: the board lacks the feature"},
+    CodeMeaning{DFD_ERR_IO, "a hardware read or write failed"},
+    CodeMeaning{DFD_ERR_ARG, "an argument, or a length that the function cannot use"},
+    CodeMeaning{DFD_ERR_MAC_FILE, "the MAC temperature file cannot be read"},
+    CodeMeaning{DFD_ERR_NO_MEMORY, "out of memory"},
+    CodeMeaning{DFD_ERR_NO_BACKPLANE, "no backplane EEPROM is configured"},
+    CodeMeaning{DFD_ERR_PARAM, "bad parameters of an EEPROM or master-board function"},
+};
 
 using LedValues = std::array<std::uint32_t, 7>;
 
@@ -135,6 +153,12 @@ std::string_view format_word(int format) {
 }
 std::string_view polarity_word(int polarity) {
     return word(info_pola_str, polarity);
+}
+
+std::string_view code_meaning(int code) {
+    const auto *found = std::find_if(kCodes.begin(), kCodes.end(),
+                                     [code](const CodeMeaning &row) { return row.code == code; });
+    return found != kCodes.end() ? found->text : std::string_view();
 }
 
 std::string_view led_state_name(std::uint32_t state) {

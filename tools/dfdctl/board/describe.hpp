@@ -29,6 +29,9 @@ std::string_view source_word(int source);
 std::string_view format_word(int format);
 std::string_view polarity_word(int polarity);
 
+/// "a hardware read or write failed" for a code of enum dfd_result; empty for other numbers.
+std::string_view code_meaning(int code);
+
 /// name, index1, index2 (null where the type takes none), type, kind, key.
 nlohmann::ordered_json item_json(const Item &item);
 /// The members of an item's record; null when it is not configured.

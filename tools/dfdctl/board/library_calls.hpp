@@ -20,6 +20,7 @@ struct Place {
 struct Answer {
     int code = DFD_OK;
     decltype(Reading::value) value = {};
+    const char *meaning = "";  ///< of a value that the column has no word for
 };
 
 using Reader = Answer (*)(const Place &);

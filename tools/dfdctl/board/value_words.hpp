@@ -11,6 +11,8 @@ inline constexpr const char *kTrayStates[] = {"absent", "present", "failed", "li
 inline constexpr const char *kAirflows[] = {"other", "-F", "-R"};
 inline constexpr const char *kSupplyStates[] = {"absent", "present",     "?",
                                                 "failed", "line failed", "failed"};
+/// Of DFD_POWER_TYPE_UNKNOWN: no power_name item begins the supply's name.
+inline constexpr const char *kUnknownSupply = "unknown name";
 inline constexpr const char *kMasterStates[] = {"absent", "present", "master", "ready",
                                                 "inconsistent"};
 inline constexpr const char *kResetStates[] = {"released", "in reset"};

@@ -72,24 +72,6 @@ std::string name_of(const Event &event) {
     return item_of_key(event.key).missing_name();
 }
 
-std::string_view code_word(int code) {
-    switch (code) {
-        case DFD_ERR_UNUSABLE:
-            return "does not fit the operation";
-        case DFD_ERR_NOT_SUPPORTED:
-            return "not supported";
-        case DFD_ERR_IO:
-            return "reading or writing failed";
-        case DFD_ERR_ARG:
-        case DFD_ERR_PARAM:
-            return "bad arguments";
-        case DFD_ERR_MAC_FILE:
-            return "bad temperature file";
-        default:
-            return "failed";
-    }
-}
-
 /// Classifies one call.
 class Judge {
   public:
@@ -155,7 +137,7 @@ class Judge {
             refuse(event.key, event.result, reason->member, reason->text);
         } else {
             refuse(event.key, event.result, dfd::watch::kNoMember,
-                   fmt::format("the library refuses it: {}", code_word(event.result)));
+                   fmt::format("the library refuses it: {}", code_meaning(event.result)));
         }
     }
 
@@ -309,7 +291,7 @@ class Judge {
         cell_.state = State::unusable;
         refuse(last->key, cell_.result, dfd::watch::kNoMember,
                fmt::format("the function does not take it as it is described ({}): {}",
-                           describe(item_of_key(last->key)), code_word(cell_.result)));
+                           describe(item_of_key(last->key)), code_meaning(cell_.result)));
     }
 
     const observe::Observer &observer_;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 
+#include "dfdctl/board/describe.hpp"
 #include "dfdctl/board/facts.hpp"
 #include "dfdctl/observe/refusal.hpp"
 #include "framework/dfd_lib_cfg/members.h"

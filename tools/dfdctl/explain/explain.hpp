@@ -69,9 +69,6 @@ struct Explanation {
     std::vector<std::string> assumptions() const;
 };
 
-/// "a hardware read or write failed" for a code of enum dfd_result; empty for other numbers.
-std::string_view code_meaning(int code);
-
 /// "line failed", where the values of a function have names; empty otherwise.
 std::string_view value_name(const observe::Call &call, int value);
 

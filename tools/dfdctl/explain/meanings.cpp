@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What codes and values mean.
+// What values mean.
 #include <dfd/fan.h>
 #include <dfd/power.h>
 #include <dfd/types.h>
@@ -16,23 +16,6 @@
 namespace dfdctl::explain {
 
 namespace {
-
-struct CodeMeaning {
-    int code;
-    std::string_view text;
-};
-constexpr std::array kCodes = {
-    CodeMeaning{DFD_ERR, "not found, cannot be opened or parsed, or not possible"},
-    CodeMeaning{DFD_ERR_CONFLICT, "something else is already installed"},
-    CodeMeaning{DFD_ERR_UNUSABLE, "the item, or an argument, does not fit the operation"},
-    CodeMeaning{DFD_ERR_NOT_SUPPORTED, "not configured: the board lacks the feature"},
-    CodeMeaning{DFD_ERR_IO, "a hardware read or write failed"},
-    CodeMeaning{DFD_ERR_ARG, "an argument, or a length that the function cannot use"},
-    CodeMeaning{DFD_ERR_MAC_FILE, "the MAC temperature file cannot be read"},
-    CodeMeaning{DFD_ERR_NO_MEMORY, "out of memory"},
-    CodeMeaning{DFD_ERR_NO_BACKPLANE, "no backplane EEPROM is configured"},
-    CodeMeaning{DFD_ERR_PARAM, "bad parameters of an EEPROM or master-board function"},
-};
 
 constexpr const char *kButtons[] = {"none", "short press", "long press"};
 constexpr const char *kConfigured[] = {"not configured", "configured"};
@@ -70,7 +53,7 @@ struct SpecialValue {
 };
 constexpr std::array kSpecialValues = {
     SpecialValue{"get_fan_temp", FAN_TEMP_UNREADABLE, "the reading failed", true},
-    SpecialValue{"get_power_type", DFD_POWER_TYPE_UNKNOWN, "unknown name", false},
+    SpecialValue{"get_power_type", DFD_POWER_TYPE_UNKNOWN, kUnknownSupply, false},
 };
 
 std::string_view bare_name(const observe::Call &call) {
@@ -93,12 +76,6 @@ std::string text_or_bytes(const std::string &bytes) {
 }
 
 }  // namespace
-
-std::string_view code_meaning(int code) {
-    const auto *found = std::find_if(kCodes.begin(), kCodes.end(),
-                                     [code](const CodeMeaning &row) { return row.code == code; });
-    return found != kCodes.end() ? found->text : std::string_view();
-}
 
 std::string_view value_name(const observe::Call &call, int value) {
     if (const SpecialValue *special = special_value(call, value)) {

@@ -11,6 +11,7 @@
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/board/item_value.hpp"
 #include "dfdctl/board/units.hpp"
+#include "dfdctl/board/value_words.hpp"
 #include "dfdctl/pages/board_page.hpp"
 #include "hal/board_bus.h"
 #include "hal/facts.h"
@@ -62,7 +63,7 @@ Reading power_type(const Item &item, const Reading &name) {
         return name;
     }
     if (type == DFD_POWER_TYPE_UNKNOWN) {
-        return failure(Status::bad_data, DFD_ERR, "no power_name item begins the product name");
+        return {.value = std::int64_t{type}, .meaning = kUnknownSupply};
     }
     const char *kind =
         record_of<char>(item_of(DFD_KEY_POWER_DC_AC, static_cast<std::uint32_t>(type)));

@@ -11,6 +11,14 @@ namespace {
 
 constexpr int kThousandths = 1000;
 
+Answer supply_type(const Place &place) {
+    Answer type = by_result<drv_get_power_type>(place);
+    if (type.value == decltype(type.value)(std::int64_t{DFD_POWER_TYPE_UNKNOWN})) {
+        type.meaning = kUnknownSupply;
+    }
+    return type;
+}
+
 /// The type's current kind, AC or DC.
 Answer current_kind(const Place &place) {
     const int type = drv_get_power_type(place.index1);
@@ -56,7 +64,7 @@ constexpr Column kState{.key = "state",
 constexpr Column kSupplies[] = {
     kState,
     {"name", "name", DFD_KEY_POWER_TYPE, by_text<drv_get_power_name>},
-    {"type", "type", DFD_KEY_POWER_TYPE, by_result<drv_get_power_type>},
+    {"type", "type", DFD_KEY_POWER_TYPE, supply_type},
     {"current", "current", DFD_KEY_POWER_TYPE, current_kind},
     {"serial_number", "serial number", DFD_KEY_POWER_SN, by_text<drv_get_power_sn>},
     {"hw_version", "hw version", DFD_KEY_POWER_HW_VER, by_text<drv_get_power_hw_version>},

@@ -43,7 +43,7 @@ Reading failed_reading(const Column &column, const Item &item, int code) {
 }
 
 Reading converted(const Column &column, const Answer &answer) {
-    Reading reading{.value = answer.value};
+    Reading reading{.value = answer.value, .meaning = answer.meaning};
     if (const auto *number = std::get_if<std::int64_t>(&answer.value)) {
         const auto index = static_cast<std::size_t>(*number);
         if (index < column.words.size()) {
