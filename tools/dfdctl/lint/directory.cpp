@@ -13,6 +13,7 @@
 #include "dfdctl/lint/survey.hpp"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 namespace dfdctl::lint {
 
@@ -173,6 +174,7 @@ std::vector<std::string> misnamed_lists(const std::string &root) {
                !fs::is_regular_file(root + directory + name, error) ||
                !refusal_of(root + directory + name).empty();
     });
+    std::sort(names.begin(), names.end());
     return names;
 }
 
@@ -197,6 +199,9 @@ std::vector<int> types_meant(std::string_view name) {
 /// Files whose names are right in none of the directories, or in another one.
 void check_names_in(Check &check, const NameRule &rule, const Boards &boards) {
     const std::string directory(rule.directory);
+    // What the missing list is named instead is told with it.
+    const bool is_list_missing =
+        rule.directory == kListDirectory && board_types(check.root()).empty();
     for (const std::string &name : files_in(check.root() + directory)) {
         const std::string_view home = home_of(directory, name);
         const std::string there = std::string(kFileDirectory) + name;
@@ -209,7 +214,7 @@ void check_names_in(Check &check, const NameRule &rule, const Boards &boards) {
         }
         if (!home.empty()) {
             add_misplaced(check, directory, name);
-        } else if (!rule.form.empty()) {
+        } else if (!rule.form.empty() && !is_list_missing) {
             check.at_file("file-name-odd", directory + name, 1,
                           fmt::format("never read: {}", rule.form));
         }
@@ -221,8 +226,13 @@ void check_directory(Check &check, const Boards &boards) {
     check_open(check, kChassisDirectory, false);
     check_open(check, kFileDirectory, false);
     if (check_open(check, kListDirectory, false) && board_types(root).empty()) {
+        const std::vector<std::string> misnamed = misnamed_lists(root);
         check.at_file("list-empty", kListDirectory.substr(0, kListDirectory.size() - 1), 1,
-                      "no list of files here: the library starts on no board");
+                      fmt::format("no list of files here: the library starts on no board{}",
+                                  misnamed.empty() ? ""
+                                                   : fmt::format("; '{}' never read: {}",
+                                                                 fmt::join(misnamed, "', '"),
+                                                                 kNameRules[0].form)));
     }
     for (const NameRule &rule : kNameRules) {
         check_names_in(check, rule, boards);

@@ -190,7 +190,7 @@ void check_missing_pids(Check &check, const ConfigFile &file) {
     if (const std::string_view at = misplaced_in(check.root(), kFileDirectory, name); !at.empty()) {
         add_misplaced(check, at, name);
     } else if (is_pid_file_missed(check.root(), file.path) &&
-               check_open(check, kFileDirectory, false)) {
+               check_open(check, kFileDirectory, true)) {
         check.at_file("pid-file-missing", file.path, 1,
                       fmt::format("{}{}: no product identifier tells a board type, only the board "
                                   "EEPROM can",
@@ -216,13 +216,16 @@ void check_missing_chassis(Check &check, const ConfigFile &file) {
     if (is_misplaced) {
         add_misplaced(check, at, name);
     }
-    if (is_misplaced || !check_open(check, kChassisDirectory, false)) {
+    const std::string link = hint_of_link(check.root() + file.path);
+    const bool is_open = check_open(check, kChassisDirectory, false);
+    if (is_misplaced || !is_open || !link.empty()) {
         excuse_counts(check);
-    } else if (!is_chassis_unclear(check)) {
+    }
+    if (!is_misplaced && is_open && !is_chassis_unclear(check)) {
         check.at_file("chassis-file-missing", file.path, 1,
                       fmt::format("{}{}: in this chassis the board has the values of its own files "
                                   "only",
-                                  file.error, hint_of_link(check.root() + file.path)));
+                                  file.error, link));
     }
 }
 

@@ -215,6 +215,9 @@ void Boards::add_list(const LoadRecord &log, const std::string &root) {
     std::error_code error;
     has_unread_list |= !log.list_error.empty() || fs::is_directory(path, error) ||
                        encoding_of_file(path) == Encoding::utf16;
+    has_unclear_chassis |= std::ranges::any_of(log.files, [](const ConfigFile &file) {
+        return file.role == FileRole::listed && !file.opened;
+    });
     const std::vector<std::string> there = listable(root);
     std::string whole;  // the reader cuts lines that are long
     for (const ListLine &line : log.list) {

@@ -224,12 +224,19 @@ void check_path(Check &check, const Row &row, const std::map<std::string_view, i
     }
 }
 
+bool is_sensor_chip(const Item &control) {
+    const auto *sensor =
+        record_of<temp_info_t>(item_of(DFD_KEY_CARD_TEMP_INFO, control.index1, control.index2));
+    return sensor != nullptr &&
+           (sensor->type == TEMP_INFO_LM75 || sensor->type == TEMP_INFO_TMP411);
+}
+
 /// A bus that a single sensor chip of a card is on, where all its others share one.
 void check_lonely_sensors(Check &check, const std::map<std::string_view, int> &uses) {
     std::map<std::uint32_t, Row> cards;
     for (const Item &item : configured(check, DFD_KEY_CARD_TEMP_CTRL)) {
         const auto *ctrl = record_of<info_ctrl_t>(item);
-        if (!is_place_only(item) && is_numbered_path(ctrl->fpath, kI2cPrefix)) {
+        if (is_sensor_chip(item) && is_numbered_path(ctrl->fpath, kI2cPrefix)) {
             cards[item.index1].push_back({item, ctrl});
         }
     }
@@ -312,6 +319,19 @@ bool is_own_slot(const Check &check, std::uint32_t slot) {
            observe::Units(check.log()).own_slot() == slot;
 }
 
+/// The one unit that a row leaves out though it is proven to be there.
+std::optional<std::uint32_t> proven_gap_in(std::uint32_t type,
+                                           const std::set<std::uint32_t> &numbers) {
+    std::vector<std::uint32_t> gaps;
+    for (std::uint32_t unit = *numbers.begin(); unit < *numbers.rbegin(); ++unit) {
+        if (!numbers.contains(unit) && proof_of(type, unit) != 0) {
+            gaps.push_back(unit);
+        }
+    }
+    return gaps.size() == 1 && numbers.size() >= kLeastOthers ? std::optional(gaps[0])
+                                                              : std::nullopt;
+}
+
 /// Whether a row may leave a unit out, as slots do with the own one, or another rule tells: trays
 /// that are counted, a unit without its presence.
 bool is_told(const Check &check, std::uint32_t family, std::uint32_t unit) {
@@ -331,7 +351,8 @@ std::map<Gap, std::vector<std::uint32_t>> gaps_of(
     const std::map<std::uint32_t, std::set<std::uint32_t>> &rows) {
     std::map<Gap, std::vector<std::uint32_t>> gaps;
     for (const auto &[type, numbers] : rows) {
-        if (const auto unit = gap_in(numbers)) {
+        const auto proven = proven_gap_in(type, numbers);
+        if (const auto unit = proven ? proven : gap_in(numbers)) {
             const std::uint32_t family = family_of(type);
             auto &types = gaps[{family, *unit, proof_of(type, *unit) != 0}];
             types.insert(type == family ? types.begin() : types.end(), type);
