@@ -22,10 +22,12 @@ const char *real_path(const char *path) {
 
 int read_once(const char *path, void *buf, int len) {
     const int fd = open(path, O_RDONLY);
+    DFD_WATCH_CALL(open, fd);
     if (fd < 0) {
         return kCannotOpen;
     }
     const auto count = read(fd, buf, static_cast<size_t>(len));
+    DFD_WATCH_CALL(read, count);
     close(fd);
     return static_cast<int>(count);
 }
@@ -54,8 +56,11 @@ int read_file(const char *path, void *buf, int len) {
 
 bool file_exists(const char *path) {
     constexpr int kAbsent = -1;
-    return watch::transfer({.via = watch::Via::file_exists, .path = path},
-                           [=] { return access(path, F_OK) == 0 ? 0 : kAbsent; }) == 0;
+    return watch::transfer({.via = watch::Via::file_exists, .path = path}, [=] {
+               const int rv = access(path, F_OK);
+               DFD_WATCH_CALL(access, rv);
+               return rv == 0 ? 0 : kAbsent;
+           }) == 0;
 }
 
 void pause_us(unsigned us) {

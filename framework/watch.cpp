@@ -16,6 +16,7 @@ extern std::byte __stop_dfd_state[];
 namespace dfd::watch {
 
 const Hooks *hooks = nullptr;
+Failure failure;
 Line current_line;
 
 namespace {

@@ -55,6 +55,7 @@ enum class Refusal {
 
 #include <dfd/framework.h>
 
+#include <cerrno>
 #include <cstddef>
 #include <span>
 
@@ -96,6 +97,14 @@ struct Line {
     Step step;
 };
 
+enum class SystemCall { none, open, seek, read, write, ioctl, access };
+
+// What the system refused during an access; `call` none: nothing.
+struct Failure {
+    SystemCall call = SystemCall::none;
+    int error = 0;  // errno
+};
+
 // All are optional; `context` goes to each.
 struct Hooks {
     void *context = nullptr;
@@ -123,15 +132,19 @@ struct Hooks {
     void (*engine_end)(void *context, const EngineCall &call, int result, uint32_t value) = nullptr;
 
     // Returns true when it answered: nothing outside is touched, and *result is what the system
-    // would have returned.
+    // would have returned. It may then set `failure`.
     bool (*answer)(void *context, const Transfer &transfer, int *result) = nullptr;
-    void (*transferred)(void *context, const Transfer &transfer, int result) = nullptr;
+    // A good result may come with a failure: the library hides some.
+    void (*transferred)(void *context, const Transfer &transfer, int result,
+                        const Failure &failure) = nullptr;
     // Returns true to keep the library from sleeping.
     bool (*pause)(void *context, unsigned us) = nullptr;
 };
 
 // Null: nobody watches, and the library works as libdfd.so does.
 extern const Hooks *hooks;
+// Of the access that is being made.
+extern Failure failure;
 
 }  // namespace dfd::watch
 
@@ -145,6 +158,13 @@ extern const Hooks *hooks;
     (::dfd::watch::hooks != nullptr && ::dfd::watch::hooks->hook != nullptr && \
      ::dfd::watch::hooks->hook(::dfd::watch::hooks->context, __VA_ARGS__))
 #define DFD_WATCH_FLAG(flag) (::dfd::watch::hooks != nullptr && ::dfd::watch::hooks->flag)
+// Behind a system call, before another one can change errno.
+#define DFD_WATCH_CALL(name, result)                                         \
+    do {                                                                     \
+        if ((result) < 0) {                                                  \
+            ::dfd::watch::failure = {::dfd::watch::SystemCall::name, errno}; \
+        }                                                                    \
+    } while (0)
 // Notes something of the line in work.
 #define DFD_WATCH_LINE(member, value) (::dfd::watch::current_line.member = (value))
 #define DFD_WATCH_STEP(reached) (::dfd::watch::current_line.step = ::dfd::watch::Step::reached)
@@ -158,12 +178,13 @@ namespace dfd::watch {
 template <typename Make>
 int transfer(const Transfer &transfer, Make make) {
     int result = 0;
+    failure = {};
     if (hooks == nullptr || hooks->answer == nullptr ||
         !hooks->answer(hooks->context, transfer, &result)) {
         result = make();
     }
     if (hooks != nullptr && hooks->transferred != nullptr) {
-        hooks->transferred(hooks->context, transfer, result);
+        hooks->transferred(hooks->context, transfer, result, failure);
     }
     return result;
 }
@@ -210,6 +231,7 @@ int engine(const EngineCall & /*call*/, Run run, Value /*value*/) {
 #define DFD_WATCH(hook, ...) ((void)0)
 #define DFD_WATCH_ANSWERS(hook, ...) (false)
 #define DFD_WATCH_FLAG(flag) (false)
+#define DFD_WATCH_CALL(name, result) ((void)0)
 #define DFD_WATCH_LINE(member, value) ((void)0)
 #define DFD_WATCH_STEP(reached) ((void)0)
 #define DFD_WATCH_BEGIN_LINE(path, number, raw) ((void)0)

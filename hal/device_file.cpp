@@ -12,12 +12,15 @@ constexpr mode_t kFileMode = 0600;
 
 int read_device(const char *path, int offset, uint8_t *buf, int len) {
     const int fd = open(path, O_RDWR, kFileMode);
+    DFD_WATCH_CALL(open, fd);
     if (fd < 0) {
         return DFD_ERR;
     }
     auto rv = static_cast<int>(lseek(fd, offset, SEEK_SET));
+    DFD_WATCH_CALL(seek, rv);
     if (rv >= 0) {
         rv = static_cast<int>(read(fd, buf, static_cast<size_t>(len)));
+        DFD_WATCH_CALL(read, rv);
     }
     close(fd);
     return rv;
@@ -25,14 +28,17 @@ int read_device(const char *path, int offset, uint8_t *buf, int len) {
 
 int write_device(const char *path, int offset, const uint8_t *buf, int len) {
     const int fd = open(path, O_RDWR, kFileMode);
+    DFD_WATCH_CALL(open, fd);
     if (fd < 0) {
         // A write to a missing device succeeds: boards share configuration for parts that only some
         // of them have.
         return DFD_OK;
     }
     auto rv = static_cast<int>(lseek(fd, offset, SEEK_SET));
+    DFD_WATCH_CALL(seek, rv);
     if (rv >= 0) {
         rv = static_cast<int>(write(fd, buf, static_cast<size_t>(len)));
+        DFD_WATCH_CALL(write, rv);
     }
     close(fd);
     return rv < 0 ? rv : DFD_OK;

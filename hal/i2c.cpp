@@ -37,6 +37,7 @@ OffsetBytes offset_bytes(uint16_t offset, int wide_offset) {
 int transfer(const char *path, uint16_t addr, OffsetBytes offset, uint16_t offset_flags,
              uint16_t data_flags, uint8_t *data, uint32_t len) {
     const int fd = open(path, O_RDWR | O_SYNC);
+    DFD_WATCH_CALL(open, fd);
     if (fd < 0) {
         return fd;
     }
@@ -44,6 +45,7 @@ int transfer(const char *path, uint16_t addr, OffsetBytes offset, uint16_t offse
                           {addr, data_flags, static_cast<uint16_t>(len), data}};
     i2c_rdwr_ioctl_data request = {messages, sizeof messages / sizeof messages[0]};
     const int rv = ioctl(fd, I2C_RDWR, &request);
+    DFD_WATCH_CALL(ioctl, rv);
     close(fd);
     return rv;
 }

@@ -186,14 +186,14 @@ TEST(Pages, AFailedReadingSaysWhy) {
     const Result text = board.dfdctl("show temps");
     EXPECT_EQ(text.status, 1);
     EXPECT_THAT(text.out, ContainsRegex("inlet  *lm75  *.io_error."));
-    EXPECT_THAT(text.out, ContainsRegex("0 1 inlet lm75 temperature: the device cannot be read "
-                                        ".card_temp_ctrl_0_1."));
+    EXPECT_THAT(text.out, HasSubstr("/dev/i2c-0 0x77: no acknowledgement at this address"));
     const Result document = board.dfdctl("show temps --json");
     EXPECT_EQ(document.status, 1);
     const json inlet = row(document.json()["sensors"], "name", "inlet");
     EXPECT_EQ(inlet["temperature"]["status"], "io_error");
     EXPECT_EQ(inlet["temperature"]["value"], nullptr);
     EXPECT_NE(inlet["temperature"]["error"], nullptr);
+    EXPECT_EQ(inlet["temperature"]["device"], "/dev/i2c-0 0x77");
 }
 
 TEST(Pages, AllIsEveryPageInOneDocument) {

@@ -8,6 +8,8 @@
 #include <array>
 #include <cstring>
 
+#include "dfdctl/board/read_pass.hpp"
+
 #include <fmt/format.h>
 
 namespace dfdctl {
@@ -84,6 +86,7 @@ Eeprom eeprom_of(const Item &item, const info_ctrl_t &record) {
 }
 
 Reading read_inventory(const Eeprom &eeprom, std::uint32_t info) {
+    const ReadingScope scope;
     Buffer buffer = {};
     int len = kBufferSize;
     if (info == E2PROM_INFO_DEV_TYPE && eeprom.mode != INFO_CTRL_MODE_FRU) {
@@ -95,20 +98,10 @@ Reading read_inventory(const Eeprom &eeprom, std::uint32_t info) {
         const bool is_name = std::holds_alternative<std::string>(reading.value);
         return info == E2PROM_INFO_DEV_TYPE && is_name ? type_by_name(std::move(reading)) : reading;
     }
-    return eeprom_failure(eeprom, result);
-}
-
-bool answers(const std::string &device, std::uint16_t address) {
-    std::uint8_t byte = 0;
-    return dfd_read_e2prom(device.c_str(), address, 0, &byte, 1) == DFD_OK;
+    return scope.explained(eeprom_failure(eeprom, result));
 }
 
 Reading eeprom_failure(const Eeprom &eeprom, int code) {
-    if (!answers(eeprom.device, eeprom.address)) {
-        return failure(Status::io_error, code,
-                       fmt::format("the EEPROM at address 0x{:02x} on {} does not answer",
-                                   eeprom.address, eeprom.device));
-    }
     return failure(
         Status::bad_data, code,
         fmt::format("the EEPROM at address 0x{:02x} on {} does not hold this "

@@ -27,9 +27,7 @@ Eeprom eeprom_of(const Item &item, const struct info_ctrl &record);
 /// the fan_name items give its product name.
 Reading read_inventory(const Eeprom &eeprom, std::uint32_t info);
 
-/// Whether the EEPROM answers at all.
-bool answers(const std::string &device, std::uint16_t address);
-/// Why the library's query of an EEPROM failed: it does not answer, or holds something else.
+/// Why the library's query of an EEPROM failed, where it answers.
 Reading eeprom_failure(const Eeprom &eeprom, int code);
 
 }  // namespace dfdctl

@@ -13,6 +13,7 @@
 #include "dfdctl/board/inventory.hpp"
 #include "dfdctl/board/item_value.hpp"
 #include "dfdctl/board/library_calls.hpp"
+#include "dfdctl/board/read_pass.hpp"
 #include "framework/dfd_info/bits.h"
 
 #include <fmt/format.h>
@@ -171,7 +172,9 @@ Reading engine_failure(int code) {
     }
 }
 
-Reading read_item(const Item &item) {
+namespace {
+
+Reading item_reading(const Item &item) {
     const void *record = dfd_lib_cfg_get_item(item.key());
     if (record == nullptr) {
         return not_configured();
@@ -181,19 +184,14 @@ Reading read_item(const Item &item) {
             return number_reading(facts_of(item.type->type), *record_of<int>(item), 1);
         case Kind::text:
             return text_reading(record_of<char>(item));
-        case Kind::info_ctrl: {
-            Reading reading = info_ctrl_reading(item, *record_of<info_ctrl_t>(item));
-            if (reading.failed() && is_absent(item)) {
-                reading.status = Status::absent;
-            }
-            return reading;
-        }
+        case Kind::info_ctrl:
+            return info_ctrl_reading(item, *record_of<info_ctrl_t>(item));
         default:
             return text_reading(describe(item));
     }
 }
 
-Reading read_register(const Item &item) {
+Reading register_reading(const Item &item) {
     const auto *record = record_of<info_ctrl_t>(item);
     if (record == nullptr) {
         return not_configured();
@@ -203,6 +201,21 @@ Reading read_register(const Item &item) {
                                         record->frmt == INFO_FRMT_NUM_BUF ? first_byte : nullptr);
     return result == DFD_OK ? number_reading(facts_of(item.type->type), value, 1)
                             : engine_failure(result);
+}
+
+}  // namespace
+
+Reading read_item(const Item &item) {
+    Reading reading = with_cause([&item] { return item_reading(item); });
+    const bool may_be_absent = reading.failed() && item.type->kind == Kind::info_ctrl;
+    if (may_be_absent && reading.status != Status::not_configured && is_absent(item)) {
+        reading.status = Status::absent;
+    }
+    return reading;
+}
+
+Reading read_register(const Item &item) {
+    return with_cause([&item] { return register_reading(item); });
 }
 
 std::int64_t reads_back_as(const info_ctrl_t &record, std::uint32_t written) {

@@ -98,6 +98,8 @@ nlohmann::ordered_json to_json(const Reading &reading) {
     json["meaning"] = text_or_null(reading.meaning);
     json["bytes"] = text_or_null(hex_text(reading.bytes));
     json["error"] = text_or_null(reading.error);
+    json["device"] = text_or_null(reading.cause ? reading.cause->device() : "");
+    json["errno"] = text_or_null(reading.cause ? errno_name(reading.cause->error) : "");
     return json;
 }
 

@@ -10,6 +10,7 @@
 #include <variant>
 #include <vector>
 
+#include "dfdctl/board/faults.hpp"
 #include "dfdctl/board/keys.hpp"
 
 namespace dfdctl {
@@ -36,6 +37,7 @@ struct Reading {
     std::string meaning = {};              ///< name of the value, such as an LED state
     std::vector<std::uint8_t> bytes = {};  ///< of a buffer
     std::string error = {};
+    std::optional<FailedTransfer> cause = {};  ///< of an io_error
 
     bool ok() const { return status == Status::ok; }
     bool failed() const { return status > Status::absent; }

@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <system_error>
 
+#include "dfdctl/board/read_pass.hpp"
+
 #include <fmt/format.h>
 
 namespace dfdctl {
@@ -67,8 +69,13 @@ int exit_of(const Reading &reading, const Library &library) {
 
 Library start_library(const Options &options) {
     dfd_open_debug(options.debug);
+    std::optional<ReadPass> own;
+    if (ReadPass::current() == nullptr) {
+        own.emplace();
+    }
     LoadWatcher watcher;
     watcher.hooks().is_silent = true;  // report() says it with the reason
+    ReadPass::join(watcher.hooks());
     const Watching watching(watcher.hooks());
     const int result = dev_drv_init();
     Library library{result, watcher.take()};

@@ -5,6 +5,7 @@
 #include "common/nearest.hpp"
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/board/item_value.hpp"
+#include "dfdctl/board/read_pass.hpp"
 #include "dfdctl/board/start.hpp"
 #include "dfdctl/command.hpp"
 #include "dfdctl/output.hpp"
@@ -94,6 +95,7 @@ nlohmann::ordered_json items_json(const Library &library, const std::vector<Item
 
 int items(const Options &options, const Arguments &arguments) {
     check_type(arguments.type);
+    const ReadPass pass;
     const Library library = require_library(options);
     const std::vector<Item> found = configured_items(library.log, arguments);
     std::vector<Reading> readings;

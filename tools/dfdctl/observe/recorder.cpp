@@ -104,8 +104,9 @@ Recorder::Recorder(const Answers &answers, const Plausible &plausible, const Log
     hooks_.answer = [](void *context, const Transfer &transfer, int *result) {
         return self(context).answerer_.answer(transfer, result);
     };
-    hooks_.transferred = [](void *context, const Transfer &transfer, int result) {
-        self(context).transferred(transfer, result);
+    hooks_.transferred = [](void *context, const Transfer &transfer, int result,
+                            const dfd::watch::Failure &failure) {
+        self(context).transferred(transfer, result, failure);
     };
     hooks_.pause = [](void *context, unsigned us) {
         self(context).add({.kind = Event::Kind::pause, .number = us});
@@ -178,9 +179,11 @@ void Recorder::engine_end(const EngineCall &call, int result, std::uint32_t valu
     fold();
 }
 
-void Recorder::transferred(const Transfer &transfer, int result) {
+void Recorder::transferred(const Transfer &transfer, int result,
+                           const dfd::watch::Failure &failure) {
     Event event{.kind = Event::Kind::transfer,
                 .result = result,
+                .error = failure.error,
                 .text = transfer.path != nullptr ? transfer.path : "",
                 .via = transfer.via,
                 .is_write = transfer.is_write,

@@ -41,7 +41,8 @@ class Recorder {
     void fold();
     bool fold_period(std::size_t period);
     void engine_end(const dfd::watch::EngineCall &call, int result, std::uint32_t value);
-    void transferred(const dfd::watch::Transfer &transfer, int result);
+    void transferred(const dfd::watch::Transfer &transfer, int result,
+                     const dfd::watch::Failure &failure);
 
     static Recorder &self(void *context) { return *static_cast<Recorder *>(context); }
 

@@ -6,6 +6,7 @@
 
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/board/item_value.hpp"
+#include "dfdctl/board/read_pass.hpp"
 #include "dfdctl/pages/board_page.hpp"
 #include "hal/facts.h"
 
@@ -28,14 +29,15 @@ Backplane record_backplane(std::uint32_t id, const i2c_dev_t &dev) {
     Backplane backplane{.id = id,
                         .source = BackplaneSource::record,
                         .place = fmt::format("EEPROM /dev/i2c-{} 0x{:02x}", dev.bus, dev.addr)};
-    if (!answers(fmt::format("/dev/i2c-{}", dev.bus), static_cast<std::uint16_t>(dev.addr))) {
-        const Reading silent = failure(Status::io_error, DFD_ERR_IO, "the EEPROM does not answer");
+    const ReadingScope scope;
+    backplane_info_t record = {};
+    sdd_get_backplane_info(id, &record);
+    if (scope.failed() != nullptr) {
+        const Reading silent = scope.explained(failure(Status::io_error, DFD_ERR_IO, ""));
         backplane.type = backplane.version = backplane.serial = backplane.mac = silent;
         backplane.serials.assign(kSerials, silent);
         return backplane;
     }
-    backplane_info_t record = {};
-    sdd_get_backplane_info(id, &record);
     backplane.type = {.value = std::int64_t{record.chassis_type}};
     backplane.version = buffer_reading(record.hw_ver);
     backplane.serial = buffer_reading(record.sn);

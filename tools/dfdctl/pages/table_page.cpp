@@ -8,6 +8,7 @@
 #include <array>
 
 #include "dfdctl/board/inventory.hpp"
+#include "dfdctl/board/read_pass.hpp"
 #include "hal/facts.h"
 
 #include <fmt/format.h>
@@ -28,16 +29,12 @@ Item item_at(const Column &column, const Place &place) {
                    second);
 }
 
-/// A silent EEPROM and one that lacks the information are different failures.
 Reading failed_reading(const Column &column, const Item &item, int code) {
     const auto *record = column.item != 0 ? record_of<info_ctrl_t>(item) : nullptr;
     const bool is_eeprom =
         record != nullptr && record->fpath[0] != '\0' && dfd::is_e2prom_mode(record->mode);
     if (!is_eeprom) {
         return engine_failure(code);
-    }
-    if (!answers(record->fpath, static_cast<std::uint16_t>(record->addr))) {
-        return failure(Status::io_error, code, "the EEPROM does not answer");
     }
     return failure(Status::bad_data, code, "the EEPROM does not hold this information");
 }
@@ -80,6 +77,7 @@ Reading read_cell(const Column &column, const Place &place) {
         }
         return reading;
     }
+    const ReadingScope scope;
     const Answer answer = column.read(place);
     if (answer.code == DFD_OK) {
         return converted(column, answer);
@@ -87,7 +85,7 @@ Reading read_cell(const Column &column, const Place &place) {
     if (!has_item && answer.code == DFD_ERR_NOT_SUPPORTED) {
         return not_supported();
     }
-    Reading reading = failed_reading(column, item, answer.code);
+    Reading reading = scope.explained(failed_reading(column, item, answer.code));
     if (has_item) {
         reading.error += fmt::format(" ({})", item.name());
     }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // dfdctl show: pages about one subject each.
 #include "dfdctl/command.hpp"
+#include "dfdctl/board/read_pass.hpp"
 #include "dfdctl/board/start.hpp"
 #include "dfdctl/show/text.hpp"
 
@@ -11,6 +12,7 @@ namespace dfdctl {
 namespace {
 
 int show_page(const Options &options, const Page &page) {
+    const ReadPass pass;
     const Library library = require_library(options);
     const PageData data = read_page(page, library.log);
     if (options.json) {
@@ -32,6 +34,7 @@ int show_page(const Options &options, const Page &page) {
 }
 
 int show_board(const Options &options) {
+    const ReadPass pass;
     const BoardPage page = read_board_page(options);
     if (options.json) {
         nlohmann::ordered_json json = {{"command", "show board"}};
@@ -46,6 +49,7 @@ int show_board(const Options &options) {
 
 /// The page of the board comes without the others where the library did not start.
 int show_all(const Options &options) {
+    const ReadPass pass;
     const BoardPage board = read_board_page(options);
     std::vector<PageData> data;
     for (const Page &page : pages()) {
