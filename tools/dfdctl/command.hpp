@@ -69,6 +69,7 @@ void add_show(Command &top, const Options &options);
 void add_get(Command &top, const Options &options);
 void add_set(Command &top, const Options &options);
 void add_items(Command &top, const Options &options);
+void add_metrics(Command &top, const Options &options);
 void add_controls(Command &top, const Options &options);
 void add_explain(Command &top, const Options &options);
 void add_coverage(Command &top, const Options &options);

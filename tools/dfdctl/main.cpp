@@ -169,6 +169,7 @@ int run(int argc, char **argv, Options &options) {
     add_get(top, options);
     add_set(top, options);
     add_items(top, options);
+    add_metrics(top, options);
     add_controls(top, options);
     add_explain(top, options);
     add_coverage(top, options);

@@ -52,6 +52,7 @@ constexpr std::array kFacts = {
     fan_inventory(DFD_KEY_FAN_SN, E2PROM_INFO_SN),
     fan_inventory(DFD_KEY_FAN_HW_VER, E2PROM_INFO_HW_VER),
     unit(DFD_KEY_FAN_TEMP, "C"),
+    unit(DFD_KEY_FAN_SPEED_FLOOR, "rpm"),
     unit(DFD_KEY_CARD_RATE_POWER, "W"),
     unit(DFD_KEY_CARD_VOL_WATERLINE, "V"),
     unit(DFD_KEY_CARD_TEMP_CTRL, "C"),

@@ -85,19 +85,21 @@ Library start_library(const Options &options) {
     return library;
 }
 
+std::string why_unusable(const Library &library) {
+    if (!library.log.list_error.empty()) {
+        return fmt::format("the board's list of configuration files {} cannot be opened: {}",
+                           library.log.list_path, library.log.list_error);
+    }
+    return "the board type cannot be found out ('dfdctl show board' tells more); without "
+           "hardware run it on a virtual chassis: vchassis run DIR -- dfdctl ...";
+}
+
 Library require_library(const Options &options) {
     Library library = start_library(options);
-    if (library.usable()) {
-        return library;
+    if (!library.usable()) {
+        throw UsageError(why_unusable(library));
     }
-    if (!library.log.list_error.empty()) {
-        throw UsageError(
-            fmt::format("the board's list of configuration files {} cannot be opened: {}",
-                        library.log.list_path, library.log.list_error));
-    }
-    throw UsageError(
-        "the board type cannot be found out ('dfdctl show board' tells more); without "
-        "hardware run it on a virtual chassis: vchassis run DIR -- dfdctl ...");
+    return library;
 }
 
 }  // namespace dfdctl

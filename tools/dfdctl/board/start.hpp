@@ -30,6 +30,9 @@ int exit_of(const Reading &reading, const Library &library);
 /// failed are reported on standard error.
 Library start_library(const Options &options);
 
+/// Why the library did not start, and what to do.
+std::string why_unusable(const Library &library);
+
 /// Starts the library for a command that cannot do without it; exits through UsageError.
 Library require_library(const Options &options);
 

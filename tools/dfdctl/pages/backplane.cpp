@@ -47,14 +47,23 @@ constexpr LabelColumn kLabels[] = {{"number", "number", first_index},
                                    {"place", "place", place_label}};
 
 constexpr Column kColumns[] = {
-    {.key = "chassis_type", .heading = "chassis type", .ready = member<&Backplane::type>},
-    {.key = "hw_version", .heading = "hw version", .ready = member<&Backplane::version>},
-    {.key = "serial_number", .heading = "serial number", .ready = member<&Backplane::serial>},
+    {.key = "chassis_type",
+     .heading = "chassis type",
+     .ready = member<&Backplane::type>,
+     .is_identity = true},
+    {.key = "hw_version",
+     .heading = "hw version",
+     .ready = member<&Backplane::version>,
+     .metric = "revision"},
+    {.key = "serial_number",
+     .heading = "serial number",
+     .ready = member<&Backplane::serial>,
+     .metric = "serial"},
     {.key = "mac", .heading = "mac", .ready = member<&Backplane::mac>},
-    {.key = "serial0", .heading = "serial 0", .ready = serial<0>},
-    {.key = "serial1", .heading = "serial 1", .ready = serial<1>},
-    {.key = "serial2", .heading = "serial 2", .ready = serial<2>},
-    {.key = "serial3", .heading = "serial 3", .ready = serial<3>},
+    {.key = "serial0", .heading = "serial 0", .ready = serial<0>, .is_identity = true},
+    {.key = "serial1", .heading = "serial 1", .ready = serial<1>, .is_identity = true},
+    {.key = "serial2", .heading = "serial 2", .ready = serial<2>, .is_identity = true},
+    {.key = "serial3", .heading = "serial 3", .ready = serial<3>, .is_identity = true},
 };
 
 constexpr Column kSystem[] = {
@@ -63,13 +72,14 @@ constexpr Column kSystem[] = {
 };
 
 constexpr Section kSections[] = {
-    {.key = "system", .title = "MAC address", .columns = kSystem},
+    {.key = "system", .title = "MAC address", .columns = kSystem, .subject = "backplane"},
     {.key = "backplanes",
      .title = "Backplanes",
      .rows = places,
      .labels = kLabels,
      .columns = kColumns,
-     .unit = numbered<UnitKind::backplane>},
+     .unit = numbered<UnitKind::backplane>,
+     .subject = "backplane"},
 };
 
 }  // namespace

@@ -96,8 +96,9 @@ Unit family_unit(const Family &family, std::uint32_t index, const info_ctrl_t &r
     return unit;
 }
 
-/// The board's EEPROM is optional where a product identifier tells the board type.
-std::optional<Unit> board_unit() {
+}  // namespace
+
+std::optional<Unit> find_board_unit() {
     const auto header = read_board_header();
     if (!header) {
         return std::nullopt;
@@ -118,8 +119,6 @@ std::optional<Unit> board_unit() {
     return unit;
 }
 
-}  // namespace
-
 bool BoardHeader::is_tlv() const {
     return (layout == 1 || layout == 2) && flag == dfd::tlv::kFlag;
 }
@@ -136,7 +135,7 @@ std::optional<BoardHeader> read_board_header() {
 
 std::vector<Unit> find_units(const LoadRecord &record) {
     std::vector<Unit> units;
-    if (auto board = board_unit()) {
+    if (auto board = find_board_unit()) {
         units.push_back(std::move(*board));
     }
     for (const Family &family : kFamilies) {

@@ -54,7 +54,10 @@ std::string rotor_name(const Place &place) {
 constexpr Column kSystem[] = {
     {"trays", "fan trays", DFD_KEY_FAN_NUM, by_result<drv_get_sys_fan_num>},
     {"mode", "control mode", DFD_KEY_FAN_MODE},
-    {"lowest_speed", "lowest healthy speed", DFD_KEY_FAN_SPEED_FLOOR},
+    {.key = "lowest_speed",
+     .heading = "lowest healthy speed",
+     .item = DFD_KEY_FAN_SPEED_FLOOR,
+     .metric = "speed_limit"},
 };
 
 constexpr LabelColumn kTrayLabel[] = {{"tray", "tray", first_index}};
@@ -67,10 +70,15 @@ constexpr Column kTrays[] = {
      .words = kTrayStates,
      .is_presence = true,
      .judge = judge_tray},
-    {"type", "type", DFD_KEY_FAN_TYPE, by_result<drv_get_fan_type>},
-    {"airflow", "airflow", DFD_KEY_FAN_TYPE, airflow, kAirflows},
-    {"serial_number", "serial number", DFD_KEY_FAN_SN, by_text<drv_get_fan_sn>},
-    {"hw_version", "hw version", DFD_KEY_FAN_HW_VER, by_text<drv_get_fan_hw_version>},
+    identity("type", "type", DFD_KEY_FAN_TYPE, by_result<drv_get_fan_type>),
+    {.key = "airflow",
+     .heading = "airflow",
+     .item = DFD_KEY_FAN_TYPE,
+     .read = airflow,
+     .words = kAirflows,
+     .is_identity = true},
+    serial_number(DFD_KEY_FAN_SN, by_text<drv_get_fan_sn>),
+    hw_version(DFD_KEY_FAN_HW_VER, by_text<drv_get_fan_hw_version>),
     {"sw_version", "sw version", DFD_KEY_FAN_SW_VER, by_text<drv_get_fan_sw_version>},
     {"cpld_version", "cpld version", DFD_KEY_FAN_CPLD_VERSION},
     {"temperature", "temperature", DFD_KEY_FAN_TEMP},
@@ -101,19 +109,25 @@ constexpr Column kRotors[] = {
 };
 
 constexpr Section kSections[] = {
-    {.key = "system", .title = "Fan control", .columns = kSystem, .has_defaults = true},
+    {.key = "system",
+     .title = "Fan control",
+     .columns = kSystem,
+     .has_defaults = true,
+     .subject = "fan"},
     {.key = "trays",
      .title = "Fan trays",
      .rows = rows_of<UnitKind::tray>,
      .labels = kTrayLabel,
      .columns = kTrays,
-     .unit = numbered<UnitKind::tray>},
+     .unit = numbered<UnitKind::tray>,
+     .subject = "fan_tray"},
     {.key = "rotors",
      .title = "Rotors",
      .rows = rotors,
      .labels = kRotorLabels,
      .columns = kRotors,
-     .unit = rotor_name},
+     .unit = rotor_name,
+     .subject = "fan_rotor"},
 };
 
 }  // namespace

@@ -64,16 +64,21 @@ constexpr Column kState{.key = "state",
 constexpr Column kSupplies[] = {
     kState,
     {"name", "name", DFD_KEY_POWER_TYPE, by_text<drv_get_power_name>},
-    {"type", "type", DFD_KEY_POWER_TYPE, supply_type},
+    identity("type", "type", DFD_KEY_POWER_TYPE, supply_type),
     {"current", "current", DFD_KEY_POWER_TYPE, current_kind},
-    {"serial_number", "serial number", DFD_KEY_POWER_SN, by_text<drv_get_power_sn>},
-    {"hw_version", "hw version", DFD_KEY_POWER_HW_VER, by_text<drv_get_power_hw_version>},
+    serial_number(DFD_KEY_POWER_SN, by_text<drv_get_power_sn>),
+    hw_version(DFD_KEY_POWER_HW_VER, by_text<drv_get_power_hw_version>),
     {"sw_version", "sw version", DFD_KEY_POWER_SW_VER, by_text<drv_get_power_sw_version>},
     {"bypass", "bypass", DFD_KEY_BYPASS_STATE, by_pointer<drv_get_bypass_power_state>},
 };
 
+constexpr Column without_metric(Column column) {
+    column.metric = "";
+    return column;
+}
+
 constexpr Column kTelemetry[] = {
-    kState,
+    without_metric(kState),
     {"input_voltage", "input", DFD_KEY_POWER_IN_VOLTAGE},
     {"input_current", "input current", DFD_KEY_POWER_IN_CURRENT},
     {"output_voltage", "output", DFD_KEY_POWER_OUT_VOLTAGE},
@@ -89,19 +94,21 @@ constexpr Column kTelemetry[] = {
 };
 
 constexpr Section kSections[] = {
-    {.key = "system", .title = "Power of the system", .columns = kSystem},
+    {.key = "system", .title = "Power of the system", .columns = kSystem, .subject = "power"},
     {.key = "supplies",
      .title = "Power supplies",
      .rows = rows_of<UnitKind::supply>,
      .labels = kSupplyLabel,
      .columns = kSupplies,
-     .unit = numbered<UnitKind::supply>},
+     .unit = numbered<UnitKind::supply>,
+     .subject = "power_supply"},
     {.key = "telemetry",
      .title = "Measurements",
      .rows = rows_of<UnitKind::supply>,
      .labels = kSupplyLabel,
      .columns = kTelemetry,
-     .unit = numbered<UnitKind::supply>},
+     .unit = numbered<UnitKind::supply>,
+     .subject = "power_supply"},
 };
 
 }  // namespace

@@ -85,8 +85,14 @@ std::string sensor_unit(const Place &place) {
 }
 
 constexpr Column kThresholds[] = {
-    {"alarm", "alarm above", DFD_KEY_SYS_ALARM_TEMP},
-    {"shutdown", "shutdown above", DFD_KEY_SYS_DANGER_TEMP},
+    {.key = "alarm",
+     .heading = "alarm above",
+     .item = DFD_KEY_SYS_ALARM_TEMP,
+     .metric = "alarm_limit"},
+    {.key = "shutdown",
+     .heading = "shutdown above",
+     .item = DFD_KEY_SYS_DANGER_TEMP,
+     .metric = "shutdown_limit"},
     {"power_area", "power area", DFD_KEY_POWER_ENV_TEMP},
     {.key = "sensors_failed",
      .heading = "sensor self-test failed",
@@ -117,19 +123,21 @@ constexpr Column kMacFigures[] = {
 };
 
 constexpr Section kTemperatures[] = {
-    {.key = "thresholds", .title = "Thresholds", .columns = kThresholds},
+    {.key = "thresholds", .title = "Thresholds", .columns = kThresholds, .subject = "temperature"},
     {.key = "sensors",
      .title = "Temperature sensors",
      .rows = card_sensors,
      .labels = kSensorLabels,
      .columns = kSensors,
-     .unit = sensor_unit},
+     .unit = sensor_unit,
+     .subject = "sensor"},
     {.key = "switch_chips",
      .title = "Switch chips",
      .rows = mac_sensors,
      .labels = kSensorLabels,
      .columns = kMacFigures,
-     .unit = sensor_unit},
+     .unit = sensor_unit,
+     .subject = "switch_chip"},
 };
 
 /// Channels of the cards that have any, the reference included.
@@ -166,17 +174,25 @@ constexpr Column kChannels[] = {
      .unit = "V",
      .scale = kThousandths,
      .judge = judge_voltage},
-    {"warning_level", "warning level", DFD_KEY_CARD_VOL_WATERLINE},
+    {.key = "warning_level",
+     .heading = "warning level",
+     .item = DFD_KEY_CARD_VOL_WATERLINE,
+     .metric = "voltage_limit"},
 };
 
 constexpr Section kVoltages[] = {
-    {.key = "system", .title = "Supply", .columns = kSupply, .has_defaults = true},
+    {.key = "system",
+     .title = "Supply",
+     .columns = kSupply,
+     .has_defaults = true,
+     .subject = "voltage"},
     {.key = "channels",
      .title = "Voltages of cards",
      .rows = channels,
      .labels = kChannelLabels,
      .columns = kChannels,
-     .unit = channel_unit},
+     .unit = channel_unit,
+     .subject = "card"},
 };
 
 }  // namespace

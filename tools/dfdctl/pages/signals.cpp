@@ -76,12 +76,18 @@ Answer led_master(const Place &place) {
     return code == DFD_OK ? Answer{.value = std::int64_t{value}} : Answer{.code = code};
 }
 
+/// Without the dots of members.
+const char *const kLedStates[] = {
+    led_info_mem_str[LED_STATE_DARK] + 1,        led_info_mem_str[LED_STATE_GREEN] + 1,
+    led_info_mem_str[LED_STATE_RED] + 1,         led_info_mem_str[LED_STATE_YELLOW] + 1,
+    led_info_mem_str[LED_STATE_SPARK] + 1,       led_info_mem_str[LED_STATE_FSPARK_OPEN] + 1,
+    led_info_mem_str[LED_STATE_FSPARK_CLOSE] + 1};
 constexpr const char *kMasters[] = {"hardware", "software"};
 
 constexpr LabelColumn kLedLabels[] = {{"led", "led", led_name}, {"unit", "unit", led_unit}};
 
 constexpr Column kLedColumns[] = {
-    {.key = "state", .heading = "state", .read = led_state},
+    {.key = "state", .heading = "state", .read = led_state, .words = kLedStates},
     {.key = "controlled_by", .heading = "set by", .read = led_master, .words = kMasters},
     {.key = "states", .heading = "can show", .read = led_states},
 };
@@ -98,14 +104,19 @@ constexpr Section kLedSections[] = {
      .rows = led_places,
      .labels = kLedLabels,
      .columns = kLedColumns,
-     .unit = led_unit_name},
+     .unit = led_unit_name,
+     .subject = "led"},
 };
 
 constexpr LabelColumn kPortLabel[] = {{"port", "port", first_index}};
 
 constexpr Column kPorts[] = {
-    {"module", "module", DFD_KEY_PORT_SFP_STATE, by_pointer<dfd_port_get_sfp_present, std::uint8_t>,
-     kAbsentPresent},
+    {.key = "module",
+     .heading = "module",
+     .item = DFD_KEY_PORT_SFP_STATE,
+     .read = by_pointer<dfd_port_get_sfp_present, std::uint8_t>,
+     .words = kAbsentPresent,
+     .metric = "module_present"},
     {.key = "transmitter", .heading = "transmitter", .item = DFD_KEY_PORT_SFP_TX, .words = kOffOn},
 };
 
@@ -115,7 +126,8 @@ constexpr Section kPortSections[] = {
      .rows = rows_of<UnitKind::port>,
      .labels = kPortLabel,
      .columns = kPorts,
-     .unit = numbered<UnitKind::port>},
+     .unit = numbered<UnitKind::port>,
+     .subject = "sfp_port"},
 };
 
 // Interrupts: places of sources have index1 = i << 8 | j, index2 = k.
@@ -237,13 +249,17 @@ constexpr Column kSources[] = {
 };
 
 constexpr Section kIrqSections[] = {
-    {.key = "controllers", .title = "Interrupt controllers", .columns = kControllers},
+    {.key = "controllers",
+     .title = "Interrupt controllers",
+     .columns = kControllers,
+     .subject = "irq"},
     {.key = "sources",
      .title = "Interrupt sources",
      .rows = sources,
      .labels = kSourceLabels,
      .columns = kSources,
-     .unit = source_unit},
+     .unit = source_unit,
+     .subject = "irq_source"},
 };
 
 }  // namespace

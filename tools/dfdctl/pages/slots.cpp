@@ -61,9 +61,9 @@ std::vector<Place> slots(const LoadRecord &record) {
 }
 
 constexpr Column kOwn[] = {
-    {"slot", "own slot", DFD_KEY_MY_SLOTID, by_result<drv_get_my_slotid>},
-    {"sub_slot", "own sub-slot", DFD_KEY_MY_SSLOTID, by_result<drv_get_my_sslotid>},
-    {"cpu", "processor", DFD_KEY_MY_CPUID, by_result<drv_get_my_cpu_id>},
+    identity("slot", "own slot", DFD_KEY_MY_SLOTID, by_result<drv_get_my_slotid>),
+    identity("sub_slot", "own sub-slot", DFD_KEY_MY_SSLOTID, by_result<drv_get_my_sslotid>),
+    identity("cpu", "processor", DFD_KEY_MY_CPUID, by_result<drv_get_my_cpu_id>),
     {.key = "rated_power",
      .heading = "rated power",
      .read = by_pointer<drv_get_my_rate_power>,
@@ -121,7 +121,8 @@ constexpr Section kSlotSections[] = {
      .rows = slots,
      .labels = kSlotLabel,
      .columns = kSlots,
-     .unit = numbered<UnitKind::slot>},
+     .unit = numbered<UnitKind::slot>,
+     .subject = "slot"},
 };
 
 Answer subcard_type(const Place &place) {
@@ -140,9 +141,9 @@ constexpr Column kSubCards[] = {
      .read = presence<drv_get_sslot_state, DFD_KEY_SSLOT_STATE>,
      .words = kAbsentPresent,
      .is_presence = true},
-    {"type", "type", DFD_KEY_SSLOT_E2PROM, subcard_type},
-    {"serial_number", "serial number", DFD_KEY_SSLOT_E2PROM, by_text<drv_get_sub_unintlg_sn>},
-    {"hw_version", "hw version", DFD_KEY_SSLOT_E2PROM, by_text<drv_get_sub_unintlg_hw_ver>},
+    identity("type", "type", DFD_KEY_SSLOT_E2PROM, subcard_type),
+    serial_number(DFD_KEY_SSLOT_E2PROM, by_text<drv_get_sub_unintlg_sn>),
+    hw_version(DFD_KEY_SSLOT_E2PROM, by_text<drv_get_sub_unintlg_hw_ver>),
 };
 
 constexpr Section kSubCardSections[] = {
@@ -151,7 +152,8 @@ constexpr Section kSubCardSections[] = {
      .rows = rows_of<UnitKind::sub_slot>,
      .labels = kSubSlotLabel,
      .columns = kSubCards,
-     .unit = numbered<UnitKind::sub_slot>},
+     .unit = numbered<UnitKind::sub_slot>,
+     .subject = "sub_card"},
 };
 
 }  // namespace

@@ -28,7 +28,27 @@ struct Column {
     /// Cards: index1 of the item is the virtual slot of the unit's slot.
     bool is_of_card = false;
     Judge judge = nullptr;  ///< null: its values are not judged
+    /// In the name of its metric; null: the key, empty: it has none.
+    const char *metric = nullptr;
+    bool is_identity = false;  ///< says what the unit is: a label of the unit's metric `info`
 };
+
+/// What a unit is, by a number or a text.
+constexpr Column identity(const char *key, const char *heading, std::uint32_t item, Reader read,
+                          const char *metric = nullptr) {
+    return {.key = key,
+            .heading = heading,
+            .item = item,
+            .read = read,
+            .metric = metric,
+            .is_identity = true};
+}
+constexpr Column serial_number(std::uint32_t item, Reader read) {
+    return identity("serial_number", "serial number", item, read, "serial");
+}
+constexpr Column hw_version(std::uint32_t item, Reader read) {
+    return identity("hw_version", "hw version", item, read, "revision");
+}
 
 /// What stands in the place of a value that is a name or a number of the configuration.
 using Label = Reading (*)(const Place &);
@@ -49,6 +69,7 @@ struct Section {
     bool has_defaults = false;  ///< has values also on a board without what the page is about
     /// What a row is about: "tray 1 rotor 2". Null: each value of the system speaks for itself.
     std::string (*unit)(const Place &) = nullptr;
+    const char *subject = nullptr;  ///< in the names of metrics; null: the key
 };
 
 struct Page {

@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+
+namespace dfdctl {
+
+/// Puts a file in the place of another in one step: a reader sees the old one or the whole new one,
+/// and the old one stays where that fails. Throws std::system_error.
+void replace_file(const std::string &path, const std::string &text);
+
+}  // namespace dfdctl
