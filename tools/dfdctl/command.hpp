@@ -65,6 +65,7 @@ class Command {
 };
 
 /// Each adds a subcommand.
+void add_check(Command &top, const Options &options);
 void add_show(Command &top, const Options &options);
 void add_get(Command &top, const Options &options);
 void add_set(Command &top, const Options &options);

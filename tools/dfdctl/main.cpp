@@ -23,7 +23,8 @@ constexpr const char *kDescription =
 constexpr const char *kFooter =
     "Exit status:\n"
     "  0  done\n"
-    "  1  some reading failed, a value written does not read back, or lint found mistakes\n"
+    "  1  check found problems, some reading failed, a value written does not read back, or lint\n"
+    "     found mistakes\n"
     "  2  mistake on the command line, or the configuration cannot be used\n"
     "  3  not supported: not configured on this board\n"
     "  4  the hardware or the output cannot be accessed\n"
@@ -165,6 +166,7 @@ int run(int argc, char **argv, Options &options) {
         ->check(CLI::Range(0U, kMaxDebugLevel));
     Action action;
     Command top(app, action);
+    add_check(top, options);
     add_show(top, options);
     add_get(top, options);
     add_set(top, options);

@@ -295,14 +295,52 @@ INSTANTIATE_TEST_SUITE_P(Sick, Judgement, testing::ValuesIn(kSick),
                          [](const auto &sick) { return std::string(sick.param.name); });
 
 /// All judgements of a document that are not null.
-void collect(const json &node, std::vector<std::string> &found) {
+void collect(const json &node, std::vector<json> &found) {
     if (node.is_object() && node.contains("judgement") && !node["judgement"].is_null()) {
-        found.push_back(node["judgement"]["what"]);
+        found.push_back(node["judgement"]);
     }
     for (const json &each : node) {
         if (each.is_structured()) {
             collect(each, found);
         }
+    }
+}
+
+bool is_told(const json &mark, const json &findings) {
+    return std::ranges::any_of(findings, [&](const json &finding) {
+        // A tray that failed because of a rotor is told by the rotor.
+        const bool is_rotor = mark["items"] == json{"fan_speed_floor"} &&
+                              finding["items"].size() == 2 &&
+                              finding["items"][1] == "fan_speed_floor";
+        return is_rotor ||
+               (finding["word"] == mark["word"] && finding["items"] == mark["items"] &&
+                finding["limit"] == mark["limit"] && finding["severity"] == mark["severity"]);
+    });
+}
+
+TEST_P(Judgement, IsALineOfCheck) {
+    const Sick &sick = GetParam();
+    const Board board("demo");
+    make_sick(board, sick);
+    const Result result = board.dfdctl("check --json");
+    // Supply 4 has no input in any case.
+    EXPECT_EQ(result.status, 1);
+    const json findings = result.json()["findings"];
+    std::vector<json> marks;
+    collect(board.dfdctl("show all --json").json(), marks);
+    EXPECT_FALSE(marks.empty());
+    for (const json &mark : marks) {
+        EXPECT_TRUE(is_told(mark, findings)) << mark << findings.dump(1);
+    }
+    for (const json &finding : findings) {
+        const bool has_no_value = finding["word"] == "NO VALUE";
+        EXPECT_TRUE(has_no_value ||
+                    std::ranges::any_of(marks,
+                                        [&](const json &mark) {
+                                            return mark["word"] == finding["word"] &&
+                                                   mark["items"] == finding["items"];
+                                        }))
+            << finding;
     }
 }
 
@@ -338,7 +376,7 @@ TEST(Judgement, NothingWithoutALimitOrAtIt) {
         if (*each.poke != '\0') {
             ASSERT_EQ(board.vchassis("poke", each.poke).status, 0);
         }
-        std::vector<std::string> found;
+        std::vector<json> found;
         collect(board.dfdctl(fmt::format("show {} --json", each.page)).json(), found);
         EXPECT_THAT(found, testing::IsEmpty()) << each.name;
     }

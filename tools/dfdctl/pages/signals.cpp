@@ -220,7 +220,7 @@ std::optional<Judgement> judge_pending(const Judged &cell) {
     const bool is_masked = cell.number("masked").value_or(0) != 0;
     return Judgement{is_masked ? Severity::note : Severity::warning,
                      "PENDING",
-                     is_masked ? "pending, but masked" : "pending: not dispatched yet",
+                     is_masked ? "raised, but masked" : "raised and not dispatched yet",
                      {status_of(cell.place).first}};
 }
 

@@ -1,0 +1,224 @@
+// SPDX-License-Identifier: MIT
+// dfdctl check on sick chassis: what is no mark of a page, and its exit status.
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <sstream>
+
+#include "tools/programs.h"
+
+namespace tools_test {
+namespace {
+
+using nlohmann::json;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+
+constexpr char kChassisFile[] = "etc/cfg/dfd/chassis/8.cfg";
+constexpr char kDevices[] = "chassis.toml";
+
+/// Supply 4 of the demo has no input.
+void plug_all_in(const Board &board) {
+    board.replace(kDevices, "power input failure\", value = 0x08",
+                  "power input failure\", value = 0x00");
+    board.replace(kDevices, "power good\", value = 0x07", "power good\", value = 0x0f");
+}
+
+void remove(const Board &board, const char *file) {
+    std::filesystem::remove(board.file(file));
+}
+
+/// The device behind a name is at another place than the board says.
+void move_device(const Board &board, const std::string &from, const std::string &to) {
+    ASSERT_EQ(
+        run(fmt::format("sed -i 's#{}#{}#' {}", from, to, board.file(kDevices).string())).status,
+        0);
+}
+
+void fill(const Board &board, const char *image, char byte) {
+    constexpr std::size_t kSize = 256;
+    write_file(board.file(image), std::string(kSize, byte));
+}
+
+/// Another character in the middle of a text: the checksum does not fit any more.
+void damage(const Board &board, const char *image, const char *text) {
+    board.replace(image, text, "?" + std::string(text + 1));
+}
+
+struct Case {
+    const char *name;
+    std::function<void(const Board &)> edit;
+    int status;
+    const char *severity;
+    const char *word;
+    const char *unit;
+    const char *what;    ///< a part of it
+    const char *device;  ///< null: none
+};
+
+void PrintTo(const Case &each, std::ostream *out) {
+    *out << each.name;
+}
+
+const Case kCases[] = {
+    {"file_not_loaded",
+     [](const Board &board) { remove(board, "etc/cfg/dfd/cfg_file/cm8_irq.cfg"); }, 1, "alarm",
+     "NOT LOADED", "/etc/cfg/dfd/cfg_file/cm8_irq.cfg", "No such file", nullptr},
+    {"loading_stopped",
+     [](const Board &board) { board.append("etc/cfg/dfd/cfg_file/cm8_ports.cfg", "no sign\n"); }, 1,
+     "alarm", "NOT LOADED", "/etc/cfg/dfd/cfg_file/cm8_ports.cfg", "loading stopped in line 7",
+     nullptr},
+    {"chassis_file_missing", [](const Board &board) { remove(board, kChassisFile); }, 1, "alarm",
+     "NOT FOUND", "/etc/cfg/dfd/chassis/8.cfg", "No such file", nullptr},
+    {"list_missing", [](const Board &board) { remove(board, "etc/cfg/dfd/file_name/0x3e"); }, 1,
+     "alarm", "NOT FOUND", "/etc/cfg/dfd/file_name/0x3e", "No such file", nullptr},
+    {"board_type_unknown",
+     [](const Board &board) {
+         remove(board, "tmp/bspinfo/ProductID");
+         move_device(board, "bus = 0", "bus = 5");
+     },
+     4, "alarm", "UNKNOWN", "board type", "does not answer", nullptr},
+    {"line_without_effect", [](const Board &board) { board.append(kChassisFile, "fan_nmu=4\n"); },
+     0, "note", "NO EFFECT", "/etc/cfg/dfd/chassis/8.cfg:60", "fan_num", nullptr},
+    {"device_file_missing",
+     [](const Board &board) { move_device(board, "/dev/fpga0", "/dev/fpga7"); }, 4, "alarm",
+     "NO ANSWER", "/dev/fpga0", "readings: ", "/dev/fpga0"},
+    {"bus_missing", [](const Board &board) { move_device(board, "bus = 2", "bus = 7"); }, 4,
+     "alarm", "NO ANSWER", "/dev/i2c-2", "supply 1 EEPROM, ", "/dev/i2c-2"},
+    // The bus works, so the hardware can be reached.
+    {"sensor_silent",
+     [](const Board &board) { board.append(kChassisFile, "card_temp_ctrl.addr_0_1=0x77\n"); }, 1,
+     "alarm", "NO ANSWER", "/dev/i2c-0 0x77", "sensor inlet temperature", "/dev/i2c-0 0x77"},
+    {"item_unusable",
+     [](const Board &board) { board.append(kChassisFile, "card_temp_ctrl.len_0_5=0\n"); }, 1,
+     "warning", "NO VALUE", "", "sensor fan-area temperature", ""},
+    {"eeprom_silent",
+     [](const Board &board) {
+         board.replace(kDevices, "addr = 0x51\nname = \"fan tray 2",
+                       "addr = 0x61\nname = \"fan tray 2");
+     },
+     1, "alarm", "SILENT", "tray 2 EEPROM", "tray 2 type", "/dev/i2c-1 0x51"},
+    {"eeprom_erased", [](const Board &board) { fill(board, "images/fan2.bin", '\xff'); }, 1,
+     "warning", "BLANK", "tray 2 EEPROM", "0xff", "/dev/i2c-1 0x51"},
+    {"eeprom_zero", [](const Board &board) { fill(board, "images/power2.bin", '\0'); }, 1,
+     "warning", "BLANK", "supply 2 EEPROM", "0x00", "/dev/i2c-2 0x51"},
+    {"backplane_erased", [](const Board &board) { fill(board, "images/backplane.bin", '\xff'); }, 1,
+     "warning", "BLANK", "backplane 1 EEPROM", "0xff", "/dev/i2c-3 0x56"},
+    {"tlv_damaged", [](const Board &board) { damage(board, "images/fan1.bin", "FT1F00240101"); }, 1,
+     "warning", "DAMAGED", "tray 1 EEPROM", "TLV", "/dev/i2c-1 0x50"},
+    {"fru_damaged", [](const Board &board) { damage(board, "images/power1.bin", "PS1200"); }, 1,
+     "warning", "DAMAGED", "supply 1 EEPROM", "FRU", "/dev/i2c-2 0x50"},
+    {"board_eeprom_damaged", [](const Board &board) { damage(board, "images/board.bin", "CM8A"); },
+     1, "warning", "DAMAGED", "board EEPROM", "TLV", "/dev/i2c-0 0x57"},
+    // The product identifier tells the board type.
+    {"board_eeprom_not_fitted",
+     [](const Board &board) {
+         board.replace(kDevices, "addr = 0x57\nname = \"board EEPROM",
+                       "addr = 0x58\nname = \"board EEPROM");
+     },
+     0, "note", "SILENT", "board EEPROM", "does not answer", "/dev/i2c-0 0x57"},
+    {"absent_and_answering",
+     [](const Board &board) {
+         board.replace(kDevices,
+                       "present_when = { device = \"/dev/fpga0\", register = 0x41, bit = 3, "
+                       "value = 0 }\n",
+                       "");
+     },
+     1, "warning", "UNSURE", "tray 4 EEPROM", "presence", "/dev/i2c-1 0x53"},
+    // Tray 3 falls out 25 ms after the bit, which is set 20 ms before the command.
+    {"pulled_meanwhile",
+     [](const Board &board) {
+         board.append(kDevices,
+                      "[[wiring.line]]\n"
+                      "to = { device = '/dev/fpga0', register = 0x41, bit = 2 }\n"
+                      "when = [{ device = '/dev/fpga0', register = 0xf0, bit = 0 }]\n"
+                      "on_ms = 45\nmode = 'set'\n");
+         board.append(kChassisFile, "card_temp_ctrl.addr_0_1=0x77\n");
+         ASSERT_EQ(board.vchassis("poke", "/dev/fpga0 0xf0 0x01").status, 0);
+     },
+     1, "alarm", "UNSTEADY", "tray 3", "present at first, absent now", "/dev/fpga0"},
+};
+
+class Check : public testing::TestWithParam<Case> {};
+
+TEST_P(Check, FindsIt) {
+    const Case &each = GetParam();
+    const Board board("demo");
+    plug_all_in(board);
+    each.edit(board);
+    const Result result = board.dfdctl("check --json");
+    const json report = result.json();
+    EXPECT_EQ(result.status, each.status) << report.dump(1);
+    EXPECT_EQ(report["healthy"], each.status == 0);
+    EXPECT_EQ(report["reachable"], each.status != 4);
+    const auto is_it = [&](const json &finding) {
+        const bool has_unit = *each.unit == '\0' || finding["unit"] == each.unit;
+        const bool has_device = each.device == nullptr
+                                    ? finding["device"].is_null()
+                                    : *each.device == '\0' || finding["device"] == each.device;
+        return finding["word"] == each.word && finding["severity"] == each.severity && has_unit &&
+               has_device &&
+               finding["what"].get<std::string>().find(each.what) != std::string::npos;
+    };
+    EXPECT_EQ(std::ranges::count_if(report["findings"], is_it), 1) << report["findings"].dump(1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Sick, Check, testing::ValuesIn(kCases),
+                         [](const auto &each) { return std::string(each.param.name); });
+
+TEST(Check, AHealthyChassisSaysWhatWasLookedAt) {
+    for (const char *name : {"demo", "demo-tlv", "demo-linecard"}) {
+        const Board board(name);
+        if (std::string_view(name) != "demo-linecard") {
+            plug_all_in(board);
+        }
+        const Result result = board.dfdctl("check");
+        EXPECT_EQ(result.status, 0) << result.out;
+        EXPECT_EQ(result.err, "");
+        EXPECT_THAT(result.out, testing::StartsWith("Healthy\nLooked at ")) << name;
+        EXPECT_LT(std::ranges::count(result.out, '\n'), 6) << name;
+        const json report = board.dfdctl("check --json").json();
+        EXPECT_EQ(report["findings"], json::array()) << name;
+        EXPECT_EQ(board.dfdctl("show all --json").out.find("\"severity\""), std::string::npos);
+    }
+}
+
+TEST(Check, CountsWhatIsThere) {
+    const Board board("demo");
+    const json looked = board.dfdctl("check --json").json()["looked_at"];
+    EXPECT_EQ(looked["trays"], json({{"present", 3}, {"total", 4}}));
+    EXPECT_EQ(looked["rotors"], json({{"present", 6}, {"total", 8}}));
+    EXPECT_EQ(looked["supplies"], json({{"present", 4}, {"total", 4}}));
+    // The board, four trays and supplies, a sub-card, a backplane.
+    EXPECT_EQ(looked["eeproms"], json({{"present", 10}, {"total", 11}}));
+}
+
+TEST(Check, WorstFirstInEightyColumns) {
+    const Board board("demo");
+    board.append(kChassisFile, "fan_nmu=4\ncard_vol_waterline.int_cons_0_1=3299\n");
+    ASSERT_EQ(board.vchassis("poke", "/dev/fpga0 0x50 0x04").status, 0);
+    const Result result = board.dfdctl("check");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.out, ContainsRegex("^2 alarms, 1 warning, 1 note\nalarm .*\nalarm "
+                                          "(.*\n)*warning .*\n(.*\n)*note "));
+    std::istringstream lines(result.out);
+    for (std::string line; std::getline(lines, line);) {
+        EXPECT_LE(line.size(), 80U) << line;
+    }
+    EXPECT_THAT(result.out, HasSubstr("tray 2 rotor 1: STOPPED: 0 rpm, lowest 1200 rpm"));
+    EXPECT_THAT(result.out, testing::Not(HasSubstr("tray 2: FAILED")))
+        << "the rotor tells it already";
+}
+
+TEST(Check, SaysWhatHasNoLimit) {
+    const Board board("demo");
+    run(fmt::format("sed -i '/^sys_alarm_temp/d;/^sys_danger_temp/d' {}",
+                    board.file("etc/cfg/dfd/cfg_file/cm8_temps.cfg").string()));
+    EXPECT_THAT(board.dfdctl("check").out,
+                HasSubstr("The board configures no limit for: sensors.\n"));
+}
+
+}  // namespace
+}  // namespace tools_test

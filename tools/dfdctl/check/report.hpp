@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: MIT
+// What is wrong with a chassis: one look at all of it.
+#pragma once
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include "dfdctl/pages/table_page.hpp"
+
+namespace dfdctl {
+struct Library;
+}
+
+namespace dfdctl::check {
+
+/// One thing that is wrong.
+struct Finding {
+    Severity severity;
+    std::string word;  ///< as on the pages: "SLOW"
+    std::string unit;  ///< "tray 2 rotor 1"
+    std::string what;  ///< with the value and its limit: "812 rpm, lowest 1200 rpm"
+    Reading value = {.status = Status::none};
+    std::optional<double> limit = {};
+    std::vector<std::string> items = {};  ///< behind it, the one that was read first
+    std::string device = {};              ///< "/dev/i2c-2 0x58"
+    std::string error = {};               ///< name of the errno: "ENXIO"
+    bool is_of_device = false;            ///< all that is read of the device suffers
+};
+
+/// Units of a kind that were looked at.
+struct Looked {
+    const char *one;
+    const char *many;
+    std::size_t present = 0;
+    std::size_t total = 0;
+};
+
+/// A reading that should have a value and has none.
+struct Lost {
+    std::string what;  ///< "tray 1 rotor 2 speed"
+    Reading reading;
+    std::optional<Item> item;
+
+    /// The device, where a node cannot be used the node, else the reading itself.
+    std::string source() const;
+    /// The device file or bus; empty where the reading is not of one.
+    std::string node() const;
+};
+
+struct Report {
+    std::vector<Finding> findings = {};  ///< the worst first
+    std::vector<Looked> looked = {};
+    std::vector<std::string> unjudged = {};  ///< what the board configures no limit for
+    std::vector<PageData> pages = {};
+    std::vector<Lost> lost = {};
+    std::set<std::string> alive = {};  ///< device files and buses that answered
+    bool is_unreachable = false;  ///< a device file or bus of which nothing answers
+
+    std::size_t count(Severity severity) const;
+    /// Notes are no problem.
+    bool is_healthy() const;
+    int exit_status() const;
+};
+
+/// Reads everything. A library that did not start is a finding.
+Report inspect(const Library &library);
+/// Brings the worst to the front; the order among equals stays.
+void sort_findings(std::vector<Finding> &findings);
+
+// What each look adds.
+void look_at_start(const Library &library, Report &report);
+void look_at_devices(Report &report);
+void look_at_eeproms(const LoadRecord &record, Report &report);
+
+/// Visits section, row and number of each cell.
+template <typename Visit>
+void each_cell(const std::vector<PageData> &pages, Visit visit) {
+    for (const PageData &page : pages) {
+        for (const SectionData &data : page.sections) {
+            for (const Row &row : data.rows) {
+                for (std::size_t i = 0; i < row.cells.size(); ++i) {
+                    visit(*data.section, row, i);
+                }
+            }
+        }
+    }
+}
+
+/// The device behind an item: "/dev/fpga0", "/dev/i2c-0 0x49"; empty where it has none.
+std::string place_of(const Item &item);
+/// The device file or bus alone; empty for an item without one.
+std::string node_of(const Item &item);
+/// Whether the node cannot be used at all, or a whole bus.
+bool is_of_node(const FailedTransfer &cause);
+/// "no acknowledgement at this address; the device is not plugged, ..."
+std::string cause_text(const FailedTransfer &cause);
+
+void print_report(std::FILE *out, const Report &report);
+nlohmann::ordered_json report_json(const Report &report);
+
+}  // namespace dfdctl::check

@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: MIT
+// The report as text and as JSON.
+#include <algorithm>
+#include <cctype>
+
+#include "dfdctl/check/report.hpp"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+namespace dfdctl::check {
+
+namespace {
+
+using nlohmann::ordered_json;
+
+constexpr std::size_t kWidth = 80;
+
+std::string counted(std::size_t count, std::string_view what) {
+    return count == 0 ? std::string() : fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
+}
+
+std::string headline(const Report &report) {
+    std::vector<std::string> parts;
+    for (const Severity severity : {Severity::alarm, Severity::warning, Severity::note}) {
+        if (std::string part = counted(report.count(severity), severity_name(severity));
+            !part.empty()) {
+            parts.push_back(std::move(part));
+        }
+    }
+    const std::string counts = fmt::format("{}", fmt::join(parts, ", "));
+    if (!report.is_healthy()) {
+        return counts;
+    }
+    return counts.empty() ? "Healthy" : "Healthy, " + counts;
+}
+
+/// Words in lines that fit, behind a margin, the first line behind one of its own.
+void print_wrapped(std::FILE *out, const std::string &text, std::size_t margin,
+                   std::size_t first_margin = 0) {
+    std::string line(first_margin, ' ');
+    std::size_t at = 0;
+    while (at < text.size()) {
+        const std::size_t end = std::min(text.find(' ', at), text.size());
+        const std::string word = text.substr(at, end - at);
+        const bool is_first = line.find_first_not_of(' ') == std::string::npos;
+        if (!is_first && line.size() + 1 + word.size() > kWidth) {
+            fmt::print(out, "{}\n", line);
+            line = std::string(margin, ' ') + word;
+        } else {
+            line += (is_first ? "" : " ") + word;
+        }
+        at = end + 1;
+    }
+    fmt::print(out, "{}\n", line);
+}
+
+/// "fan_real_speed 2 1, fan_speed_floor: /dev/fpga0".
+std::string source_text(const Finding &finding) {
+    constexpr std::size_t kNamed = 2;
+    std::vector<std::string> items = finding.items;
+    const bool has_more = items.size() > kNamed;
+    items.resize(std::min(items.size(), kNamed));
+    std::string text = fmt::format("{}{}", fmt::join(items, ", "), has_more ? ", ..." : "");
+    if (!finding.device.empty() && finding.device != finding.unit) {
+        text += (text.empty() ? "" : ": ") + finding.device;
+    }
+    if (!finding.error.empty()) {
+        text += (text.empty() ? "" : " ") + finding.error;
+    }
+    return text;
+}
+
+void print_finding(std::FILE *out, const Finding &finding) {
+    constexpr std::size_t kMargin = 9;
+    const std::string head = fmt::format("{:<{}}{}: {}: {}", severity_name(finding.severity),
+                                         kMargin, finding.unit, finding.word, finding.what);
+    const std::string source = source_text(finding);
+    if (source.empty() || head.size() + source.size() + 3 <= kWidth) {
+        print_wrapped(out, source.empty() ? head : fmt::format("{} ({})", head, source), kMargin);
+        return;
+    }
+    print_wrapped(out, head, kMargin);
+    print_wrapped(out, source, kMargin, kMargin);
+}
+
+std::string looked_text(const Report &report) {
+    std::vector<std::string> parts;
+    for (const Looked &looked : report.looked) {
+        const char *units = looked.total == 1 ? looked.one : looked.many;
+        parts.push_back(looked.present == looked.total
+                            ? fmt::format("{} {}", looked.total, units)
+                            : fmt::format("{} of {} {}", looked.present, looked.total, units));
+    }
+    return fmt::format("Looked at {}.", fmt::join(parts, ", "));
+}
+
+/// "sub_cards" for "sub-cards".
+std::string json_key(std::string_view words) {
+    std::string key(words);
+    std::ranges::transform(key, key.begin(), [](unsigned char c) {
+        return std::isalpha(c) != 0 ? static_cast<char>(std::tolower(c)) : '_';
+    });
+    return key;
+}
+
+}  // namespace
+
+void print_report(std::FILE *out, const Report &report) {
+    fmt::print(out, "{}\n", headline(report));
+    for (const Finding &finding : report.findings) {
+        print_finding(out, finding);
+    }
+    print_wrapped(out, looked_text(report), 0);
+    if (!report.unjudged.empty()) {
+        print_wrapped(
+            out,
+            fmt::format("The board configures no limit for: {}.", fmt::join(report.unjudged, ", ")),
+            0);
+    }
+}
+
+ordered_json report_json(const Report &report) {
+    ordered_json findings = ordered_json::array();
+    for (const Finding &finding : report.findings) {
+        findings.push_back(
+            {{"severity", severity_name(finding.severity)},
+             {"word", finding.word},
+             {"unit", finding.unit},
+             {"what", finding.what},
+             {"reading", to_json(finding.value)},
+             {"limit", finding.limit ? ordered_json(*finding.limit) : ordered_json()},
+             {"items", finding.items},
+             {"device", text_or_null(finding.device)},
+             {"errno", text_or_null(finding.error)}});
+    }
+    ordered_json looked = ordered_json::object();
+    for (const Looked &units : report.looked) {
+        looked[json_key(units.many)] = {{"present", units.present}, {"total", units.total}};
+    }
+    return {
+        {"healthy", report.is_healthy()},          {"reachable", !report.is_unreachable},
+        {"alarms", report.count(Severity::alarm)}, {"warnings", report.count(Severity::warning)},
+        {"notes", report.count(Severity::note)},   {"findings", std::move(findings)},
+        {"looked_at", std::move(looked)},          {"without_limit", report.unjudged}};
+}
+
+}  // namespace dfdctl::check
