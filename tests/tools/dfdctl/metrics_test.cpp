@@ -185,6 +185,8 @@ TEST(Metrics, WhatFailsIsLeftOutAndCounted) {
     EXPECT_THAT(with(samples, "name=\"inlet\""), IsEmpty());
     EXPECT_THAT(with(samples, "name=\"outlet\""), testing::SizeIs(1));
     EXPECT_EQ(samples.at("dfd_failed_readings{page=\"temps\"}"), 1);
+    EXPECT_GT(samples.at("dfd_device_failures{device=\"/dev/i2c-0 0x77\"}"), 0);
+    EXPECT_EQ(samples.at("dfd_device_failures{device=\"/dev/fpga0\"}"), 0);
     EXPECT_EQ(samples.at("dfd_failed_readings{page=\"fans\"}"), 0);
     EXPECT_EQ(samples.at("dfd_up"), 1);
 }

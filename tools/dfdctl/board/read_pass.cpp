@@ -141,6 +141,7 @@ bool ReadPass::answer_read(const Transfer &transfer, int *result) {
 void ReadPass::note_answer(const Transfer &transfer) {
     const std::string device = device_of(transfer);
     alive_.insert(device);
+    failures_.try_emplace(device);
     dead_.erase(device);
     timed_out_.erase(transfer.path);
 }

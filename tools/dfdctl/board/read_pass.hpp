@@ -35,7 +35,7 @@ class ReadPass {
 
     /// Failed transfers in their order, those answered from memory included.
     const std::vector<FailedTransfer> &failed() const { return failed_; }
-    /// How many were made, and by device how many of those failed.
+    /// How many were made, and by each device that was asked how many of those failed.
     std::size_t made() const { return made_; }
     const std::map<std::string, std::size_t> &failures() const { return failures_; }
 

@@ -7,6 +7,7 @@
 #include <chrono>
 
 #include "dfdctl/board/fingerprint.hpp"
+#include "dfdctl/board/read_pass.hpp"
 #include "dfdctl/board/start.hpp"
 #include "dfdctl/metrics/page_metrics.hpp"
 #include "dfdctl/metrics/textfile.hpp"
@@ -116,6 +117,7 @@ int tell_metrics(const Options &options, const std::string &textfile) {
         throw UsageError("metrics have one form; 'dfdctl show all --json' has the same values");
     }
     const auto begin = Clock::now();
+    const ReadPass pass;
     const Library library = start_library(options);
     Exposition metrics;
     metrics.add("dfd_build_info", "this tool; always 1", {{"version", DFDCTL_VERSION}}, "1");
@@ -128,6 +130,12 @@ int tell_metrics(const Options &options, const std::string &textfile) {
     } else {
         fmt::print(stderr, "dfdctl: {}\n", why_unusable(library));
     }
+    for (const auto &[device, failures] : pass.failures()) {
+        add_count(metrics, "dfd_device_failures",
+                  "transfers of the device that failed in this pass", {{"device", device}},
+                  failures);
+    }
+    add_count(metrics, "dfd_pass_transfers", "transfers that this pass made", {}, pass.made());
     metrics.add("dfd_pass_duration_seconds", "time that this pass took", {},
                 fmt::format("{:.6f}", std::chrono::duration<double>(Clock::now() - begin).count()));
     if (textfile.empty()) {
