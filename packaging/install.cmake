@@ -14,3 +14,9 @@ install(FILES ${PROJECT_BINARY_DIR}/libdfd.pc DESTINATION ${CMAKE_INSTALL_LIBDIR
 write_basic_package_version_file(dfdConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_SOURCE_DIR}/packaging/dfdConfig.cmake
   ${PROJECT_BINARY_DIR}/dfdConfigVersion.cmake DESTINATION ${dfd_package_dir})
+
+# Where systemd looks for units below /usr and /usr/local, on each architecture.
+if(DFD_TOOLS)
+  install(FILES ${PROJECT_SOURCE_DIR}/packaging/systemd/dfd-metrics.service
+    ${PROJECT_SOURCE_DIR}/packaging/systemd/dfd-metrics.timer DESTINATION lib/systemd/system)
+endif()
