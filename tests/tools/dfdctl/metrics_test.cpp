@@ -284,5 +284,21 @@ TEST(Metrics, ATextFileThatCannotBeReplacedStays) {
     EXPECT_EQ(board.dfdctl("metrics --json").status, 2);
 }
 
+TEST(Metrics, AFullDiskLeavesTheOldTextFile) {
+    const Board board("demo");
+    const TempDir dir;
+    const std::string small =
+        fmt::format("mount -t tmpfs -o size=16k none {}", dir.path().string());
+    if (run(fmt::format("unshare -rm {}", small)).status != 0) {
+        GTEST_SKIP() << "no file system can be mounted here";
+    }
+    const Result result = run(fmt::format(
+        "unshare -rm sh -c '{0} && cd {1} && echo old > dfd.prom && {2}/vchassis run {3} -- "
+        "{2}/dfdctl metrics --textfile dfd.prom; echo $?; ls -A; cat dfd.prom'",
+        small, dir.path().string(), BUILD_DIR, board.file("").string()));
+    EXPECT_EQ(result.out, "4\ndfd.prom\nold\n");
+    EXPECT_THAT(result.err, HasSubstr("No space left on device"));
+}
+
 }  // namespace
 }  // namespace tools_test
