@@ -208,6 +208,17 @@ TEST(Metrics, TextsOfAnyBytesStayLabels) {
                             "name=\"a\\\"b\\\\c\xef\xbf\xbd\xc3\xa4\",kind=\"lm75\"} 27"));
 }
 
+// One line that is no sample, and the node exporter takes nothing of the file.
+TEST(Metrics, NumbersThatAreConfiguredAsTextsAreLabels) {
+    const Board board("demo");
+    board.append("etc/cfg/dfd/chassis/8.cfg", "port_sfp_tx.frmt_1=buf\nport_sfp_tx.len_1=2\n");
+    const Result result = board.dfdctl("metrics");
+    const Samples samples = Parser(result.out).samples;
+    EXPECT_THAT(with(samples, "dfd_sfp_port_info"), testing::SizeIs(1));
+    EXPECT_THAT(with(samples, "dfd_sfp_port_transmitter{port=\"1\"}"), IsEmpty());
+    EXPECT_THAT(with(samples, "dfd_sfp_port_transmitter{port=\"2\"}"), testing::SizeIs(1));
+}
+
 TEST(Metrics, ALibraryThatDoesNotStartIsToldToo) {
     const Board board("demo");
     const std::filesystem::path file = board.file("dfd.prom");

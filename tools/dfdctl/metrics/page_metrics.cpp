@@ -55,12 +55,6 @@ bool is_flag(const Words &words) {
                                [&](const Words &flag) { return flag.data() == words.data(); });
 }
 
-void add_present(const RowContext &row, const Reading &cell) {
-    const bool is_present = std::get<std::int64_t>(cell.value) != 0;
-    row.metrics.add(row.name("present"), row.help("1 where it is plugged, 0 where it is not"),
-                    row.labels, is_present ? "1" : "0");
-}
-
 /// One series a state; of a unit that is present, absence is no state.
 void add_states(const RowContext &row, const Column &column, const Reading &cell) {
     const std::string_view metric = metric_of(column);
@@ -92,18 +86,19 @@ void add_number(const RowContext &row, const Column &column, const Reading &cell
                     row.labels, number_text(cell));
 }
 
-/// Texts, and numbers that are a name.
+/// Texts, and numbers that are a name. An item may be configured as a text where a number is meant.
 bool is_label(const Column &column, const Reading &cell) {
-    return column.is_identity ||
-           (std::holds_alternative<std::string>(cell.value) && column.words.empty());
+    return column.is_identity || (std::holds_alternative<std::string>(cell.value) &&
+                                  (column.words.empty() || is_flag(column.words)));
 }
 
 void add_cell(const RowContext &row, const Column &column, const Reading &cell) {
-    if (column.is_presence) {
-        add_present(row, cell);
-    }
     const bool is_absent =
         column.is_presence && cell.value == decltype(cell.value)(std::int64_t{0});
+    if (column.is_presence) {
+        row.metrics.add(row.name("present"), row.help("1 where it is plugged, 0 where it is not"),
+                        row.labels, is_absent ? "0" : "1");
+    }
     if (is_absent || (column.is_presence && is_flag(column.words))) {
         return;
     }
