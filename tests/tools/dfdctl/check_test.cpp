@@ -47,7 +47,7 @@ void damage(const Board &board, const char *image, const char *text) {
     board.replace(image, text, "?" + std::string(text + 1));
 }
 
-struct Case {
+struct Sick {
     const char *name;
     std::function<void(const Board &)> edit;
     int status;
@@ -58,11 +58,11 @@ struct Case {
     const char *device;  ///< null: none
 };
 
-void PrintTo(const Case &each, std::ostream *out) {
+void PrintTo(const Sick &each, std::ostream *out) {
     *out << each.name;
 }
 
-const Case kCases[] = {
+const Sick kCases[] = {
     {"file_not_loaded",
      [](const Board &board) { remove(board, "etc/cfg/dfd/cfg_file/cm8_irq.cfg"); }, 1, "alarm",
      "NOT LOADED", "/etc/cfg/dfd/cfg_file/cm8_irq.cfg", "No such file", nullptr},
@@ -141,10 +141,10 @@ const Case kCases[] = {
      1, "alarm", "UNSTEADY", "tray 3", "present at first, absent now", "/dev/fpga0"},
 };
 
-class Check : public testing::TestWithParam<Case> {};
+class Check : public testing::TestWithParam<Sick> {};
 
 TEST_P(Check, FindsIt) {
-    const Case &each = GetParam();
+    const Sick &each = GetParam();
     const Board board("demo");
     plug_all_in(board);
     each.edit(board);
@@ -167,6 +167,145 @@ TEST_P(Check, FindsIt) {
 
 INSTANTIATE_TEST_SUITE_P(Sick, Check, testing::ValuesIn(kCases),
                          [](const auto &each) { return std::string(each.param.name); });
+
+/// A chassis with all supplies and what was learned of it, to be compared.
+struct Site {
+    Site() { plug_all_in(board); }
+
+    std::string file() const { return board.file(kName).string(); }
+    Result learn(const std::string &options = {}) const {
+        return board.dfdctl(fmt::format("check --learn {} {}", file(), options));
+    }
+    Result compare(const char *options = "") const {
+        return board.dfdctl(fmt::format("check --expect {} {}", file(), options));
+    }
+
+    static constexpr char kName[] = "site.toml";
+    const Board board{"demo"};
+};
+
+TEST(Expect, LearnsAGoodChassisAndFindsNothingMissing) {
+    const Site site;
+    EXPECT_EQ(site.learn().status, 0);
+    const std::string text = read_file(site.file());
+    EXPECT_THAT(text, testing::StartsWith("# "));
+    for (const char *line :
+         {"board_type = 62\n", "chassis_type = 8\n", "peer = true\n",
+          "cards = [2, 3, 5, 6, 9, 30, 31]\n", "[trays]\n1 = \"16\"\n2 = \"17\"\n3 = \"33\"\n\n",
+          "[supplies]\n1 = \"PS1200-AC\"\n2 = \"PS800-DC\"\n3 = \"PS60\"\n4 = \"PS1200-AC\"\n"}) {
+        EXPECT_THAT(text, HasSubstr(line));
+    }
+    const Result result = site.compare();
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.out, testing::StartsWith("Healthy\n"));
+}
+
+TEST(Expect, LearnsNothingOfASickChassisUnlessForced) {
+    const Site site;
+    ASSERT_EQ(site.board.vchassis("poke", "/dev/fpga0 0x50 0x04").status, 0);
+    write_file(site.file(), "trays = [1]\n");
+    const Result refused = site.learn();
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.err, HasSubstr("--force"));
+    EXPECT_EQ(read_file(site.file()), "trays = [1]\n");
+    EXPECT_EQ(site.learn("--force").status, 0);
+    EXPECT_THAT(read_file(site.file()), HasSubstr("[supplies]\n"));
+}
+
+TEST(Expect, WritesTheFileWholeOrNotAtAll) {
+    const Site site;
+    const Result result = site.board.dfdctl("check --learn /dev/full/site.toml");
+    EXPECT_EQ(result.status, 4);
+    EXPECT_THAT(result.err, HasSubstr("/dev/full/site.toml"));
+    EXPECT_EQ(site.learn().status, 0);
+    for (const auto &entry : std::filesystem::directory_iterator(site.board.file("."))) {
+        EXPECT_THAT(entry.path().filename().string(), testing::Not(HasSubstr("site.toml.")));
+    }
+}
+
+TEST(Expect, TellsWhatIsMissingChangedOrNew) {
+    struct Case {
+        const char *text;
+        const char *poke;
+        int status;
+        const char *severity;
+        const char *word;
+        const char *unit;
+        const char *what;
+    };
+    const Case cases[] = {
+        {"supplies = [1, 2, 3, 4]", "/dev/cpld0 0x10 0xf2", 1, "alarm", "ABSENT", "supply 2",
+         "expected by FILE:1"},
+        {"# two\n[trays]\n1 = ''\n2 = ''\n3 = ''\n4 = ''", "", 1, "alarm", "ABSENT", "tray 4",
+         "expected by FILE:6"},
+        {"cards = [2, 3, 4, 5, 6, 9, 30, 31]", "", 1, "alarm", "ABSENT", "card in slot 4",
+         "expected by FILE:1"},
+        {"supplies = [1, 2, 3, 4, 5]", "", 1, "alarm", "ABSENT", "supply 5", "configures none"},
+        {"sensors = ['inlet', 'outlet', 'cpu', 'peer-inlet', 'fan-area', 'slot 31 fabric', 'phy']",
+         "", 1, "alarm", "ABSENT", "sensor phy", "configures none"},
+        {"peer = true", "/dev/cpld0 0x08 0x00", 1, "alarm", "ABSENT", "peer master board",
+         "expected by FILE"},
+        {"[supplies]\n1 = 'PS1200-AC'\n2 = 'PS60'\n3 = ''\n4 = ''", "", 1, "warning", "CHANGED",
+         "supply 2", "PS800-DC, expected PS60 (FILE:3)"},
+        {"board_type = 63", "", 1, "warning", "CHANGED", "board type", "62, expected 63"},
+        {"chassis_type = 9", "", 1, "warning", "CHANGED", "chassis type", "8, expected 9"},
+        {"trays = [1, 2]", "", 0, "note", "NEW", "tray 3", "not expected"},
+        {"peer = false", "", 0, "note", "NEW", "peer master board", "not expected"},
+    };
+    for (const Case &each : cases) {
+        const Site site;
+        write_file(site.file(), each.text);
+        if (*each.poke != '\0') {
+            ASSERT_EQ(site.board.vchassis("poke", each.poke).status, 0);
+        }
+        const Result result = site.compare("--json");
+        EXPECT_EQ(result.status, each.status) << each.text;
+        std::string what = each.what;
+        if (const std::size_t at = what.find("FILE"); at != std::string::npos) {
+            what.replace(at, 4, site.file());
+        }
+        const json findings = result.json()["findings"];
+        EXPECT_EQ(std::ranges::count_if(findings,
+                                        [&](const json &finding) {
+                                            return finding["severity"] == each.severity &&
+                                                   finding["word"] == each.word &&
+                                                   finding["unit"] == each.unit &&
+                                                   finding["what"].get<std::string>().find(what) !=
+                                                       std::string::npos;
+                                        }),
+                  1)
+            << each.text << findings.dump(1);
+    }
+}
+
+TEST(Expect, MistakesInTheFileAreNamedWithTheirLine) {
+    const Site site;
+    struct Case {
+        const char *text;
+        const char *message;  ///< behind the name of the file
+    };
+    const Case cases[] = {
+        {"\ntrays = 4\n", ":2:9: 'trays' takes a list, trays = [1, 2]"},
+        {"trais = [1]\n", ":1:1: nothing can be expected of 'trais', did you mean 'trays'?"},
+        {"trays = [1.5]\n", ":1:10: 'trays' takes numbers"},
+        {"board_type = 'x'\n", ":1:14: 'board_type' takes a number: board_type = 62"},
+        {"[supplies]\n1 = 5\n", ":2:5: what unit 1 is stands in quotes"},
+        {"[supplies]\n1 = PS60\n", ":2:5: "},
+        {"peer = 1\n", ":1:8: 'peer' is true or false"},
+    };
+    for (const Case &each : cases) {
+        write_file(site.file(), each.text);
+        const Result result = site.compare();
+        EXPECT_EQ(result.status, 2) << each.text;
+        EXPECT_EQ(result.out, "");
+        EXPECT_THAT(result.err, HasSubstr(site.file() + each.message));
+    }
+    std::filesystem::remove(site.file());
+    EXPECT_THAT(site.compare().err, HasSubstr("--learn"));
+    EXPECT_EQ(site.board.dfdctl("check --expect /tmp").status, 2);
+    EXPECT_EQ(site.board.dfdctl("check --force").status, 2);
+    EXPECT_EQ(site.learn("--expect " + site.file()).status, 2);
+}
 
 TEST(Check, AHealthyChassisSaysWhatWasLookedAt) {
     for (const char *name : {"demo", "demo-tlv", "demo-linecard"}) {

@@ -55,9 +55,11 @@ struct Report {
     std::vector<PageData> pages = {};
     std::vector<Lost> lost = {};
     std::set<std::string> alive = {};  ///< device files and buses that answered
-    bool is_unreachable = false;  ///< a device file or bus of which nothing answers
+    bool is_unreachable = false;       ///< a device file or bus of which nothing answers
 
     std::size_t count(Severity severity) const;
+    /// False where the library did not start.
+    bool looked_at_units() const { return !pages.empty(); }
     /// Notes are no problem.
     bool is_healthy() const;
     int exit_status() const;

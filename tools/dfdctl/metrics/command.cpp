@@ -6,11 +6,11 @@
 #include <array>
 #include <chrono>
 
+#include "common/replace_file.hpp"
 #include "dfdctl/board/fingerprint.hpp"
 #include "dfdctl/board/read_pass.hpp"
 #include "dfdctl/board/start.hpp"
 #include "dfdctl/metrics/page_metrics.hpp"
-#include "dfdctl/metrics/textfile.hpp"
 #include "dfdctl/pages/board_page.hpp"
 
 #include <fmt/format.h>
@@ -141,7 +141,7 @@ int tell_metrics(const Options &options, const std::string &textfile) {
     if (textfile.empty()) {
         fmt::print(options.out, "{}", metrics.text());
     } else {
-        replace_file(textfile, metrics.text());
+        dfd_tools::replace_file(textfile, metrics.text());
     }
     return exit_of(library, has_failed);
 }

@@ -3,10 +3,10 @@
 
 #include <string>
 
-namespace dfdctl {
+namespace dfd_tools {
 
 /// Puts a file in the place of another in one step: a reader sees the old one or the whole new one,
 /// and the old one stays where that fails. Throws std::system_error.
 void replace_file(const std::string &path, const std::string &text);
 
-}  // namespace dfdctl
+}  // namespace dfd_tools

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "dfdctl/metrics/textfile.hpp"
+#include "common/replace_file.hpp"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -12,7 +12,7 @@
 
 #include "common/signals_held.hpp"
 
-namespace dfdctl {
+namespace dfd_tools {
 
 namespace {
 
@@ -52,7 +52,7 @@ void sync_directory(const std::filesystem::path &directory) {
 void replace_file(const std::string &path, const std::string &text) {
     const std::filesystem::path target = std::filesystem::absolute(path);
     std::string beside = target.parent_path() / ("." + target.filename().string() + ".XXXXXX");
-    const dfd_tools::SignalsHeld held;
+    const SignalsHeld held;
     const int fd = mkostemp(beside.data(), O_CLOEXEC);
     if (fd < 0 || !fill(fd, text) || rename(beside.c_str(), target.c_str()) != 0) {
         const int error = errno;
@@ -65,4 +65,4 @@ void replace_file(const std::string &path, const std::string &text) {
     sync_directory(target.parent_path());
 }
 
-}  // namespace dfdctl
+}  // namespace dfd_tools
