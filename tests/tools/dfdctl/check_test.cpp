@@ -351,6 +351,18 @@ TEST(Check, WorstFirstInEightyColumns) {
         << "the rotor tells it already";
 }
 
+TEST(Check, TheSameOfManyUnitsTakesOneLine) {
+    constexpr int kScreen = 24;
+    const Board board("demo");
+    ASSERT_EQ(board.vchassis("poke", "/dev/fpga0 0x50 0x05").status, 0);
+    ASSERT_EQ(board.vchassis("poke", "/dev/cpld0 0x50 0x0f 0x0f 0xff 0x0f 0x0f").status, 0);
+    const Result result = board.dfdctl("check");
+    EXPECT_THAT(result.out, HasSubstr("alarm    tray 1 rotor 1, tray 2 rotor 1: STOPPED: "));
+    EXPECT_THAT(result.out, ContainsRegex("and 16\\s+more: PENDING"));
+    EXPECT_LT(std::ranges::count(result.out, '\n'), kScreen);
+    EXPECT_EQ(board.dfdctl("check --json").json()["warnings"], 24);
+}
+
 TEST(Check, SaysWhatHasNoLimit) {
     const Board board("demo");
     run(fmt::format("sed -i '/^sys_alarm_temp/d;/^sys_danger_temp/d' {}",

@@ -71,10 +71,57 @@ std::string source_text(const Finding &finding) {
     return text;
 }
 
-void print_finding(std::FILE *out, const Finding &finding) {
+/// The same of several units.
+struct FindingGroup {
+    Finding finding;  ///< of the first, with the items of all
+    std::vector<std::string> units;
+
+    bool takes(const Finding &other) const {
+        return other.severity == finding.severity && other.word == finding.word &&
+               other.what == finding.what && other.device == finding.device;
+    }
+    void add(const Finding &other);
+    std::string units_text() const;
+};
+
+void FindingGroup::add(const Finding &other) {
+    units.push_back(other.unit);
+    for (const std::string &item : other.items) {
+        if (std::ranges::find(finding.items, item) == finding.items.end()) {
+            finding.items.push_back(item);
+        }
+    }
+}
+
+/// JSON and the pages tell all of very many.
+std::string FindingGroup::units_text() const {
+    constexpr std::size_t kNamed = 8;
+    const std::vector<std::string> named(
+        units.begin(), units.begin() + static_cast<std::ptrdiff_t>(std::min(units.size(), kNamed)));
+    const std::string text = fmt::format("{}", fmt::join(named, ", "));
+    return units.size() <= kNamed ? text
+                                  : fmt::format("{} and {} more", text, units.size() - kNamed);
+}
+
+std::vector<FindingGroup> grouped(const std::vector<Finding> &findings) {
+    std::vector<FindingGroup> groups;
+    for (const Finding &finding : findings) {
+        const auto group = std::ranges::find_if(
+            groups, [&](const FindingGroup &other) { return other.takes(finding); });
+        if (group != groups.end()) {
+            group->add(finding);
+        } else {
+            groups.push_back({finding, {finding.unit}});
+        }
+    }
+    return groups;
+}
+
+void print_group(std::FILE *out, const FindingGroup &group) {
     constexpr std::size_t kMargin = 9;
+    const Finding &finding = group.finding;
     const std::string head = fmt::format("{:<{}}{}: {}: {}", severity_name(finding.severity),
-                                         kMargin, finding.unit, finding.word, finding.what);
+                                         kMargin, group.units_text(), finding.word, finding.what);
     const std::string source = source_text(finding);
     if (source.empty() || head.size() + source.size() + 3 <= kWidth) {
         print_wrapped(out, source.empty() ? head : fmt::format("{} ({})", head, source), kMargin);
@@ -108,8 +155,8 @@ std::string json_key(std::string_view words) {
 
 void print_report(std::FILE *out, const Report &report) {
     fmt::print(out, "{}\n", headline(report));
-    for (const Finding &finding : report.findings) {
-        print_finding(out, finding);
+    for (const FindingGroup &group : grouped(report.findings)) {
+        print_group(out, group);
     }
     print_wrapped(out, looked_text(report), 0);
     if (!report.unjudged.empty()) {
