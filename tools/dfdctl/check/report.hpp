@@ -75,20 +75,6 @@ void look_at_start(const Library &library, Report &report);
 void look_at_devices(Report &report);
 void look_at_eeproms(const LoadRecord &record, Report &report);
 
-/// Visits section, row and number of each cell.
-template <typename Visit>
-void each_cell(const std::vector<PageData> &pages, Visit visit) {
-    for (const PageData &page : pages) {
-        for (const SectionData &data : page.sections) {
-            for (const Row &row : data.rows) {
-                for (std::size_t i = 0; i < row.cells.size(); ++i) {
-                    visit(*data.section, row, i);
-                }
-            }
-        }
-    }
-}
-
 /// The device behind an item: "/dev/fpga0", "/dev/i2c-0 0x49"; empty where it has none.
 std::string place_of(const Item &item);
 /// The device file or bus alone; empty for an item without one.

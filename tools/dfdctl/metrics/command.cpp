@@ -2,8 +2,6 @@
 // dfdctl metrics: one pass over all pages, for a monitoring system.
 #include "dfdctl/command.hpp"
 
-#include <algorithm>
-#include <array>
 #include <chrono>
 
 #include "common/replace_file.hpp"
@@ -55,30 +53,26 @@ void add_inventory(Exposition &metrics) {
                 "1");
 }
 
-/// Of the cells of a page, those for which is_counted(row, number of the cell) holds.
+/// Of the cells, those for which is_counted(row, number of the cell) holds.
 template <typename Condition>
-std::size_t count_cells(const PageData &page, Condition is_counted) {
+std::size_t count_cells(std::span<const PageData> pages, Condition is_counted) {
     std::size_t count = 0;
-    for (const SectionData &section : page.sections) {
-        for (const Row &row : section.rows) {
-            for (std::size_t i = 0; i < row.cells.size(); ++i) {
-                // What a page shows a second time has no metric.
-                const bool is_first = metric_of(section.section->columns[i]) != "";
-                count += is_first && is_counted(row, i) ? 1 : 0;
-            }
-        }
-    }
+    each_cell(pages, [&](const Section &section, const Row &row, std::size_t i) {
+        // What a page shows a second time has no metric.
+        const bool is_first = !metric_of(section.columns[i]).empty();
+        count += is_first && is_counted(row, i) ? 1 : 0;
+    });
     return count;
 }
 
-std::size_t count_judged(const std::vector<PageData> &pages, Severity severity) {
-    std::size_t count = 0;
-    for (const PageData &page : pages) {
-        count += count_cells(page, [severity](const Row &row, std::size_t i) {
-            return row.judgements[i].has_value() && row.judgements[i]->severity == severity;
-        });
-    }
-    return count;
+std::size_t count_failed(std::span<const PageData> pages) {
+    return count_cells(pages, [](const Row &row, std::size_t i) { return row.cells[i].failed(); });
+}
+
+std::size_t count_judged(std::span<const PageData> pages, Severity severity) {
+    return count_cells(pages, [severity](const Row &row, std::size_t i) {
+        return row.judgements[i].has_value() && row.judgements[i]->severity == severity;
+    });
 }
 
 /// Returns whether a reading failed.
@@ -88,13 +82,9 @@ bool add_pages(Exposition &metrics, const LoadRecord &record) {
         read.push_back(read_page(page, record));
         add_page(metrics, read.back());
     }
-    std::size_t all_failed = 0;
     for (const PageData &page : read) {
-        const std::size_t failed =
-            count_cells(page, [](const Row &row, std::size_t i) { return row.cells[i].failed(); });
-        all_failed += failed;
         add_count(metrics, "dfd_failed_readings", "readings that failed in this pass",
-                  {{"page", page.page->name}}, failed);
+                  {{"page", page.page->name}}, count_failed({&page, 1}));
     }
     for (const Severity severity : {Severity::alarm, Severity::warning, Severity::note}) {
         add_count(metrics, "dfd_judgements",
@@ -102,7 +92,7 @@ bool add_pages(Exposition &metrics, const LoadRecord &record) {
                   {{"severity", std::string(severity_name(severity))}},
                   count_judged(read, severity));
     }
-    return all_failed != 0;
+    return count_failed(read) != 0;
 }
 
 int exit_of(const Library &library, bool has_failed) {

@@ -139,6 +139,20 @@ struct PageData {
     bool is_empty() const;
 };
 
+/// Visits section, row and number of each cell.
+template <typename Visit>
+void each_cell(std::span<const PageData> pages, Visit visit) {
+    for (const PageData &page : pages) {
+        for (const SectionData &data : page.sections) {
+            for (const Row &row : data.rows) {
+                for (std::size_t i = 0; i < row.cells.size(); ++i) {
+                    visit(*data.section, row, i);
+                }
+            }
+        }
+    }
+}
+
 PageData read_page(const Page &page, const LoadRecord &record);
 /// One cell anew; nothing is judged.
 Reading read_cell(const Column &column, const Place &place);
