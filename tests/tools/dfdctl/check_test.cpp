@@ -100,6 +100,12 @@ const Sick kCases[] = {
                        "addr = 0x61\nname = \"fan tray 2");
      },
      1, "alarm", "SILENT", "tray 2 EEPROM", "tray 2 type", "/dev/i2c-1 0x51"},
+    {"bus_times_out",
+     [](const Board &board) {
+         move_device(board, "bus = 2", "bus = 7");
+         board.append(kDevices, "[[bus]]\nnumber = 2\nabsent_error = 'ETIMEDOUT'\n");
+     },
+     4, "alarm", "NO ANSWER", "/dev/i2c-2", "time-out", "/dev/i2c-2"},
     {"eeprom_erased", [](const Board &board) { fill(board, "images/fan2.bin", '\xff'); }, 1,
      "warning", "BLANK", "tray 2 EEPROM", "0xff", "/dev/i2c-1 0x51"},
     {"eeprom_zero", [](const Board &board) { fill(board, "images/power2.bin", '\0'); }, 1,
@@ -118,7 +124,7 @@ const Sick kCases[] = {
          board.replace(kDevices, "addr = 0x57\nname = \"board EEPROM",
                        "addr = 0x58\nname = \"board EEPROM");
      },
-     0, "note", "SILENT", "board EEPROM", "does not answer", "/dev/i2c-0 0x57"},
+     0, "note", "SILENT", "board EEPROM", "does not need it", "/dev/i2c-0 0x57"},
     {"absent_and_answering",
      [](const Board &board) {
          board.replace(kDevices,
@@ -321,6 +327,23 @@ TEST(Check, AHealthyChassisSaysWhatWasLookedAt) {
         const json report = board.dfdctl("check --json").json();
         EXPECT_EQ(report["findings"], json::array()) << name;
         EXPECT_EQ(board.dfdctl("show all --json").out.find("\"severity\""), std::string::npos);
+    }
+}
+
+TEST(Check, ANewBoardIsHealthy) {
+    const TempDir dir;
+    for (const char *options : {"",
+                                " --slots 6 --cards --peer --interrupts --ports 4 --chassis 9 "
+                                "--type-from eeprom"}) {
+        const std::filesystem::path board = dir.path() / "new";
+        ASSERT_EQ(
+            run_tool(fmt::format("dfdctl new-board new --dir {}{}", dir.path().string(), options))
+                .status,
+            0);
+        const Result result =
+            run_tool(fmt::format("vchassis run {} -- {}/dfdctl check", board.string(), BUILD_DIR));
+        EXPECT_EQ(result.status, 0) << options << result.out;
+        std::filesystem::remove_all(board);
     }
 }
 

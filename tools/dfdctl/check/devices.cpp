@@ -2,6 +2,7 @@
 // Readings that failed: one finding for each device, with what it cost.
 #include <dfd/records.h>
 #include <algorithm>
+#include <set>
 
 #include "dfdctl/check/report.hpp"
 #include "hal/facts.h"
@@ -26,18 +27,20 @@ void add_lost_cells(Report &report) {
 
 using Group = std::vector<const Lost *>;
 
-/// "24 readings: tray 1 rotor 1 speed, tray 1 rotor 2 speed, ..."
+/// " (24 readings: tray 1 rotor 1 speed, tray 1 rotor 2 speed, ...)"
 std::string cost_of(const Group &group) {
     constexpr std::size_t kNamed = 2;
     std::vector<std::string> names;
     for (const Lost *lost : group) {
         names.push_back(lost->what);
     }
+    const std::string count =
+        group.size() > 1 ? fmt::format("{} readings: ", group.size()) : std::string();
     const bool has_more = names.size() > kNamed;
     names.resize(std::min(names.size(), kNamed));
-    return group.size() == 1 ? names.front()
-                             : fmt::format("{} readings: {}{}", group.size(),
-                                           fmt::join(names, ", "), has_more ? ", ..." : "");
+    return names.empty()
+               ? std::string()
+               : fmt::format(" ({}{}{})", count, fmt::join(names, ", "), has_more ? ", ..." : "");
 }
 
 /// An EEPROM that is no good is told already: only what it costs is news.
@@ -46,30 +49,59 @@ bool add_to_eeprom(const std::string &source, const Group &group, Report &report
     if (told == report.findings.end() || !told->is_of_device) {
         return false;
     }
-    told->what += fmt::format(" ({})", cost_of(group));
+    told->what += cost_of(group);
     return true;
+}
+
+std::vector<std::string> items_of_group(const Group &group) {
+    std::vector<std::string> items;
+    for (const Lost *lost : group) {
+        const std::string item = lost->item ? lost->item->name() : std::string();
+        if (!item.empty() && std::ranges::find(items, item) == items.end()) {
+            items.push_back(item);
+        }
+    }
+    return items;
+}
+
+std::string cause_text(const Reading &reading) {
+    if (!reading.cause) {
+        return reading.error;
+    }
+    const std::string advice = advice_of(*reading.cause);
+    return words_of(*reading.cause) + (advice.empty() ? "" : "; " + advice);
+}
+
+/// A device that holds nothing but an EEPROM is that.
+Finding device_finding(const std::string &source, Group group) {
+    const Reading &reading = group.front()->reading;
+    const bool is_silent = reading.status == Status::io_error;
+    Finding finding{.severity = is_silent ? Severity::alarm : Severity::warning,
+                    .word = is_silent ? "NO ANSWER" : "NO VALUE",
+                    .unit = source,
+                    .what = cause_text(reading),
+                    .value = reading,
+                    .items = items_of_group(group),
+                    .device = source};
+    finding.error = reading.cause ? errno_name(reading.cause->error) : std::string();
+    const auto eeprom = std::ranges::find_if(group, &Lost::is_eeprom);
+    if (eeprom != group.end() && group.front()->node() != source) {
+        finding.word = "SILENT";
+        finding.unit = (*eeprom)->what;
+        group.erase(eeprom);
+    }
+    finding.what += cost_of(group);
+    return finding;
 }
 
 void add_group(const std::string &source, const Group &group, Report &report) {
     if (add_to_eeprom(source, group, report)) {
         return;
     }
-    const Reading &reading = group.front()->reading;
-    const bool is_silent = reading.status == Status::io_error;
-    Finding finding{
-        .severity = is_silent ? Severity::alarm : Severity::warning,
-        .word = is_silent ? "NO ANSWER" : "NO VALUE",
-        .unit = source,
-        .what = fmt::format("{} ({})", reading.cause ? cause_text(*reading.cause) : reading.error,
-                            cost_of(group)),
-        .value = reading,
-        .device = source};
-    finding.error = reading.cause ? errno_name(reading.cause->error) : std::string();
-    for (const Lost *lost : group) {
-        const std::string item = lost->item ? lost->item->name() : std::string();
-        if (!item.empty() && std::ranges::find(finding.items, item) == finding.items.end()) {
-            finding.items.push_back(item);
-        }
+    Finding finding = device_finding(source, group);
+    if (std::ranges::all_of(group, &Lost::is_optional)) {
+        finding.severity = Severity::note;
+        finding.what += ", and the board type does not need it";
     }
     report.findings.push_back(std::move(finding));
 }
@@ -106,13 +138,10 @@ std::string place_of(const Item &item) {
     return record->fpath;
 }
 
-bool is_of_node(const FailedTransfer &cause) {
-    return !cause.address || fault_of(cause).reach == Reach::node;
-}
-
 std::string Lost::source() const {
     if (const auto &cause = reading.cause) {
-        return is_of_node(*cause) ? cause->path : cause->device();
+        return !cause->address || fault_of(*cause).reach == Reach::node ? cause->path
+                                                                        : cause->device();
     }
     const std::string place = item ? place_of(*item) : std::string();
     return !place.empty() ? place : what;
@@ -122,31 +151,30 @@ std::string Lost::node() const {
     return reading.cause ? reading.cause->path : item ? node_of(*item) : std::string();
 }
 
-std::string cause_text(const FailedTransfer &cause) {
-    const std::string advice = advice_of(cause);
-    return advice.empty() ? words_of(cause) : fmt::format("{}; {}", words_of(cause), advice);
-}
-
 void look_at_devices(Report &report) {
     add_lost_cells(report);
     note_alive(report);
-    std::vector<std::pair<std::string, Status>> sources;
+    // Where a whole bus has died, the devices that showed it first belong to that.
+    std::set<std::string> dead;
     for (const Lost &each : report.lost) {
-        const std::pair source(each.source(), each.reading.status);
-        if (std::ranges::find(sources, source) == sources.end()) {
-            sources.push_back(source);
+        if (each.reading.cause && each.source() == each.node()) {
+            dead.insert(each.node());
         }
-        report.is_unreachable |= source.second == Status::io_error && is_hardware(each.node()) &&
-                                 !report.alive.contains(each.node());
     }
-    for (const auto &[source, status] : sources) {
-        Group group;
-        for (const Lost &each : report.lost) {
-            if (each.source() == source && each.reading.status == status) {
-                group.push_back(&each);
-            }
+    std::vector<std::pair<std::pair<std::string, Status>, Group>> groups;
+    for (const Lost &each : report.lost) {
+        const std::string source = dead.contains(each.node()) ? each.node() : each.source();
+        const std::pair key(source, each.reading.status);
+        auto group = std::ranges::find(groups, key, &decltype(groups)::value_type::first);
+        if (group == groups.end()) {
+            group = groups.insert(groups.end(), {key, {}});
         }
-        add_group(source, group, report);
+        group->second.push_back(&each);
+        report.is_unreachable |= key.second == Status::io_error && !each.is_optional &&
+                                 is_hardware(each.node()) && !report.alive.contains(each.node());
+    }
+    for (const auto &[key, group] : groups) {
+        add_group(key.first, group, report);
     }
 }
 

@@ -27,9 +27,9 @@ enum class Presence { plugged, absent, unknown };
 
 /// An EEPROM that the board describes.
 struct Memory {
-    std::string unit;  ///< "tray 2"
-    std::string item;  ///< that describes it; empty for the board's own
-    int mode;          ///< enum info_ctrl_mode; none: no layout that could be checked
+    std::string unit;          ///< "tray 2"
+    std::optional<Item> item;  ///< that describes it; the board's own has none
+    int mode;                  ///< enum info_ctrl_mode; none: no layout that could be checked
     std::string device;
     std::uint16_t address;
     Presence presence = Presence::plugged;
@@ -79,8 +79,8 @@ void add_family(const Family &family, const LoadRecord &record, const Report &re
         if (!dfd::is_e2prom_mode(mode) || described.fpath[0] == '\0') {
             continue;
         }
-        memories.push_back({fmt::format("{} {}", word_of(family.kind), item.index1), item.name(),
-                            mode, described.fpath, static_cast<std::uint16_t>(described.addr),
+        memories.push_back({fmt::format("{} {}", word_of(family.kind), item.index1), item, mode,
+                            described.fpath, static_cast<std::uint16_t>(described.addr),
                             presence_of(report, family.section, item.index1)});
     }
 }
@@ -98,7 +98,7 @@ std::vector<Memory> memories_of(const LoadRecord &record, const Report &report) 
     for (std::uint32_t id = dfd::kFirstBackplane; id <= dfd::kLastBackplane; ++id) {
         const Item item = item_of(DFD_KEY_BP_E2PROM_DEV, id);
         if (const auto *dev = record_of<i2c_dev_t>(item)) {
-            memories.push_back({fmt::format("backplane {}", id), item.name(), INFO_CTRL_MODE_NONE,
+            memories.push_back({fmt::format("backplane {}", id), item, INFO_CTRL_MODE_NONE,
                                 dfd::BusPath(dev->bus).text,
                                 static_cast<std::uint16_t>(dev->addr)});
         }
@@ -154,8 +154,8 @@ Finding eeprom_finding(Severity severity, const char *word, const Memory &memory
     Finding finding{severity, word, memory.unit + " EEPROM", std::move(what)};
     finding.device = memory.place();
     finding.is_of_device = true;
-    if (!memory.item.empty()) {
-        finding.items.push_back(memory.item);
+    if (memory.item) {
+        finding.items.push_back(memory.item->name());
     }
     return finding;
 }
@@ -169,15 +169,14 @@ void look_at_absent(const Memory &memory, Report &report) {
     }
 }
 
-Finding silent(const Memory &memory, const FailedTransfer *cause) {
-    std::string what = cause != nullptr ? cause_text(*cause) : std::string("does not answer");
-    if (memory.is_optional) {
-        what = "does not answer; perhaps not fitted, for the board type does not need it";
-    }
-    Finding finding = eeprom_finding(memory.is_optional ? Severity::note : Severity::alarm,
-                                     "SILENT", memory, std::move(what));
-    finding.error = cause != nullptr ? errno_name(cause->error) : std::string();
-    return finding;
+/// What its device costs beside it is told in one line with it.
+Lost silent(const Memory &memory, const ReadingScope &scope) {
+    return {.what = memory.unit + " EEPROM",
+            .reading = scope.explained(
+                failure(Status::io_error, DFD_ERR_IO, "the EEPROM does not answer")),
+            .item = memory.item,
+            .is_eeprom = true,
+            .is_optional = memory.is_optional};
 }
 
 void look_at_plugged(const Memory &memory, Report &report) {
@@ -185,13 +184,7 @@ void look_at_plugged(const Memory &memory, Report &report) {
     const ReadingScope scope;
     if (dfd_read_e2prom(memory.device.c_str(), memory.address, 0, image.data(), kImageSize) !=
         DFD_OK) {
-        const FailedTransfer *cause = scope.failed();
-        if (cause != nullptr && is_of_node(*cause)) {
-            report.lost.push_back(
-                {memory.unit + " EEPROM", {.status = Status::io_error, .cause = *cause}, {}});
-        } else {
-            report.findings.push_back(silent(memory, cause));
-        }
+        report.lost.push_back(silent(memory, scope));
         return;
     }
     report.alive.insert(memory.device);

@@ -41,6 +41,8 @@ struct Lost {
     std::string what;  ///< "tray 1 rotor 2 speed"
     Reading reading;
     std::optional<Item> item;
+    bool is_eeprom = false;    ///< all of one: it does not answer
+    bool is_optional = false;  ///< that is no problem
 
     /// The device, where a node cannot be used the node, else the reading itself.
     std::string source() const;
@@ -79,10 +81,6 @@ void look_at_eeproms(const LoadRecord &record, Report &report);
 std::string place_of(const Item &item);
 /// The device file or bus alone; empty for an item without one.
 std::string node_of(const Item &item);
-/// Whether the node cannot be used at all, or a whole bus.
-bool is_of_node(const FailedTransfer &cause);
-/// "no acknowledgement at this address; the device is not plugged, ..."
-std::string cause_text(const FailedTransfer &cause);
 
 void print_report(std::FILE *out, const Report &report);
 nlohmann::ordered_json report_json(const Report &report);

@@ -2,8 +2,6 @@
 // What the start of the library tells: the board, its configuration files.
 #include "dfdctl/board/start.hpp"
 
-#include <algorithm>
-
 #include "dfdctl/check/report.hpp"
 #include "dfdctl/pages/board_page.hpp"
 
@@ -17,7 +15,7 @@ void add(Report &report, Severity severity, const char *word, std::string unit, 
     report.findings.push_back({severity, word, std::move(unit), std::move(what)});
 }
 
-void look_at_file(const ConfigFile &file, bool is_type_known, Report &report) {
+void look_at_file(const ConfigFile &file, Report &report) {
     if (file.failed_line != 0) {
         add(report, Severity::alarm, "NOT LOADED", file.path,
             fmt::format("loading stopped in line {}: {}", file.failed_line, file.error));
@@ -36,12 +34,14 @@ void look_at_file(const ConfigFile &file, bool is_type_known, Report &report) {
                 fmt::format("{}: what the chassis adds to the board is missing", file.error));
             break;
         case FileRole::card_pid:
-            // A board whose EEPROM tells its type has none.
-            if (!is_type_known) {
-                add(report, Severity::alarm, "NOT FOUND", file.path, file.error);
-            }
+            add(report, Severity::alarm, "NOT FOUND", file.path, file.error);
             break;
     }
+}
+
+/// A board whose EEPROM tells its type has no list of product identifiers.
+bool is_optional(const ConfigFile &file, const Library &library) {
+    return file.role == FileRole::card_pid && !file.opened && library.usable();
 }
 
 void look_at_lines(const LoadRecord &record, const ConfigFile &file, Report &report) {
@@ -76,14 +76,17 @@ void look_at_start(const Library &library, Report &report) {
     if (!library.usable()) {
         look_at_board(library, report);
     }
+    Looked files{"configuration file", "configuration files"};
     for (const ConfigFile &file : library.log.files) {
-        look_at_file(file, library.usable(), report);
+        if (is_optional(file, library)) {
+            continue;
+        }
+        ++files.total;
+        files.present += file.failed() ? 0 : 1;
+        look_at_file(file, report);
         look_at_lines(library.log, file, report);
     }
-    const auto loaded = std::ranges::count_if(
-        library.log.files, [](const ConfigFile &file) { return !file.failed(); });
-    report.looked.push_back({"configuration file", "configuration files",
-                             static_cast<std::size_t>(loaded), library.log.files.size()});
+    report.looked.push_back(files);
 }
 
 }  // namespace dfdctl::check
