@@ -30,6 +30,8 @@ struct UsageError : std::runtime_error {
 
 struct Options {
     bool json = false;
+    unsigned width = 0;        ///< columns of text; 0: those of the terminal
+    bool wide = false;         ///< text without a limit
     unsigned debug = 0;        ///< level of dfd_open_debug; 0: the log gate stays closed
     std::FILE *out = nullptr;  ///< for data; the library writes its log elsewhere
 };
@@ -43,7 +45,9 @@ class Command {
   public:
     Command(CLI::App &app, Action &action) : app_(&app), action_(&action) {}
 
-    Command subcommand(const std::string &name, const std::string &description);
+    /// `example` is a whole command line that its help shows.
+    Command subcommand(const std::string &name, const std::string &description,
+                       const std::string &example);
     /// One of its subcommands must follow.
     void needs_subcommand();
     /// A word that must be given.
@@ -63,6 +67,12 @@ class Command {
     CLI::App *app_;
     Action *action_;
 };
+
+/// Help in lines that keep the width of all text, for a program and its subcommands; before they
+/// are added.
+void set_up_help(CLI::App &app);
+/// The last lines of a help.
+std::string help_footer(const std::string &example, const std::string &text);
 
 /// Each adds a subcommand.
 void add_check(Command &top, const Options &options);

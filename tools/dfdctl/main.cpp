@@ -7,7 +7,7 @@
 #include "common/nearest.hpp"
 #include "dfdctl/board/start.hpp"
 #include "dfdctl/command.hpp"
-#include "dfdctl/control/controls.hpp"
+#include "dfdctl/output.hpp"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -17,7 +17,7 @@ namespace {
 using namespace dfdctl;
 
 constexpr const char *kDescription =
-    "Shows what board this is, and reads and writes what its configuration describes.\n"
+    "Shows what board this is, and reads and writes what its configuration describes. "
     "Data goes to standard output, messages and the library's log to standard error.";
 
 constexpr const char *kFooter =
@@ -31,16 +31,8 @@ constexpr const char *kFooter =
     "Without hardware: vchassis run DIR -- dfdctl ...";
 
 constexpr unsigned kMaxDebugLevel = 4;
-
-/// Where a positional's type name is a usage, the usage line shows that.
-class UsageFormatter : public CLI::Formatter {
-  public:
-    std::string make_option_usage(const CLI::Option *option) const override {
-        const std::string type = option->get_type_name();
-        const bool speaks = type.starts_with('[') || option->get_name() == kWordsOption;
-        return speaks ? type : CLI::Formatter::make_option_usage(option);
-    }
-};
+constexpr unsigned kLeastWidth = 20;
+constexpr unsigned kMostWidth = 1000;
 
 const CLI::App *subcommand_named(const CLI::App &app, const std::string &name) {
     for (const CLI::App *subcommand : app.get_subcommands({})) {
@@ -62,7 +54,7 @@ Path follow(const CLI::App &app, std::span<char *const> words) {
     for (std::size_t i = 0; i < words.size(); ++i) {
         const std::string word = words[i];
         if (word.starts_with('-')) {
-            i += word == "--debug" ? 1 : 0;
+            i += word == "--debug" || word == "--width" ? 1 : 0;
             continue;
         }
         if (path.at->get_subcommands({}).empty()) {
@@ -153,8 +145,8 @@ void report_usage(const CLI::App &app, const CLI::ParseError &error, std::span<c
 
 int run(int argc, char **argv, Options &options) {
     CLI::App app{kDescription, "dfdctl"};
-    app.footer(kFooter);
-    app.formatter(std::make_shared<UsageFormatter>());
+    app.footer(help_footer("dfdctl show board", kFooter));
+    set_up_help(app);
     app.require_subcommand(1);
     app.fallthrough();
     app.set_version_flag("--version", "dfdctl " DFDCTL_VERSION);
@@ -164,6 +156,14 @@ int run(int argc, char **argv, Options &options) {
                    "4 voltage lock")
         ->type_name("LEVEL")
         ->check(CLI::Range(0U, kMaxDebugLevel));
+    CLI::Option *width =
+        app.add_option("--width", options.width,
+                       "Columns of text; without it those of the terminal, 80 where there is none")
+            ->type_name("N")
+            ->check(CLI::Range(kLeastWidth, kMostWidth));
+    app.add_flag("--wide", options.wide,
+                 "Text without a limit: nothing is wrapped, cut or left out")
+        ->excludes(width);
     Action action;
     Command top(app, action);
     add_check(top, options);
@@ -181,6 +181,7 @@ int run(int argc, char **argv, Options &options) {
         app.parse(argc, argv);
     } catch (const CLI::Success &success) {
         // Help and version are data.
+        set_width(options.out, options.width, options.wide);
         std::ostringstream text;
         app.exit(success, text, text);
         fmt::print(options.out, "{}", text.str());
@@ -189,6 +190,7 @@ int run(int argc, char **argv, Options &options) {
         report_usage(app, error, std::span(argv, static_cast<std::size_t>(argc)).subspan(1));
         return kExitUsage;
     }
+    set_width(options.out, options.width, options.wide);
     return action();
 }
 

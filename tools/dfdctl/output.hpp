@@ -1,23 +1,87 @@
 // SPDX-License-Identifier: MIT
+// Text that fits the terminal, and JSON.
 #pragma once
 
+#include <concepts>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace dfdctl {
 
+inline constexpr std::size_t kUsualWidth = 80;  ///< where no terminal tells another one
+
+/// Sets the width that all text keeps: `columns`; 0: that of the terminal behind `out`, else the
+/// usual one. Wide text has no limit: nothing is wrapped, cut or left out.
+void set_width(std::FILE *out, unsigned columns, bool is_wide);
+std::size_t text_width();
+bool is_wide();
+
+/// Columns that a text takes: one for each character of UTF-8.
+std::size_t columns_of(std::string_view text);
+/// The text in lines of at most `room` columns, broken between words, all but the first indented.
+/// A word that is longer is broken behind a sign such as '/', or anywhere.
+std::vector<std::string> wrapped(std::string text, std::size_t room, std::size_t indent);
+/// The text with a line end, wrapped to the width.
+void print_wrapped(std::FILE *out, const std::string &text, std::size_t indent);
+/// Pieces behind a label, broken between them; further lines are indented as deep as the label is.
+void print_pieces(std::FILE *out, const std::string &label, const std::vector<std::string> &pieces);
+/// "a," "b," "c"
+std::vector<std::string> with_commas(std::vector<std::string> pieces);
+/// "  name            text", wrapped behind the margin of `width` columns for the name.
+void print_named(std::FILE *out, std::string_view name, std::size_t width, std::string_view text);
+
+/// A value, without its end where it is longer than a cell of a table may be.
+std::string cut(const std::string &value);
+
+/// What happens to a cell that is longer than any should be.
+enum class Fit {
+    cut,        ///< its end is left out
+    cut_front,  ///< its beginning, as of paths
+    number,     ///< as cut, and aligned to the right
+    whole,      ///< nothing: one types it again
+    prose       ///< the text is wrapped in the room that other columns leave, or below the row
+};
+
+/// The head of a column. Where not all columns fit, those of lower rank stay, and of the same rank
+/// the left ones; the first one always does.
+struct Heading {
+    template <std::convertible_to<std::string> Text>
+    Heading(Text &&words, Fit how = Fit::cut, unsigned place = 0)
+        : text(std::forward<Text>(words)), fit(how), rank(place) {}
+
+    std::string text;
+    Fit fit;
+    unsigned rank;
+};
+
 /// Rows under headings, columns aligned.
 class Table {
   public:
-    explicit Table(std::vector<std::string> headings);
+    explicit Table(std::vector<Heading> headings);
 
     void add(std::vector<std::string> cells);
-    /// The rows, each indented by two blanks; without rows nothing.
+    /// The rows, each indented by two blanks; without rows nothing. Columns that do not fit, and
+    /// those with cells that would be cut, stand below the row where there are few rows; else
+    /// columns that do not fit are named below the table.
     void print(std::FILE *out) const;
 
   private:
+    struct Layout;
+
+    std::string shown(std::size_t column, const std::string &cell) const;
+    bool has_few_rows() const;
+    bool is_cut(std::size_t column) const;
+    Layout fitted() const;
+    std::size_t widen(Layout &layout, std::size_t used) const;
+    void print_headings(std::FILE *out, const Layout &layout) const;
+    void print_row(std::FILE *out, const Layout &layout, const std::vector<std::string> &row) const;
+    void print_notes(std::FILE *out, const Layout &layout) const;
+
+    std::vector<Heading> headings_;
     std::vector<std::vector<std::string>> rows_;
 };
 

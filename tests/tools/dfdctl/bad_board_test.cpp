@@ -119,7 +119,8 @@ TEST(BadBoard, ASilentDeviceFailsTheReadingsBehindIt) {
     EXPECT_FALSE(items.json().is_discarded());
     const Result page = board.dfdctl("show board");
     EXPECT_EQ(page.status, 1);
-    EXPECT_THAT(page.out, HasSubstr("(/dev/i2c-3 0x21: no acknowledgement at this address)"));
+    EXPECT_THAT(page.out,
+                HasSubstr("port_sfp_state_1: /dev/i2c-3 0x21: no acknowledgement at this address"));
 }
 
 TEST(BadBoard, EepromsThatAreSilentOrHoldOtherThings) {

@@ -192,7 +192,7 @@ TEST(BoardPage, ReadsEverySourceFormatPolarityAndMode) {
 }
 
 TEST(BoardPage, TextHasTheSameFactsUnderHeadings) {
-    const Result result = Board("demo").dfdctl("show board");
+    const Result result = Board("demo").dfdctl("show board --wide");
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.err, "");
     std::size_t at = 0;

@@ -59,7 +59,7 @@ TEST(Get, ValuesWithUnitAndName) {
         {"fan_sn 2", "FT2F00240202"},
         {"fan_type 3", "33 (-F)"},
         {"power_type 1", "PS1200-AC"},
-        {"cpld_ver_date", "20 24 06 18"},
+        {"cpld_ver_date", "not text: 20 24 06 18"},
         {"reset_button_type", "2 (long)"},
     };
     const Board board("demo");
@@ -94,7 +94,7 @@ TEST(Get, FailuresHaveAnExitStatusAndTheReason) {
         {"get fan_sn 4", 1, "the unit is not plugged"},
         {"get qqqq", 2, "unknown item 'qqqq'; 'dfdctl items' lists those of this board"},
         {"gte fan_num", 2, "did you mean 'get'"},
-        {"bogus", 2, "unknown command 'bogus'; the commands are: show, get, set, items"},
+        {"bogus", 2, "unknown command 'bogus'; the commands are: check, show, get, set, items"},
         {"show bored", 2, "did you mean 'board'"},
         {"items --type fanname", 2, "did you mean 'fan_name'"},
         {"items --type port_sfp_statee", 2, "did you mean 'port_sfp_state'"},
@@ -103,7 +103,7 @@ TEST(Get, FailuresHaveAnExitStatusAndTheReason) {
         {"items --type vsd_support", 2, "did you mean 'vsd_support_num'"},
         {"items --type sslot_fpga_num", 3, "no 'sslot_fpga_num' is configured"},
         {"--debug 9 get fan_num", 2, "0 to 4"},
-        {"", 2, "a command is missing; the commands are: show, get, set, items"},
+        {"", 2, "a command is missing; the commands are: check, show, get, set, items"},
         {"show", 2, "a command is missing; the commands behind 'show' are: board, slots"},
     };
     const Board board("demo");

@@ -87,13 +87,78 @@ TEST(Pages, WordsAndUnits) {
     };
     const Board board("demo");
     for (const Case &each : cases) {
-        const Result result = board.dfdctl(fmt::format("show {}", each.page));
+        const Result result = board.dfdctl(fmt::format("show {} --wide", each.page));
         EXPECT_EQ(result.status, 0) << each.page << result.err;
         EXPECT_EQ(result.err, "") << each.page;
         for (const char *line : each.lines) {
             EXPECT_THAT(result.out, ContainsRegex(line)) << each.page;
         }
     }
+}
+
+TEST(Pages, OfOneUnit) {
+    struct Case {
+        const char *words;
+        const char *section;
+        std::size_t rows;
+        const char *label;
+        json value;
+    };
+    const Case cases[] = {
+        {"power 1", "telemetry", 1, "supply", 1},
+        {"fans 2", "rotors", 2, "tray", 2},
+        {"slots 3", "slots", 1, "slot", 3},
+        {"temps 31", "sensors", 1, "card", 31},
+        {"temps 31", "switch_chips", 0, "", {}},
+        {"voltages 0", "channels", 3, "card", 0},
+        {"leds fan", "leds", 1, "led", "fan"},
+        {"sfp 4", "ports", 1, "port", 4},
+        {"backplane 2", "backplanes", 1, "number", 2},
+        {"subcards 3", "sub_cards", 1, "sub_slot", 3},
+        {"irq 0.0.1", "sources", 1, "position", "0.0.1"},
+    };
+    const Board board("demo");
+    for (const Case &each : cases) {
+        const json page = board.dfdctl(fmt::format("show {} --json", each.words)).json();
+        EXPECT_EQ(page["command"], std::string("show ") + each.words);
+        ASSERT_EQ(page[each.section].size(), each.rows) << each.words;
+        for (const json &row : page[each.section]) {
+            EXPECT_EQ(row[each.label], each.value) << each.words;
+        }
+    }
+    EXPECT_EQ(board.dfdctl("show power 1 --json").json()["system"], json());
+    const std::string text = board.dfdctl("show power 1").out;
+    EXPECT_THAT(text, testing::AllOf(HasSubstr("PS12AC0024061701"), HasSubstr("230 V"),
+                                     testing::Not(HasSubstr("PS8DC00024061702")),
+                                     testing::Not(HasSubstr("supplies are modules"))));
+    const std::string trace =
+        run_tool(fmt::format("vchassis run --trace {} -- {}/dfdctl show fans 2",
+                             board.file("").string(), BUILD_DIR))
+            .err;
+    EXPECT_THAT(trace, testing::AllOf(HasSubstr("0x51"), testing::Not(HasSubstr("0x52"))));
+}
+
+TEST(Pages, UnitsThatDoNotExist) {
+    struct Case {
+        const char *words;
+        const char *error;
+    };
+    const Case cases[] = {
+        {"power 9", "there is no supply 9; this board has 1, 2, 3, 4"},
+        {"fans x", "there is no tray x; this board has 1, 2, 3, 4"},
+        {"leds lamp", "there is no LED lamp; this board has status, primary, alarm, "},
+        {"subcards 2", "there is no sub-slot 2; this board has 1, 3, 4, 5, 6, 7, 8"},
+        {"board 1", "unexpected '1'"},
+    };
+    const Board board("demo");
+    for (const Case &each : cases) {
+        const Result result = board.dfdctl(fmt::format("show {}", each.words));
+        EXPECT_EQ(result.status, 2) << each.words;
+        EXPECT_EQ(result.out, "") << each.words;
+        EXPECT_THAT(result.err, HasSubstr(each.error));
+    }
+    EXPECT_THAT(Board("demo-linecard").dfdctl("show fans 1").err,
+                HasSubstr("there is no tray 1; this board has none"));
 }
 
 // Of a TLV image the library takes the device type's four bytes for the name, not the product name.
@@ -183,7 +248,7 @@ TEST(Pages, ALineCard) {
 TEST(Pages, AFailedReadingSaysWhy) {
     const Board board("demo");
     board.append("etc/cfg/dfd/cfg_file/cm8_temps.cfg", "card_temp_ctrl.addr_0_1=0x77\n");
-    const Result text = board.dfdctl("show temps");
+    const Result text = board.dfdctl("show temps --wide");
     EXPECT_EQ(text.status, 1);
     EXPECT_THAT(text.out, ContainsRegex("inlet  *lm75  *.io_error."));
     EXPECT_THAT(text.out, HasSubstr("/dev/i2c-0 0x77: no acknowledgement at this address"));

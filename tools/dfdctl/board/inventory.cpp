@@ -60,6 +60,7 @@ Reading type_by_name(Reading reading) {
     }
     reading.value = std::int64_t{type};
     reading.bytes.clear();
+    reading.contents = Contents::text;
     return reading;
 }
 

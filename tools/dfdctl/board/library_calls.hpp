@@ -21,6 +21,7 @@ struct Answer {
     int code = DFD_OK;
     decltype(Reading::value) value = {};
     const char *meaning = "";  ///< of a value that the column has no word for
+    Contents contents = Contents::text;
 };
 
 using Reader = Answer (*)(const Place &);
@@ -82,7 +83,8 @@ Answer by_text(const Place &place) {
     const auto size = static_cast<std::size_t>(std::clamp(len, 0, kCapacity));
     std::array<std::uint8_t, kCapacity> bytes = {};
     std::copy_n(text.begin(), size, bytes.begin());
-    return {.value = buffer_reading(std::span(bytes).first(size)).value};
+    Reading reading = buffer_reading(std::span(bytes).first(size));
+    return {.value = std::move(reading.value), .contents = reading.contents};
 }
 
 /// A value that the library knows how to read, by the key type of its item.

@@ -34,6 +34,11 @@ std::string hex_text(std::span<const std::uint8_t> bytes) {
     return fmt::format("{:02x}", fmt::join(bytes, " "));
 }
 
+bool is_padding(char c) {
+    constexpr char kErased = '\xff';
+    return std::isspace(static_cast<unsigned char>(c)) != 0 || c == kErased;
+}
+
 }  // namespace
 
 std::string_view status_name(Status status) {
@@ -44,17 +49,25 @@ Reading failure(Status status, int code, std::string error) {
     return {.status = status, .code = code, .error = std::move(error)};
 }
 
+bool is_blank(std::span<const std::uint8_t> bytes) {
+    return std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) {
+        return byte == 0 || is_padding(static_cast<char>(byte));
+    });
+}
+
 Reading buffer_reading(std::span<const std::uint8_t> bytes) {
     Reading reading;
     reading.bytes.assign(bytes.begin(), bytes.end());
     std::string text(bytes.begin(), std::find(bytes.begin(), bytes.end(), 0));
     // Fields are padded with blanks or line ends, or with bytes of an erased memory.
-    while (!text.empty() &&
-           (std::isspace(static_cast<unsigned char>(text.back())) != 0 || text.back() == '\xff')) {
+    while (!text.empty() && is_padding(text.back())) {
         text.pop_back();
     }
     const bool is_text = is_printable(text) && (!text.empty() || bytes.empty());
     reading.value = is_text ? text : hex_text(bytes);
+    reading.contents = is_blank(bytes) ? Contents::blank
+                       : is_text       ? Contents::text
+                                       : Contents::binary;
     return reading;
 }
 
@@ -64,6 +77,18 @@ std::string value_text(const Reading &reading) {
                               [](double value) { return fmt::format("{:.6g}", value); },
                               [](const std::string &value) { return value; }},
                       reading.value);
+}
+
+std::string shown_text(const Reading &reading) {
+    switch (reading.contents) {
+        case Contents::blank:
+            return "blank";
+        case Contents::binary:
+            return "not text: " + value_text(reading);
+        case Contents::text:
+            break;
+    }
+    return value_text(reading);
 }
 
 std::string full_text(const Reading &reading) {
@@ -76,7 +101,7 @@ std::string full_text(const Reading &reading) {
     if (!reading.ok()) {
         return fmt::format("({})", reading.error);
     }
-    std::string text = value_text(reading);
+    std::string text = shown_text(reading);
     if (!reading.unit.empty()) {
         text += " " + reading.unit;
     }

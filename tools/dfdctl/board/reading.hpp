@@ -28,6 +28,13 @@ enum class Status {
 
 std::string_view status_name(Status status);
 
+/// What a buffer holds.
+enum class Contents {
+    text,
+    blank,  ///< nothing: blanks, zeros or the bytes of an erased memory
+    binary
+};
+
 /// A value, or why there is none.
 struct Reading {
     Status status = Status::ok;
@@ -38,6 +45,7 @@ struct Reading {
     std::vector<std::uint8_t> bytes = {};  ///< of a buffer
     std::string error = {};
     std::optional<FailedTransfer> cause = {};  ///< of an io_error
+    Contents contents = Contents::text;        ///< of the buffer that the value comes from
 
     bool ok() const { return status == Status::ok; }
     bool failed() const { return status > Status::absent; }
@@ -46,13 +54,17 @@ struct Reading {
 Reading failure(Status status, int code, std::string error);
 /// Why the library has no value, by its result for an item that is configured.
 Reading engine_failure(int code);
-/// Text and bytes of a buffer; the text ends at a NUL and is shown as hexadecimal when it has
-/// characters that cannot be printed.
+/// Text and bytes of a buffer; the text ends at a NUL, and is hexadecimal when it has characters
+/// that cannot be printed.
 Reading buffer_reading(std::span<const std::uint8_t> bytes);
+/// Nothing but blanks, zeros and bytes of an erased memory.
+bool is_blank(std::span<const std::uint8_t> bytes);
 
 /// "230.5", "FT1-F", "20 24 06 18"; "-" where there is no value.
 std::string value_text(const Reading &reading);
-/// The value with its unit and meaning, or the error in brackets.
+/// The same for people to read: "blank" or "not text: 20 24 06 18" where a buffer holds no text.
+std::string shown_text(const Reading &reading);
+/// The value for people, with its unit and meaning, or the error in brackets.
 std::string full_text(const Reading &reading);
 nlohmann::ordered_json to_json(const Reading &reading);
 /// Says on standard error why an item has no value.

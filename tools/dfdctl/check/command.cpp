@@ -68,7 +68,8 @@ int check_chassis(const Options &options, const Files &files) {
 }  // namespace
 
 void add_check(Command &top, const Options &options) {
-    Command command = top.subcommand("check", "Say what is wrong with this chassis, worst first");
+    Command command =
+        top.subcommand("check", "Say what is wrong with this chassis, worst first", "dfdctl check");
     const auto files = std::make_shared<Files>();
     command.option("--expect", files->expect, "Compare with what this file says the chassis has",
                    "FILE");

@@ -14,8 +14,6 @@ namespace {
 
 using nlohmann::ordered_json;
 
-constexpr std::size_t kWidth = 80;
-
 std::string counted(std::size_t count, std::string_view what) {
     return count == 0 ? std::string() : fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
 }
@@ -33,26 +31,6 @@ std::string headline(const Report &report) {
         return counts;
     }
     return counts.empty() ? "Healthy" : "Healthy, " + counts;
-}
-
-/// Words in lines that fit, behind a margin, the first line behind one of its own.
-void print_wrapped(std::FILE *out, const std::string &text, std::size_t margin,
-                   std::size_t first_margin = 0) {
-    std::string line(first_margin, ' ');
-    std::size_t at = 0;
-    while (at < text.size()) {
-        const std::size_t end = std::min(text.find(' ', at), text.size());
-        const std::string word = text.substr(at, end - at);
-        const bool is_first = line.find_first_not_of(' ') == std::string::npos;
-        if (!is_first && line.size() + 1 + word.size() > kWidth) {
-            fmt::print(out, "{}\n", line);
-            line = std::string(margin, ' ') + word;
-        } else {
-            line += (is_first ? "" : " ") + word;
-        }
-        at = end + 1;
-    }
-    fmt::print(out, "{}\n", line);
 }
 
 /// "fan_real_speed 2 1, fan_speed_floor: /dev/fpga0".
@@ -123,12 +101,12 @@ void print_group(std::FILE *out, const FindingGroup &group) {
     const std::string head = fmt::format("{:<{}}{}: {}: {}", severity_name(finding.severity),
                                          kMargin, group.units_text(), finding.word, finding.what);
     const std::string source = source_text(finding);
-    if (source.empty() || head.size() + source.size() + 3 <= kWidth) {
+    if (source.empty() || head.size() + source.size() + 3 <= text_width()) {
         print_wrapped(out, source.empty() ? head : fmt::format("{} ({})", head, source), kMargin);
         return;
     }
     print_wrapped(out, head, kMargin);
-    print_wrapped(out, source, kMargin, kMargin);
+    print_wrapped(out, std::string(kMargin, ' ') + source, kMargin);
 }
 
 std::string looked_text(const Report &report) {

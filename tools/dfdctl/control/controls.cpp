@@ -289,24 +289,27 @@ std::vector<Change> write_protect(const ControlWords &words, const LoadRecord & 
 constexpr Control kControls[] = {
     {"fan", "speed", "FAN [ROTOR] LEVEL",
      "Number of the fan tray, of one rotor or else all of them, and the speed level",
-     "Set the speed level of fans", 2, 3, fan_speed},
+     "Set the speed level of fans", "dfdctl fan speed 1 3 --yes", 2, 3, fan_speed},
     {"led", "set", "LED STATE [UNIT]",
      "As 'show leds' names them: the LED, a state that it can show, and the unit where it has "
      "units "
      "(default 0)",
-     "Set an LED", 2, 3, led_set},
+     "Set an LED", "dfdctl led set alarm red", 2, 3, led_set},
     {"slot", "reset", "SLOT|all", "Number of the slot, or all",
-     "Reset the line card of a slot, or all of them", 1, 1, slot_reset},
+     "Reset the line card of a slot, or all of them", "dfdctl slot reset 3 --yes", 1, 1,
+     slot_reset},
     {"slot", "power", "SLOT on|off", "Number of the slot, and what its power shall be",
-     "Switch the power of a card", 2, 2, slot_power},
+     "Switch the power of a card", "dfdctl slot power 3 off --yes", 2, 2, slot_power},
     {"sfp", "tx", "PORT on|off", "Number of the port, and what its transmitter shall be",
-     "Switch the transmitter of a port", 2, 2, sfp_tx},
+     "Switch the transmitter of a port", "dfdctl sfp tx 1 off --yes", 2, 2, sfp_tx},
     {"irq", "mask", "TYPE on|off",
      "Interrupt type as 'show irq' names it; on masks its sources, off lets them through",
-     "Mask or unmask all interrupt sources of a type", 2, 2, irq_mask},
-    {"master", "reset", "", "", "Reset the peer master board", 0, 0, master_reset},
+     "Mask or unmask all interrupt sources of a type", "dfdctl irq mask card on", 2, 2, irq_mask},
+    {"master", "reset", "", "", "Reset the peer master board", "dfdctl master reset --yes", 0, 0,
+     master_reset},
     {"write-protect", nullptr, "TARGET on|off", "board, fans, subcards or backplane, and on or off",
-     "Switch the write protection of EEPROMs", 2, 2, write_protect},
+     "Switch the write protection of EEPROMs", "dfdctl write-protect fans off", 2, 2,
+     write_protect},
 };
 
 }  // namespace

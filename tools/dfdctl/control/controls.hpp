@@ -29,15 +29,13 @@ struct Change {
 
 using ControlWords = std::vector<std::string>;
 
-/// Name of the positional that takes them; the usage line shows its type name alone.
-inline constexpr const char *kWordsOption = "WORDS";
-
 struct Control {
     const char *group;
     const char *name;   ///< null: the group is the command
     const char *usage;  ///< of its words
     const char *words;  ///< what they are
     const char *description;
+    const char *example;
     std::size_t fewest;  ///< words
     std::size_t most;
     /// What the words ask for; throws UsageError. The library runs.

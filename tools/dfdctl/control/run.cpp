@@ -176,9 +176,9 @@ std::string group_description(std::string_view group) {
 void add_control(Command &parent, const char *name, const Control &control,
                  const Options &options) {
     auto request = std::make_shared<Request>();
-    Command command = parent.subcommand(name, control.description);
+    Command command = parent.subcommand(name, control.description, control.example);
     if (control.most > 0) {
-        command.words(kWordsOption, request->words, control.words, control.usage, 0, control.most);
+        command.words("WORDS", request->words, control.words, control.usage, 0, control.most);
     }
     command.flag("--yes", request->yes, "Do not ask, also where traffic is disturbed");
     command.runs([&options, &control, request] { return run(options, control, *request); });
@@ -195,7 +195,8 @@ void add_controls(Command &top, const Options &options) {
         }
         auto group = groups.find(control.group);
         if (group == groups.end()) {
-            Command command = top.subcommand(control.group, group_description(control.group));
+            Command command =
+                top.subcommand(control.group, group_description(control.group), control.example);
             command.needs_subcommand();
             group = groups.emplace(control.group, command).first;
         }

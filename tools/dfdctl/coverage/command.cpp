@@ -140,7 +140,8 @@ int coverage_command(const Options &options, const Arguments &arguments) {
 void add_coverage(Command &top, const Options &options) {
     auto arguments = std::make_shared<Arguments>();
     Command command = top.subcommand(
-        "coverage", "Show which functions work for which units of a board, without hardware");
+        "coverage", "Show which functions work for which units of a board, without hardware",
+        "dfdctl coverage --root gx4 --require fans,power");
     command.option("--root", arguments->root,
                    "Boards in and below this directory (a board is a directory that holds "
                    "etc/cfg/dfd); without it, those of this system",

@@ -18,9 +18,9 @@ namespace {
 using observe::Role;
 using observe::Subsystem;
 
-constexpr std::size_t kWidth = 100;
-constexpr std::size_t kIndent = 18;  // of the lists of functions
-constexpr std::size_t kGap = 2;      // between columns
+constexpr std::size_t kIndent = 18;     // of the lists of functions
+constexpr std::size_t kGap = 2;         // between columns
+constexpr std::size_t kTextIndent = 6;  // of the second line of a sentence
 
 constexpr std::array kStates = {State::answers, State::standard, State::not_configured,
                                 State::unusable};
@@ -90,7 +90,7 @@ class Grid {
             std::size_t width = kGap + name_ + kGap + prefixes_ + kGap + detail_;
             std::size_t end = begin;
             while (end < columns_.size() &&
-                   (end == begin || width + columns_[end].width(rows_) <= kWidth)) {
+                   (end == begin || width + columns_[end].width(rows_) <= text_width())) {
                 width += columns_[end].width(rows_);
                 ++end;
             }
@@ -138,7 +138,7 @@ void print_list(std::FILE *out, std::string_view label, const std::vector<std::s
     std::string line = fmt::format("  {:<{}}", label, kIndent - kGap);
     for (std::size_t i = 0; i < words.size(); ++i) {
         const std::string word = words[i] + (i + 1 < words.size() ? "," : "");
-        if (line.size() + 1 + word.size() > kWidth && line.size() > kIndent) {
+        if (line.size() + 1 + word.size() > text_width() && line.size() > kIndent) {
             fmt::print(out, "{}\n", trimmed(line));
             line.assign(kIndent, ' ');
         }
@@ -240,8 +240,11 @@ void print_unusable(std::FILE *out, const Report &report) {
         fmt::print(out, "\nUnusable\n");
     }
     for (const Known &each : known) {
-        fmt::print(out, "  {}: {}: {} (code {})\n", place_of(each.refusal, report),
-                   item_of_key(each.refusal.key).name(), each.refusal.reason, each.refusal.code);
+        print_wrapped(out,
+                      fmt::format("  {}: {}: {} (code {})", place_of(each.refusal, report),
+                                  item_of_key(each.refusal.key).name(), each.refusal.reason,
+                                  each.refusal.code),
+                      kTextIndent);
         print_list(out, "  wanted by", calls_of(each.calls));
     }
 }
@@ -258,20 +261,21 @@ std::string milliseconds(std::uint64_t us) {
 }
 
 void print_cost(std::FILE *out, const Report &report) {
-    constexpr std::size_t kDevice = 32;
     const Cost &cost = report.cost;
     fmt::print(out, "\nOne monitoring pass: {}, {}, {}\n", plural(cost.calls, "call"),
                plural(cost.transfers(), "transfer"), plural(cost.bytes(), "byte"));
-    if (!cost.traffic.empty()) {
-        fmt::print(out, "  {:<{}}  {:>6}  {:>6}  {:>6}  {:>10}\n", "DEVICE", kDevice, "READS",
-                   "WRITES", "BYTES", "BUS TIME");
-    }
+    Table table({{"DEVICE", Fit::cut_front},
+                 {"READS", Fit::number},
+                 {"WRITES", Fit::number},
+                 {"BYTES", Fit::number},
+                 {"BUS TIME", Fit::number}});
     for (const Traffic &traffic : cost.traffic) {
-        fmt::print(
-            out, "  {:<{}}  {:>6}  {:>6}  {:>6}  {:>10}\n", device_of(traffic), kDevice,
-            traffic.reads, traffic.writes, traffic.bytes,
-            traffic.bits > 0 ? milliseconds(microseconds(traffic.bits, report.i2c_khz)) : "-");
+        const std::string time =
+            traffic.bits > 0 ? milliseconds(microseconds(traffic.bits, report.i2c_khz)) : "-";
+        table.add({device_of(traffic), fmt::format("{}", traffic.reads),
+                   fmt::format("{}", traffic.writes), fmt::format("{}", traffic.bytes), time});
     }
+    table.print(out);
     fmt::print(out, "  {} on I2C at {} kHz; the library pauses for {}\n",
                milliseconds(cost.bus_us(report.i2c_khz)), report.i2c_khz,
                milliseconds(cost.pause_us));
@@ -306,8 +310,11 @@ void print_gaps(std::FILE *out, std::string_view title, const std::vector<Gap> &
             units = is_range ? fmt::format(" {} {}", gap.where, ranges(numbers))
                              : fmt::format("{} and {} more", units, end - i - 1);
         }
-        fmt::print(out, "  {}: {}{}: {}{}\n", observe::subsystem_name(gap.group), gap.function,
-                   units, gap.why, gaps[end - 1].why != gap.why ? ", and so on" : "");
+        print_wrapped(
+            out,
+            fmt::format("  {}: {}{}: {}{}", observe::subsystem_name(gap.group), gap.function, units,
+                        gap.why, gaps[end - 1].why != gap.why ? ", and so on" : ""),
+            kTextIndent);
         i = end;
     }
 }
@@ -318,8 +325,11 @@ void print_demand(std::FILE *out, const Report &report) {
     std::vector<std::string_view> names;
     std::ranges::transform(report.demand->groups, std::back_inserter(names),
                            observe::subsystem_name);
-    fmt::print(out, "\nRequired {}: {} missing, {} uneven\n", fmt::join(names, ", "),
-               report.gaps.missing.size(), report.gaps.uneven.size());
+    fmt::print(out, "\n");
+    print_wrapped(out,
+                  fmt::format("Required {}: {} missing, {} uneven", fmt::join(names, ", "),
+                              report.gaps.missing.size(), report.gaps.uneven.size()),
+                  kTextIndent);
 }
 
 }  // namespace
@@ -329,14 +339,19 @@ std::size_t Report::count(State state) const {
 }
 
 void print_text(std::FILE *out, const Report &report, bool all) {
-    fmt::print(out, "Board 0x{:x}{}{}{}\n", report.place.board_type,
-               report.chassis_type.has_value() ? fmt::format(", chassis {}", *report.chassis_type)
-                                               : std::string(),
-               report.place.root.empty() ? "" : ": ", report.place.root);
-    fmt::print(out,
-               "ok answers, dflt the library's own value or no effect (nothing is configured), "
-               "- not configured,\nBAD configured but unusable; in the second column the prefixes "
-               "of the functions\n");
+    const std::string chassis = report.chassis_type.has_value()
+                                    ? fmt::format(", chassis {}", *report.chassis_type)
+                                    : std::string();
+    print_wrapped(out,
+                  fmt::format("Board 0x{:x}{}{}{}", report.place.board_type, chassis,
+                              report.place.root.empty() ? "" : ": ", report.place.root),
+                  kTextIndent);
+    print_wrapped(
+        out,
+        "ok answers, dflt the library's own value or no effect (nothing is configured), - "
+        "not configured, BAD configured but unusable; in the second column the prefixes of "
+        "the functions",
+        0);
     print_matrices(out, report, all);
     print_unusable(out, report);
     print_cost(out, report);
@@ -347,7 +362,10 @@ void print_text(std::FILE *out, const Report &report, bool all) {
     for (const State state : kStates) {
         counts.push_back(fmt::format("{} {}", report.count(state), state_word(state)));
     }
-    fmt::print(out, "\n{}: {}\n", plural(report.cells.size(), "cell"), fmt::join(counts, ", "));
+    fmt::print(out, "\n");
+    print_wrapped(
+        out, fmt::format("{}: {}", plural(report.cells.size(), "cell"), fmt::join(counts, ", ")),
+        kTextIndent);
 }
 
 }  // namespace dfdctl::coverage

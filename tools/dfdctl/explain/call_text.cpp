@@ -6,6 +6,7 @@
 #include "dfdctl/explain/interpret.hpp"
 #include "dfdctl/explain/layout.hpp"
 #include "dfdctl/explain/output.hpp"
+#include "dfdctl/output.hpp"
 
 #include <fmt/format.h>
 
@@ -16,6 +17,8 @@ namespace {
 using dfd::watch::Op;
 using dfd::watch::Via;
 using observe::Event;
+
+constexpr std::size_t kMargin = 4;  // of the second line of a sentence
 
 std::string where_of(const Event &event) {
     if (event.via == Via::i2c) {
@@ -112,7 +115,9 @@ class CallPrinter {
             fmt::print(out_, "{:>2}. {}: again, see {}\n", number_, stage.item.name(),
                        numbers_[stage.earlier]);
         } else if (!found) {
-            fmt::print(out_, "{:>2}. {}: not configured\n", number_, stage.item.missing_name());
+            print_wrapped(
+                out_, fmt::format("{:>2}. {}: not configured", number_, stage.item.missing_name()),
+                kMargin);
         } else {
             fmt::print(out_, "{:>2}. {}\n", number_, stage.item.name());
             print_description(out_, stage.item, loaded_);
@@ -315,10 +320,13 @@ std::string result_text(const Explanation &explanation) {
 
 void print_outcome(std::FILE *out, const Explanation &explanation) {
     const bool is_real = explanation.reading == Reading::hardware;
-    fmt::print(out, "\n{}: {}\n", is_real ? "Result" : "Result then", result_text(explanation));
+    fmt::print(out, "\n");
+    print_wrapped(
+        out, fmt::format("{}: {}", is_real ? "Result" : "Result then", result_text(explanation)),
+        kMargin);
     const std::string reason = explanation.reason();
     if (!reason.empty()) {
-        fmt::print(out, "Because {}.\n", reason);
+        print_wrapped(out, fmt::format("Because {}.", reason), kMargin);
     }
     if (!is_real) {
         fmt::print(out, "Nothing was read or written.\n");

@@ -308,7 +308,8 @@ int explain_command(const Options &options, const Arguments &arguments) {
 void add_explain(Command &top, const Options &options) {
     auto arguments = std::make_shared<Arguments>();
     Command command =
-        top.subcommand("explain", "Show the way from a function or an item to the wire");
+        top.subcommand("explain", "Show the way from a function or an item to the wire",
+                       "dfdctl explain drv_get_fan_speed 2 1 --read");
     command.word("NAME", arguments->name, "A function of the library, or an item");
     command.words("ARGUMENT", arguments->words,
                   "Arguments of the function (without them: the first unit), indexes of the item",

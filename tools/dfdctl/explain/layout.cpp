@@ -5,6 +5,7 @@
 
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/board/facts.hpp"
+#include "dfdctl/output.hpp"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -13,7 +14,6 @@ namespace dfdctl::explain {
 
 namespace {
 
-constexpr std::size_t kWidth = 80;
 constexpr std::size_t kIndent = 4;
 constexpr std::size_t kLabel = 9;
 
@@ -53,15 +53,15 @@ void print_pieces(std::FILE *out, std::string_view label, const std::vector<std:
     const std::size_t margin = line.size();
     bool is_first = true;
     for (const std::string &piece : pieces) {
-        if (!is_first && line.size() + 1 + piece.size() > kWidth) {
-            fmt::print(out, "{}\n", line);
+        if (!is_first && line.size() + 1 + piece.size() > text_width()) {
+            print_wrapped(out, line, margin);
             line = std::string(margin, ' ');
             is_first = true;
         }
         line += (is_first ? "" : " ") + piece;
         is_first = false;
     }
-    fmt::print(out, "{}\n", line);
+    print_wrapped(out, line, margin);
 }
 
 void print_text(std::FILE *out, std::string_view label, const std::string &text) {

@@ -44,7 +44,8 @@ int get(const Options &options, const Arguments &arguments) {
 
 void add_get(Command &top, const Options &options) {
     auto arguments = std::make_shared<Arguments>();
-    Command command = top.subcommand("get", "Read one configured item");
+    Command command =
+        top.subcommand("get", "Read one configured item", "dfdctl get fan_real_speed_1_2");
     command.word("NAME", arguments->name,
                  "Name of the item, as 'dfdctl items' lists it or without the indexes");
     command.words("INDEX", arguments->indexes, "Its indexes, where it takes any", "[INDEX [INDEX]]",

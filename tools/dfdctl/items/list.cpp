@@ -71,11 +71,17 @@ int exit_of_items(const std::vector<Reading> &readings) {
 
 void print_text(const Options &options, const Library &library, const std::vector<Item> &items,
                 const std::vector<Reading> &readings) {
-    // The widest column stands last.
-    Table table({"ITEM", "SET BY", readings.empty() ? "DESCRIPTION" : "VALUE"});
+    const auto text_of = [&](std::size_t i) {
+        if (readings.empty()) {
+            return describe(items[i]);
+        }
+        return readings[i].ok() ? cut(full_text(readings[i])) : full_text(readings[i]);
+    };
+    Table table({{"ITEM", Fit::whole},
+                 {"SET BY", Fit::cut_front},
+                 {readings.empty() ? "DESCRIPTION" : "VALUE", Fit::prose}});
     for (std::size_t i = 0; i < items.size(); ++i) {
-        table.add({items[i].name(), library.log.origin_of(items[i].key()),
-                   readings.empty() ? describe(items[i]) : full_text(readings[i])});
+        table.add({items[i].name(), library.log.origin_of(items[i].key()), text_of(i)});
     }
     table.print(options.out);
 }
@@ -122,7 +128,8 @@ int items(const Options &options, const Arguments &arguments) {
 
 void add_items(Command &top, const Options &options) {
     auto arguments = std::make_shared<Arguments>();
-    Command command = top.subcommand("items", "List the configured items");
+    Command command = top.subcommand("items", "List the configured items",
+                                     "dfdctl items --type fan_real_speed --values");
     command.option("--type", arguments->type,
                    "Only items of this name, or of this kind: int, string, i2c_dev, info_ctrl, "
                    "irq_ctrl, irq_info, led_info, temp_info",

@@ -242,7 +242,8 @@ int set(const Options &options, const Arguments &arguments) {
 void add_set(Command &top, const Options &options) {
     auto arguments = std::make_shared<Arguments>();
     Command command =
-        top.subcommand("set", "Write one configured item and read it back: old -> new");
+        top.subcommand("set", "Write one configured item and read it back: old -> new",
+                       "dfdctl set mb_status_led_ctrl red");
     command.word("NAME", arguments->name, "Name of the item");
     command.words("VALUE", arguments->rest,
                   "Its indexes, where it takes any, then the value: a number, the state of an LED "

@@ -142,7 +142,12 @@ void print_bitmap(const Check &check, std::FILE *out, bool is_first) {
     }
     for (const auto &[device, of_device] : claims) {
         print_heading(out, heading(device));
-        Table table({"register", "7 6 5 4 3 2 1 0", "item", "use", "value", "line"});
+        Table table({"register",
+                     "7 6 5 4 3 2 1 0",
+                     {"item", Fit::whole},
+                     "use",
+                     "value",
+                     {"line", Fit::cut_front}});
         if (const auto found = images.find(device); found != images.end()) {
             for (const Image &image : found->second) {
                 table.add({"EEPROM", "", "  " + as_written(image.item),

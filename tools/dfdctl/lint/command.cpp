@@ -99,7 +99,8 @@ int lint_command(const Options &options, const Arguments &arguments) {
 
 void add_lint(Command &top, const Options &options) {
     auto arguments = std::make_shared<Arguments>();
-    Command command = top.subcommand("lint", "Find mistakes in a configuration, without hardware");
+    Command command = top.subcommand("lint", "Find mistakes in a configuration, without hardware",
+                                     "dfdctl lint --root gx4");
     constexpr std::size_t kAnyNumber = std::numeric_limits<std::size_t>::max();
     command.words("FILE", arguments->files,
                   "Configuration files to check alone, as if loaded in this order; without any, "

@@ -14,6 +14,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+constexpr std::size_t kIndent = 4;  // of the second line of a finding
 constexpr std::array kSeverities = {Severity::error, Severity::warning, Severity::note};
 
 std::string counted(int count, std::string_view noun) {
@@ -76,9 +77,11 @@ Json sarif_result(const Finding &finding) {
 
 void print_text(std::FILE *out, const Report &report) {
     for (const Finding &finding : report.findings) {
-        fmt::print(out, "{}:{}:{}: {} [{}]: {}\n", printable(finding.file), finding.line,
-                   finding.column, severity_word(finding.rule->severity), finding.rule->id,
-                   finding.text);
+        print_wrapped(out,
+                      fmt::format("{}:{}:{}: {} [{}]: {}", printable(finding.file), finding.line,
+                                  finding.column, severity_word(finding.rule->severity),
+                                  finding.rule->id, finding.text),
+                      kIndent);
     }
     std::string counts;
     for (const Severity severity : kSeverities) {
@@ -121,7 +124,7 @@ void print_sarif(std::FILE *out, const Report &report) {
 
 void print_rules(std::FILE *out, bool as_json) {
     if (!as_json) {
-        Table table({"RULE", "SEVERITY", "SCOPE", "PAGE", "WHY"});
+        Table table({{"RULE", Fit::whole}, "SEVERITY", "SCOPE", "PAGE", {"WHY", Fit::prose}});
         for (const Rule &rule : rules()) {
             table.add({std::string(rule.id), std::string(severity_word(rule.severity)),
                        std::string(scope_word(rule.scope)), std::string(rule.page),

@@ -140,7 +140,8 @@ int tell_metrics(const Options &options, const std::string &textfile) {
 
 void add_metrics(Command &top, const Options &options) {
     Command command = top.subcommand(
-        "metrics", "Print what the pages of show tell for Prometheus, in its text format");
+        "metrics", "Print what the pages of show tell for Prometheus, in its text format",
+        "dfdctl metrics");
     const auto textfile = std::make_shared<std::string>();
     command.option("--textfile", *textfile,
                    "Put it in the place of this file, in one step, instead of printing it", "PATH");

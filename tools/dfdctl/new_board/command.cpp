@@ -154,8 +154,8 @@ int make_board(const Words &words, std::FILE *out) {
 void add_new_board(Command &top, const Options &options) {
     auto words = std::make_shared<Words>();
     Command command = top.subcommand(
-        "new-board",
-        "Write a new board: configuration with comments, and a virtual chassis for it");
+        "new-board", "Write a new board: configuration with comments, and a virtual chassis for it",
+        "dfdctl new-board gx4 --fans 4 --supplies 2");
     command.word("NAME", words->name, "name of the board and of its directory");
     command.option("--type", words->type, "board type (default 100)", "N");
     command.option("--type-from", words->type_from,

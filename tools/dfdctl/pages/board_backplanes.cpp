@@ -21,7 +21,9 @@ constexpr std::uint32_t kSerials = 4;
 constexpr std::size_t kMacSize = 6;
 
 Reading mac_reading(std::span<const std::uint8_t> mac) {
-    return {.value = fmt::format("{:02x}", fmt::join(mac, ":")), .bytes = {mac.begin(), mac.end()}};
+    return {.value = fmt::format("{:02x}", fmt::join(mac, ":")),
+            .bytes = {mac.begin(), mac.end()},
+            .contents = is_blank(mac) ? Contents::blank : Contents::text};
 }
 
 /// The library hides a failed read of the record: it hands out zeros.

@@ -79,8 +79,12 @@ constexpr Column kTrays[] = {
      .is_identity = true},
     serial_number(DFD_KEY_FAN_SN, by_text<drv_get_fan_sn>),
     hw_version(DFD_KEY_FAN_HW_VER, by_text<drv_get_fan_hw_version>),
-    {"sw_version", "sw version", DFD_KEY_FAN_SW_VER, by_text<drv_get_fan_sw_version>},
-    {"cpld_version", "cpld version", DFD_KEY_FAN_CPLD_VERSION},
+    {.key = "sw_version",
+     .heading = "sw version",
+     .item = DFD_KEY_FAN_SW_VER,
+     .read = by_text<drv_get_fan_sw_version>,
+     .rank = 1},
+    {.key = "cpld_version", .heading = "cpld version", .item = DFD_KEY_FAN_CPLD_VERSION, .rank = 1},
     {"temperature", "temperature", DFD_KEY_FAN_TEMP},
 };
 

@@ -6,17 +6,18 @@ namespace dfdctl {
 
 std::span<const Page> pages() {
     static const std::array kPages = {
-        Page{"slots", "Own slot, peer master board, cards with their power", slot_sections()},
-        Page{"fans", "Fan trays and rotors: state, identity, speed", fan_sections()},
+        Page{"slots", "Own slot, peer master board, cards with their power", "slot", "3",
+             slot_sections()},
+        Page{"fans", "Fan trays and rotors: state, identity, speed", "tray", "2", fan_sections()},
         Page{"power", "Power supplies: state, identity, measurements; the system's figures",
-             power_sections()},
-        Page{"temps", "Temperature sensors and thresholds", temperature_sections()},
-        Page{"voltages", "Supply voltages of cards", voltage_sections()},
-        Page{"leds", "LEDs: what they show and can show", led_sections()},
-        Page{"sfp", "SFP ports: modules and transmitters", sfp_sections()},
-        Page{"backplane", "The backplanes' records", backplane_sections()},
-        Page{"subcards", "Sub-cards: presence and identity", subcard_sections()},
-        Page{"irq", "Interrupt sources: pending and masked", irq_sections()},
+             "supply", "1", power_sections()},
+        Page{"temps", "Temperature sensors and thresholds", "card", "0", temperature_sections()},
+        Page{"voltages", "Supply voltages of cards", "card", "0", voltage_sections()},
+        Page{"leds", "LEDs: what they show and can show", "LED", "status", led_sections()},
+        Page{"sfp", "SFP ports: modules and transmitters", "port", "1", sfp_sections()},
+        Page{"backplane", "The backplanes' records", "backplane", "1", backplane_sections()},
+        Page{"subcards", "Sub-cards: presence and identity", "sub-slot", "1", subcard_sections()},
+        Page{"irq", "Interrupt sources: pending and masked", "source", "0.0.0", irq_sections()},
     };
     return kPages;
 }

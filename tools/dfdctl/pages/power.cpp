@@ -89,7 +89,7 @@ constexpr Column kTelemetry[] = {
      .read = by_result<drv_get_power_osupply>,
      .unit = "W",
      .scale = kThousandths},
-    {"rated_power", "rated power", DFD_KEY_POWER_RATE_SUPPLY},
+    {.key = "rated_power", .heading = "rated power", .item = DFD_KEY_POWER_RATE_SUPPLY, .rank = 1},
     {"temperature", "temperature", DFD_KEY_POWER_TEMP},
 };
 

@@ -9,9 +9,11 @@
 
 #include "dfdctl/board/inventory.hpp"
 #include "dfdctl/board/read_pass.hpp"
+#include "dfdctl/command.hpp"
 #include "hal/facts.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 namespace dfdctl {
 
@@ -40,7 +42,7 @@ Reading failed_reading(const Column &column, const Item &item, int code) {
 }
 
 Reading converted(const Column &column, const Answer &answer) {
-    Reading reading{.value = answer.value, .meaning = answer.meaning};
+    Reading reading{.value = answer.value, .meaning = answer.meaning, .contents = answer.contents};
     if (const auto *number = std::get_if<std::int64_t>(&answer.value)) {
         const auto index = static_cast<std::size_t>(*number);
         if (index < column.words.size()) {
@@ -123,6 +125,28 @@ Row read_row(const Section &section, const Place &place) {
     return row;
 }
 
+std::string unit_of(const Section &section, const Place &place) {
+    return value_text(section.labels.front().label(place));
+}
+
+/// Of a named unit its rows only; the units that there are go to `known`.
+std::vector<Place> places_of(const Section &section, const LoadRecord &record,
+                             const std::string &unit, std::vector<std::string> &known) {
+    const bool has_rows = section.rows != nullptr;
+    if (unit.empty() || !has_rows) {
+        return has_rows ? section.rows(record) : std::vector<Place>(unit.empty() ? 1 : 0);
+    }
+    std::vector<Place> places = section.rows(record);
+    std::erase_if(places, [&](const Place &place) {
+        const std::string name = unit_of(section, place);
+        if (std::ranges::find(known, name) == known.end()) {
+            known.push_back(name);
+        }
+        return name != unit;
+    });
+    return places;
+}
+
 nlohmann::ordered_json row_json(const Section &section, const Row &row) {
     nlohmann::ordered_json json = nlohmann::ordered_json::object();
     for (std::size_t i = 0; i < row.labels.size(); ++i) {
@@ -181,15 +205,20 @@ const char *word_of(UnitKind kind) {
     return kWords[static_cast<std::size_t>(kind)];
 }
 
-PageData read_page(const Page &page, const LoadRecord &record) {
-    PageData data{.page = &page, .sections = {}};
+PageData read_page(const Page &page, const LoadRecord &record, const std::string &unit) {
+    PageData data{.page = &page, .unit = unit, .sections = {}};
+    std::vector<std::string> known;
     for (const Section &section : page.sections) {
         SectionData &read = data.sections.emplace_back(SectionData{&section, {}});
-        const std::vector<Place> places =
-            section.rows != nullptr ? section.rows(record) : std::vector<Place>(1);
-        for (const Place &place : places) {
+        for (const Place &place : places_of(section, record, unit, known)) {
             read.rows.push_back(read_row(section, place));
         }
+    }
+    if (!unit.empty() && std::ranges::find(known, unit) == known.end()) {
+        throw UsageError(
+            known.empty() ? fmt::format("there is no {} {}; this board has none", page.unit, unit)
+                          : fmt::format("there is no {} {}; this board has {}", page.unit, unit,
+                                        fmt::join(known, ", ")));
     }
     return data;
 }
@@ -198,7 +227,9 @@ nlohmann::ordered_json page_json(const PageData &data) {
     nlohmann::ordered_json json = nlohmann::ordered_json::object();
     for (const SectionData &section : data.sections) {
         if (section.section->rows == nullptr) {
-            json[section.section->key] = row_json(*section.section, section.rows.front());
+            json[section.section->key] = section.rows.empty()
+                                             ? nlohmann::ordered_json()
+                                             : row_json(*section.section, section.rows.front());
             continue;
         }
         nlohmann::ordered_json rows = nlohmann::ordered_json::array();

@@ -23,6 +23,7 @@ struct Column {
     Words words = {};        ///< names of the values from 0 up
     Reading (*ready)(const Place &) = nullptr;  ///< instead of both, a reading that is made already
     std::string_view unit = {};
+    unsigned rank = 0;         ///< of columns that do not all fit, those of lower rank are shown
     int scale = 1;             ///< how much finer than the unit the reader's numbers are
     bool is_presence = false;  ///< value 0: the unit is not plugged, nothing else of it is read
     /// Cards: index1 of the item is the virtual slot of the unit's slot.
@@ -75,6 +76,8 @@ struct Section {
 struct Page {
     const char *name;
     const char *description;
+    const char *unit;     ///< what the first label of its rows names
+    const char *example;  ///< such a name
     std::span<const Section> sections;
 };
 
@@ -132,6 +135,7 @@ struct SectionData {
 
 struct PageData {
     const Page *page;
+    std::string unit;  ///< the only one that was asked for
     std::vector<SectionData> sections;
 
     bool has_failed() const;
@@ -153,7 +157,9 @@ void each_cell(std::span<const PageData> pages, Visit visit) {
     }
 }
 
-PageData read_page(const Page &page, const LoadRecord &record);
+/// Of one unit, where one is named, its rows only; sections without rows are empty then. A unit
+/// that the board does not have is a UsageError.
+PageData read_page(const Page &page, const LoadRecord &record, const std::string &unit = {});
 /// One cell anew; nothing is judged.
 Reading read_cell(const Column &column, const Place &place);
 nlohmann::ordered_json page_json(const PageData &data);

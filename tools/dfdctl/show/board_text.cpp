@@ -14,18 +14,18 @@ namespace dfdctl {
 
 namespace {
 
+constexpr std::size_t kName = 13;   // of the longest name of a value
+constexpr std::size_t kIndent = 6;  // of the second line of a sentence
+
 void print_type(std::FILE *out, const char *name, const TypeFound &found) {
-    if (found.type > 0) {
-        fmt::print(out, "  {:<14} {} (0x{:x})\n", name, found.type, found.type);
-    } else {
-        fmt::print(out, "  {:<14} unknown\n", name);
-    }
-    fmt::print(out, "  {:<14} {}\n", "Found by", found.how);
+    print_named(out, name, kName,
+                found.type > 0 ? fmt::format("{} (0x{:x})", found.type, found.type) : "unknown");
+    print_named(out, "Found by", kName, found.how);
 }
 
 void print_place(std::FILE *out, const char *name, std::optional<int> number) {
     if (number) {
-        fmt::print(out, "  {:<14} {}\n", name, *number);
+        print_named(out, name, kName, fmt::format("{}", *number));
     }
 }
 
@@ -42,19 +42,23 @@ std::string file_status(const ConfigFile &file) {
 
 void print_files(std::FILE *out, const LoadRecord &loaded) {
     print_heading(out, "Configuration files, in the order of loading");
-    Table table({"FILE", "LINES", "ITEMS", "STATUS"});
+    Table table({{"FILE", Fit::cut_front},
+                 {"LINES", Fit::number},
+                 {"ITEMS", Fit::number},
+                 {"STATUS", Fit::prose}});
     for (const ConfigFile &file : loaded.files) {
-        table.add({file.path, fmt::format("{:>5}", file.lines), fmt::format("{:>5}", file.items),
+        table.add({file.path, fmt::format("{}", file.lines), fmt::format("{}", file.items),
                    file_status(file)});
     }
     if (!loaded.list_error.empty()) {
-        table.add({loaded.list_path, "    -", "    -", "not loaded: " + loaded.list_error});
+        table.add({loaded.list_path, "-", "-", "not loaded: " + loaded.list_error});
     }
     table.print(out);
     for (const ConfigFile &file : loaded.files) {
         for (const std::size_t problem : file.problems) {
             const SourceLine &line = loaded.lines[problem];
-            fmt::print(out, "  {}:{}: {}\n", file.path, line.line, problem_of(line));
+            print_wrapped(out, fmt::format("  {}:{}: {}", file.path, line.line, problem_of(line)),
+                          kIndent);
         }
     }
 }
@@ -71,8 +75,13 @@ void print_units(std::FILE *out, const std::vector<Unit> &units) {
         return;
     }
     print_heading(out, "Inventory");
-    Table table(
-        {"UNIT", "LAYOUT", "EEPROM", "PRODUCT NAME", "SERIAL NUMBER", "HW VERSION", "TYPE"});
+    Table table({"UNIT",
+                 {"LAYOUT", Fit::cut, 1},
+                 {"EEPROM", Fit::cut_front, 2},
+                 "PRODUCT NAME",
+                 "SERIAL NUMBER",
+                 "HW VERSION",
+                 "TYPE"});
     for (const Unit &unit : units) {
         const std::string place =
             unit.device.empty() ? "-" : fmt::format("{} 0x{:02x}", unit.device, unit.address);
@@ -89,7 +98,12 @@ void print_backplanes(std::FILE *out, const std::vector<Backplane> &backplanes) 
         return;
     }
     print_heading(out, "Backplanes");
-    Table table({"NUMBER", "SOURCE", "CHASSIS TYPE", "HW VERSION", "SERIAL NUMBER", "MAC ADDRESS",
+    Table table({"NUMBER",
+                 {"SOURCE", Fit::cut, 1},
+                 "CHASSIS TYPE",
+                 "HW VERSION",
+                 "SERIAL NUMBER",
+                 "MAC ADDRESS",
                  "SERIALS"});
     for (const Backplane &backplane : backplanes) {
         std::vector<std::string> serials;
@@ -107,10 +121,9 @@ void print_samples(std::FILE *out, const std::vector<Sample> &samples) {
     if (samples.empty()) {
         return;
     }
-    print_heading(out,
-                  "Readings, one of each mode, source, format and polarity "
-                  "('dfdctl items --values' reads all)");
-    Table table({"ITEM", "MODE", "SOURCE", "FORMAT", "POLARITY", "VALUE"});
+    print_heading(out, "Readings, one of each kind ('dfdctl items --values' reads all)");
+    Table table(
+        {{"ITEM", Fit::whole}, "MODE", "SOURCE", "FORMAT", {"POLARITY", Fit::cut, 1}, "VALUE"});
     for (const Sample &sample : samples) {
         const auto &record = *record_of<info_ctrl_t>(sample.item);
         const auto word = [](std::string_view text) {
@@ -118,9 +131,15 @@ void print_samples(std::FILE *out, const std::vector<Sample> &samples) {
         };
         table.add({sample.item.name(), word(mode_word(record.mode)), word(source_word(record.src)),
                    word(format_word(record.frmt)), word(polarity_word(record.pola)),
-                   full_text(sample.reading)});
+                   cell(sample.reading)});
     }
     table.print(out);
+    for (const Sample &sample : samples) {
+        if (sample.reading.failed()) {
+            print_wrapped(out, fmt::format("  {}: {}", sample.item.name(), sample.reading.error),
+                          kIndent);
+        }
+    }
 }
 
 }  // namespace
@@ -133,7 +152,7 @@ void print_page(std::FILE *out, const BoardPage &page) {
     print_heading(out, "Chassis");
     print_type(out, "Chassis type", page.chassis);
     if (page.library.usable()) {
-        fmt::print(out, "  {:<14} {}\n", "Configuration", fingerprint(page.library.log));
+        print_named(out, "Configuration", kName, fingerprint(page.library.log));
     }
     print_files(out, page.library.log);
     print_units(out, page.units);

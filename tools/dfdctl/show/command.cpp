@@ -5,18 +5,21 @@
 #include "dfdctl/board/start.hpp"
 #include "dfdctl/show/text.hpp"
 
+#include <memory>
+
 #include <fmt/format.h>
 
 namespace dfdctl {
 
 namespace {
 
-int show_page(const Options &options, const Page &page) {
+int show_page(const Options &options, const Page &page, const std::string &unit) {
     const ReadPass pass;
     const Library library = require_library(options);
-    const PageData data = read_page(page, library.log);
+    const PageData data = read_page(page, library.log, unit);
     if (options.json) {
-        nlohmann::ordered_json json = {{"command", fmt::format("show {}", page.name)}};
+        const std::string name = unit.empty() ? page.name : fmt::format("{} {}", page.name, unit);
+        nlohmann::ordered_json json = {{"command", "show " + name}};
         json.update(page_json(data));
         print_json(options.out, json);
     } else {
@@ -82,19 +85,27 @@ int show_all(const Options &options) {
 }  // namespace
 
 void add_show(Command &top, const Options &options) {
-    Command command = top.subcommand("show", "Show a page about one subject");
+    Command command = top.subcommand("show", "Show a page about one subject", "dfdctl show fans");
     command.needs_subcommand();
-    const auto add = [&](const char *name, const char *description, Action show) {
-        command.subcommand(name, description).runs(std::move(show));
-    };
-    add("board",
-        "Board and chassis, how they were found out, the configuration files, the inventory, and "
-        "one value of each kind",
-        [&options] { return show_board(options); });
+    command
+        .subcommand("board",
+                    "Board and chassis, how they were found out, the configuration files, the "
+                    "inventory, and one value of each kind",
+                    "dfdctl show board")
+        .runs([&options] { return show_board(options); });
     for (const Page &page : pages()) {
-        add(page.name, page.description, [&options, &page] { return show_page(options, page); });
+        auto unit = std::make_shared<std::vector<std::string>>();
+        Command show = command.subcommand(
+            page.name, page.description, fmt::format("dfdctl show {} {}", page.name, page.example));
+        show.words("UNIT", *unit, fmt::format("Only this {}", page.unit),
+                   fmt::format("[{}]", upper(page.unit)), 0, 1);
+        show.runs([&options, &page, unit] {
+            return show_page(options, page, unit->empty() ? "" : unit->front());
+        });
     }
-    add("all", "All of these pages", [&options] { return show_all(options); });
+    command.subcommand("all", "All of these pages", "dfdctl show all --json").runs([&options] {
+        return show_all(options);
+    });
 }
 
 }  // namespace dfdctl

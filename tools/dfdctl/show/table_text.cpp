@@ -10,6 +10,8 @@ namespace dfdctl {
 
 namespace {
 
+constexpr std::size_t kIndent = 6;  // of the second line of a sentence
+
 std::string cell_text(const Reading &reading) {
     switch (reading.status) {
         case Status::none:
@@ -24,7 +26,7 @@ std::string cell_text(const Reading &reading) {
     if (!reading.meaning.empty()) {
         return reading.meaning;
     }
-    return value_text(reading) + (reading.unit.empty() ? "" : " " + reading.unit);
+    return shown_text(reading) + (reading.unit.empty() ? "" : " " + reading.unit);
 }
 
 /// With the word for what is wrong: behind a number, in the place of a name.
@@ -50,8 +52,10 @@ void print_failures(std::FILE *out, const SectionData &data) {
     for (const Row &row : data.rows) {
         for (std::size_t i = 0; i < row.cells.size(); ++i) {
             if (row.cells[i].failed()) {
-                fmt::print(out, "  {}{}: {}\n", row_name(row), data.section->columns[i].heading,
-                           row.cells[i].error);
+                print_wrapped(out,
+                              fmt::format("  {}{}: {}", row_name(row),
+                                          data.section->columns[i].heading, row.cells[i].error),
+                              kIndent);
             }
         }
     }
@@ -64,8 +68,7 @@ void print_values(std::FILE *out, const SectionData &data) {
         width = std::max(width, std::string_view(column.heading).size());
     }
     for (std::size_t i = 0; i < row.cells.size(); ++i) {
-        fmt::print(out, "  {:<{}}  {}\n", data.section->columns[i].heading, width,
-                   cell_text(row, i));
+        print_named(out, data.section->columns[i].heading, width, cell_text(row, i));
     }
 }
 
@@ -79,18 +82,37 @@ bool is_supported(const SectionData &data, std::size_t column) {
            !any([](Status status) { return status == Status::none; });
 }
 
+/// Values that are numbers throughout.
+bool is_numeric(const SectionData &data, std::size_t column) {
+    const auto is_other = [&](const Row &row) {
+        const Reading &cell = row.cells[column];
+        return cell.ok() &&
+               (!cell.meaning.empty() || std::holds_alternative<std::string>(cell.value));
+    };
+    return std::ranges::none_of(data.rows, is_other);
+}
+
+/// Something is wrong there: it stays where not all columns fit.
+bool is_judged(const SectionData &data, std::size_t column) {
+    return std::ranges::any_of(data.rows, [&](const Row &row) {
+        return row.judgements[column] || row.cells[column].failed();
+    });
+}
+
 /// Columns that no unit has are named below the table.
 void print_table(std::FILE *out, const SectionData &data) {
-    std::vector<std::string> headings;
+    std::vector<Heading> headings;
     std::vector<std::size_t> shown;
     std::string missing;
     for (const LabelColumn &column : data.section->labels) {
-        headings.push_back(upper(column.heading));
+        headings.emplace_back(upper(column.heading));
     }
     for (std::size_t i = 0; i < data.section->columns.size(); ++i) {
         const Column &column = data.section->columns[i];
         if (is_supported(data, i)) {
-            headings.push_back(upper(column.heading));
+            Heading &heading = headings.emplace_back(upper(column.heading));
+            heading.rank = is_judged(data, i) ? 0 : column.rank + 1;
+            heading.fit = is_numeric(data, i) ? Fit::number : Fit::cut;
             shown.push_back(i);
         } else {
             missing += (missing.empty() ? "" : ", ") + std::string(column.heading);
@@ -109,7 +131,7 @@ void print_table(std::FILE *out, const SectionData &data) {
     }
     table.print(out);
     if (!missing.empty()) {
-        fmt::print(out, "  Not supported: {}\n", missing);
+        print_wrapped(out, fmt::format("  Not supported: {}", missing), kIndent);
     }
 }
 
@@ -117,6 +139,9 @@ void print_table(std::FILE *out, const SectionData &data) {
 
 void print_page(std::FILE *out, const PageData &data, bool first) {
     for (const SectionData &section : data.sections) {
+        if (!data.unit.empty() && section.rows.empty()) {
+            continue;  // it is about others
+        }
         print_heading(out, section.section->title, first);
         first = false;
         if (section.is_missing()) {

@@ -24,7 +24,7 @@ const std::string kChassis = "etc/cfg/dfd/chassis/8.cfg";  // loaded last
 const std::string kFans = "etc/cfg/dfd/cfg_file/cm8_fans.cfg";
 
 Result coverage(const std::string &root, const std::string &arguments) {
-    return tools_test::run_tool("dfdctl coverage --root " + root + " " + arguments);
+    return tools_test::run_tool("dfdctl --wide coverage --root " + root + " " + arguments);
 }
 
 json report(const std::string &root, const std::string &arguments = "") {

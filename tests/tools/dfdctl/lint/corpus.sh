@@ -25,7 +25,7 @@ fi
 found=$(mktemp)
 trap 'rm -f "$found"' EXIT
 status=0
-"$dfdctl" lint "$@" > "$found" || status=$?
+"$dfdctl" --wide lint "$@" > "$found" || status=$?
 sed -i '$d' "$found"
 case $(grep -c ': error \[' "$found" || true) in
     0) wanted=0 ;;

@@ -26,7 +26,7 @@ const std::string kBadBoards = BAD_BOARDS;
 
 /// In the directory of the bad boards.
 Result lint(const std::string &arguments) {
-    return run("cd " + kBadBoards + " && " BUILD_DIR "/dfdctl lint " + arguments);
+    return run("cd " + kBadBoards + " && " BUILD_DIR "/dfdctl --wide lint " + arguments);
 }
 
 std::vector<std::string> lines_of(const std::string &text) {
@@ -167,7 +167,7 @@ TEST(Lint, RefusesWhatHasNoEnd) {
         tools_test::write_file(etc + "cfg_file/a.cfg", "my_cpuid=1\n");
         const Result result =
             run("rm -f " + etc + row.file + " && " + row.create + " " + etc + row.file +
-                " && timeout 20 " BUILD_DIR "/dfdctl lint --root " + root);
+                " && timeout 20 " BUILD_DIR "/dfdctl --wide lint --root " + root);
         EXPECT_THAT(result.out, HasSubstr(row.message)) << row.create << " " << row.file;
     }
 }

@@ -4,7 +4,7 @@
 set -eu
 export LC_ALL=C
 expected=$2/tests/tools/dfdctl/lint/register_map.txt
-map() { "$1" lint --bitmap "$2/tests/tools/dfdctl/lint/bad-boards/unmatched/etc/cfg/dfd/cfg_file/registers.cfg"; }
+map() { "$1" --wide lint --bitmap "$2/tests/tools/dfdctl/lint/bad-boards/unmatched/etc/cfg/dfd/cfg_file/registers.cfg"; }
 if [ "${3:-}" = update ]; then
     map "$1" "$2" > "$expected"
 else

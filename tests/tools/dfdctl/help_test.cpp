@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: MIT
+// Every help keeps the width and shows an example, which works as it stands.
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <sstream>
+
+#include "tools/programs.h"
+
+namespace tools_test {
+namespace {
+
+struct Help {
+    std::string command;  ///< "slot power"; empty: that of the program
+    std::vector<std::string> lines;
+
+    /// What stands below a heading, up to the next empty line.
+    std::vector<std::string> below(const std::string &heading) const {
+        std::vector<std::string> found;
+        const auto begin = std::find(lines.begin(), lines.end(), heading);
+        for (auto line = begin; line != lines.end() && ++line != lines.end() && *line != "";) {
+            found.push_back(*line);
+        }
+        return found;
+    }
+};
+
+Help help_of(const std::string &command, const std::string &options = "") {
+    Help help{command, {}};
+    const Result result = run_tool(fmt::format("dfdctl {} {} --help", options, command));
+    EXPECT_EQ(result.status, 0) << command << result.err;
+    std::istringstream stream(result.out);
+    for (std::string line; std::getline(stream, line);) {
+        help.lines.push_back(line);
+    }
+    return help;
+}
+
+/// That of the program and those of all its commands.
+const std::vector<Help> &helps() {
+    static const std::vector<Help> all = [] {
+        std::vector<Help> found;
+        const std::function<void(const std::string &)> walk = [&](const std::string &command) {
+            const Help help = help_of(command);
+            found.push_back(help);
+            for (const std::string &line : help.below("Subcommands:")) {
+                std::istringstream words(line);
+                std::string name;
+                words >> name;
+                if (line.find(name) == 2) {
+                    walk(command + (command.empty() ? "" : " ") + name);
+                }
+            }
+        };
+        walk("");
+        return found;
+    }();
+    return all;
+}
+
+TEST(Help, KeepsTheWidth) {
+    constexpr std::size_t kUsual = 80;
+    constexpr std::size_t kNarrow = 50;
+    constexpr std::size_t kFewestCommands = 25;
+    EXPECT_GT(helps().size(), kFewestCommands);
+    for (const Help &help : helps()) {
+        for (const std::string &line : help.lines) {
+            EXPECT_LE(line.size(), kUsual) << help.command;
+        }
+        for (const std::string &line : help_of(help.command, "--width 50").lines) {
+            EXPECT_LE(line.size(), kNarrow) << help.command;
+        }
+    }
+}
+
+TEST(Help, ExamplesWork) {
+    const std::string kProgram = "dfdctl ";
+    const Board board("demo");
+    const TempDir here;
+    std::vector<std::string> examples;
+    for (const Help &help : helps()) {
+        const std::vector<std::string> lines = help.below("Example:");
+        ASSERT_EQ(lines.size(), 1U) << help.command;
+        const std::string example = lines.front().substr(2);
+        ASSERT_TRUE(example.starts_with(kProgram + help.command)) << example;
+        // Others look at the board that this one makes.
+        const bool makes = example.find("new-board") != std::string::npos;
+        examples.insert(makes ? examples.begin() : examples.end(), example.substr(kProgram.size()));
+    }
+    for (const std::string &example : examples) {
+        const Result result =
+            run(fmt::format("cd {} && {}/vchassis run {} -- {}/dfdctl {}", here.path().string(),
+                            BUILD_DIR, board.file("").string(), BUILD_DIR, example));
+        // A supply of the demo has no input.
+        EXPECT_EQ(result.status, example == "check" ? 1 : 0) << example << "\n"
+                                                             << result.out << result.err;
+        EXPECT_NE(result.out, "") << example;
+    }
+}
+
+}  // namespace
+}  // namespace tools_test
