@@ -26,6 +26,12 @@ class Bus {
 
     int number() const { return number_; }
     void set_absent_error(int error) { absent_error_ = error; }
+    // How long the adapter waits for an absent address before that.
+    void set_absent_us(std::uint64_t us) { absent_us_ = us; }
+    // What a transfer that ended so has taken.
+    std::uint64_t waited_us(const Outcome &outcome) const {
+        return outcome.error == absent_error_ ? absent_us_ : 0;
+    }
     // An adapter without I2C_M_NOSTART ignores the flag, as those of the kernel do.
     void set_nostart(bool knows_it) { nostart_ = knows_it; }
     bool nostart() const { return nostart_; }
@@ -51,6 +57,7 @@ class Bus {
 
     int number_;
     int absent_error_ = ENXIO;
+    std::uint64_t absent_us_ = 0;
     bool nostart_ = true;
     std::map<int, std::unique_ptr<Slave>> slaves_;
 };

@@ -18,6 +18,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr Range kBusNumbers{0, 255};
+constexpr Range kAbsentMs{0, 60000};
 // Addresses below 0x03 and from 0x78 on are reserved, but nothing stops a chip from using them.
 constexpr Range kSlaveAddresses{0x00, 0x7f};
 constexpr std::size_t kMaxScratches = 1024;
@@ -186,6 +187,8 @@ void Machine::build_buses(const Section &root) {
                                                          wanted));
         }
         bus.set_absent_error(row->error);
+        const std::int64_t absent_ms = section->integer_or("absent_ms", kAbsentMs, 0);
+        bus.set_absent_us(static_cast<std::uint64_t>(absent_ms) * kUsPerMs);
         bus.set_nostart(section->flag_or("nostart", true));
         section->refuse_unknown();
     }

@@ -330,11 +330,17 @@ Outcome Session::transfer(const OpenFile &file, std::vector<Message> &messages,
         }
     }
     Outcome outcome = fault ? from_fault(*fault) : Outcome{};
+    std::uint64_t waited_us = 0;
     if (count > 0) {
         const Store::Lock lock(machine_->store());
         machine_->settle();
         outcome = file.bus->transfer(std::span(messages).first(count));
+        waited_us = file.bus->waited_us(outcome);
+        machine_->clock().advance(waited_us);
         machine_->settle();
+    }
+    if (real_time_ && waited_us != 0) {
+        real().usleep(static_cast<useconds_t>(waited_us));
     }
     if (!fault && outcome.result >= 0 && success >= 0) {
         outcome.result = success;
