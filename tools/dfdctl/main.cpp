@@ -191,6 +191,7 @@ int run(int argc, char **argv, Options &options) {
         return kExitUsage;
     }
     set_width(options.out, options.width, options.wide);
+    set_colour(options.out);
     return action();
 }
 

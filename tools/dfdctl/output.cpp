@@ -2,8 +2,10 @@
 #include "dfdctl/output.hpp"
 
 #include <sys/ioctl.h>
+#include <unistd.h>
 #include <algorithm>
 #include <cctype>
+#include <cstdlib>
 #include <limits>
 #include <numeric>
 #include <optional>
@@ -23,7 +25,11 @@ constexpr std::size_t kProseRoom = 40;  // less is no place for wrapped text
 constexpr std::size_t kFewRows = 2;
 constexpr std::string_view kCutMark = "...";
 
+constexpr std::string_view kRed = "\x1b[31m";
+constexpr std::string_view kPlain = "\x1b[0m";
+
 std::size_t g_width = kUsualWidth;
+bool g_is_coloured = false;
 
 bool is_continuation(char byte) {
     constexpr unsigned kMask = 0xC0;
@@ -31,13 +37,25 @@ bool is_continuation(char byte) {
     return (static_cast<unsigned char>(byte) & kMask) == kContinuation;
 }
 
+/// Bytes of what begins here: a colour, or a byte.
+std::size_t size_at(std::string_view text, std::size_t at) {
+    for (const std::string_view colour : {kRed, kPlain}) {
+        if (text.substr(at).starts_with(colour)) {
+            return colour.size();
+        }
+    }
+    return 1;
+}
+
 /// Where the character in this column begins.
 std::size_t offset_of(std::string_view text, std::size_t column) {
     std::size_t at = 0;
-    for (std::size_t seen = 0; at < text.size(); ++at) {
-        if (!is_continuation(text[at]) && seen++ == column) {
+    for (std::size_t seen = 0; at < text.size();) {
+        const std::size_t size = size_at(text, at);
+        if (size == 1 && !is_continuation(text[at]) && seen++ == column) {
             break;
         }
+        at += size;
     }
     return at;
 }
@@ -94,17 +112,23 @@ std::string cut_front(const std::string &path) {
            path.substr(name != std::string::npos ? std::max(name, begin) : begin);
 }
 
-std::optional<std::size_t> terminal_width(std::FILE *out) {
+/// Zeros where nothing tells it.
+winsize terminal_size(std::FILE *out) {
     winsize size = {};
-    const bool is_known = ioctl(fileno(out), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return is_known ? std::optional<std::size_t>(size.ws_col) : std::nullopt;
+    return ioctl(fileno(out), TIOCGWINSZ, &size) == 0 ? size : winsize{};
 }
 
 }  // namespace
 
 void set_width(std::FILE *out, unsigned columns, bool is_wide) {
-    const std::size_t asked = columns != 0 ? columns : terminal_width(out).value_or(kUsualWidth);
+    const std::size_t terminal = terminal_size(out).ws_col;
+    const std::size_t asked = columns != 0 ? columns : terminal != 0 ? terminal : kUsualWidth;
     g_width = is_wide ? kNoLimit : asked;
+}
+
+std::optional<std::size_t> screen_height(std::FILE *out) {
+    const std::size_t lines = terminal_size(out).ws_row;
+    return lines == 0 || is_wide() ? std::nullopt : std::optional(lines);
 }
 
 std::size_t text_width() {
@@ -115,9 +139,26 @@ bool is_wide() {
     return g_width == kNoLimit;
 }
 
+void set_colour(std::FILE *out) {
+    const char *refused = std::getenv("NO_COLOR");
+    const char *terminal = std::getenv("TERM");
+    const bool is_plain = refused != nullptr && *refused != '\0';
+    const bool is_dumb = terminal == nullptr || std::string_view(terminal) == "dumb";
+    g_is_coloured = isatty(fileno(out)) != 0 && !is_plain && !is_dumb;
+}
+
+std::string in_red(const std::string &text) {
+    return g_is_coloured ? std::string(kRed).append(text).append(kPlain) : text;
+}
+
 std::size_t columns_of(std::string_view text) {
-    return static_cast<std::size_t>(
-        std::ranges::count_if(text, [](char byte) { return !is_continuation(byte); }));
+    std::size_t columns = 0;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t size = size_at(text, at);
+        columns += size == 1 && !is_continuation(text[at]) ? 1 : 0;
+        at += size;
+    }
+    return columns;
 }
 
 std::vector<std::string> wrapped(std::string text, std::size_t room, std::size_t indent) {

@@ -5,6 +5,7 @@
 #include <concepts>
 #include <cstdio>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -18,9 +19,17 @@ inline constexpr std::size_t kUsualWidth = 80;  ///< where no terminal tells ano
 /// usual one. Wide text has no limit: nothing is wrapped, cut or left out.
 void set_width(std::FILE *out, unsigned columns, bool is_wide);
 std::size_t text_width();
+/// Lines of the terminal behind `out`; nothing where it is none, or wide text is asked for.
+std::optional<std::size_t> screen_height(std::FILE *out);
 bool is_wide();
 
-/// Columns that a text takes: one for each character of UTF-8.
+/// Lets what is wrong stand out in red where `out` is a terminal, unless NO_COLOR or a dumb TERM
+/// asks for plain text.
+void set_colour(std::FILE *out);
+/// The text in red, or as it is. Take it for whole cells and words: a line may not break in it.
+std::string in_red(const std::string &text);
+
+/// Columns that a text takes: one for each character of UTF-8, none for a colour.
 std::size_t columns_of(std::string_view text);
 /// The text in lines of at most `room` columns, broken between words, all but the first indented.
 /// A word that is longer is broken behind a sign such as '/', or anywhere.

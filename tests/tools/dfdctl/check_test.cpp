@@ -386,6 +386,59 @@ TEST(Check, TheSameOfManyUnitsTakesOneLine) {
     EXPECT_EQ(board.dfdctl("check --json").json()["warnings"], 24);
 }
 
+/// On a real terminal of that many lines.
+std::string on_terminal(const Board &board, const char *environment, int lines,
+                        const std::string &command) {
+    const Result result = run(fmt::format(
+        "env -u NO_COLOR {} script -qec 'stty rows {} cols 80; {}/vchassis run {} -- {}/dfdctl {}' "
+        "/dev/null </dev/null",
+        environment, lines, BUILD_DIR, board.file(".").string(), BUILD_DIR, command));
+    std::string text = result.out;
+    std::erase(text, '\r');
+    return text;
+}
+
+std::string without_colour(std::string text) {
+    for (const std::string_view colour : {"\x1b[31m", "\x1b[0m"}) {
+        for (std::size_t at = 0; (at = text.find(colour)) != std::string::npos;) {
+            text.erase(at, colour.size());
+        }
+    }
+    return text;
+}
+
+TEST(Check, WhatIsWrongIsRedOnATerminalThatTakesColour) {
+    constexpr int kLines = 50;
+    const Board board("demo");
+    for (const char *command : {"check", "show power"}) {
+        const std::string plain = board.dfdctl(command).out;
+        EXPECT_EQ(plain.find('\x1b'), std::string::npos) << "a pipe";
+        const std::string red = on_terminal(board, "TERM=xterm", kLines, command);
+        EXPECT_THAT(red, HasSubstr("\x1b[31m")) << command;
+        EXPECT_EQ(without_colour(red), plain) << "a colour takes no column";
+        for (const char *environment : {"TERM=xterm NO_COLOR=1", "TERM=dumb"}) {
+            EXPECT_EQ(on_terminal(board, environment, kLines, command), plain) << environment;
+        }
+    }
+    EXPECT_THAT(on_terminal(board, "TERM=xterm", kLines, "show power"),
+                HasSubstr("\x1b[31mNO INPUT\x1b[0m"));
+}
+
+TEST(Check, TakesOneScreenOfATerminal) {
+    constexpr int kLines = 12;
+    const Board board("demo");
+    board.append(kChassisFile, "sys_alarm_temp.int_cons=30\n");
+    ASSERT_EQ(board.vchassis("poke", "/dev/fpga0 0x50 0x05").status, 0);
+    ASSERT_EQ(board.vchassis("poke", "/dev/cpld0 0x50 0x01").status, 0);
+    const std::string cut = on_terminal(board, "TERM=dumb", kLines, "check");
+    EXPECT_LT(std::ranges::count(cut, '\n'), kLines);
+    EXPECT_THAT(cut, HasSubstr(" more: 'dfdctl check --all' shows them\nLooked at "));
+    EXPECT_THAT(cut, testing::Not(HasSubstr("PENDING"))) << "the last";
+    const std::string all = on_terminal(board, "TERM=dumb", kLines, "check --all");
+    EXPECT_THAT(all, HasSubstr("PENDING"));
+    EXPECT_EQ(all, board.dfdctl("check").out);
+}
+
 TEST(Check, SaysWhatHasNoLimit) {
     const Board board("demo");
     run(fmt::format("sed -i '/^sys_alarm_temp/d;/^sys_danger_temp/d' {}",

@@ -15,45 +15,46 @@ namespace dfdctl {
 
 namespace {
 
-struct Files {
+struct CheckOptions {
+    bool all = false;
     std::string expect;
     std::string learn;
     bool force = false;
 };
 
 /// What is learned of a sick chassis would be missed in none.
-int learn(const Files &files, const check::Report &report) {
-    if (!report.looked_at_units() || (!report.is_healthy() && !files.force)) {
-        fmt::print(stderr, "dfdctl: {} is not written: {}\n", files.learn,
+int learn(const CheckOptions &asked, const check::Report &report) {
+    if (!report.looked_at_units() || (!report.is_healthy() && !asked.force)) {
+        fmt::print(stderr, "dfdctl: {} is not written: {}\n", asked.learn,
                    report.looked_at_units() ? "the chassis has problems; --force learns it as it is"
                                             : "the library did not start");
         return report.exit_status();
     }
-    dfd_tools::replace_file(files.learn, check::learned_text(report));
-    fmt::print(stderr, "dfdctl: learned; 'dfdctl check --expect {}' compares\n", files.learn);
+    dfd_tools::replace_file(asked.learn, check::learned_text(report));
+    fmt::print(stderr, "dfdctl: learned; 'dfdctl check --expect {}' compares\n", asked.learn);
     return kExitOk;
 }
 
-void print(const Options &options, const check::Report &report) {
+void print(const Options &options, const check::Report &report, bool all) {
     if (options.json) {
         nlohmann::ordered_json json = {{"command", "check"}};
         json.update(check::report_json(report));
         print_json(options.out, json);
     } else {
-        check::print_report(options.out, report);
+        check::print_report(options.out, report, all);
     }
 }
 
-int check_chassis(const Options &options, const Files &files) {
-    if (files.force && files.learn.empty()) {
+int check_chassis(const Options &options, const CheckOptions &asked) {
+    if (asked.force && asked.learn.empty()) {
         throw UsageError("--force goes with --learn FILE");
     }
-    if (!files.learn.empty() && !files.expect.empty()) {
+    if (!asked.learn.empty() && !asked.expect.empty()) {
         throw UsageError("either --learn FILE or --expect FILE");
     }
     std::optional<check::Expectations> expected;
-    if (!files.expect.empty()) {
-        expected = check::read_expectations(files.expect);
+    if (!asked.expect.empty()) {
+        expected = check::read_expectations(asked.expect);
     }
     const ReadPass pass;
     const Library library = start_library(options);
@@ -61,8 +62,8 @@ int check_chassis(const Options &options, const Files &files) {
     if (expected && report.looked_at_units()) {
         check::compare(*expected, report);
     }
-    print(options, report);
-    return files.learn.empty() ? report.exit_status() : learn(files, report);
+    print(options, report, asked.all);
+    return asked.learn.empty() ? report.exit_status() : learn(asked, report);
 }
 
 }  // namespace
@@ -70,13 +71,14 @@ int check_chassis(const Options &options, const Files &files) {
 void add_check(Command &top, const Options &options) {
     Command command =
         top.subcommand("check", "Say what is wrong with this chassis, worst first", "dfdctl check");
-    const auto files = std::make_shared<Files>();
-    command.option("--expect", files->expect, "Compare with what this file says the chassis has",
+    const auto asked = std::make_shared<CheckOptions>();
+    command.flag("--all", asked->all, "Show all on a terminal, not what fits the screen");
+    command.option("--expect", asked->expect, "Compare with what this file says the chassis has",
                    "FILE");
-    command.option("--learn", files->learn,
+    command.option("--learn", asked->learn,
                    "Write that file: what the chassis, when it is healthy, has now", "FILE");
-    command.flag("--force", files->force, "Learn a chassis that has problems, too");
-    command.runs([&options, files] { return check_chassis(options, *files); });
+    command.flag("--force", asked->force, "Learn a chassis that has problems, too");
+    command.runs([&options, asked] { return check_chassis(options, *asked); });
 }
 
 }  // namespace dfdctl

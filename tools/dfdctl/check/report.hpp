@@ -82,7 +82,8 @@ std::string place_of(const Item &item);
 /// The device file or bus alone; empty for an item without one.
 std::string node_of(const Item &item);
 
-void print_report(std::FILE *out, const Report &report);
+/// On a terminal one screen, unless all of it is wanted.
+void print_report(std::FILE *out, const Report &report, bool all);
 nlohmann::ordered_json report_json(const Report &report);
 
 }  // namespace dfdctl::check

@@ -95,18 +95,30 @@ std::vector<FindingGroup> grouped(const std::vector<Finding> &findings) {
     return groups;
 }
 
-void print_group(std::FILE *out, const FindingGroup &group) {
+using Lines = std::vector<std::string>;
+
+std::string severity_text(Severity severity) {
+    const std::string name(severity_name(severity));
+    return severity == Severity::note ? name : in_red(name);
+}
+
+/// Severity, units, word and what; then, in the same line where it fits, what is behind it.
+Lines lines_of(const FindingGroup &group) {
     constexpr std::size_t kMargin = 9;
     const Finding &finding = group.finding;
-    const std::string head = fmt::format("{:<{}}{}: {}: {}", severity_name(finding.severity),
-                                         kMargin, group.units_text(), finding.word, finding.what);
+    const std::string severity = severity_text(finding.severity);
+    const std::string head =
+        fmt::format("{}{}{}: {}: {}", severity, std::string(kMargin - columns_of(severity), ' '),
+                    group.units_text(), finding.word, finding.what);
     const std::string source = source_text(finding);
-    if (source.empty() || head.size() + source.size() + 3 <= text_width()) {
-        print_wrapped(out, source.empty() ? head : fmt::format("{} ({})", head, source), kMargin);
-        return;
+    const std::string whole = source.empty() ? head : fmt::format("{} ({})", head, source);
+    if (source.empty() || columns_of(whole) <= text_width()) {
+        return wrapped(whole, text_width(), kMargin);
     }
-    print_wrapped(out, head, kMargin);
-    print_wrapped(out, std::string(kMargin, ' ') + source, kMargin);
+    Lines lines = wrapped(head, text_width(), kMargin);
+    const Lines below = wrapped(std::string(kMargin, ' ') + source, text_width(), kMargin);
+    lines.insert(lines.end(), below.begin(), below.end());
+    return lines;
 }
 
 std::string looked_text(const Report &report) {
@@ -131,18 +143,30 @@ std::string json_key(std::string_view words) {
 
 }  // namespace
 
-void print_report(std::FILE *out, const Report &report) {
-    fmt::print(out, "{}\n", headline(report));
-    for (const FindingGroup &group : grouped(report.findings)) {
-        print_group(out, group);
-    }
-    print_wrapped(out, looked_text(report), 0);
+void print_report(std::FILE *out, const Report &report, bool all) {
+    Lines last = wrapped(looked_text(report), text_width(), 0);
     if (!report.unjudged.empty()) {
-        print_wrapped(
-            out,
+        const Lines more = wrapped(
             fmt::format("The board configures no limit for: {}.", fmt::join(report.unjudged, ", ")),
-            0);
+            text_width(), 0);
+        last.insert(last.end(), more.begin(), more.end());
     }
+    // Beside these stand the first line, the one that tells how much more there is, and the prompt.
+    const std::size_t taken = last.size() + 3;
+    const std::size_t screen = all ? SIZE_MAX : screen_height(out).value_or(SIZE_MAX);
+    std::size_t room = screen - std::min(screen, taken);
+    const std::vector<FindingGroup> groups = grouped(report.findings);
+    fmt::print(out, "{}\n", headline(report));
+    for (std::size_t i = 0; i < groups.size(); ++i) {
+        const Lines lines = lines_of(groups[i]);
+        if (i > 0 && lines.size() > room) {
+            fmt::print(out, "{} more: 'dfdctl check --all' shows them\n", groups.size() - i);
+            break;
+        }
+        fmt::print(out, "{}\n", fmt::join(lines, "\n"));
+        room -= std::min(room, lines.size());
+    }
+    fmt::print(out, "{}\n", fmt::join(last, "\n"));
 }
 
 ordered_json report_json(const Report &report) {

@@ -36,7 +36,9 @@ std::string cell_text(const Row &row, std::size_t column) {
     if (!judgement) {
         return text;
     }
-    return row.cells[column].meaning.empty() ? text + " " + judgement->word : judgement->word;
+    const bool has_name = !row.cells[column].meaning.empty();
+    const std::string marked = has_name ? judgement->word : text + " " + judgement->word;
+    return judgement->severity == Severity::note ? marked : in_red(marked);
 }
 
 /// The unit that a line below the table is about: "1 2".
