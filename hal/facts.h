@@ -13,6 +13,16 @@ inline constexpr uint32_t kLastBackplane = 2;
 // Where the control items of MAC temperatures begin: the files of switch chips.
 inline constexpr uint32_t kFirstMacIndex = 41;
 
+// Slots that the reset of all line cards reaches.
+inline constexpr int kFirstLineCard = 1;
+inline constexpr int kLastLineCard = 28;
+
+// The fan mode in which speed levels hold.
+inline constexpr uint32_t kManualFanMode = 1;
+
+// While this file exists, sdd_set_led changes nothing: the factory console owns the LEDs.
+inline constexpr char kFactoryMarker[] = "/tmp/.factory_disabale_cli_tty";
+
 // An item in these modes stands for the contents of an EEPROM.
 constexpr bool is_e2prom_mode(int mode) {
     return mode == INFO_CTRL_MODE_TLV || mode == INFO_CTRL_MODE_FRU ||

@@ -11,7 +11,6 @@
 namespace {
 
 constexpr uint8_t kAllBits = 0xFF;
-constexpr uint32_t kMaskEntries = 16;  // of one source position
 constexpr uint32_t kUnmasked = 0;
 constexpr uint32_t kMasked = 0xFF;
 
@@ -94,7 +93,7 @@ struct Dispatch {
 };
 
 void set_masks(uint32_t i, uint32_t j, uint32_t k, uint32_t value) {
-    for (uint32_t m = 0; m < kMaskEntries; ++m) {
+    for (uint32_t m = 0; m < dfd::kIrqMaskEntries; ++m) {
         dfd_info_set_int(DFD_MAKE_KEY(DFD_KEY_IRQ_MASK, position_index(i, j), k << 4 | m), value);
     }
 }

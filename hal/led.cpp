@@ -6,11 +6,9 @@
 #include <dfd/framework.h>
 
 #include "framework/platform.h"
+#include "hal/facts.h"
 
 namespace {
-
-// While this file exists, sdd_set_led changes nothing: the factory console owns the LEDs.
-constexpr char kMarkerFile[] = "/tmp/.factory_disabale_cli_tty";
 
 constexpr uint32_t kHandToSoftware = 1;
 
@@ -124,7 +122,7 @@ int sdd_get_fe_offline_led(uint32_t *state) {
 }
 
 int sdd_set_led(uint32_t type, uint32_t state, uint32_t unit) {
-    if (dfd::file_exists(kMarkerFile)) {
+    if (dfd::file_exists(dfd::kFactoryMarker)) {
         return DFD_OK;
     }
     switch (type) {

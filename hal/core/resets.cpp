@@ -8,8 +8,6 @@ namespace {
 constexpr uint32_t kAsserted = 1;
 constexpr uint32_t kReleased = 0;
 
-constexpr int kFirstLineCard = 1;
-constexpr int kLastLineCard = 28;
 constexpr unsigned kResetPulse_us = 200000;
 
 constexpr int kPeerSamples = 6;
@@ -23,7 +21,7 @@ int write_reset_line(int slot, uint32_t value) {
 }
 
 void write_all_reset_lines(uint32_t value) {
-    for (int slot = kFirstLineCard; slot <= kLastLineCard; ++slot) {
+    for (int slot = dfd::kFirstLineCard; slot <= dfd::kLastLineCard; ++slot) {
         write_reset_line(slot, value);
     }
 }

@@ -4,14 +4,14 @@
 
 #include <cstring>
 
+#include "hal/facts.h"
 #include "service/intf/module.h"
 
 namespace {
 
 constexpr int kLowByte = 0xFF;
-constexpr int kVersionSize = 21;     // bytes that a fan's software version needs
-constexpr uint32_t kManualMode = 1;  // fan mode in which speed levels hold
-constexpr int kAnySlot = 0;          // sensors are named alike in all slots
+constexpr int kVersionSize = 21;  // bytes that a fan's software version needs
+constexpr int kAnySlot = 0;       // sensors are named alike in all slots
 
 }  // namespace
 
@@ -112,7 +112,7 @@ int drv_get_fan_speed(uint32_t fan_id, uint8_t sub_id, int *speed) {
 }
 
 int drv_set_fan_speed_level(uint32_t fan_id, uint8_t sub_id, uint32_t level) {
-    sdd_set_fan_mode(kManualMode);
+    sdd_set_fan_mode(dfd::kManualFanMode);
     return sdd_set_fan_speed_level(fan_id, sub_id, level);
 }
 

@@ -79,6 +79,10 @@ class HelpFormatter : public CLI::Formatter {
 
 }  // namespace
 
+void complain(const std::string &text) {
+    std::fputs(("dfdctl: " + text + "\n").c_str(), stderr);
+}
+
 void set_up_help(CLI::App &app) {
     app.formatter(std::make_shared<HelpFormatter>());
 }

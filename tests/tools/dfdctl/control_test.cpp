@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <span>
+
 #include "tools/programs.h"
 
 namespace tools_test {
@@ -29,15 +31,31 @@ TEST(Control, WritesTheHardwareAndReadsItBack) {
          "ff ff 80"},
         {"fan speed 1 2 1 --yes", "fan 1 rotor 2: 3 -> 1\n", "/dev/fpga0 0x30 3", "ff 40 80"},
         {"led set status red", "LED status: 1 (green) -> 2 (red)\n", "/dev/cpld0 0x20", "02"},
-        {"led set fan yellow 0", "LED fan 0: 1 (green) -> 3 (yellow)\n", "/dev/cpld0 0x24", "03"},
-        {"slot reset 3 --yes", "slot 3: reset\n", "/dev/cpld1 0x13", "ff"},
-        {"slot reset all --yes", "all line cards: reset\n", "/dev/cpld1 0x13", "ff"},
+        {"led set fan yellow 0",
+         "LED fan 0: 1 (green) -> 3 (yellow)\n"
+         "LED fan 0 under software control: 0 (no) -> 1 (yes)\n",
+         "/dev/cpld0 0x24", "03"},
+        {"led set fan green 0", "LED fan 0: 3 (yellow) -> 1 (green)\n", "/dev/cpld0 0x24", "01"},
+        {"slot reset 3 --yes", "slot 3: 0 (released) -> reset -> 0 (released)\n", "/dev/cpld1 0x13",
+         "ff"},
         {"slot power 3 off --yes", "power of slot 3: 1 (on) -> 0 (off)\n", "/dev/cpld1 0x12",
          nullptr},
         {"slot power 3 on", "power of slot 3: 0 (off) -> 1 (on)\n", "/dev/cpld1 0x12", nullptr},
         {"sfp tx 1 off --yes", "transmitter of port 1: 1 (on) -> 0 (off)\n", "/dev/cpld1 0x38",
          nullptr},
         {"sfp tx 1 on", "transmitter of port 1: 0 (off) -> 1 (on)\n", "/dev/cpld1 0x38", nullptr},
+        {"sfp tx all off --yes",
+         "transmitter of port 1: 1 (on) -> 0 (off)\ntransmitter of port 2: 1 (on) -> 0 (off)\n"
+         "transmitter of port 3: 1 (on) -> 0 (off)\ntransmitter of port 4: 1 (on) -> 0 (off)\n",
+         "/dev/cpld1 0x38", "00"},
+        {"write-protect fans off",
+         "write protection of fan tray 1: 255 (on) -> 0 (off)\n"
+         "write protection of fan tray 2: 255 (on) -> 0 (off)\n"
+         "write protection of fan tray 3: 255 (on) -> 0 (off)\n"
+         "write protection of fan tray 4: 255 (on) -> 0 (off)\n",
+         "/dev/cpld0 0x19 4", "00 00 00 00"},
+        {"irq mask fan on", "interrupts of type fan, mask of 0.1.0: 0 (unmasked) -> 255 (masked)\n",
+         "/dev/cpld0 0x49", "ff"},
         {"write-protect board off", "write protection of board: 255 (on) -> 0 (off)\n",
          "/dev/cpld0 0x18", "00"},
         {"write-protect board on", "write protection of board: 0 (off) -> 255 (on)\n",
@@ -71,6 +89,141 @@ TEST(Control, InterruptsAreMaskedByType) {
     EXPECT_THAT(masked("fan"), HasSubstr("yes"));
     EXPECT_EQ(control(board, "irq mask fan off").status, 0);
     EXPECT_THAT(masked("fan"), testing::Not(HasSubstr("yes")));
+}
+
+/// Replaces the description of a register of the demo board.
+void set_register(const Board &board, const char *from, const char *to) {
+    board.replace("chassis.toml", from, to);
+}
+
+struct FaultCase {
+    const char *arguments;
+    int status;
+    const char *message;
+};
+
+void expect_faults(const Board &board, std::span<const FaultCase> cases) {
+    for (const FaultCase &each : cases) {
+        const Result result = control(board, std::string(each.arguments) + " --yes");
+        EXPECT_EQ(result.status, each.status) << each.arguments << result.out << result.err;
+        EXPECT_THAT(result.err, HasSubstr(each.message)) << each.arguments;
+    }
+}
+
+TEST(Control, NothingIsWrittenWhereTheStateCannotBeRead) {
+    const Board board("demo");
+    std::string overrides;
+    for (const char *item :
+         {"reset_lc.fpath_3", "card_power_ctrl.fpath_3", "rst_master.fpath",
+          "mb_status_led_ctrl.fpath", "port_sfp_tx.fpath_1", "irq_mask.fpath_0x0001_0",
+          "e2_write_protect.fpath_0", "fan_cfg_speed.fpath_1_1", "get_fan_cfg_speed.fpath_1_1",
+          "slot_online.fpath_6", "fan_state.fpath_2"}) {
+        overrides += fmt::format("{}=/dev/cpld9\n", item);
+    }
+    board.append("etc/cfg/dfd/chassis/8.cfg", overrides);
+    const FaultCase cases[] = {
+        {"slot reset 3", 4, "slot 3: nothing was done, its state cannot be read"},
+        {"slot power 3 off", 4, "power of slot 3: nothing was done, its state cannot be read"},
+        {"master reset", 4, "nothing was done, its state cannot be read"},
+        {"led set status red", 4, "nothing was done, its state cannot be read"},
+        {"sfp tx 1 off", 4, "nothing was done, its state cannot be read"},
+        {"irq mask fan on", 4, "nothing was done, its state cannot be read"},
+        {"write-protect board off", 4, "nothing was done, its state cannot be read"},
+        {"fan speed 1 1 3", 4, "nothing was done, its state cannot be read"},
+        {"slot reset 6", 4, "nothing was done, whether it is there cannot be read"},
+        {"slot power 6 off", 4, "nothing was done, whether it is there cannot be read"},
+        {"fan speed 2 3", 4, "nothing was done, whether it is there cannot be read"},
+    };
+    expect_faults(board, cases);
+    for (const char *range :
+         {"/dev/cpld0 0x00 0x40", "/dev/cpld1 0x00 0x40", "/dev/fpga0 0x30 16"}) {
+        EXPECT_EQ(board.vchassis("peek", range).out, Board("demo").vchassis("peek", range).out);
+    }
+    // Of several, the others are done.
+    const Result all = control(board, "slot reset all --yes");
+    EXPECT_EQ(all.status, 4);
+    EXPECT_THAT(all.err, HasSubstr("slot 3: done, but it cannot be read back"));
+    EXPECT_THAT(all.out, HasSubstr("slot 5: 0 (released) -> reset -> 0 (released)\n"));
+}
+
+TEST(Control, ARegisterThatDoesNotTakeItIsNoSuccess) {
+    const Board board("demo");
+    const char *const kStuck[][2] = {
+        {"name = \"card reset, active-low\", value = 0xff", "value = 0xfb, read_only = true"},
+        {"name = \"card power switch\", value = 0x34", "value = 0x34, read_only = true"},
+        {"name = \"peer reset: bit 0\", value = 0x00", "value = 0x01, read_only = true"},
+        {"name = \"LED: board status\", value = 0x01", "value = 0x01, read_only = true"},
+        {"name = \"LED: fans\", value = 0x01", "value = 0x01, read_only = true"},
+        {"name = \"SFP transmitters\", value = 0x0f", "value = 0x0f, read_only = 0x01"},
+        {"name = \"interrupt mask: fan trays\", value = 0x00", "value = 0x00, read_only = 0x01"},
+        {"name = \"EEPROM write protection: fan tray 3\", value = 0xff",
+         "value = 0xff, read_only = true"},
+        {"{ address = 0x42, name = \"fan line failure\"",
+         "{ address = 0x30, read_only = true },\n    { address = 0x42, name = \"fan line "
+         "failure\""},
+    };
+    for (const auto &[from, to] : kStuck) {
+        set_register(board, from, to);
+    }
+    const FaultCase cases[] = {
+        {"slot reset 3", 1, "slot 3: it is still held in reset"},
+        {"slot reset all", 1, "slot 3: it is still held in reset"},
+        {"slot power 3 off", 1, "power of slot 3: it does not read back as requested"},
+        {"master reset", 1, "peer master board: it is still held in reset"},
+        {"led set status red", 1, "LED status: it does not read back as requested"},
+        {"led set fan red", 1, "LED fan 0: it does not read back as requested"},
+        {"sfp tx all off", 1, "transmitter of port 1: it does not read back as requested"},
+        {"irq mask fan on", 1, "mask of 0.1.0: it does not read back as requested"},
+        {"write-protect fans off", 1, "protection of fan tray 3: it does not read back"},
+        {"fan speed 1 3", 1, "fan 1 rotor 1: it does not read back as requested"},
+    };
+    expect_faults(board, cases);
+    EXPECT_THAT(board.vchassis("peek", "/dev/cpld1 0x38").out, HasSubstr("01"))
+        << "the transmitters that work are off";
+}
+
+TEST(Control, OthersOwnWhatItMustNotTouch) {
+    const Board board("demo");
+    board.vchassis("poke", "/dev/cpld0 0x08 0x00");
+    const FaultCase absent[] = {
+        {"master reset", 1, "there is no peer master board"},
+        {"slot reset 4", 1, "no card in slot 4"},
+        {"slot power 4 off", 1, "no card in slot 4"},
+        {"fan speed 4 3", 1, "the fan tray is not plugged"},
+    };
+    expect_faults(board, absent);
+    board.append("tmp/.factory_disabale_cli_tty", "");
+    const FaultCase factory[] = {{"led set status red", 1, "the factory console owns the LEDs"}};
+    expect_faults(board, factory);
+    EXPECT_THAT(board.vchassis("peek", "/dev/cpld0 0x20").out, HasSubstr("01"));
+}
+
+TEST(Control, BitsAroundAFieldAreWatched) {
+    const Board board("demo");
+    // The transmitter of port 1 beside the bypass switches, on I2C; that of port 2 has a status
+    // bit.
+    board.append("etc/cfg/dfd/chassis/8.cfg",
+                 "port_sfp_tx.src_1=i2c\nport_sfp_tx.fpath_1=/dev/i2c-3\n"
+                 "port_sfp_tx.addr_1=0x20\nport_sfp_tx.reg_offset_1=1\n");
+    board.append("chassis.toml",
+                 "\n[[wiring.line]]\nto = { device = \"/dev/cpld1\", register = 0x38, bit = 7 }\n"
+                 "when = [{ device = \"/dev/cpld1\", register = 0x38, bit = 1, value = 0 }]\n");
+    board.vchassis("poke", "/dev/i2c-3:0x20 1 0x0e");
+    const Result asked = control(board, "sfp tx 1 on");
+    EXPECT_EQ(asked.status, 2);
+    EXPECT_THAT(asked.err, HasSubstr("bits of others change: 0x0e -> 0x01"));
+    const Result forced = control(board, "sfp tx 1 on --yes");
+    EXPECT_EQ(forced.status, 1);
+    EXPECT_THAT(forced.err,
+                HasSubstr("the write changed other bits of its register: 0x0e -> 0x01"));
+    const Result again = control(board, "sfp tx 1 on");
+    EXPECT_EQ(again.status, 0) << "no bit of others is left to change: " << again.err;
+    const json merged = control(board, "sfp tx 2 off --yes --json").json();
+    EXPECT_EQ(merged["changes"][0]["verified"], true);
+    EXPECT_EQ(merged["changes"][0]["error"], nullptr);
+    EXPECT_EQ(merged["changes"][0]["note"],
+              "other bits of its register changed meanwhile: 0x0f -> 0x8d");
+    EXPECT_EQ(merged["changes"][0]["register"]["bits"], "0x02");
 }
 
 TEST(Control, AProtectionOfBitsReadsBackAsItsFieldDoes) {
@@ -138,7 +291,7 @@ TEST(Control, ResetsThePeerAndWaitsForIt) {
         run_tool(fmt::format("vchassis run --trace={} {} -- {}/dfdctl master reset --yes", trace,
                              board.file("").string(), BUILD_DIR));
     EXPECT_EQ(result.status, 0) << result.err;
-    EXPECT_EQ(result.out, "peer master board: reset\n");
+    EXPECT_EQ(result.out, "peer master board: 0 (released) -> reset -> 0 (released)\n");
     const std::string accesses = read_file(trace);
     const std::size_t pulled = accesses.find("write /dev/cpld0 @0x000a [01]");
     const std::size_t released = accesses.find("write /dev/cpld0 @0x000a [00]", pulled);
@@ -155,16 +308,28 @@ TEST(Control, WhatCannotBeDoneSaysWhy) {
     };
     const Case cases[] = {
         {"fan speed 4 3", 1, "the fan tray is not plugged"},
-        {"fan speed 1 9", 2, "the board has no speed level 9"},
+        {"fan speed 1 9", 2,
+         "the board has no speed level 9: no fan_speedlvl_convert_9 is configured; it has 0-3"},
+        {"fan speed 9 1", 2, "there is no fan tray 9; this board has 1-4"},
+        {"fan speed 1 3 1", 2, "there is no rotor 3; fan tray 1 has 1-2"},
+        {"fan speed one 1", 2, "'one' is no number of a fan tray; this board has 1-4"},
         {"fan speed 1", 2, "fan speed takes: FAN [ROTOR] LEVEL"},
         {"fan", 2, "the commands behind 'fan' are: speed"},
         {"fan sped 1 2", 2, "did you mean 'speed'"},
-        {"led set alarm spark", 3, "the LED cannot show 'spark'"},
+        {"led set alarm spark", 3,
+         "the LED cannot show 'spark'; it shows dark, green, red, yellow"},
         {"led set stauts red", 2, "did you mean 'status'"},
         {"led set status rde", 2, "did you mean 'red'"},
+        {"led set status blue", 2,
+         "known are: dark, green, red, yellow, spark, fspark_open, fspark_close"},
         {"led set status red 1", 2, "one 'status' LED only"},
-        {"slot reset 29 --yes", 3, "reset_lc_29 is not configured"},
-        {"slot reset 99 --yes", 2, "is no number from 0 to 32"},
+        {"led set fan red 9", 2, "there is no unit 9; the 'fan' LED has 0"},
+        {"slot reset 2 --yes", 3, "not configured on this board"},
+        {"slot reset 4 --yes", 1, "no card in slot 4"},
+        {"slot reset 29 --yes", 2, "there is no slot 29; this board has 1-10, 30-31"},
+        {"slot power 4 on", 1, "no card in slot 4"},
+        {"slot power 0 on", 2, "there is no slot 0; this board has 1-10, 30-31"},
+        {"sfp tx 7 off", 2, "there is no port 7; this board has 1-4"},
         {"slot power 3 of", 2, "'of' is neither on nor off"},
         {"irq mask poe on", 3, "no source of type poe"},
         {"write-protect bord on", 2, "did you mean 'board'"},

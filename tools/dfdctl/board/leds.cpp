@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "dfdctl/board/leds.hpp"
 
+#include <dfd/access.h>
 #include <dfd/keys.h>
 #include <dfd/led.h>
+
+#include "dfdctl/board/describe.hpp"
 
 namespace dfdctl {
 
@@ -27,6 +30,25 @@ constexpr Led kLeds[] = {
 
 std::span<const Led> leds() {
     return kLeds;
+}
+
+Answer led_state(const Led &led, std::uint32_t unit) {
+    constexpr std::uint32_t kNone = UINT32_MAX;
+    std::uint32_t state = kNone;
+    // The library's getters know unit 0, and not every LED.
+    int code = unit == 0 ? sdd_get_led(led.type, &state) : DFD_ERR;
+    if (code == DFD_ERR) {
+        int value = 0;
+        code = dfd_info_get_int(item_of(led.control, unit).key(), &value, nullptr);
+        if (code == DFD_OK) {
+            code = dfd_get_led_info_state(item_of(led.table).key(),
+                                          static_cast<std::uint32_t>(value), &state);
+        }
+    }
+    if (code != DFD_OK) {
+        return {.code = code};
+    }
+    return {.value = state == kNone ? std::string("unknown") : std::string(led_state_name(state))};
 }
 
 }  // namespace dfdctl

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <span>
 
+#include "dfdctl/board/library_calls.hpp"
+
 namespace dfdctl {
 
 struct Led {
@@ -16,5 +18,9 @@ struct Led {
 };
 
 std::span<const Led> leds();
+
+/// The state that the library takes an LED's register for, by its getter where it has one: a word,
+/// "unknown" for a value that is no state's.
+Answer led_state(const Led &led, std::uint32_t unit);
 
 }  // namespace dfdctl

@@ -4,16 +4,19 @@
 #include <dfd/access.h>
 #include <dfd/records.h>
 
+#include "dfdctl/board/read_pass.hpp"
 #include "framework/dfd_info/bits.h"
 
 namespace dfdctl {
 
 Reading read_byte(const info_ctrl_t &record) {
-    std::uint8_t byte = 0;
-    const int count =
-        dfd_read_info(record.src, record.fpath, static_cast<std::uint16_t>(record.addr),
-                      record.reg_offset, 1, &byte);
-    return count > 0 ? Reading{.value = std::int64_t{byte}} : engine_failure(DFD_ERR_IO);
+    return with_cause([&record] {
+        std::uint8_t byte = 0;
+        const int count =
+            dfd_read_info(record.src, record.fpath, static_cast<std::uint16_t>(record.addr),
+                          record.reg_offset, 1, &byte);
+        return count > 0 ? Reading{.value = std::int64_t{byte}} : engine_failure(DFD_ERR_IO);
+    });
 }
 
 std::uint8_t bits_of(const info_ctrl_t &record) {
@@ -33,6 +36,13 @@ std::uint8_t byte_written(const info_ctrl_t &record, std::uint32_t value) {
 
 bool is_written_whole(const info_ctrl_t &record) {
     return record.src == INFO_SRC_I2C || bits_of(record) == dfd::kWholeByte;
+}
+
+bool is_same_register(const Item &one, const Item &other) {
+    const auto *a = record_of<info_ctrl_t>(one);
+    const auto *b = record_of<info_ctrl_t>(other);
+    return a != nullptr && b != nullptr && a->src == b->src && a->addr == b->addr &&
+           a->reg_offset == b->reg_offset && std::string_view(a->fpath) == b->fpath;
 }
 
 int write_byte(const info_ctrl_t &record, std::uint8_t byte) {

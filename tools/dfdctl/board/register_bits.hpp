@@ -19,6 +19,8 @@ std::uint8_t bits_of(const struct info_ctrl &record);
 std::uint8_t byte_written(const struct info_ctrl &record, std::uint32_t value);
 /// On I2C the library writes the bits around a field, too.
 bool is_written_whole(const struct info_ctrl &record);
+/// Of two items that are configured.
+bool is_same_register(const Item &one, const Item &other);
 /// Writes the item's bits of a byte, or the whole of it where the library would; its result.
 int write_byte(const struct info_ctrl &record, std::uint8_t byte);
 

@@ -6,9 +6,13 @@
 #include <dfd/records.h>
 #include <algorithm>
 #include <array>
+#include <iterator>
 
+#include "dfdctl/command.hpp"
 #include "framework/item.h"
 #include "hal/irq_distrib.h"
+
+#include <fmt/format.h>
 
 namespace dfdctl {
 
@@ -61,11 +65,69 @@ std::vector<Item> items_between(const LoadRecord &record, std::uint32_t first, s
     return items;
 }
 
+/// Bits of the three levels of interrupts.
+struct Position {
+    std::uint32_t i;
+    std::uint32_t j;
+    std::uint32_t k;
+};
+
+Position position_of(const Item &item) {
+    constexpr std::uint32_t kSecondByte = 0xFF;
+    const std::uint32_t entries = item.type->type == DFD_KEY_IRQ_MASK ? dfd::kIrqMaskEntries : 1;
+    return {item.index1 / (kSecondByte + 1), item.index1 & kSecondByte, item.index2 / entries};
+}
+
+/// Without those that no dispatch and no mask reaches.
+std::vector<Item> possible_positions(std::vector<Item> items) {
+    std::erase_if(items, [](const Item &item) {
+        constexpr std::uint32_t kBits = dfd::kIrqBits;
+        const Position at = position_of(item);
+        return at.i >= kBits || at.j >= kBits || at.k >= kBits;
+    });
+    return items;
+}
+
 }  // namespace
+
+std::string ranges_text(const Numbers &numbers) {
+    std::string text;
+    for (auto at = numbers.begin(); at != numbers.end(); ++at) {
+        const std::uint32_t first = *at;
+        std::uint32_t last = first;
+        while (std::next(at) != numbers.end() && *std::next(at) == last + 1) {
+            last = *++at;
+        }
+        text += (text.empty() ? "" : ", ") +
+                (last > first ? fmt::format("{}-{}", first, last) : std::to_string(first));
+    }
+    return text;
+}
+
+std::uint32_t unit_number(const std::string &word, std::string_view what, const Numbers &numbers,
+                          std::string_view owner) {
+    std::uint32_t number = 0;
+    const bool is_number = parse_number(word, number) && number <= UINT16_MAX;
+    if (is_number && (numbers.empty() || numbers.contains(number))) {
+        return number;
+    }
+    const std::string known =
+        numbers.empty() ? std::string() : fmt::format("; {} has {}", owner, ranges_text(numbers));
+    throw UsageError(is_number ? fmt::format("there is no {} {}{}", what, number, known)
+                               : fmt::format("'{}' is no number of a {}{}", word, what, known));
+}
 
 std::vector<Item> items_of(const LoadRecord &record, std::uint32_t type) {
     return items_between(record, DFD_MAKE_KEY(type, 0, 0),
                          DFD_MAKE_KEY(type, UINT16_MAX, UINT8_MAX));
+}
+
+Numbers first_indexes(const LoadRecord &record, std::uint32_t type) {
+    Numbers found;
+    for (const Item &item : items_of(record, type)) {
+        found.insert(found.end(), item.index1);
+    }
+    return found;
 }
 
 Numbers second_indexes(const LoadRecord &record, std::uint32_t type, std::uint32_t index1) {
@@ -120,22 +182,28 @@ Numbers channels_of(const LoadRecord &record, std::uint32_t card) {
 }
 
 std::vector<Item> irq_sources(const LoadRecord &record) {
-    constexpr std::uint32_t kSecondByte = 0xFF;
-    constexpr std::uint32_t kBits = dfd::kIrqBits;
-    std::vector<Item> sources = items_of(record, DFD_KEY_IRQ_INFO);
-    std::erase_if(sources, [](const Item &item) {
-        return item.index1 / (kSecondByte + 1) >= kBits || (item.index1 & kSecondByte) >= kBits ||
-               item.index2 >= kBits;
+    return possible_positions(items_of(record, DFD_KEY_IRQ_INFO));
+}
+
+std::vector<Item> irq_masks(const LoadRecord &record, std::uint32_t type) {
+    std::vector<Item> masks = possible_positions(items_of(record, DFD_KEY_IRQ_MASK));
+    std::erase_if(masks, [type](const Item &mask) {
+        const Position at = position_of(mask);
+        return dfd::g_irq_type_distrib[at.i][at.j][at.k] != static_cast<std::int32_t>(type);
     });
-    return sources;
+    return masks;
+}
+
+std::string irq_position(const Item &item) {
+    const Position at = position_of(item);
+    return fmt::format("{}.{}.{}", at.i, at.j, at.k);
 }
 
 std::vector<Item> irq_masks(const Item &source) {
-    constexpr std::uint32_t kMasksOfSource = 16;
     std::vector<Item> masks;
-    for (std::uint32_t m = 0; m < kMasksOfSource; ++m) {
+    for (std::uint32_t m = 0; m < dfd::kIrqMaskEntries; ++m) {
         const Item mask =
-            item_of(DFD_KEY_IRQ_MASK, source.index1, source.index2 * kMasksOfSource + m);
+            item_of(DFD_KEY_IRQ_MASK, source.index1, source.index2 * dfd::kIrqMaskEntries + m);
         if (record_of<info_ctrl_t>(mask) != nullptr) {
             masks.push_back(mask);
         }

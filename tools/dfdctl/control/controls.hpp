@@ -12,19 +12,30 @@
 
 namespace dfdctl {
 
-/// One thing to change.
+/// A field of a register that a change writes.
+struct Signal {
+    std::string target;                  ///< "power of slot 3"
+    Item item;                           ///< is configured
+    std::uint32_t written = 0;           ///< the value that stays
+    std::function<Reading()> show = {};  ///< its state for the user; none: what the item reads
+    /// What is then shown, of a signal whose register need not show what was written to it.
+    std::optional<std::int64_t> shows = {};
+    bool is_beside = false;  ///< the library writes it as well: told where it changes
+};
+
+/// One call of the library.
 struct Change {
-    std::string target;         ///< "power of slot 3"
-    std::string requested;      ///< "off"
-    Item item;                  ///< must be configured
-    std::string warning = {};   ///< what it disturbs; empty: nothing
-    std::string obstacle = {};  ///< why it cannot be done; empty: nothing
+    std::string target;                ///< "all line cards"
+    std::string requested;             ///< "off"
+    std::vector<Signal> signals = {};  ///< none: the board does not have it
+    std::string missing = {};          ///< then, what is not configured
+    std::string warning = {};          ///< what it disturbs; empty: nothing
+    std::string obstacle = {};         ///< why it cannot be done; empty: nothing
     int obstacle_status = kExitReadingFailed;
-    std::string failure = {};            ///< what result -1 means; empty: nothing in particular
-    std::function<int()> execute;        ///< result of the library
-    std::function<Reading()> read = {};  ///< what it changes; none: that cannot be read
-    std::int64_t expected = 0;           ///< what then reads back
-    bool is_flag = false;                ///< any value but 0 counts as 1
+    std::string failure = {};  ///< what result -1 means; empty: nothing in particular
+    const char *mismatch = "it does not read back as requested";
+    bool is_pulse = false;  ///< the signals end as they were: printed before -> requested -> after
+    std::function<int()> execute = {};  ///< result of the library
 };
 
 using ControlWords = std::vector<std::string>;

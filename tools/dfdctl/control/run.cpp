@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: MIT
+#include <dfd/records.h>
 #include <dfd/types.h>
 #include <unistd.h>
 #include <algorithm>
 #include <map>
 #include <memory>
 
+#include "common/signals_held.hpp"
+#include "dfdctl/board/describe.hpp"
+#include "dfdctl/board/item_value.hpp"
+#include "dfdctl/board/register_bits.hpp"
 #include "dfdctl/board/start.hpp"
 #include "dfdctl/control/controls.hpp"
 #include "dfdctl/output.hpp"
@@ -20,13 +25,30 @@ struct Request {
     bool yes = false;
 };
 
+/// A signal at one moment.
+struct Look {
+    Reading shown = {.status = Status::none};
+    Reading byte = {.status = Status::none};  ///< its register
+};
+
+/// What became of a signal.
 struct Outcome {
-    Reading before;
-    Reading after;
-    int result = DFD_OK;
-    std::optional<bool> verified;  ///< nothing: it cannot be read back
-    std::string error;
+    const Signal *signal;
+    Look before = {};
+    Look after = {};
+    std::optional<bool> verified = {};  ///< nothing: it was not written, or cannot be read back
+    std::string error = {};
+    std::string note = {};
     int status = kExitOk;
+};
+
+/// What became of a call of the library.
+struct Done {
+    const Change *change;
+    int result = DFD_OK;
+    std::string error = {};
+    int status = kExitOk;
+    std::vector<Outcome> signals = {};  ///< none: nothing was done
 };
 
 std::string full_name(const Control &control) {
@@ -34,14 +56,71 @@ std::string full_name(const Control &control) {
                                    : control.group;
 }
 
-/// Asks at a terminal; elsewhere --yes is the only answer.
-void confirm(const Control &control, const std::vector<Change> &changes, bool yes) {
-    std::string warnings;
+const info_ctrl_t &description_of(const Signal &signal) {
+    return *record_of<info_ctrl_t>(signal.item);
+}
+
+/// The number of a reading; 0 without one.
+std::int64_t number_of(const Reading &reading) {
+    const auto *number = std::get_if<std::int64_t>(&reading.value);
+    return number != nullptr ? *number : 0;
+}
+
+std::uint8_t byte_of(const Look &look) {
+    return static_cast<std::uint8_t>(number_of(look.byte));
+}
+
+Look look_at(const Signal &signal) {
+    return {signal.show ? signal.show() : read_register(signal.item), read_byte(description_of(signal))};
+}
+
+/// The reading that tells whether a signal took what was written.
+const Reading &decisive(const Signal &signal, const Look &look) {
+    return signal.shows ? look.shown : look.byte;
+}
+
+int exit_of_failure(const Reading &reading) {
+    return reading.status == Status::io_error ? kExitIo : kExitReadingFailed;
+}
+
+// ---- Before -------------------------------------------------------------------------------------
+
+/// On I2C the library writes the bits around a field as well.
+std::string overwritten_bits(const Signal &signal) {
+    const info_ctrl_t &record = description_of(signal);
+    const Reading byte = read_byte(record);
+    const auto before = static_cast<std::uint8_t>(number_of(byte));
+    const std::uint8_t written = byte_written(record, signal.written);
+    const auto around = static_cast<std::uint8_t>(~bits_of(record));
+    if (!is_written_whole(record) || !byte.ok() || ((before ^ written) & around) == 0) {
+        return {};
+    }
+    return fmt::format(
+        "{}: its register on I2C is written as a whole, bits of others change: "
+        "0x{:02x} -> 0x{:02x}",
+        signal.target, before, written);
+}
+
+std::string warnings_of(const std::vector<Change> &changes) {
+    std::string text;
+    const auto add = [&text](const std::string &warning) {
+        text += (text.empty() || warning.empty() ? "" : "; ") + warning;
+    };
     for (const Change &change : changes) {
-        if (!change.warning.empty()) {
-            warnings += (warnings.empty() ? "" : "; ") + change.warning;
+        if (change.signals.empty() || !change.obstacle.empty()) {
+            continue;
+        }
+        add(change.warning);
+        for (const Signal &signal : change.signals) {
+            add(overwritten_bits(signal));
         }
     }
+    return text;
+}
+
+/// Asks at a terminal; elsewhere --yes is the only answer.
+void confirm(const Control &control, const std::vector<Change> &changes, bool yes) {
+    const std::string warnings = warnings_of(changes);
     if (warnings.empty() || yes) {
         return;
     }
@@ -57,80 +136,222 @@ void confirm(const Control &control, const std::vector<Change> &changes, bool ye
     }
 }
 
-Reading read_back(const Change &change) {
-    return change.read ? change.read() : Reading{.status = Status::none};
+Done refused(const Change &change, int status, int result, const std::string &error) {
+    return {.change = &change, .result = result, .error = error, .status = status};
 }
 
-bool reads_as(const Reading &reading, const Change &change) {
-    const auto *number = std::get_if<std::int64_t>(&reading.value);
-    if (!reading.ok() || number == nullptr) {
-        return false;
+/// Why the library is not asked at all: nothing that it would write can be read. A signal among
+/// others that cannot be read does not stop the others.
+std::optional<Done> unreadable(const Change &change, const std::vector<Outcome> &signals) {
+    const Reading *failed = nullptr;
+    for (const Outcome &each : signals) {
+        const Reading &reading = decisive(*each.signal, each.before);
+        if (!each.signal->is_beside && reading.status != Status::io_error) {
+            return {};
+        }
+        failed = failed == nullptr ? &reading : failed;
     }
-    return (change.is_flag ? std::int64_t{*number != 0} : *number) == change.expected;
+    return refused(change, kExitIo, DFD_ERR_IO,
+                   "nothing was done, its state cannot be read: " + failed->error);
 }
 
-Outcome refused(int status, int code, const std::string &error) {
-    const Reading none = {.status = Status::none};
-    return {.before = none,
-            .after = none,
-            .result = code,
-            .verified = std::nullopt,
-            .error = error,
-            .status = status};
+// ---- After --------------------------------------------------------------------------------------
+
+void judge_value(const Change &change, Outcome &outcome) {
+    const Signal &signal = *outcome.signal;
+    const Reading &reading = decisive(signal, outcome.after);
+    if (!reading.ok()) {
+        outcome.error = "done, but it cannot be read back: " + reading.error;
+        outcome.status = exit_of_failure(reading);
+        return;
+    }
+    const info_ctrl_t &record = description_of(signal);
+    const auto difference =
+        static_cast<std::uint8_t>(byte_of(outcome.after) ^ byte_written(record, signal.written));
+    outcome.verified = signal.shows ? number_of(outcome.after.shown) == *signal.shows
+                                    : (difference & bits_of(record)) == 0;
+    outcome.error = *outcome.verified ? "" : change.mismatch;
+    outcome.status = *outcome.verified ? kExitOk : kExitReadingFailed;
 }
 
-/// What the library's result and the value read back mean together.
-void judge(const Change &change, Outcome &outcome) {
-    if (outcome.result < 0) {
-        const bool is_known = outcome.result == DFD_ERR && !change.failure.empty();
-        outcome.error = is_known ? change.failure
-                                 : fmt::format("the library failed with result {}", outcome.result);
-        outcome.status = outcome.result == DFD_ERR_IO ? kExitIo : kExitReadingFailed;
-    } else if (outcome.after.failed()) {
-        outcome.error = "done, but it cannot be read back: " + outcome.after.error;
-        outcome.status = outcome.after.status == Status::io_error ? kExitIo : kExitReadingFailed;
-    } else if (change.read) {
-        outcome.verified = reads_as(outcome.after, change);
-        outcome.error = *outcome.verified ? "" : "it does not read back as requested";
-        outcome.status = *outcome.verified ? kExitOk : kExitReadingFailed;
+/// Bits of a signal's register that no signal of the change writes.
+std::uint8_t bits_around(const std::vector<Outcome> &signals, const Signal &signal) {
+    std::uint8_t bits = 0;
+    for (const Outcome &each : signals) {
+        if (is_same_register(each.signal->item, signal.item)) {
+            bits |= bits_of(description_of(*each.signal));
+        }
+    }
+    return static_cast<std::uint8_t>(~bits);
+}
+
+/// The library merges a field into its register, so bits around it change by themselves; on I2C the
+/// write changes them.
+void judge_around(const std::vector<Outcome> &signals, Outcome &outcome) {
+    const auto changed = static_cast<std::uint8_t>(
+        (byte_of(outcome.before) ^ byte_of(outcome.after)) & bits_around(signals, *outcome.signal));
+    if (!outcome.before.byte.ok() || !outcome.after.byte.ok() || changed == 0) {
+        return;
+    }
+    const std::string bytes =
+        fmt::format("0x{:02x} -> 0x{:02x}", byte_of(outcome.before), byte_of(outcome.after));
+    if (!is_written_whole(description_of(*outcome.signal))) {
+        outcome.note = "other bits of its register changed meanwhile: " + bytes;
+    } else if (outcome.error.empty()) {
+        outcome.error = "the write changed other bits of its register: " + bytes;
+        outcome.status = kExitReadingFailed;
     }
 }
 
-Outcome execute(const Change &change, const Library &library) {
+void judge_result(Done &done) {
+    if (done.result >= 0) {
+        return;
+    }
+    const bool is_known = done.result == DFD_ERR && !done.change->failure.empty();
+    done.error = is_known ? done.change->failure
+                          : fmt::format("the library failed with result {}", done.result);
+    done.status = done.result == DFD_ERR_IO ? kExitIo : kExitReadingFailed;
+}
+
+Done execute(const Change &change, const Library &library) {
     if (!change.obstacle.empty()) {
-        return refused(change.obstacle_status, DFD_ERR_UNUSABLE, change.obstacle);
+        return refused(change, change.obstacle_status, DFD_ERR_UNUSABLE, change.obstacle);
     }
-    if (record_of<char>(change.item) == nullptr) {
+    if (change.signals.empty()) {
         return refused(
-            library.incomplete() ? kExitUsage : kExitNotSupported, DFD_ERR_NOT_SUPPORTED,
-            fmt::format("not supported: {} is not configured on this board", change.item.name()));
+            change, library.incomplete() ? kExitUsage : kExitNotSupported, DFD_ERR_NOT_SUPPORTED,
+            fmt::format("not supported: {} is not configured on this board", change.missing));
     }
-    Outcome outcome;
-    outcome.before = read_back(change);
-    outcome.result = change.execute();
-    outcome.after = read_back(change);
-    judge(change, outcome);
-    return outcome;
+    Done done{.change = &change};
+    for (const Signal &signal : change.signals) {
+        done.signals.push_back({.signal = &signal, .before = look_at(signal)});
+    }
+    if (const auto refusal = unreadable(change, done.signals)) {
+        return *refusal;
+    }
+    done.result = change.execute();
+    judge_result(done);
+    for (Outcome &each : done.signals) {
+        each.after = look_at(*each.signal);
+        judge_value(change, each);
+        judge_around(done.signals, each);
+    }
+    return done;
 }
 
-nlohmann::ordered_json outcome_json(const Change &change, const Outcome &outcome) {
+// ---- What is told -------------------------------------------------------------------------------
+
+bool is_told(const Outcome &outcome) {
+    return !outcome.signal->is_beside || !outcome.error.empty() ||
+           full_text(outcome.before.shown) != full_text(outcome.after.shown);
+}
+
+std::string hex(const Reading &byte) {
+    return byte.ok() ? fmt::format("0x{:02x}", number_of(byte)) : std::string();
+}
+
+nlohmann::ordered_json register_json(const Outcome &outcome) {
+    return {{"item", item_json(outcome.signal->item)},
+            {"bits", fmt::format("0x{:02x}", bits_of(description_of(*outcome.signal)))},
+            {"before", text_or_null(hex(outcome.before.byte))},
+            {"after", text_or_null(hex(outcome.after.byte))}};
+}
+
+nlohmann::ordered_json outcome_json(const Done &done, const Outcome *outcome) {
     using nlohmann::ordered_json;
-    return {{"target", change.target},
-            {"requested", change.requested},
-            {"result", outcome.result},
-            {"verified", outcome.verified ? ordered_json(*outcome.verified) : ordered_json()},
-            {"before", to_json(outcome.before)},
-            {"after", to_json(outcome.after)},
-            {"error", text_or_null(outcome.error)}};
+    const Reading none = {.status = Status::none};
+    const bool is_first = outcome == nullptr || outcome == &done.signals.front();
+    const std::string error = is_first && !done.error.empty() ? done.error
+                              : outcome != nullptr            ? outcome->error
+                                                              : std::string();
+    const bool is_verified = outcome != nullptr && outcome->verified.has_value();
+    return {{"target", outcome != nullptr ? outcome->signal->target : done.change->target},
+            {"requested", done.change->requested},
+            {"result", done.result},
+            {"verified", is_verified ? ordered_json(*outcome->verified) : ordered_json()},
+            {"before", to_json(outcome != nullptr ? outcome->before.shown : none)},
+            {"after", to_json(outcome != nullptr ? outcome->after.shown : none)},
+            {"register", outcome != nullptr ? register_json(*outcome) : ordered_json()},
+            {"error", text_or_null(error)},
+            {"note", text_or_null(outcome != nullptr ? outcome->note : "")}};
 }
 
-void print_outcome(std::FILE *out, const Change &change, const Outcome &outcome) {
-    if (outcome.before.status == Status::none && outcome.error.empty()) {
-        fmt::print(out, "{}: {}\n", change.target, change.requested);
-    } else if (outcome.before.status != Status::none) {
-        fmt::print(out, "{}: {} -> {}\n", change.target, full_text(outcome.before),
-                   full_text(outcome.after));
+nlohmann::ordered_json document(const Control &control, const std::vector<Done> &all) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const Done &done : all) {
+        if (done.signals.empty()) {
+            list.push_back(outcome_json(done, nullptr));
+        }
+        for (const Outcome &outcome : done.signals) {
+            if (is_told(outcome)) {
+                list.push_back(outcome_json(done, &outcome));
+            }
+        }
     }
+    return {{"command", full_name(control)}, {"changes", list}};
+}
+
+std::string rows_of(const std::vector<Done> &all) {
+    std::string text;
+    for (const Done &done : all) {
+        const std::string pulse =
+            done.change->is_pulse ? fmt::format(" -> {}", done.change->requested) : std::string();
+        for (const Outcome &outcome : done.signals) {
+            if (is_told(outcome)) {
+                text += fmt::format("{}: {}{} -> {}\n", outcome.signal->target,
+                                    full_text(outcome.before.shown), pulse,
+                                    full_text(outcome.after.shown));
+            }
+        }
+    }
+    return text;
+}
+
+void complain_of(const Done &done) {
+    if (!done.error.empty()) {
+        complain(fmt::format("{}: {}", done.change->target, done.error));
+    }
+    for (const Outcome &outcome : done.signals) {
+        for (const std::string &text : {outcome.error, outcome.note}) {
+            if (!text.empty()) {
+                complain(fmt::format("{}: {}", outcome.signal->target, text));
+            }
+        }
+    }
+}
+
+/// The first that is not 0.
+int status_of(const std::vector<Done> &all) {
+    for (const Done &done : all) {
+        if (done.status != kExitOk) {
+            return done.status;
+        }
+        for (const Outcome &outcome : done.signals) {
+            if (outcome.status != kExitOk) {
+                return outcome.status;
+            }
+        }
+    }
+    return kExitOk;
+}
+
+void tell(const Options &options, const Control &control, const std::vector<Done> &all) {
+    const std::string text =
+        options.json
+            ? document(control, all)
+                      .dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) +
+                  "\n"
+            : rows_of(all);
+    // Errors of the output show when it is closed.
+    std::fputs(text.c_str(), options.out);
+    std::fflush(options.out);
+    std::ranges::for_each(all, complain_of);
+}
+
+void tell_signals(const std::string &names, const Control &control, int status) {
+    complain(fmt::format("{} waited until '{}' was {}", names, full_name(control),
+                         status == kExitOk ? "finished; nothing is left half-way"
+                                           : "through; see above what failed"));
 }
 
 int run(const Options &options, const Control &control, const Request &request) {
@@ -139,25 +360,18 @@ int run(const Options &options, const Control &control, const Request &request) 
     }
     const Library library = require_library(options);
     const std::vector<Change> changes = control.plan(request.words, library.log);
-    const bool supported = std::any_of(changes.begin(), changes.end(), [](const Change &change) {
-        return record_of<char>(change.item) != nullptr && change.obstacle.empty();
-    });
-    confirm(control, changes, request.yes || !supported);
-    nlohmann::ordered_json list = nlohmann::ordered_json::array();
-    int status = kExitOk;
+    confirm(control, changes, request.yes);
+    // From the first write to the last nothing stops this: not the hang-up of a terminal either, to
+    // which nothing is printed before all is done.
+    const dfd_tools::SignalsHeld held;
+    std::vector<Done> all;
     for (const Change &change : changes) {
-        const Outcome outcome = execute(change, library);
-        list.push_back(outcome_json(change, outcome));
-        if (!options.json) {
-            print_outcome(options.out, change, outcome);
-        }
-        if (!outcome.error.empty()) {
-            fmt::print(stderr, "dfdctl: {}: {}\n", change.target, outcome.error);
-        }
-        status = status != kExitOk ? status : outcome.status;
+        all.push_back(execute(change, library));
     }
-    if (options.json) {
-        print_json(options.out, {{"command", full_name(control)}, {"changes", list}});
+    tell(options, control, all);
+    const int status = status_of(all);
+    if (const std::string names = held.waiting(); !names.empty()) {
+        tell_signals(names, control, status);
     }
     return status;
 }

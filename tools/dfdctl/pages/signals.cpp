@@ -37,24 +37,8 @@ Reading led_unit(const Place &place) {
     return leds()[place.index1].has_units ? second_index(place) : Reading{};
 }
 
-/// The library's getters know unit 0, and not every LED.
-Answer led_state(const Place &place) {
-    const Led &led = leds()[place.index1];
-    constexpr std::uint32_t kNone = UINT32_MAX;
-    std::uint32_t state = kNone;
-    int code = place.index2 == 0 ? sdd_get_led(led.type, &state) : DFD_ERR;
-    if (code == DFD_ERR) {
-        int value = 0;
-        code = dfd_info_get_int(item_of(led.control, place.index2).key(), &value, nullptr);
-        if (code == DFD_OK) {
-            code = dfd_get_led_info_state(item_of(led.table).key(),
-                                          static_cast<std::uint32_t>(value), &state);
-        }
-    }
-    if (code != DFD_OK) {
-        return {.code = code};
-    }
-    return {.value = state == kNone ? std::string("unknown") : std::string(led_state_name(state))};
+Answer state_of_led(const Place &place) {
+    return led_state(leds()[place.index1], place.index2);
 }
 
 Answer led_states(const Place &place) {
@@ -87,7 +71,7 @@ constexpr const char *kMasters[] = {"hardware", "software"};
 constexpr LabelColumn kLedLabels[] = {{"led", "led", led_name}, {"unit", "unit", led_unit}};
 
 constexpr Column kLedColumns[] = {
-    {.key = "state", .heading = "state", .read = led_state, .words = kLedStates},
+    {.key = "state", .heading = "state", .read = state_of_led, .words = kLedStates},
     {.key = "controlled_by", .heading = "set by", .read = led_master, .words = kMasters},
     {.key = "states", .heading = "can show", .read = led_states},
 };
@@ -155,7 +139,7 @@ const irq_info_t &source_at(const Place &place) {
 }
 
 Reading source_position(const Place &place) {
-    return {.value = fmt::format("{}.{}.{}", first_bit(place), second_bit(place), place.index2)};
+    return {.value = irq_position(item_of(DFD_KEY_IRQ_INFO, place.index1, place.index2))};
 }
 
 Reading source_type(const Place &place) {
