@@ -343,6 +343,36 @@ TEST(Control, WhatCannotBeDoneSaysWhy) {
     }
 }
 
+TEST(Control, ADispatchTellsWhatTheLibraryReadsCallsAndClears) {
+    const Board board("demo");
+    EXPECT_EQ(control(board, "irq dispatch").status, 2) << "reading may clear";
+    EXPECT_EQ(control(board, "irq dispatch --yes").out,
+              "status   1st_irq_status: 0x00\nno handler was called\n");
+    board.vchassis("poke", "/dev/cpld0 0x10 0xf1");  // pulls supply 1
+    const std::string expected =
+        "status   1st_irq_status: 0x01\nstatus   2nd_irq_status_0: 0x01\n"
+        "status   3rd_irq_status_0_0: 0x01\n"
+        "handler  power, unit 1 (values 1 0 0), source 0.0.0\n"
+        "cleared  3rd_irq_clear_0_0: 0x01\n";
+    EXPECT_EQ(control(board, "irq dispatch --yes").out, expected);
+    EXPECT_EQ(control(board, "irq dispatch --yes --json").json()["steps"].size(), 1U)
+        << "the interrupt is cleared";
+    board.vchassis("poke", "/dev/cpld0 0x10 0xf0");
+    const json again = control(board, "irq dispatch --yes --json").json();
+    const json &call = again["steps"][3];
+    EXPECT_EQ(call["step"], "handler");
+    EXPECT_EQ(call["type"], "power");
+    EXPECT_EQ(call["values"], json({1, 0, 0}));
+    EXPECT_EQ(call["position"], "0.0.0");
+
+    board.append("etc/cfg/dfd/chassis/8.cfg", "1st_irq_status.fpath=/dev/cpld9\n");
+    const Result broken = control(board, "irq dispatch --yes");
+    EXPECT_EQ(broken.status, 4);
+    EXPECT_THAT(broken.err, HasSubstr("the first level status cannot be read"));
+    board.append("etc/cfg/dfd/chassis/8.cfg", "irq_ctrl_num=0\n");
+    EXPECT_EQ(control(board, "irq dispatch --yes").status, 3);
+}
+
 TEST(Control, OneDocumentWithTheSameKeys) {
     const Board board("demo");
     const json done = control(board, "led set status red --json").json();

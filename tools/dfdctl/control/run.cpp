@@ -12,6 +12,7 @@
 #include "dfdctl/board/register_bits.hpp"
 #include "dfdctl/board/start.hpp"
 #include "dfdctl/control/controls.hpp"
+#include "dfdctl/control/run.hpp"
 #include "dfdctl/output.hpp"
 
 #include <fmt/format.h>
@@ -71,7 +72,8 @@ std::uint8_t byte_of(const Look &look) {
 }
 
 Look look_at(const Signal &signal) {
-    return {signal.show ? signal.show() : read_register(signal.item), read_byte(description_of(signal))};
+    return {signal.show ? signal.show() : read_register(signal.item),
+            read_byte(description_of(signal))};
 }
 
 /// The reading that tells whether a signal took what was written.
@@ -116,24 +118,6 @@ std::string warnings_of(const std::vector<Change> &changes) {
         }
     }
     return text;
-}
-
-/// Asks at a terminal; elsewhere --yes is the only answer.
-void confirm(const Control &control, const std::vector<Change> &changes, bool yes) {
-    const std::string warnings = warnings_of(changes);
-    if (warnings.empty() || yes) {
-        return;
-    }
-    if (isatty(STDIN_FILENO) == 0) {
-        throw UsageError(fmt::format("{}: {}. Nothing was done; confirm with --yes",
-                                     full_name(control), warnings));
-    }
-    fmt::print(stderr, "dfdctl: {}. Continue? [y/N] ", warnings);
-    std::fflush(stderr);
-    const int answer = std::getchar();
-    if (answer != 'y' && answer != 'Y') {
-        throw UsageError("nothing was done");
-    }
 }
 
 Done refused(const Change &change, int status, int result, const std::string &error) {
@@ -348,19 +332,13 @@ void tell(const Options &options, const Control &control, const std::vector<Done
     std::ranges::for_each(all, complain_of);
 }
 
-void tell_signals(const std::string &names, const Control &control, int status) {
-    complain(fmt::format("{} waited until '{}' was {}", names, full_name(control),
-                         status == kExitOk ? "finished; nothing is left half-way"
-                                           : "through; see above what failed"));
-}
-
 int run(const Options &options, const Control &control, const Request &request) {
     if (request.words.size() < control.fewest) {
         throw UsageError(fmt::format("{} takes: {}", full_name(control), control.usage));
     }
     const Library library = require_library(options);
     const std::vector<Change> changes = control.plan(request.words, library.log);
-    confirm(control, changes, request.yes);
+    confirm(full_name(control), warnings_of(changes), request.yes);
     // From the first write to the last nothing stops this: not the hang-up of a terminal either, to
     // which nothing is printed before all is done.
     const dfd_tools::SignalsHeld held;
@@ -371,7 +349,7 @@ int run(const Options &options, const Control &control, const Request &request) 
     tell(options, control, all);
     const int status = status_of(all);
     if (const std::string names = held.waiting(); !names.empty()) {
-        tell_signals(names, control, status);
+        tell_signals(names, full_name(control), status);
     }
     return status;
 }
@@ -400,6 +378,28 @@ void add_control(Command &parent, const char *name, const Control &control,
 
 }  // namespace
 
+void confirm(const std::string &command, const std::string &warnings, bool yes) {
+    if (warnings.empty() || yes) {
+        return;
+    }
+    if (isatty(STDIN_FILENO) == 0) {
+        throw UsageError(
+            fmt::format("{}: {}. Nothing was done; confirm with --yes", command, warnings));
+    }
+    fmt::print(stderr, "dfdctl: {}. Continue? [y/N] ", warnings);
+    std::fflush(stderr);
+    const int answer = std::getchar();
+    if (answer != 'y' && answer != 'Y') {
+        throw UsageError("nothing was done");
+    }
+}
+
+void tell_signals(const std::string &names, const std::string &command, int status) {
+    complain(fmt::format("{} waited until '{}' was {}", names, command,
+                         status == kExitOk ? "finished; nothing is left half-way"
+                                           : "through; see above what failed"));
+}
+
 void add_controls(Command &top, const Options &options) {
     std::map<std::string, Command> groups;
     for (const Control &control : controls()) {
@@ -416,6 +416,7 @@ void add_controls(Command &top, const Options &options) {
         }
         add_control(group->second, control.name, control, options);
     }
+    add_dispatch(groups.at("irq"), options);
 }
 
 }  // namespace dfdctl

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+// What all commands of this room do alike.
+#pragma once
+
+#include <string>
+
+#include "dfdctl/command.hpp"
+
+namespace dfdctl {
+
+/// Asks at a terminal; elsewhere --yes is the only answer. Throws UsageError for any other.
+void confirm(const std::string &command, const std::string &warnings, bool yes);
+
+/// Says that signals of the system have waited until the command was through.
+void tell_signals(const std::string &names, const std::string &command, int status);
+
+/// `irq dispatch`, in its group.
+void add_dispatch(Command &group, const Options &options);
+
+}  // namespace dfdctl
