@@ -181,6 +181,15 @@ Verdict judge_rotor_speed(const Judged &cell) {
 Verdict judge_supply(const Judged &cell) {
     const std::uint32_t supply = cell.place.index1;
     switch (cell.number()) {
+        // Unless it is in mode func, the library asks power_state alone for the presence.
+        case POWER_STATUS_ABSENT:
+            return sdd_get_power_present(supply) <= 0
+                       ? std::nullopt
+                       : judgement(Severity::warning, "UNSURE",
+                                   "power_present says that it is plugged, power_state that it "
+                                   "is not",
+                                   {item_of(DFD_KEY_POWER_STATE, supply),
+                                    item_of(DFD_KEY_POWER_PRESENT, supply)});
         case POWER_STATUS_FAILED:
         case POWER_STATUS_FAILED_FLAGGED:
             return judgement(Severity::alarm, "FAILED", "the supply reports a failure",
