@@ -140,7 +140,7 @@ std::string usage_message(const CLI::App &app, const CLI::ParseError &error,
 }
 
 void report_usage(const CLI::App &app, const CLI::ParseError &error, std::span<char *const> words) {
-    fmt::print(stderr, "dfdctl: {}\nTry 'dfdctl --help'.\n", usage_message(app, error, words));
+    complain(usage_message(app, error, words) + "\nTry 'dfdctl --help'.");
 }
 
 int run(int argc, char **argv, Options &options) {
@@ -199,7 +199,7 @@ int run(int argc, char **argv, Options &options) {
 int close_output(std::FILE *out, int status) {
     const bool broken = std::ferror(out) != 0;
     if (std::fclose(out) != 0 || broken) {
-        fmt::print(stderr, "dfdctl: the output cannot be written\n");
+        complain("the output cannot be written");
         return kExitIo;
     }
     return status;
@@ -213,10 +213,10 @@ int main(int argc, char **argv) {
         options.out = take_stdout();
         return close_output(options.out, run(argc, argv, options));
     } catch (const UsageError &error) {
-        fmt::print(stderr, "dfdctl: {}\n", error.what());
+        complain(error.what());
         return kExitUsage;
     } catch (const std::exception &error) {
-        fmt::print(stderr, "dfdctl: {}\n", error.what());
+        complain(error.what());
         return kExitIo;
     }
 }

@@ -153,6 +153,8 @@ TEST(Get, OutputCarriesDataOnlyAlsoWithTheLogOpen) {
     EXPECT_THAT(result.err, HasSubstr("start parsing config file"));
     EXPECT_THAT(result.err, HasSubstr("TLV Len:2"));
     EXPECT_EQ(run(fmt::format("sh -c '{}/dfdctl --version >/dev/full'", BUILD_DIR)).status, 4);
+    EXPECT_EQ(run(fmt::format("sh -c '{}/dfdctl show nothing 2>/dev/full'", BUILD_DIR)).status, 2)
+        << "messages that nobody can read end nothing";
 }
 
 TEST(Set, WritesReadsBackAndStays) {
