@@ -10,7 +10,7 @@ namespace dfdctl {
 
 namespace {
 
-constexpr std::size_t kIndent = 6;  // of the second line of a sentence
+constexpr std::size_t kSentenceIndent = 6;  // of the second line of a sentence
 
 std::string cell_text(const Reading &reading) {
     switch (reading.status) {
@@ -57,7 +57,7 @@ void print_failures(std::FILE *out, const SectionData &data) {
                 print_wrapped(out,
                               fmt::format("  {}{}: {}", row_name(row),
                                           data.section->columns[i].heading, row.cells[i].error),
-                              kIndent);
+                              kSentenceIndent);
             }
         }
     }
@@ -133,7 +133,7 @@ void print_table(std::FILE *out, const SectionData &data) {
     }
     table.print(out);
     if (!missing.empty()) {
-        print_wrapped(out, fmt::format("  Not supported: {}", missing), kIndent);
+        print_wrapped(out, fmt::format("  Not supported: {}", missing), kSentenceIndent);
     }
 }
 
