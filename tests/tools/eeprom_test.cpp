@@ -174,12 +174,12 @@ TEST(Eeprom, DumpDecodesAndTellsWrongChecksums) {
     };
     const Case cases[] = {
         {"[[tlv]]\ndevice_type = 9\n[[tlv.entry]]\ntype = 3\ntext = 'SN7'\n",
-         {"TLV image, version 1", "entry 3 (serial number), 4 bytes: \"SN7.\"", ", right"}},
+         {"0000  01 7e 00 09", "[[tlv]]", "text = \"SN7\""}},
         {"[[tlv]]\ndevice_type = 9\nspoil_checksum = true\n", {"should be 0x0088"}},
-        {"[[tlv]]\ndevice_type = 9\ndata_length = 500\n", {"does not fit the memory"}},
+        {"[[tlv]]\ndevice_type = 9\ndata_length = 500\n", {"the memory has room for 248"}},
         {"[[fru]]\nproduct_name = 'NAME'\nspoil_area_checksum = true\n",
-         {"header checksum right", "product name, code 3, 4 bytes: \"NAME\"", "checksum wrong"}},
-        {"[[bytes]]\nvalues = 'ff'\n", {"no TLV or FRU image"}},
+         {"product_name = \"NAME\"", "# fault at 0x17: the checksum of the FRU product info area"}},
+        {"[[bytes]]\nvalues = 'ff'\n", {"# fault at 0x00: blank"}},
     };
     for (const Case &each : cases) {
         SCOPED_TRACE(each.description);

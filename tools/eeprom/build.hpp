@@ -11,15 +11,18 @@ namespace eeprom {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// What is wrong with a description; the text begins with file:line:column.
+/// What is wrong with a description; the text begins with file:line:column, `reason` does not.
 struct Error : std::runtime_error {
-    using std::runtime_error::runtime_error;
+    explicit Error(const std::string &message) : Error(message, message) {}
+    Error(const std::string &message, std::string why)
+        : std::runtime_error(message), reason(std::move(why)) {}
+
+    std::string reason;
 };
 
 /// Reads the description in a TOML file and builds its image. Throws Error.
 Bytes build_image(const std::string &path);
-
-/// The bytes in rows of sixteen, then each layout that the image fits, decoded.
-std::string describe_image(const Bytes &bytes);
+/// The same of a description in memory.
+Bytes build_text(const std::string &text);
 
 }  // namespace eeprom

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
-// FRU image: common header and product info area, in blocks of 8 bytes with zero checksums.
+// FRU image: common header and info areas, in blocks of 8 bytes with zero checksums.
 #include <array>
 #include <numeric>
 
 #include "common/nearest.hpp"
+#include "eeprom/fru_shape.hpp"
 #include "eeprom/image.hpp"
 
 #include <fmt/format.h>
@@ -12,34 +13,21 @@ namespace eeprom {
 
 namespace {
 
-constexpr std::size_t kBlock = 8;
-constexpr std::size_t kHeaderSize = 8;
-constexpr std::size_t kProductOffsetByte = 4;
-constexpr std::size_t kAreaLengthByte = 1;
-constexpr std::int64_t kEnglish = 25;
-constexpr std::uint8_t kFormatVersion = 1;
-constexpr std::uint8_t kEndMark = 0xC1;
-constexpr std::size_t kMaxField = 63;
-constexpr int kCodeShift = 6;
+using fru::Area;
+using fru::Code;
+using fru::kBlock;
+using fru::kCodeNames;
 
-enum class Code : std::uint8_t { binary = 0, bcd_plus = 1, six_bit = 2, text = 3 };
-constexpr std::array<std::string_view, 4> kCodeNames = {"binary", "bcd_plus", "six_bit", "text"};
-
-constexpr std::array<std::string_view, 7> kFields = {
-    "manufacturer",  "product_name", "part_number", "product_version",
-    "serial_number", "asset_tag",    "fru_file_id"};
-
-/// Two digits a byte, the first in the high nibble; a blank fills an odd end.
+/// A blank fills an odd end.
 Bytes encode_bcd_plus(std::string text, const toml::source_region &where) {
-    constexpr std::string_view kDigits = "0123456789 -.";
     constexpr int kNibble = 4;
     if (text.size() % 2 != 0) {
         text += ' ';
     }
     Bytes bytes;
     for (std::size_t i = 0; i < text.size(); i += 2) {
-        const std::size_t high = kDigits.find(text[i]);
-        const std::size_t low = kDigits.find(text[i + 1]);
+        const std::size_t high = fru::kBcdDigits.find(text[i]);
+        const std::size_t low = fru::kBcdDigits.find(text[i + 1]);
         if (high == std::string_view::npos || low == std::string_view::npos) {
             fail(where, "a bcd_plus field holds digits, blanks, '-' and '.' only");
         }
@@ -48,25 +36,43 @@ Bytes encode_bcd_plus(std::string text, const toml::source_region &where) {
     return bytes;
 }
 
-/// Characters from blank to underscore, six bits each, the first in the lowest bits.
 Bytes encode_six_bit(const std::string &text, const toml::source_region &where) {
-    constexpr int kBits = 6;
     constexpr int kByteBits = 8;
     Bytes bytes;
     unsigned pending = 0;
     int count = 0;
     for (const char c : text) {
-        if (c < ' ' || c > '_') {
+        if (c < fru::kSixBitFirst || c > '_') {
             fail(where, "a six_bit field holds characters from blank to '_' only (no lower case)");
         }
-        pending |= static_cast<unsigned>(c - ' ') << count;
-        for (count += kBits; count >= kByteBits; count -= kByteBits) {
+        pending |= static_cast<unsigned>(c - fru::kSixBitFirst) << count;
+        for (count += fru::kSixBits; count >= kByteBits; count -= kByteBits) {
             bytes.push_back(static_cast<std::uint8_t>(pending & kByteMax));
             pending >>= kByteBits;
         }
     }
     if (count > 0) {
         bytes.push_back(static_cast<std::uint8_t>(pending));
+    }
+    return bytes;
+}
+
+/// Characters of Latin 1, of which a description's UTF-8 has two bytes above 0x7f.
+Bytes encode_latin_1(const std::string &text, const toml::source_region &where) {
+    constexpr unsigned kAscii = 0x80;
+    constexpr unsigned kTwoBytes = 0xC2;  // leads 0x80 to 0xbf
+    Bytes bytes;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto lead = static_cast<std::uint8_t>(text[i]);
+        if (lead < kAscii) {
+            bytes.push_back(lead);
+            continue;
+        }
+        if ((lead & ~1U) != kTwoBytes || i + 1 == text.size()) {
+            fail(where, "a field holds characters of Latin 1 only");
+        }
+        const auto next = static_cast<std::uint8_t>(text[++i]);
+        bytes.push_back(static_cast<std::uint8_t>(next + (lead - kTwoBytes) * 0x40U));
     }
     return bytes;
 }
@@ -91,20 +97,22 @@ Bytes encode_text(const std::string &text, Code code, const toml::source_region 
             return encode_bcd_plus(text, where);
         case Code::six_bit:
             return encode_six_bit(text, where);
-        default:
+        case Code::binary:
             return {text.begin(), text.end()};
+        default:
+            return encode_latin_1(text, where);
     }
 }
 
 /// Type/length byte and data.
 Bytes with_type_length(const Bytes &data, Code code, const toml::source_region &where) {
-    if (data.size() > kMaxField) {
+    if (data.size() > fru::kMaxField) {
         fail(where,
-             fmt::format("a field has at most {} bytes, this one {}", kMaxField, data.size()));
+             fmt::format("a field has at most {} bytes, this one {}", fru::kMaxField, data.size()));
     }
-    const auto head = static_cast<std::uint8_t>(static_cast<unsigned>(code) << kCodeShift |
+    const auto head = static_cast<std::uint8_t>(static_cast<unsigned>(code) << fru::kCodeShift |
                                                 static_cast<unsigned>(data.size()));
-    if (head == kEndMark) {
+    if (head == fru::kEndMark) {
         fail(where,
              "a text of one character would read as the end of the fields: write it as "
              "{ text = \"...\", code = \"binary\" }");
@@ -118,7 +126,7 @@ Bytes with_type_length(const Bytes &data, Code code, const toml::source_region &
 Bytes field_bytes(const toml::node &node) {
     if (node.is_string()) {
         const auto text = node.value_or(std::string());
-        return with_type_length({text.begin(), text.end()}, Code::text, node.source());
+        return with_type_length(encode_latin_1(text, node.source()), Code::text, node.source());
     }
     if (!node.is_table()) {
         fail(node.source(), "a field is a text in quotes or { text = ..., code = ... }");
@@ -166,44 +174,97 @@ void close_area(Bytes &area, Section &section) {
     const std::size_t size = wanted ? static_cast<std::size_t>(*wanted) : needed;
     const auto blocks =
         section.number_or("area_length", static_cast<std::int64_t>(size / kBlock), 0, kByteMax);
-    area[kAreaLengthByte] = static_cast<std::uint8_t>(blocks);
-    area.resize(size - 1);
+    area[fru::kAreaLengthByte] = static_cast<std::uint8_t>(blocks);
+    area.resize(size - 1, static_cast<std::uint8_t>(section.number_or("pad", 0, 0, kByteMax)));
     area.push_back(zero_checksum(area));
     area.back() = static_cast<std::uint8_t>(area.back() + section.flag("spoil_area_checksum"));
 }
 
-Bytes product_area(Section &section) {
-    Bytes area = {kFormatVersion, 0,
-                  static_cast<std::uint8_t>(section.number_or("language", kEnglish, 0, kByteMax))};
-    for (const std::string_view name : kFields) {
+/// Least significant byte first.
+Bytes date_bytes(Section &section) {
+    constexpr std::int64_t kMax = 0xFFFFFF;
+    constexpr int kByteBits = 8;
+    Bytes bytes(fru::kDateSize);
+    std::int64_t minutes = section.number_or("mfg_date", 0, 0, kMax);
+    for (std::uint8_t &byte : bytes) {
+        byte = static_cast<std::uint8_t>(minutes & kByteMax);
+        minutes >>= kByteBits;
+    }
+    return bytes;
+}
+
+Bytes area_bytes(const Area &shape, Section &section) {
+    Bytes area = {fru::kFormatVersion, 0,
+                  static_cast<std::uint8_t>(
+                      section.number_or(shape.second_key, shape.second_default, 0, kByteMax))};
+    if (shape.has_date) {
+        append(area, date_bytes(section));
+    }
+    const auto all = static_cast<std::int64_t>(shape.fields.size());
+    const auto count = static_cast<std::size_t>(section.number_or("field_count", all, 0, all));
+    for (const std::string_view name : shape.fields.first(count)) {
         const toml::node *node = section.node(name);
         append(area, node != nullptr ? field_bytes(*node)
                                      : with_type_length({}, Code::text, section.where()));
     }
     append(area, custom_fields(section));
-    area.push_back(kEndMark);
+    area.push_back(fru::kEndMark);
     close_area(area, section);
     return area;
+}
+
+/// In blocks; 0: the image has no such area.
+std::uint8_t offset_blocks(Section &section, std::string_view key, std::int64_t standard) {
+    const auto start = section.number_or(key, standard, 0, kByteMax * std::int64_t{kBlock});
+    if (start % std::int64_t{kBlock} != 0) {
+        fail(section.where(key), fmt::format("'{}' is a multiple of 8", key));
+    }
+    return static_cast<std::uint8_t>(start / std::int64_t{kBlock});
+}
+
+/// Places an area behind the header that is in work.
+void put_area(const Area &shape, Section &section, std::string_view offset_key, std::size_t base,
+              std::int64_t standard, Bytes &header, Image &image) {
+    const std::uint8_t blocks = offset_blocks(section, offset_key, standard);
+    header[shape.header_byte] = blocks;
+    if (blocks != 0) {
+        image.put(base + blocks * kBlock, area_bytes(shape, section), shape.what, section.where());
+    }
+}
+
+void put_sub_area(const Area &shape, Section &fru, std::size_t base, Bytes &header, Image &image) {
+    const toml::node *node = fru.node(shape.key);
+    if (node == nullptr) {
+        return;
+    }
+    if (!node->is_table()) {
+        fail(node->source(),
+             fmt::format("'{}' is a table: begin it with [fru.{}]", shape.key, shape.key));
+    }
+    Section section(*node->as_table());
+    put_area(shape, section, "offset", base, 0, header, image);
+    section.finish();
 }
 
 }  // namespace
 
 void build_fru(Section &section, Image &image) {
-    const auto offset = section.offset();
-    const auto start = section.number_or("product_offset", kHeaderSize, kHeaderSize,
-                                         kByteMax * std::int64_t{kBlock});
-    if (start % std::int64_t{kBlock} != 0) {
-        fail(section.where("product_offset"), "'product_offset' is a multiple of 8");
+    const auto base = section.offset();
+    Bytes header(fru::kHeaderSize);
+    header[0] = fru::kFormatVersion;
+    header[fru::kInternalByte] = offset_blocks(section, "internal_offset", 0);
+    header[fru::kMultirecordByte] = offset_blocks(section, "multirecord_offset", 0);
+    for (const Area &shape : fru::kAreas) {
+        if (shape.key.empty()) {
+            put_area(shape, section, "product_offset", base, fru::kHeaderSize, header, image);
+        } else {
+            put_sub_area(shape, section, base, header, image);
+        }
     }
-    Bytes header(kHeaderSize);
-    header[0] = kFormatVersion;
-    header[kProductOffsetByte] = static_cast<std::uint8_t>(start / std::int64_t{kBlock});
     header.back() = zero_checksum(header);
     header.back() =
         static_cast<std::uint8_t>(header.back() + section.flag("spoil_header_checksum"));
-    image.put(offset, header, "the FRU common header", section.where());
-    image.put(offset + static_cast<std::size_t>(start), product_area(section),
-              "the FRU product info area", section.where());
+    image.put(base, header, "the FRU common header", section.where());
 }
 
 }  // namespace eeprom

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "eeprom/image.hpp"
 
+#include <algorithm>
 #include <array>
 
 #include <fmt/format.h>
@@ -12,20 +13,22 @@ namespace {
 constexpr std::int64_t kMaxSize = 65536;
 constexpr std::int64_t kErased = 0xFF;
 
-struct Layout {
+struct Builder {
     std::string_view name;
     void (*build)(Section &, Image &);
 };
 
-constexpr std::array kLayouts = {
-    Layout{"tlv", build_tlv},
-    Layout{"fru", build_fru},
-    Layout{"fan_legacy", build_fan_legacy},
-    Layout{"power_legacy", build_power_legacy},
-    Layout{"board_legacy", build_board_legacy},
-    Layout{"backplane", build_backplane},
-    Layout{"bytes", build_bytes},
-    Layout{"text", build_text},
+constexpr std::array kBuilders = {
+    Builder{"tlv", build_tlv},
+    Builder{"fru", build_fru},
+    Builder{"fan_legacy", build_fan_legacy},
+    Builder{"power_legacy", build_power_legacy},
+    Builder{"board_legacy", build_board_legacy},
+    Builder{"backplane", build_backplane},
+    Builder{"bytes", build_bytes},
+    Builder{"text", build_plain_text},
+    // Behind all others.
+    Builder{"overlay", build_overlay},
 };
 
 toml::table parse(const std::string &path) {
@@ -43,12 +46,23 @@ toml::table parse(const std::string &path) {
 
 Image::Image(std::size_t size, std::uint8_t fill) : bytes_(size, fill), owner_(size) {}
 
+void Image::check_place(std::size_t offset, std::size_t size, std::string_view what,
+                        const toml::source_region &where) const {
+    if (offset > bytes_.size() || size > bytes_.size() - offset) {
+        fail(where, fmt::format("{} needs bytes {} to {}, but the memory ends after byte {}", what,
+                                offset, offset + size - 1, bytes_.size() - 1));
+    }
+}
+
+void Image::overlay(std::size_t offset, std::span<const std::uint8_t> bytes,
+                    const toml::source_region &where) {
+    check_place(offset, bytes.size(), "[[overlay]]", where);
+    std::copy(bytes.begin(), bytes.end(), bytes_.begin() + static_cast<std::ptrdiff_t>(offset));
+}
+
 void Image::put(std::size_t offset, std::span<const std::uint8_t> bytes, std::string_view what,
                 const toml::source_region &where) {
-    if (offset > bytes_.size() || bytes.size() > bytes_.size() - offset) {
-        fail(where, fmt::format("{} needs bytes {} to {}, but the memory ends after byte {}", what,
-                                offset, offset + bytes.size() - 1, bytes_.size() - 1));
-    }
+    check_place(offset, bytes.size(), what, where);
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         if (!owner_[offset + i].empty()) {
             fail(where,
@@ -59,13 +73,12 @@ void Image::put(std::size_t offset, std::span<const std::uint8_t> bytes, std::st
     }
 }
 
-Bytes build_image(const std::string &path) {
-    const toml::table root = parse(path);
+Image build_table(const toml::table &root) {
     Section top(root);
     const auto size = top.number_or("size", kEepromSize, 1, kMaxSize);
     const auto fill = top.number_or("fill", kErased, 0, kErased);
     Image image(static_cast<std::size_t>(size), static_cast<std::uint8_t>(fill));
-    for (const Layout &layout : kLayouts) {
+    for (const Builder &layout : kBuilders) {
         for (const toml::table *table : top.tables(layout.name)) {
             Section section(*table);
             layout.build(section, image);
@@ -73,7 +86,23 @@ Bytes build_image(const std::string &path) {
         }
     }
     top.finish();
-    return image.bytes();
+    return image;
+}
+
+Image image_of_text(const std::string &text) {
+    try {
+        return build_table(toml::parse(text));
+    } catch (const toml::parse_error &error) {
+        fail(error.source(), std::string(error.description()));
+    }
+}
+
+Bytes build_image(const std::string &path) {
+    return build_table(parse(path)).bytes();
+}
+
+Bytes build_text(const std::string &text) {
+    return image_of_text(text).bytes();
 }
 
 }  // namespace eeprom

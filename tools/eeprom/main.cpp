@@ -5,7 +5,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "eeprom/build.hpp"
+#include "eeprom/decode.hpp"
 
 #include <fmt/format.h>
 
@@ -45,7 +45,7 @@ int dump(const std::string &path) {
     if (bytes.empty()) {
         throw eeprom::Error(fmt::format("{}: cannot be read or is empty", path));
     }
-    fmt::print("{}", eeprom::describe_image(bytes));
+    fmt::print("{}\n{}", eeprom::hex_rows(bytes), eeprom::decode(bytes).description);
     if (std::fflush(stdout) != 0) {
         throw eeprom::Error("the output cannot be written");
     }

@@ -57,14 +57,6 @@ Bytes mac_bytes(Section &section) {
     return *bytes;
 }
 
-Bytes sized_bytes(Section &section, std::string_view key, std::size_t size) {
-    const Bytes bytes = section.bytes(key).value_or(Bytes(size));
-    if (bytes.size() != size) {
-        fail(section.where(key), fmt::format("'{}' has {} bytes", key, size));
-    }
-    return bytes;
-}
-
 }  // namespace
 
 void build_fan_legacy(Section &section, Image &image) {
@@ -88,7 +80,9 @@ void build_power_legacy(Section &section, Image &image) {
     const std::size_t hw_offset =
         static_cast<std::size_t>(section.required_number("hw_version_offset", 0, kWordMax));
     const Bytes name =
-        fixed_text(section.required_text("name"), kNameSize, ' ', section.where("name"));
+        fixed_text(section.required_text("name"), kNameSize,
+                   static_cast<std::uint8_t>(section.number_or("pad", ' ', 0, kByteMax)),
+                   section.where("name"));
     const std::string digits = required_digits(section, "hw_version");
     image.put(name_offset, name, "the power supply name", section.where("name"));
     image.put(hw_offset, Bytes(digits.begin(), digits.end()), "the power supply version",
@@ -138,7 +132,12 @@ void build_bytes(Section &section, Image &image) {
     image.put(offset, *bytes, "[[bytes]]", section.where());
 }
 
-void build_text(Section &section, Image &image) {
+void build_overlay(Section &section, Image &image) {
+    const std::size_t offset = section.offset();
+    image.overlay(offset, section.bytes("values").value_or(Bytes()), section.where());
+}
+
+void build_plain_text(Section &section, Image &image) {
     const std::size_t offset = section.offset();
     const std::string text = section.required_text("value");
     const auto size =

@@ -28,7 +28,8 @@ Bytes array_bytes(const toml::array &array, std::string_view key) {
 
 void fail(const toml::source_region &where, const std::string &message) {
     throw Error(fmt::format("{}:{}:{}: {}", where.path ? *where.path : "description",
-                            where.begin.line, where.begin.column, message));
+                            where.begin.line, where.begin.column, message),
+                message);
 }
 
 void append(Bytes &to, const Bytes &from) {
@@ -53,6 +54,14 @@ std::optional<Bytes> parse_hex(std::string_view text) {
     Bytes bytes;
     for (std::size_t i = 0; i < digits.size(); i += 2) {
         bytes.push_back(static_cast<std::uint8_t>(std::stoi(digits.substr(i, 2), nullptr, kHex)));
+    }
+    return bytes;
+}
+
+Bytes sized_bytes(Section &section, std::string_view key, std::size_t size) {
+    const Bytes bytes = section.bytes(key).value_or(Bytes(size));
+    if (bytes.size() != size) {
+        fail(section.where(key), fmt::format("'{}' has {} bytes", key, size));
     }
     return bytes;
 }

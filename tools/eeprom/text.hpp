@@ -54,4 +54,7 @@ class Section {
     std::vector<std::string_view> known_;
 };
 
+/// So many bytes, zeros by default.
+Bytes sized_bytes(Section &section, std::string_view key, std::size_t size);
+
 }  // namespace eeprom

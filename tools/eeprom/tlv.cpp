@@ -5,6 +5,7 @@
 
 #include "common/nearest.hpp"
 #include "eeprom/image.hpp"
+#include "eeprom/tlv_shape.hpp"
 #include "framework/dfd_info/bits.h"
 #include "hal/facts.h"
 
@@ -14,21 +15,11 @@ namespace eeprom {
 
 namespace {
 
-constexpr std::int64_t kShortVersion = 1;
-constexpr std::size_t kIntegerSize = 4;
-
-struct EntryType {
-    std::string_view name;
-    std::uint8_t number;
-};
-
-constexpr std::uint8_t kDeviceTypeEntry = 6;
-constexpr std::array kEntryTypes = {
-    EntryType{"product_name", 2},
-    EntryType{"serial_number", 3},
-    EntryType{"hw_version", 5},
-    EntryType{"device_type", kDeviceTypeEntry},
-};
+using tlv::EntryType;
+using tlv::kDeviceTypeEntry;
+using tlv::kEntryTypes;
+using tlv::kIntegerSize;
+using tlv::kShortVersion;
 
 std::uint8_t entry_type(Section &entry) {
     const toml::node *node = entry.node("type");
@@ -131,7 +122,7 @@ void build_tlv(Section &section, Image &image) {
         static_cast<std::uint8_t>(section.number_or("flag", dfd::tlv::kFlag, 0, kByteMax)),
         header_version(section), static_cast<std::uint8_t>(type.value_or(dfd::tlv::kTypeInEntry))};
     if (version != kShortVersion) {
-        bytes.resize(bytes.size() + kIntegerSize);
+        append(bytes, sized_bytes(section, "reserved", kIntegerSize));
     }
     const auto size = static_cast<std::int64_t>(data.size());
     append(bytes, big_endian(section.number_or("data_length", size, 0, kWordMax), 2));
