@@ -80,7 +80,7 @@ target_include_directories(dfd INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
   $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_link_options(dfd PRIVATE -static-libgcc -Wl,--as-needed
-  -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/libdfd.map)
+  -Wl,--build-id=sha1 -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/libdfd.map)
 target_link_libraries(dfd PRIVATE dfd_sanitizers)
 if(NOT DFD_SANITIZE)
   target_link_options(dfd PRIVATE -Wl,--no-undefined)

@@ -33,10 +33,11 @@ void complain(const std::string &text);
 
 struct Options {
     bool json = false;
-    unsigned width = 0;        ///< columns of text; 0: those of the terminal
-    bool wide = false;         ///< text without a limit
-    unsigned debug = 0;        ///< level of dfd_open_debug; 0: the log gate stays closed
-    std::FILE *out = nullptr;  ///< for data; the library writes its log elsewhere
+    unsigned width = 0;          ///< columns of text; 0: those of the terminal
+    bool wide = false;           ///< text without a limit
+    unsigned debug = 0;          ///< level of dfd_open_debug; 0: the log gate stays closed
+    bool debug_startup = false;  ///< open also while the configuration is loaded
+    std::FILE *out = nullptr;    ///< for data; the library writes its log elsewhere
 };
 
 /// What the command line asks for; set by the chosen subcommand, run after parsing.

@@ -5,6 +5,7 @@
 #include <span>
 
 #include "common/nearest.hpp"
+#include "dfdctl/board/installed.hpp"
 #include "dfdctl/board/start.hpp"
 #include "dfdctl/command.hpp"
 #include "dfdctl/output.hpp"
@@ -143,19 +144,29 @@ void report_usage(const CLI::App &app, const CLI::ParseError &error, std::span<c
     complain(usage_message(app, error, words) + "\nTry 'dfdctl --help'.");
 }
 
+std::string version() {
+    const std::string other = other_installed_library();
+    return "dfdctl " DFDCTL_VERSION +
+           (other.empty()
+                ? std::string()
+                : fmt::format("\n{} is another build of the library than dfdctl's own", other));
+}
+
 int run(int argc, char **argv, Options &options) {
     CLI::App app{kDescription, "dfdctl"};
     app.footer(help_footer("dfdctl show board", kFooter));
     set_up_help(app);
     app.require_subcommand(1);
     app.fallthrough();
-    app.set_version_flag("--version", "dfdctl " DFDCTL_VERSION);
+    app.set_version_flag("--version", version);
     app.add_flag("--json", options.json, "Print one JSON document instead of text");
     app.add_option("--debug", options.debug,
                    "Open the library's log: 1 errors, warnings, trace; 2 nothing more; 3 all; "
                    "4 voltage lock")
         ->type_name("LEVEL")
         ->check(CLI::Range(0U, kMaxDebugLevel));
+    app.add_flag("--debug-startup", options.debug_startup,
+                 "With --debug: the log also of loading the configuration");
     CLI::Option *width =
         app.add_option("--width", options.width,
                        "Columns of text; without it those of the terminal, 80 where there is none")

@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <functional>
 #include <map>
 #include <regex>
 #include <sstream>
@@ -56,6 +58,11 @@ std::vector<std::string> accesses(const Board &board, const std::string &argumen
 std::size_t count_of(const std::vector<std::string> &lines, const std::string &part) {
     return static_cast<std::size_t>(std::ranges::count_if(
         lines, [&](const std::string &line) { return line.find(part) != std::string::npos; }));
+}
+
+/// Text that was broken into lines to fit the terminal.
+std::string unwrapped(const std::string &text) {
+    return std::regex_replace(text, std::regex("\\s+"), " ");
 }
 
 struct FaultCase {
@@ -202,6 +209,161 @@ TEST(ReadPass, EveryReadingBehindADeadDeviceNamesIt) {
         EXPECT_EQ(rotor["speed"]["device"], "/dev/fpga0");
         EXPECT_EQ(rotor["state"]["device"], "/dev/fpga0");
     }
+}
+
+/// Readings of a document that died of a device.
+int readings_lost(const json &part, const std::string &device) {
+    int lost = part.is_object() && part.contains("errno") && part["device"] == device ? 1 : 0;
+    if (part.is_structured()) {
+        for (const json &each : part) {
+            lost += readings_lost(each, device);
+        }
+    }
+    return lost;
+}
+
+TEST(Losses, NameADeviceOnceWithWhatItCost) {
+    const Board board("demo");
+    no_fpga(board);
+    const Result page = board.dfdctl("show fans");
+    EXPECT_EQ(page.status, 1);
+    const int lost = readings_lost(board.dfdctl("show fans --json").json(), "/dev/fpga0");
+    EXPECT_GT(lost, 24);
+    const std::string text = unwrapped(page.out);
+    EXPECT_THAT(text, HasSubstr(fmt::format("/dev/fpga0: No such file or directory ({} readings: "
+                                            "control mode, state of trays 1-4, rotor",
+                                            lost)));
+    EXPECT_THAT(text, HasSubstr("its driver is not loaded"));
+    EXPECT_EQ(text.find("/dev/fpga0"), text.rfind("/dev/fpga0"));
+    const Result all = board.dfdctl("show all");
+    const std::string report = "/dev/fpga0: No such file or directory (";
+    EXPECT_NE(all.out.find(report), std::string::npos);
+    EXPECT_EQ(all.out.find(report), all.out.rfind(report)) << "once below all pages";
+}
+
+TEST(Losses, OneReading) {
+    const Board board("demo");
+    board.append(kTemps, "card_temp_ctrl.addr_31_1=0x77\n");
+    const Result page = board.dfdctl("show temps");
+    EXPECT_THAT(unwrapped(page.out),
+                HasSubstr("0x77: no acknowledgement at this address (1 reading: sensor"));
+}
+
+// A page of a bus that hangs takes two time-outs, not one for each attempt at each register.
+TEST(Losses, AHangingBusTakesTwoTimeOuts) {
+    constexpr double kLeast_s = 0.4;
+    constexpr double kMost_s = 4;
+    const Board board("demo");
+    empty_bus(board, "ETIMEDOUT");
+    board.append("chassis.toml", "absent_ms = 200\n");
+    const auto begin = std::chrono::steady_clock::now();
+    const Result page =
+        board.vchassis("run --real-time", fmt::format("-- {}/dfdctl show all", BUILD_DIR));
+    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
+    EXPECT_EQ(page.status, 1);
+    EXPECT_GE(taken.count(), kLeast_s);
+    EXPECT_LT(taken.count(), kMost_s);
+    EXPECT_THAT(page.out, HasSubstr("/dev/i2c-2: time-out ("));
+}
+
+TEST(Losses, WrongRightsNameTheGroup) {
+    const std::string nobody = "setpriv --reuid 65534 --regid 65534 --clear-groups ";
+    const Board board("demo");
+    const std::string directory = board.file("").string();
+    const std::string file = board.file("node").string();
+    const std::string prepare = fmt::format(
+        "chmod 0777 {0} && echo 1 >{1} && chmod 0660 {1} && chown 0:12345 {1} && {2} true",
+        directory, file, nobody);
+    if (run(prepare).status != 0) {
+        GTEST_SKIP() << "needs a user that may become another one";
+    }
+    board.append(kFans, fmt::format("fan_mode.fpath={}\n", file));
+    const std::string dfdctl =
+        fmt::format("{}{}/vchassis run {} -- {}/dfdctl ", nobody, BUILD_DIR, directory, BUILD_DIR);
+    const Result page = run(dfdctl + "show fans");
+    EXPECT_THAT(unwrapped(page.out),
+                HasSubstr("node: Permission denied (1 reading: control mode)"));
+    EXPECT_THAT(unwrapped(page.out), HasSubstr("run as root or join group 12345"));
+    const Result get = run(dfdctl + "get fan_mode --json");
+    EXPECT_EQ(get.status, 4);
+    EXPECT_EQ(get.json()["reading"]["errno"], "EACCES");
+}
+
+TEST(BoardEeprom, IsARowAlsoWhenItTellsNothing) {
+    struct Case {
+        const char *from;
+        const char *to;
+        const char *status;
+        const char *error;
+    };
+    const Case cases[] = {
+        {"addr = 0x57", "addr = 0x5f", "io_error", "no acknowledgement at this address"},
+        {"image = \"images/board.bin\"\n", "", "bad_data", "is blank: 0xff"},
+        {"image = \"images/board.bin\"\n", "fill = 0x00\n", "bad_data", "is blank: 0x00"},
+        {"image = \"images/board.bin\"\n", "fill = 0x41\n", "bad_data",
+         "holds no board type (byte 0 = 0x41, byte 1 = 0x41)"},
+    };
+    for (const Case &each : cases) {
+        const Board board("demo");
+        board.replace("chassis.toml", each.from, each.to);
+        EXPECT_EQ(board.dfdctl("show board").status, 1) << each.error;
+        const json row = board.dfdctl("show board --json").json()["inventory"][0];
+        EXPECT_EQ(row["unit"], "board");
+        EXPECT_EQ(row["type"]["status"], each.status);
+        EXPECT_THAT(std::string(row["type"]["error"]), HasSubstr(each.error));
+    }
+}
+
+TEST(Files, ThatCannotBeReadAreNamed) {
+    struct Case {
+        const char *command;  ///< in the board's etc/cfg/dfd
+        const char *page;
+        int status;
+        const char *message;
+    };
+    const Case cases[] = {
+        {": > file_name/0x3e", "show fans", 2,
+         "file_name/0x3e: no file is loaded: the list is empty"},
+        {"rm file_name/0x3e && mkdir file_name/0x3e", "show fans", 2,
+         "file_name/0x3e: no file is loaded: Is a directory"},
+        {"rm cfg_file/cm8_leds.cfg && mkdir cfg_file/cm8_leds.cfg", "show leds", 2,
+         "cfg_file/cm8_leds.cfg: cannot be read: Is a directory"},
+        {"rm chassis/8.cfg && mkdir chassis/8.cfg", "show fans", 2,
+         "chassis/8.cfg: cannot be read: Is a directory"},
+        {"rm chassis/8.cfg", "show fans", 0,
+         "chassis/8.cfg: No such file or directory: what it would set for this chassis is missing"},
+    };
+    for (const Case &each : cases) {
+        const Board board("demo");
+        run(fmt::format("cd {}/etc/cfg/dfd && {}", board.file("").string(), each.command));
+        const Result result = board.dfdctl(each.page);
+        EXPECT_EQ(result.status, each.status) << each.message;
+        EXPECT_THAT(result.err, HasSubstr(each.message));
+    }
+}
+
+TEST(Installed, AnotherBuildOfTheLibraryIsNamed) {
+    const TempDir directory;
+    std::string library = read_file(fmt::format("{}/libdfd.so.0", BUILD_DIR));
+    const std::string note("\3\0\0\0GNU\0", 8);  // of the build ID
+    const std::size_t at = library.find(note);
+    ASSERT_NE(at, std::string::npos);
+    const std::string path = (directory.path() / "libdfd.so.0").string();
+    const auto version = [&](const std::string &in) {
+        return run(fmt::format("LD_LIBRARY_PATH={} {}/dfdctl --version", in, BUILD_DIR)).out;
+    };
+    write_file(path, library);
+    EXPECT_THAT(version(directory.path().string()), testing::Not(HasSubstr("another build")));
+    EXPECT_THAT(version("/nowhere"), testing::Not(HasSubstr("another build")));
+    library[at + note.size()] = static_cast<char>(library[at + note.size()] ^ 1);
+    write_file(path, library);
+    EXPECT_THAT(version(directory.path().string()), HasSubstr(path + " is another build"));
+    const Board board("demo");
+    const Result page =
+        run(fmt::format("{0}/vchassis run {1} -- env LD_LIBRARY_PATH={2} {0}/dfdctl show board "
+                        "--json",
+                        BUILD_DIR, board.file("").string(), directory.path().string()));
+    EXPECT_EQ(page.json()["other_library"], path);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "dfdctl/board/load_record.hpp"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
 
@@ -137,7 +138,7 @@ LoadWatcher::LoadWatcher() {
     hooks_.list_opened = [](void *context, const char *path, int error) {
         LoadRecord &log = self(context).log_;
         log.list_path = path;
-        log.list_error = self(context).why(error);
+        log.list_error = self(context).why(error == 0 ? self(context).unreadable(path) : error);
     };
     hooks_.listed = [](void *context, int line, const char *raw, const char *path) {
         self(context).log_.list.push_back({line, raw, path});
@@ -188,7 +189,16 @@ void LoadWatcher::set_answers(std::function<void(const dfd::watch::EngineCall &)
     hooks_.pause = [](void * /*context*/, unsigned /*us*/) { return true; };
 }
 
+/// A directory can be opened, and then delivers nothing: the library goes on behind it.
+int LoadWatcher::unreadable(const std::string &path) const {
+    std::error_code error;
+    const bool is_of_chassis = hooks_.map_path == nullptr;
+    return is_of_chassis && std::filesystem::is_directory(path, error) ? EISDIR : 0;
+}
+
 void LoadWatcher::file_opened(std::string_view path, int error) {
+    const bool is_directory = error == 0 && unreadable(std::string(path)) != 0;
+    error = is_directory ? EISDIR : error;
     const bool is_listed = !log_.list.empty() && log_.list.back().path == path;
     const FileRole role = is_listed          ? FileRole::listed
                           : path == kPidFile ? FileRole::card_pid
@@ -196,6 +206,7 @@ void LoadWatcher::file_opened(std::string_view path, int error) {
     log_.files.push_back({.path = std::string(path),
                           .role = role,
                           .opened = error == 0,
+                          .is_passed_over = is_directory,
                           .error = why(error),
                           .problems = {}});
     begin_ = 0;

@@ -36,8 +36,9 @@ struct ConfigFile {
     std::string path;  ///< as the library names it
     FileRole role;
     bool opened = true;
-    std::string error;    ///< why it could not be opened, or why loading stopped
-    int failed_line = 0;  ///< where loading stopped; 0: it did not
+    bool is_passed_over = false;  ///< nothing could be read of it, and loading went on
+    std::string error;            ///< why it could not be opened, or why loading stopped
+    int failed_line = 0;          ///< where loading stopped; 0: it did not
     int lines = 0;
     int items = 0;                      ///< items that got their first line here
     std::vector<std::size_t> problems;  ///< lines without effect, in LoadRecord::lines
@@ -146,6 +147,7 @@ class LoadWatcher {
     const char *map(const char *path);
     /// Why the file that was mapped last could not be opened; empty when it was.
     std::string why(int error) const;
+    int unreadable(const std::string &path) const;
     void file_opened(std::string_view path, int error);
     void line(const dfd::watch::Line &line);
 

@@ -22,6 +22,8 @@ void report(const ConfigFile &file) {
     if (file.failed_line != 0) {
         fmt::print(stderr, "dfdctl: {}:{}: loading stopped here: {}\n", file.path, file.failed_line,
                    file.error);
+    } else if (file.is_passed_over) {
+        fmt::print(stderr, "dfdctl: {}: cannot be read: {}\n", file.path, file.error);
     } else if (!file.opened && file.role == FileRole::listed) {
         fmt::print(stderr,
                    "dfdctl: {}: cannot be opened: {}; the files listed behind it are not "
@@ -44,12 +46,25 @@ std::FILE *take_stdout() {
 }
 
 bool Library::incomplete() const {
+    if (!log.list_error.empty()) {
+        return true;
+    }
     for (const ConfigFile &file : log.files) {
-        if (file.failed_line != 0 || (!file.opened && file.role == FileRole::listed)) {
+        if (file.failed_line != 0 || file.is_passed_over ||
+            (!file.opened && file.role == FileRole::listed)) {
             return true;
         }
     }
     return false;
+}
+
+void report_missing_chassis_file(const Library &library) {
+    for (const ConfigFile &file : library.log.files) {
+        if (file.role == FileRole::chassis && !file.opened && !file.is_passed_over) {
+            fmt::print(stderr, "dfdctl: {}: {}: what it would set for this chassis is missing\n",
+                       file.path, file.error);
+        }
+    }
 }
 
 int exit_of(const Reading &reading, const Library &library) {
@@ -68,7 +83,7 @@ int exit_of(const Reading &reading, const Library &library) {
 }
 
 Library start_library(const Options &options) {
-    dfd_open_debug(options.debug);
+    dfd_open_debug(options.debug_startup ? options.debug : 0);
     std::optional<ReadPass> own;
     if (ReadPass::current() == nullptr) {
         own.emplace();
@@ -78,9 +93,17 @@ Library start_library(const Options &options) {
     ReadPass::join(watcher.hooks());
     const Watching watching(watcher.hooks());
     const int result = dev_drv_init();
+    dfd_open_debug(options.debug);
     Library library{result, watcher.take()};
     for (const ConfigFile &file : library.log.files) {
         report(file);
+    }
+    if (library.usable() && library.log.list_error.empty() && library.log.list.empty()) {
+        library.log.list_error = "the list is empty";
+    }
+    if (library.usable() && !library.log.list_error.empty()) {
+        fmt::print(stderr, "dfdctl: {}: no file is loaded: {}\n", library.log.list_path,
+                   library.log.list_error);
     }
     return library;
 }

@@ -26,6 +26,9 @@ struct Library {
 /// configuration that was not loaded may set is not "not supported".
 int exit_of(const Reading &reading, const Library &library);
 
+/// Says on standard error that the chassis has no file, for what depends on one.
+void report_missing_chassis_file(const Library &library);
+
 /// Starts the library, with its log captured; opens the log gate as the options ask. Files that
 /// failed are reported on standard error.
 Library start_library(const Options &options);

@@ -2,6 +2,7 @@
 // What the start of the library tells: the board, its configuration files.
 #include "dfdctl/board/start.hpp"
 
+#include "dfdctl/board/installed.hpp"
 #include "dfdctl/check/report.hpp"
 #include "dfdctl/pages/board_page.hpp"
 
@@ -22,6 +23,10 @@ void look_at_file(const ConfigFile &file, Report &report) {
         return;
     }
     if (file.opened) {
+        return;
+    }
+    if (file.is_passed_over) {
+        add(report, Severity::alarm, "NOT LOADED", file.path, file.error);
         return;
     }
     switch (file.role) {
@@ -73,10 +78,14 @@ void look_at_board(const Library &library, Report &report) {
 }  // namespace
 
 void look_at_start(const Library &library, Report &report) {
-    if (!library.usable()) {
+    if (!library.usable() || !library.log.list_error.empty()) {
         look_at_board(library, report);
     }
     Looked files{"configuration file", "configuration files"};
+    if (const std::string other = other_installed_library(); !other.empty()) {
+        add(report, Severity::note, "OTHER BUILD", other,
+            "programs run with another build of the library than dfdctl's own");
+    }
     for (const ConfigFile &file : library.log.files) {
         if (is_optional(file, library)) {
             continue;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "dfdctl/board/describe.hpp"
+#include "dfdctl/board/faults.hpp"
 #include "dfdctl/explain/interpret.hpp"
 #include "dfdctl/explain/layout.hpp"
 #include "dfdctl/explain/output.hpp"
@@ -30,6 +31,14 @@ std::string where_of(const Event &event) {
 }
 
 /// Long contents are cut.
+/// What the system said, where it was asked.
+std::string system_words(const Event &event) {
+    const FailedTransfer failed{
+        .path = event.text, .address = {}, .call = event.call, .error = event.error};
+    return event.error == 0 ? std::string()
+                            : fmt::format(", {}: {}", errno_name(event.error), words_of(failed));
+}
+
 std::string shown_bytes(const Event &event) {
     constexpr std::size_t kMost = 24;
     const auto bytes = std::span(event.bytes);
@@ -159,7 +168,7 @@ class CallPrinter {
         std::string text =
             fmt::format("{}, {} byte{}", where_of(event), event.len, event.len == 1 ? "" : "s");
         if (event.result < 0) {
-            text += fmt::format(": fails ({})", event.result);
+            text += fmt::format(": fails ({}{})", event.result, system_words(event));
         } else if (is_real(event) || (event.is_write && !is_merged(event))) {
             text += ": " + shown_bytes(event);
         } else if (event.is_write) {

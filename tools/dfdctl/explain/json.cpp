@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "dfdctl/board/describe.hpp"
+#include "dfdctl/board/faults.hpp"
 #include "dfdctl/explain/interpret.hpp"
 #include "dfdctl/explain/layout.hpp"
 #include "dfdctl/explain/output.hpp"
@@ -53,6 +54,7 @@ ordered_json transfer_json(const Event &event) {
     json["offset"] = event.offset;
     json["length"] = event.len;
     json["result"] = event.result;
+    json["errno"] = text_or_null(errno_name(event.error));
     json["bytes"] = text_or_null(hex(event.bytes));
     return json;
 }

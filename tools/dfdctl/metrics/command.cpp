@@ -42,7 +42,7 @@ std::string label_of(const TypeFound &found) {
 }
 
 void add_inventory(Exposition &metrics) {
-    const Unit board = find_board_unit().value_or(Unit{});
+    const Unit board = find_board_unit();
     metrics.add("dfd_board_inventory_info",
                 "type of board and chassis, and the inventory of the board; always 1",
                 {{"type", label_of(find_board_type())},

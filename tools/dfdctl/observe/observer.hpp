@@ -31,7 +31,8 @@ struct Event {
     std::uint32_t value = 0;  ///< of an engine call; type or level of a conversion
     // engine, transfer: as the library got it
     int result = 0;
-    int error = 0;  ///< errno of a transfer that the system refused
+    dfd::watch::SystemCall call = {};  ///< that the system refused in a transfer
+    int error = 0;                     ///< errno of that
     // conversion
     const dfd_list_head_t *list = nullptr;
     std::uint32_t number = 0;  ///< that is looked up, where text is empty; us of a pause

@@ -183,6 +183,7 @@ void Recorder::transferred(const Transfer &transfer, int result,
                            const dfd::watch::Failure &failure) {
     Event event{.kind = Event::Kind::transfer,
                 .result = result,
+                .call = failure.call,
                 .error = failure.error,
                 .text = transfer.path != nullptr ? transfer.path : "",
                 .via = transfer.via,

@@ -6,15 +6,19 @@
 #include <dfd/inventory.h>
 #include <dfd/power.h>
 #include <dfd/records.h>
+#include <algorithm>
 #include <array>
 
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/board/item_value.hpp"
+#include "dfdctl/board/read_pass.hpp"
 #include "dfdctl/board/units.hpp"
 #include "dfdctl/board/value_words.hpp"
 #include "dfdctl/pages/board_page.hpp"
 #include "hal/board_bus.h"
 #include "hal/facts.h"
+
+#include <fmt/format.h>
 
 namespace dfdctl {
 
@@ -96,16 +100,31 @@ Unit family_unit(const Family &family, std::uint32_t index, const info_ctrl_t &r
     return unit;
 }
 
+std::string contents_of(const BoardHeader &header) {
+    const std::array bytes = {header.layout, header.flag, header.type_byte, header.addend_byte,
+                              header.sub_type_byte};
+    for (const int blank : {0xFF, 0}) {
+        if (std::ranges::all_of(bytes, [blank](int byte) { return byte == blank; })) {
+            return fmt::format("the board's EEPROM is blank: 0x{:02x} throughout", blank);
+        }
+    }
+    return fmt::format(
+        "the board's EEPROM holds no board type (byte 0 = 0x{:02x}, byte 1 = "
+        "0x{:02x})",
+        header.layout, header.flag);
+}
+
 }  // namespace
 
-std::optional<Unit> find_board_unit() {
-    const auto header = read_board_header();
-    if (!header) {
-        return std::nullopt;
-    }
+Unit find_board_unit() {
     Unit unit{
         .name = "board", .index = {}, .device = dfd::kBoardBus, .address = dfd::kBoardE2promAddr};
-    if (header->is_tlv()) {
+    const ReadingScope scope;
+    const auto header = read_board_header();
+    if (!header) {
+        unit.type = scope.explained(failure(Status::io_error, DFD_ERR_IO, "it does not answer"));
+        unit.product = unit.serial = unit.version = unit.type;
+    } else if (header->is_tlv()) {
         const Eeprom eeprom{INFO_CTRL_MODE_TLV, dfd::kBoardBus, dfd::kBoardE2promAddr};
         unit.layout = INFO_CTRL_MODE_TLV;
         unit.product = read_inventory(eeprom, E2PROM_INFO_NAME);
@@ -115,6 +134,8 @@ std::optional<Unit> find_board_unit() {
     } else if (const int type = dfd_my_type_from_e2(); type > 0) {
         unit.layout = INFO_CTRL_MODE_LEGACY;
         unit.type = {.value = std::int64_t{type}};
+    } else {
+        unit.type = scope.explained(failure(Status::bad_data, type, contents_of(*header)));
     }
     return unit;
 }
@@ -135,9 +156,7 @@ std::optional<BoardHeader> read_board_header() {
 
 std::vector<Unit> find_units(const LoadRecord &record) {
     std::vector<Unit> units;
-    if (auto board = find_board_unit()) {
-        units.push_back(std::move(*board));
-    }
+    units.push_back(find_board_unit());
     for (const Family &family : kFamilies) {
         for (const Item &item : items_of(record, family.type)) {
             units.push_back(family_unit(family, item.index1, *record_of<info_ctrl_t>(item)));

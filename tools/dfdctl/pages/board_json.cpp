@@ -103,6 +103,7 @@ ordered_json board_json(const BoardPage &page) {
         {"started", page.library.usable()},
         {"board", board},
         {"chassis", type_json(page.chassis)},
+        {"other_library", text_or_null(page.other_library)},
         {"fingerprint", page.library.usable() ? ordered_json(fingerprint(loaded)) : ordered_json()},
         {"list_file",
          {{"path", text_or_null(loaded.list_path)}, {"error", text_or_null(loaded.list_error)}}},

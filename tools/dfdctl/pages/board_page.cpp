@@ -8,6 +8,7 @@
 #include <set>
 #include <tuple>
 
+#include "dfdctl/board/installed.hpp"
 #include "dfdctl/board/item_value.hpp"
 #include "dfdctl/pages/board_page.hpp"
 
@@ -79,6 +80,7 @@ BoardPage read_board_page(const Options &options) {
     page.units = find_units(page.library.log);
     page.backplanes = find_backplanes();
     page.samples = pick_samples(page.library.log);
+    page.other_library = other_installed_library();
     return page;
 }
 

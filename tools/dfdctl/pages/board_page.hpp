@@ -59,8 +59,8 @@ struct Unit {
     bool absent() const { return type.status == Status::absent; }
 };
 
-/// The board's EEPROM is optional where a product identifier tells the board type.
-std::optional<Unit> find_board_unit();
+/// The board's own EEPROM, whatever it holds.
+Unit find_board_unit();
 /// The board's own EEPROM, then all fans, supplies and sub-cards that the configuration describes.
 std::vector<Unit> find_units(const LoadRecord &record);
 
@@ -93,6 +93,7 @@ struct BoardPage {
     std::vector<Unit> units = {};
     std::vector<Backplane> backplanes = {};
     std::vector<Sample> samples = {};
+    std::string other_library = {};  ///< installed, where it is another build
 };
 
 BoardPage read_board_page(const Options &options);

@@ -149,6 +149,10 @@ void print_page(std::FILE *out, const BoardPage &page) {
     print_type(out, "Board type", page.board);
     print_place(out, "Slot", page.slot);
     print_place(out, "Sub-slot", page.sub_slot);
+    if (!page.other_library.empty()) {
+        fmt::print(out, "  {:<14} {} is another build than dfdctl's own\n", "Library",
+                   page.other_library);
+    }
     print_heading(out, "Chassis");
     print_type(out, "Chassis type", page.chassis);
     if (page.library.usable()) {

@@ -5,6 +5,7 @@
 #include "dfdctl/board/start.hpp"
 #include "dfdctl/show/text.hpp"
 
+#include <algorithm>
 #include <memory>
 
 #include <fmt/format.h>
@@ -12,6 +13,17 @@
 namespace dfdctl {
 
 namespace {
+
+/// Something of the page is not configured: the file of the chassis might do that.
+bool depends_on_chassis(const PageData &page) {
+    const auto is_none = [](const Reading &cell) { return cell.status == Status::none; };
+    return std::ranges::any_of(page.sections, [&](const SectionData &section) {
+        return (section.rows.empty() && page.unit.empty()) ||
+               std::ranges::any_of(section.rows, [&](const Row &row) {
+                   return std::ranges::any_of(row.cells, is_none);
+               });
+    });
+}
 
 int show_page(const Options &options, const Page &page, const std::string &unit) {
     const ReadPass pass;
@@ -24,6 +36,12 @@ int show_page(const Options &options, const Page &page, const std::string &unit)
         print_json(options.out, json);
     } else {
         print_page(options.out, data, true);
+        Losses losses;
+        losses.add(data);
+        losses.print(options.out);
+    }
+    if (depends_on_chassis(data)) {
+        report_missing_chassis_file(library);
     }
     if (library.incomplete()) {
         return kExitUsage;
@@ -45,7 +63,11 @@ int show_board(const Options &options) {
         print_json(options.out, json);
     } else {
         print_page(options.out, page);
+        Losses losses;
+        losses.add(page);
+        losses.print(options.out);
     }
+    report_missing_chassis_file(page.library);
     report_start(page);
     return exit_of_page(page);
 }
@@ -72,11 +94,16 @@ int show_all(const Options &options) {
     if (options.json) {
         print_json(options.out, json);
     } else {
+        Losses losses;
         print_page(options.out, board);
+        losses.add(board);
         for (const PageData &page : data) {
             print_page(options.out, page, false);
+            losses.add(page);
         }
+        losses.print(options.out);
     }
+    report_missing_chassis_file(board.library);
     report_start(board);
     const int status = exit_of_page(board);
     return status == kExitOk && failed ? kExitReadingFailed : status;

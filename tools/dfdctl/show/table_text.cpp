@@ -53,7 +53,7 @@ std::string row_name(const Row &row) {
 void print_failures(std::FILE *out, const SectionData &data) {
     for (const Row &row : data.rows) {
         for (std::size_t i = 0; i < row.cells.size(); ++i) {
-            if (row.cells[i].failed()) {
+            if (row.cells[i].failed() && !row.cells[i].cause) {
                 print_wrapped(out,
                               fmt::format("  {}{}: {}", row_name(row),
                                           data.section->columns[i].heading, row.cells[i].error),

@@ -11,4 +11,32 @@ namespace dfdctl {
 void print_page(std::FILE *out, const PageData &data, bool first);
 void print_page(std::FILE *out, const BoardPage &page);
 
+/// What failed transfers cost: for each device and error the readings, so that a device is reported
+/// once, whatever hangs on it.
+class Losses {
+  public:
+    void add(const PageData &page);
+    void add(const BoardPage &page);
+    /// Below the pages; nothing where nothing failed.
+    void print(std::FILE *out) const;
+
+  private:
+    struct Lost {
+        std::string what;                ///< "rotor speed", "inventory"
+        std::string kind;                ///< "tray"; empty: of the whole system
+        std::vector<std::string> units;  ///< each once
+    };
+    struct Loss {
+        FailedTransfer cause;
+        std::size_t readings = 0;
+        std::vector<Lost> lost = {};
+    };
+
+    void add(const Reading &reading, const std::string &what, const std::string &kind,
+             const std::string &unit);
+    static std::string text_of(const Lost &lost);
+
+    std::vector<Loss> losses_;
+};
+
 }  // namespace dfdctl
