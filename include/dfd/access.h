@@ -47,6 +47,15 @@ DFD_API int dfd_drv_get_fd(int type, void *fd);
 /* ---- I2C ---------------------------------------------------------------------------------- */
 
 /*
+ * Writes need an adapter that knows I2C_M_NOSTART: offset and data are two messages, the second
+ * with that flag. Neither the kernel nor these functions check it. An adapter without it ignores
+ * it: the call succeeds, and the chip takes the first data byte as its register offset, so a
+ * one-byte write does nothing and a longer one lands at a wrong register. The flag is bit 0x10
+ * (I2C_FUNC_NOSTART) of the I2C_FUNCS ioctl; drivers on i2c-algo-bit have it, many others (aspeed,
+ * imx, designware, cadence, mv64xxx and more) do not. Reads are right on every adapter.
+ */
+
+/*
  * One attempt to transfer: the register offset is written, then len bytes are read into buf, or
  * written from data, as two messages of one I2C_RDWR request on bus device `path`. addr is the
  * 7-bit address. wide_offset 0 sends one offset byte (the low 8 bits); otherwise two bytes, high

@@ -72,6 +72,10 @@ DFD_API int sdd_get_e2prom_legacy_power_info_by_type(const char *dev, uint32_t t
 
 /* ---- Updates ------------------------------------------------------------------------------ */
 
+/* On a bus whose adapter does not know I2C_M_NOSTART (see access.h) every update reports success
+ * and destroys the image. Ask the bus before, or write with `dfdctl eeprom set`, which is right on
+ * all. */
+
 /*
  * Serial number and hardware version of a TLV image: written over the values of entries 3 and 5,
  * with a terminator, where they are shorter than the entry; the others stay, unreported. sn and hw

@@ -35,6 +35,7 @@ struct Options {
     bool json = false;
     unsigned width = 0;          ///< columns of text; 0: those of the terminal
     bool wide = false;           ///< text without a limit
+    bool force = false;          ///< writes that are refused for a reason are made all the same
     unsigned debug = 0;          ///< level of dfd_open_debug; 0: the log gate stays closed
     bool debug_startup = false;  ///< open also while the configuration is loaded
     std::FILE *out = nullptr;    ///< for data; the library writes its log elsewhere
@@ -85,6 +86,7 @@ void add_get(Command &top, const Options &options);
 void add_set(Command &top, const Options &options);
 void add_items(Command &top, const Options &options);
 void add_metrics(Command &top, const Options &options);
+void add_eeprom(Command &top, const Options &options);
 void add_controls(Command &top, const Options &options);
 void add_explain(Command &top, const Options &options);
 void add_coverage(Command &top, const Options &options);

@@ -5,6 +5,7 @@
 #include <span>
 
 #include "common/nearest.hpp"
+#include "dfdctl/board/bus_writes.hpp"
 #include "dfdctl/board/installed.hpp"
 #include "dfdctl/board/start.hpp"
 #include "dfdctl/command.hpp"
@@ -175,6 +176,9 @@ int run(int argc, char **argv, Options &options) {
     app.add_flag("--wide", options.wide,
                  "Text without a limit: nothing is wrapped, cut or left out")
         ->excludes(width);
+    app.add_flag("--force", options.force,
+                 "Write although something speaks against it: an I2C adapter on which the "
+                 "library's data lands at a wrong register, an EEPROM image with faults");
     Action action;
     Command top(app, action);
     add_check(top, options);
@@ -183,6 +187,7 @@ int run(int argc, char **argv, Options &options) {
     add_set(top, options);
     add_items(top, options);
     add_metrics(top, options);
+    add_eeprom(top, options);
     add_controls(top, options);
     add_explain(top, options);
     add_coverage(top, options);
@@ -203,7 +208,9 @@ int run(int argc, char **argv, Options &options) {
     }
     set_width(options.out, options.width, options.wide);
     set_colour(options.out);
-    return action();
+    const BusWriteGuard guard(options.force);
+    const int status = action();
+    return status == kExitOk && guard.has_refused() ? kExitReadingFailed : status;
 }
 
 /// A full disk or a closed pipe must not look like success.

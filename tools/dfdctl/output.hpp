@@ -73,6 +73,7 @@ class Table {
     explicit Table(std::vector<Heading> headings);
 
     void add(std::vector<std::string> cells);
+    bool has_rows() const { return !rows_.empty(); }
     /// The rows, each indented by two blanks; without rows nothing. Columns that do not fit, and
     /// those with cells that would be cut, stand below the row where there are few rows; else
     /// columns that do not fit are named below the table.

@@ -260,6 +260,15 @@ TEST_F(TlvTest, WritesGoInAlignedChunksWithPauses) {
     EXPECT_EQ(chassis.slave(2, kAddr)[0x18], 0xFF);
 }
 
+// Why the tools ask the bus first: all transfers succeed.
+TEST_F(TlvTest, AnAdapterThatIgnoresNoStartDestroysTheImageUnnoticed) {
+    chassis.describe("[[bus]]\nnumber = 2\nnostart = false\n");
+    put(tlv_image(1, 0x10, 7, tlv_entry(3, bytes_of("SN0123456789"))));
+    ASSERT_EQ(query(3).code, 0);
+    EXPECT_EQ(dfd_set_fan_info_tlv(kBus, kAddr, "NEW", nullptr), 0);
+    EXPECT_EQ(query(3).code, -1);
+}
+
 TEST_F(TlvTest, UpdateReportsWhereItFailed) {
     put(tlv_image(1, 0, 0, tlv_entry(3, bytes_of("ABCDEFGH"))));
     chassis.fail({.addr = kAddr, .offset = 6, .skip = 1, .count = 0, .error = EIO});

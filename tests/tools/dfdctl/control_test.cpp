@@ -73,6 +73,58 @@ TEST(Control, WritesTheHardwareAndReadsItBack) {
     }
 }
 
+// Bus 3 reports success and puts what the library writes at a wrong register.
+TEST(Control, NothingIsWrittenOverAnAdapterThatIgnoresNoStart) {
+    struct Case {
+        const char *arguments;
+        int status;
+        const char *message;
+    };
+    const char *reason = "the adapter of /dev/i2c-3 does not know I2C_M_NOSTART";
+    const Case cases[] = {
+        {"sfp tx 1 off --yes", 2, reason},
+        {"set port_sfp_tx 1 0", 2, reason},
+        {"set bypass_state 1 1", 2, "--force"},
+        {"fan speed 1 1 3 --yes", 2,
+         reason},                      // found out at the write: fan_mode is not what it sets
+        {"show voltages", 1, reason},  // a getter that writes: the lock of the ADC
+    };
+    const Board board("demo");
+    board.append("chassis.toml", "[[bus]]\nnumber = 3\nnostart = false\n");
+    std::string lines;
+    for (const char *item : {"port_sfp_tx.%_1", "fan_mode.%", "card_vol_lock.%"}) {
+        for (const char *member : {"mode=config", "src=i2c", "frmt=byte", "fpath=/dev/i2c-3",
+                                   "addr=0x20", "reg_offset=1", "len=1"}) {
+            const std::string text = member;
+            const std::size_t at = text.find('=');
+            std::string line = item;
+            line.replace(line.find('%'), 1, text.substr(0, at));
+            lines += line + text.substr(at) + "\n";
+        }
+    }
+    board.append("etc/cfg/dfd/cfg_file/cm8_ports.cfg", "\n" + lines);
+    for (const Case &each : cases) {
+        const Result result = control(board, each.arguments);
+        EXPECT_EQ(result.status, each.status) << each.arguments << result.err;
+        EXPECT_THAT(result.err, HasSubstr(each.message)) << each.arguments;
+        EXPECT_THAT(board.vchassis("peek", "/dev/i2c-3:0x20 0 4").out, HasSubstr("f2 00 00 00"))
+            << each.arguments;
+    }
+    const Result forced = control(board, "set port_sfp_tx 1 2 --force");
+    EXPECT_EQ(forced.status, 1) << "reported as a success, and not written";
+    EXPECT_THAT(forced.err, HasSubstr("reads back as before"));
+
+    EXPECT_THAT(control(board, "show board").out,
+                testing::ContainsRegex("/dev/i2c-3 +bp_e2prom_dev_1 +no I2C_M_NOSTART"));
+    const json buses = control(board, "--json show board").json()["written_buses"];
+    ASSERT_EQ(buses.size(), 3U) << buses;
+    EXPECT_EQ(buses[0], (json{{"device", "/dev/i2c-1"},
+                              {"written_for", "fan_type_1"},
+                              {"takes_writes", true},
+                              {"error", nullptr}}));
+    EXPECT_EQ(buses[2]["takes_writes"], false);
+}
+
 TEST(Control, InterruptsAreMaskedByType) {
     const Board board("demo");
     const auto masked = [&](const std::string &type) {

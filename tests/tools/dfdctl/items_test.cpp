@@ -185,7 +185,9 @@ TEST(Set, WritesReadsBackAndStays) {
     };
     const Board board("demo");
     for (const Case &each : cases) {
-        const Result result = board.dfdctl(fmt::format("set {} {}", each.item, each.value));
+        const TempDir dir;
+        const Result result = board.dfdctl(fmt::format("set {} {} --yes --backup {}", each.item,
+                                                       each.value, (dir.path() / "old").string()));
         EXPECT_EQ(result.out, fmt::format("{}: {} -> {}\n", each.item, each.before, each.after));
         EXPECT_EQ(result.status, 0) << result.err;
         EXPECT_EQ(board.dfdctl(fmt::format("get {}", each.item)).out,
@@ -210,7 +212,9 @@ TEST(Set, PutsTheWriteProtectionBackAsItFoundIt) {
     };
     for (const Case &each : cases) {
         board.vchassis("poke", std::string("/dev/cpld0 0x19 ") + each.found);
-        const Result result = board.dfdctl(fmt::format("set fan_sn 1 SN{}", &each - cases));
+        const TempDir dir;
+        const Result result = board.dfdctl(fmt::format(
+            "set fan_sn 1 SN{} --yes --backup {}", &each - cases, (dir.path() / "old").string()));
         EXPECT_EQ(result.status, 0) << result.err;
         EXPECT_THAT(board.vchassis("peek", "/dev/cpld0 0x19 4").out, HasSubstr(each.left));
     }
@@ -237,8 +241,9 @@ TEST(Set, RefusesWhatCannotBeWrittenWithTheReason) {
         {"power_type 1 X", 2, "can be set"},
         {"slot_online 11 1", 3, "not configured"},
         {"slot_online 1", 2, "slot_online takes one index"},
-        {"fan_sn 3 short", 1, "the write failed"},
-        {"fan_sn 1 much-too-long-for-this-entry", 1, "not written: it reads back as before"},
+        {"fan_sn 3 short", 2, "exactly 13 characters"},
+        {"fan_sn 1 much-too-long-for-this-entry", 2, "the entry has room for 19"},
+        {"fan_sn 1 NEW </dev/null", 2, "confirm with --yes"},
         {"fan_sn 1 ''", 2, "an empty text"},
         {"fan_sn 4 X", 1, "not plugged"},
     };
@@ -248,7 +253,7 @@ TEST(Set, RefusesWhatCannotBeWrittenWithTheReason) {
         EXPECT_EQ(result.status, each.status) << each.arguments;
         EXPECT_THAT(result.err, HasSubstr(each.message)) << each.arguments;
     }
-    const json document = board.dfdctl("--json set fan_sn 3 short").json();
+    const json document = board.dfdctl("--json set fan_sn 4 X").json();
     EXPECT_EQ(document["verified"], false);
     EXPECT_EQ(document["before"]["value"], document["after"]["value"]);
     const Result missing = board.dfdctl("--json set slot_online 11 1");

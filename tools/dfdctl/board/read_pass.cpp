@@ -4,6 +4,8 @@
 #include <dfd/types.h>
 #include <algorithm>
 
+#include "dfdctl/board/bus_writes.hpp"
+
 #include <fmt/format.h>
 
 namespace dfdctl {
@@ -110,6 +112,10 @@ bool ReadPass::answer(const Transfer &transfer, int *result) {
     if (!transfer.is_write) {
         return answer_read(transfer, result);
     }
+    if (BusWriteGuard::refuses(transfer, result)) {
+        is_answered_ = true;
+        return true;
+    }
     std::erase_if(known_, [&](const auto &known) { return known.first.path == transfer.path; });
     const FailedTransfer *failure = dead(transfer);
     return failure != nullptr && fault_of(*failure).fault == Fault::timed_out &&
@@ -211,8 +217,9 @@ bool ReadPass::skips_pause() {
 }
 
 ReadingScope::ReadingScope() {
-    const bool is_answered_by_others =
-        dfd::watch::hooks != nullptr && dfd::watch::hooks->answer != nullptr;
+    const bool is_answered_by_others = dfd::watch::hooks != nullptr &&
+                                       dfd::watch::hooks->answer != nullptr &&
+                                       !BusWriteGuard::is_alone();
     if (ReadPass::current() == nullptr && !is_answered_by_others) {
         own_.emplace();
     }

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "common/signals_held.hpp"
+#include "dfdctl/board/bus_writes.hpp"
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/board/item_value.hpp"
 #include "dfdctl/board/register_bits.hpp"
@@ -338,6 +339,11 @@ int run(const Options &options, const Control &control, const Request &request) 
     }
     const Library library = require_library(options);
     const std::vector<Change> changes = control.plan(request.words, library.log);
+    for (const Change &change : changes) {
+        for (const Signal &signal : change.signals) {
+            check_bus_of(signal.item, options.force);
+        }
+    }
     confirm(full_name(control), warnings_of(changes), request.yes);
     // From the first write to the last nothing stops this: not the hang-up of a terminal either, to
     // which nothing is printed before all is done.

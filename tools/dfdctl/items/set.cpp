@@ -5,12 +5,14 @@
 #include <dfd/records.h>
 
 #include "common/nearest.hpp"
+#include "dfdctl/board/bus_writes.hpp"
 #include "dfdctl/board/describe.hpp"
-#include "dfdctl/board/inventory.hpp"
+#include "dfdctl/board/facts.hpp"
 #include "dfdctl/board/item_value.hpp"
 #include "dfdctl/board/start.hpp"
-#include "dfdctl/board/write_protection.hpp"
 #include "dfdctl/command.hpp"
+#include "dfdctl/eeprom/commands.hpp"
+#include "dfdctl/eeprom/update.hpp"
 #include "dfdctl/output.hpp"
 #include "framework/dfd_info/bits.h"
 #include "hal/facts.h"
@@ -24,14 +26,14 @@ namespace {
 struct Arguments {
     std::string name;
     std::vector<std::string> rest;  ///< indexes, then the value
+    WriteOptions write;             ///< of an inventory EEPROM
 };
 
 struct Outcome {
     Reading before;
     Reading after;
-    int result = DFD_OK;            ///< of the write
-    bool verified = false;          ///< what was written reads back
-    std::string still_lifted = {};  ///< units whose protection could not be put back
+    int result = DFD_OK;    ///< of the write
+    bool verified = false;  ///< what was written reads back
 };
 
 [[noreturn]] void refuse(const Item &item, const std::string &reason) {
@@ -89,9 +91,11 @@ std::uint32_t value_of(const Item &item, const info_ctrl_t &record, const std::s
     refuse(item, fmt::format("'{}' is no number{}", text, dfd_tools::did_you_mean(text, names)));
 }
 
-Outcome write_register(const Item &item, const info_ctrl_t &record, const std::string &text) {
+Outcome write_register(const Item &item, const info_ctrl_t &record, const std::string &text,
+                       bool force) {
     check_writable(item, record);
     const std::uint32_t value = value_of(item, record, text);
+    check_bus_of(item, force);
     if (record.src == INFO_SRC_I2C && record.frmt == INFO_FRMT_BIT) {
         fmt::print(stderr,
                    "dfdctl: {}: on I2C the whole register is written; its other bits are "
@@ -108,24 +112,6 @@ Outcome write_register(const Item &item, const info_ctrl_t &record, const std::s
     return outcome;
 }
 
-int write_eeprom(const Item &item, const info_ctrl_t &record, const char *text) {
-    const Facts &facts = facts_of(item.type->type);
-    const char *serial = facts.info == E2PROM_INFO_SN ? text : nullptr;
-    const char *version = facts.info == E2PROM_INFO_HW_VER ? text : nullptr;
-    const auto address = static_cast<std::uint16_t>(record.addr);
-    switch (record.mode) {
-        case INFO_CTRL_MODE_TLV:
-            return dfd_set_fan_info_tlv(record.fpath, address, serial, version);
-        case INFO_CTRL_MODE_FRU:
-            return dfd_set_fan_info_fru(record.fpath, address, serial, version);
-        default:
-            return facts.legacy == Legacy::power
-                       ? dfd_set_power_info_legacy(record.fpath, address,
-                                                   static_cast<int>(record.reg_offset), version)
-                       : dfd_set_fan_info_legacy(record.fpath, address, nullptr, serial, version);
-    }
-}
-
 /// Serial numbers and hardware versions in the EEPROMs of fans, and versions of old supplies.
 bool is_writable_inventory(const Facts &facts, const info_ctrl_t &record) {
     const bool old_supply = facts.info == E2PROM_INFO_HW_VER && facts.legacy == Legacy::power &&
@@ -133,24 +119,30 @@ bool is_writable_inventory(const Facts &facts, const info_ctrl_t &record) {
     return facts.writes_protect != 0 || old_supply;
 }
 
-Outcome write_inventory(const Item &item, const info_ctrl_t &record, const std::string &text) {
+Outcome write_inventory(const Item &item, const info_ctrl_t &record, const std::string &text,
+                        const WriteOptions &options) {
     const Facts &facts = facts_of(item.type->type);
     if (!is_writable_inventory(facts, record)) {
         refuse(item,
                "of inventory EEPROMs, serial number and hardware version of fan trays and "
-               "the hardware version of supplies in the legacy layout can be set");
+               "the hardware version of supplies in the legacy layout can be set; 'dfdctl eeprom "
+               "set' writes the other fields");
     }
     if (text.empty()) {
         refuse(item, "an empty text cannot be stored");
     }
     Outcome outcome;
     outcome.before = read_item(item);
-    std::optional<ProtectionLifted> lifted;
-    if (facts.writes_protect != 0) {
-        lifted.emplace(static_cast<int>(facts.writes_protect) - 1);
+    outcome.after = outcome.before;
+    if (outcome.before.status == Status::absent) {
+        outcome.result = DFD_ERR;
+        return outcome;
     }
-    outcome.result = write_eeprom(item, record, text.c_str());
-    outcome.still_lifted = lifted ? lifted->put_back() : std::string();
+    const char *field = facts.info == E2PROM_INFO_SN ? "serial_number" : "hw_version";
+    const Update update = change_fields(place_of_item(item, record), {{field, text}}, options);
+    outcome.result = update.outcome.status == kExitIo ? DFD_ERR_IO
+                     : update.outcome.error.empty()   ? DFD_OK
+                                                      : DFD_ERR;
     outcome.after = read_item(item);
     // The legacy layout of fans adds a letter in front of the version.
     const std::string now = value_text(outcome.after);
@@ -158,14 +150,15 @@ Outcome write_inventory(const Item &item, const info_ctrl_t &record, const std::
     return outcome;
 }
 
-Outcome write_item(const Item &item, const std::string &text, const Library &library) {
+Outcome write_item(const Item &item, const std::string &text, const Library &library,
+                   const WriteOptions &options) {
     if (item.type->kind != Kind::info_ctrl) {
         refuse(item, fmt::format("it is a setting of the configuration ({}); change it there",
                                  library.log.origin_of(item.key())));
     }
     const auto &record = *record_of<info_ctrl_t>(item);
-    return dfd::is_e2prom_mode(record.mode) ? write_inventory(item, record, text)
-                                            : write_register(item, record, text);
+    return dfd::is_e2prom_mode(record.mode) ? write_inventory(item, record, text, options)
+                                            : write_register(item, record, text, options.force);
 }
 
 std::string error_of(const Outcome &outcome) {
@@ -194,7 +187,7 @@ int exit_of_outcome(const Outcome &outcome) {
         return kExitIo;
     }
     const bool is_done = outcome.result == DFD_OK && outcome.verified;
-    return is_done && outcome.still_lifted.empty() ? kExitOk : kExitReadingFailed;
+    return is_done ? kExitOk : kExitReadingFailed;
 }
 
 void print_outcome(const Options &options, const Item &item, const std::string &value,
@@ -215,13 +208,10 @@ void print_outcome(const Options &options, const Item &item, const std::string &
     if (!error.empty()) {
         fmt::print(stderr, "dfdctl: {}: {}\n", item.name(), error);
     }
-    if (!outcome.still_lifted.empty()) {
-        fmt::print(stderr, "dfdctl: {}: the write protection is not as before: {}\n", item.name(),
-                   outcome.still_lifted);
-    }
 }
 
-int set(const Options &options, const Arguments &arguments) {
+int set(const Options &options, Arguments arguments) {
+    arguments.write.force = options.force;
     const std::string &value = arguments.rest.back();
     const std::span indexes = std::span(arguments.rest).first(arguments.rest.size() - 1);
     const Item item = parse_item(arguments.name, indexes);
@@ -232,7 +222,7 @@ int set(const Options &options, const Arguments &arguments) {
                       {.before = missing, .after = missing, .result = missing.code});
         return exit_of(missing, library);
     }
-    const Outcome outcome = write_item(item, value, library);
+    const Outcome outcome = write_item(item, value, library, arguments.write);
     print_outcome(options, item, value, outcome);
     return exit_of_outcome(outcome);
 }
@@ -249,7 +239,10 @@ void add_set(Command &top, const Options &options) {
                   "Its indexes, where it takes any, then the value: a number, the state of an LED "
                   "(green), or a text for an inventory EEPROM",
                   "[INDEX [INDEX]] VALUE", 1, 3);
-    command.runs([&options, arguments] { return set(options, *arguments); });
+    add_write_options(command, arguments->write);
+    add_serial_option(command, arguments->write);
+    command.runs(
+        [&options, arguments] { return reporting([&] { return set(options, *arguments); }); });
 }
 
 }  // namespace dfdctl

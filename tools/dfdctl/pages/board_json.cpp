@@ -73,6 +73,13 @@ ordered_json backplane_json(const Backplane &backplane) {
             {"serials", serials}};
 }
 
+ordered_json bus_json(const WrittenBus &bus) {
+    return {{"device", bus.device},
+            {"written_for", bus.item},
+            {"takes_writes", bus.obstacle.empty()},
+            {"error", text_or_null(bus.obstacle)}};
+}
+
 ordered_json sample_json(const Sample &sample) {
     return {{"item", item_json(sample.item)},
             {"record", record_json(sample.item)},
@@ -111,6 +118,7 @@ ordered_json board_json(const BoardPage &page) {
                             [&loaded](const ConfigFile &file) { return file_json(loaded, file); })},
         {"inventory", list_json(page.units, unit_json)},
         {"backplanes", list_json(page.backplanes, backplane_json)},
+        {"written_buses", list_json(page.buses, bus_json)},
         {"readings", list_json(page.samples, sample_json)}};
 }
 

@@ -79,6 +79,7 @@ BoardPage read_board_page(const Options &options) {
     page.sub_slot = place(DFD_KEY_MY_SSLOTID, sdd_get_my_sslotid());
     page.units = find_units(page.library.log);
     page.backplanes = find_backplanes();
+    page.buses = written_buses(page.library.log);
     page.samples = pick_samples(page.library.log);
     page.other_library = other_installed_library();
     return page;

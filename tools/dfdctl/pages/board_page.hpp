@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "dfdctl/board/bus_writes.hpp"
 #include "dfdctl/board/inventory.hpp"
 #include "dfdctl/board/start.hpp"
 
@@ -92,6 +93,7 @@ struct BoardPage {
     std::optional<int> sub_slot = {};
     std::vector<Unit> units = {};
     std::vector<Backplane> backplanes = {};
+    std::vector<WrittenBus> buses = {};
     std::vector<Sample> samples = {};
     std::string other_library = {};  ///< installed, where it is another build
 };

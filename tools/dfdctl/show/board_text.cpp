@@ -117,6 +117,20 @@ void print_backplanes(std::FILE *out, const std::vector<Backplane> &backplanes) 
     table.print(out);
 }
 
+/// Only those that want attention.
+void print_buses(std::FILE *out, const std::vector<WrittenBus> &buses) {
+    Table table({"BUS", "WRITTEN FOR", {"BECAUSE", Fit::prose}});
+    for (const WrittenBus &bus : buses) {
+        if (!bus.obstacle.empty()) {
+            table.add({bus.device, bus.item, "no I2C_M_NOSTART: data lands at a wrong register"});
+        }
+    }
+    if (table.has_rows()) {
+        print_heading(out, "Buses that nothing is written over (--force overrides)");
+        table.print(out);
+    }
+}
+
 void print_samples(std::FILE *out, const std::vector<Sample> &samples) {
     if (samples.empty()) {
         return;
@@ -161,6 +175,7 @@ void print_page(std::FILE *out, const BoardPage &page) {
     print_files(out, page.library.log);
     print_units(out, page.units);
     print_backplanes(out, page.backplanes);
+    print_buses(out, page.buses);
     print_samples(out, page.samples);
 }
 

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+#include <nlohmann/json.hpp>
+
+#include "dfdctl/command.hpp"
+#include "eeprom/decode.hpp"
+
+namespace dfdctl {
+
+/// Name and help of the words that name an image.
+inline constexpr const char *kWhat = "WORDS";
+inline constexpr const char *kWhatHelp =
+    "A file, board, fan N, power N, subcard N or backplane N; or --bus N --addr A";
+
+/// Runs a command and says on standard error why it ended early.
+int reporting(const std::function<int()> &run);
+
+nlohmann::ordered_json differences_json(const std::vector<eeprom::Difference> &differences);
+/// Layout, fields and faults.
+nlohmann::ordered_json image_json(const eeprom::Bytes &image, const eeprom::Decoded &decoded);
+
+void add_read_commands(Command &group, const Options &options);
+void add_write_commands(Command &group, const Options &options);
+
+}  // namespace dfdctl

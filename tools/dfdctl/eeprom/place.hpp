@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+// Where an image lies: in a file, or in the EEPROM of a unit.
+#pragma once
+
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "dfdctl/board/load_record.hpp"
+#include "dfdctl/command.hpp"
+#include "eeprom/decode.hpp"
+
+struct info_ctrl;
+
+namespace dfdctl {
+
+/// Why a command about an EEPROM ends, with the exit status of the program.
+struct EepromFailure : std::runtime_error {
+    EepromFailure(int exit_status, const std::string &reason)
+        : std::runtime_error(reason), status(exit_status) {}
+    int status;
+};
+
+struct Place {
+    std::string name;  ///< "fan 2", "/dev/i2c-1 0x51", or the path of a file
+    bool is_file = false;
+    std::string device = {};
+    std::uint16_t address = 0;
+    std::size_t size = 256;
+    eeprom::Hint hint = {};
+    std::optional<int> protection = {};  ///< enum dfd_write_protect_target
+    std::optional<Item> item = {};       ///< that describes it
+};
+
+/// What the command line says of a place beside its words.
+struct PlaceOptions {
+    std::string bus = {};
+    std::string address = {};
+    std::string size = {};
+    std::string layout = {};
+    std::string name_offset = {};
+    std::string version_offset = {};
+};
+void add_place_options(Command &command, PlaceOptions &options);
+
+/// The places that words name, in their order: "fan 2", "board", "backplane 1", a path. The library
+/// is started where a unit is named. Throws UsageError, which tells the units that there are.
+std::vector<Place> places_of(std::span<const std::string> words, const PlaceOptions &given,
+                             const Options &options);
+/// The same of exactly one.
+Place place_of(std::span<const std::string> words, const PlaceOptions &given,
+               const Options &options);
+/// The EEPROM that an item of mode tlv, fru or legacy describes.
+Place place_of_item(const Item &item, const struct info_ctrl &record);
+
+/// All bytes, read with nothing but this address asked. Throws EepromFailure.
+eeprom::Bytes read_image(const Place &place);
+
+}  // namespace dfdctl

@@ -1,0 +1,231 @@
+// SPDX-License-Identifier: MIT
+// dfdctl eeprom decode, verify, encode, diff: nothing is written but files.
+#include <fstream>
+#include <iterator>
+#include <memory>
+
+#include "dfdctl/eeprom/backup.hpp"
+#include "dfdctl/eeprom/commands.hpp"
+#include "dfdctl/eeprom/update.hpp"
+#include "dfdctl/output.hpp"
+
+#include <fmt/format.h>
+
+namespace dfdctl {
+
+namespace {
+
+using eeprom::Decoded;
+using nlohmann::ordered_json;
+
+struct Request {
+    std::vector<std::string> words;
+    PlaceOptions place;
+    std::string backup;
+    std::string output;
+    bool lenient = false;
+};
+
+ordered_json place_json(const Place &place) {
+    return {{"name", place.name},
+            {"device", text_or_null(place.device)},
+            {"address", place.is_file ? ordered_json() : ordered_json(place.address)}};
+}
+
+/// "fan 2 (/dev/i2c-1 0x51): TLV image, 256 bytes".
+std::string title(const Place &place, const Decoded &decoded, std::size_t size) {
+    const std::string where =
+        place.is_file || place.item == std::nullopt
+            ? place.name
+            : fmt::format("{} ({} 0x{:02x})", place.name, place.device, place.address);
+    const std::string what =
+        decoded.is_blank ? "blank" : fmt::format("layout {}", layout_name(decoded.layout));
+    return fmt::format("{}: {}, {} bytes", where, what, size);
+}
+
+void print_faults(std::FILE *out, const Decoded &decoded) {
+    for (const eeprom::Fault &fault : decoded.faults) {
+        fmt::print(out, "  0x{:04x}  {}\n", fault.offset, fault.text);
+    }
+}
+
+int exit_of_image(const Decoded &decoded) {
+    return decoded.faults.empty() ? kExitOk : kExitReadingFailed;
+}
+
+int decode(const Options &options, const Request &request) {
+    const Place place = place_of(request.words, request.place, options);
+    const eeprom::Bytes image = read_image(place);
+    const Decoded decoded = eeprom::decode(image, place.hint);
+    const bool is_shown = decoded.faults.empty() || request.lenient;
+    if (options.json) {
+        ordered_json json = {{"command", "eeprom decode"}, {"place", place_json(place)}};
+        json.update(image_json(image, decoded));
+        json["description"] = is_shown ? ordered_json(decoded.description) : ordered_json();
+        print_json(options.out, json);
+    } else if (is_shown) {
+        fmt::print(options.out, "# {}\n{}", title(place, decoded, image.size()),
+                   decoded.description);
+    }
+    if (!decoded.faults.empty() && !options.json && !request.lenient) {
+        fmt::print(stderr, "{}\n", title(place, decoded, image.size()));
+        print_faults(stderr, decoded);
+        fmt::print(stderr, "dfdctl: {}: the image has faults; --lenient prints what can be read\n",
+                   place.name);
+    }
+    return exit_of_image(decoded);
+}
+
+int verify(const Options &options, const Request &request) {
+    const Place place = place_of(request.words, request.place, options);
+    const eeprom::Bytes image = read_image(place);
+    const Decoded decoded = eeprom::decode(image, place.hint);
+    const std::string progress =
+        request.backup.empty() ? "" : progress_text(load_backup(request.backup), image);
+    if (options.json) {
+        ordered_json json = {{"command", "eeprom verify"}, {"place", place_json(place)}};
+        json.update(image_json(image, decoded));
+        json["progress"] = text_or_null(progress);
+        print_json(options.out, json);
+        return exit_of_image(decoded);
+    }
+    fmt::print(options.out, "{}: {}\n", title(place, decoded, image.size()),
+               decoded.faults.empty()       ? "no faults"
+               : decoded.faults.size() == 1 ? "1 fault"
+                                            : fmt::format("{} faults", decoded.faults.size()));
+    print_faults(options.out, decoded);
+    if (!progress.empty()) {
+        fmt::print(options.out, "Compared with the backup: {}\n", progress);
+    }
+    return exit_of_image(decoded);
+}
+
+int encode(const Options & /*options*/, const Request &request) {
+    const eeprom::Bytes image = eeprom::build_image(request.words.front());
+    std::ofstream file(request.words.back(), std::ios::binary | std::ios::trunc);
+    file.write(reinterpret_cast<const char *>(image.data()),
+               static_cast<std::streamsize>(image.size()));
+    file.close();
+    if (!file) {
+        throw EepromFailure(kExitIo, fmt::format("{}: cannot be written", request.words.back()));
+    }
+    return kExitOk;
+}
+
+/// Fields that one of two images has otherwise.
+std::vector<std::array<std::string, 3>> changed_fields(const Decoded &first,
+                                                       const Decoded &second) {
+    std::vector<std::array<std::string, 3>> rows;
+    for (const eeprom::Field &field : first.fields) {
+        const eeprom::Field *other = second.field(field.name);
+        const std::string text = other != nullptr ? other->text : "-";
+        if (text != field.text) {
+            rows.push_back({field.name, field.text, text});
+        }
+    }
+    for (const eeprom::Field &field : second.fields) {
+        if (first.field(field.name) == nullptr) {
+            rows.push_back({field.name, "-", field.text});
+        }
+    }
+    return rows;
+}
+
+int diff(const Options &options, const Request &request) {
+    std::vector<Place> places = places_of(request.words, request.place, options);
+    if (places.size() != 2) {
+        throw UsageError("diff takes two images, such as: fan 1 old.bin");
+    }
+    // A file is in the layout of the unit that it is compared with.
+    for (std::size_t i = 0; i < 2; ++i) {
+        if (places[i].is_file && !places[1 - i].is_file) {
+            places[i].hint = places[1 - i].hint;
+        }
+    }
+    const eeprom::Bytes first = read_image(places[0]);
+    const eeprom::Bytes second = read_image(places[1]);
+    const auto found = eeprom::differences(first, second);
+    const auto fields = changed_fields(eeprom::decode(first, places[0].hint),
+                                       eeprom::decode(second, places[1].hint));
+    if (options.json) {
+        ordered_json rows = ordered_json::array();
+        for (const auto &[name, one, other] : fields) {
+            rows.push_back({{"field", name}, {"first", one}, {"second", other}});
+        }
+        print_json(options.out, {{"command", "eeprom diff"},
+                                 {"first", place_json(places[0])},
+                                 {"second", place_json(places[1])},
+                                 {"fields", rows},
+                                 {"bytes", differences_json(found)}});
+    } else {
+        for (const auto &[name, one, other] : fields) {
+            fmt::print(options.out, "{}: {} -> {}\n", name, one, other);
+        }
+        fmt::print(options.out, "{}", differences_text(found));
+    }
+    return found.empty() ? kExitOk : kExitReadingFailed;
+}
+
+}  // namespace
+
+ordered_json differences_json(const std::vector<eeprom::Difference> &differences) {
+    ordered_json rows = ordered_json::array();
+    for (const eeprom::Difference &each : differences) {
+        rows.push_back({{"offset", each.offset}, {"before", each.before}, {"after", each.after}});
+    }
+    return rows;
+}
+
+ordered_json image_json(const eeprom::Bytes &image, const Decoded &decoded) {
+    ordered_json fields = ordered_json::array();
+    for (const eeprom::Field &field : decoded.fields) {
+        fields.push_back({{"name", field.name},
+                          {"offset", field.offset},
+                          {"size", field.size},
+                          {"code", text_or_null(field.code)},
+                          {"is_text", field.is_text},
+                          {"value", field.text}});
+    }
+    ordered_json faults = ordered_json::array();
+    for (const eeprom::Fault &fault : decoded.faults) {
+        faults.push_back({{"offset", fault.offset}, {"message", fault.text}});
+    }
+    return {{"size", image.size()},
+            {"layout", layout_name(decoded.layout)},
+            {"blank", decoded.is_blank},
+            {"fields", fields},
+            {"faults", faults}};
+}
+
+void add_read_commands(Command &group, const Options &options) {
+    const auto add = [&](const char *name, const char *description, const char *example,
+                         const char *usage, std::size_t fewest, std::size_t most,
+                         int (*run)(const Options &, const Request &)) {
+        auto request = std::make_shared<Request>();
+        Command command = group.subcommand(name, description, example);
+        command.words(kWhat, request->words, kWhatHelp, usage, fewest, most);
+        command.runs(
+            [&options, request, run] { return reporting([&] { return run(options, *request); }); });
+        return std::pair(command, request);
+    };
+    auto [decode_command, decode_request] =
+        add("decode", "Print what an image says, as text for 'encode'",
+            "dfdctl eeprom decode fan 2", "[IMAGE]", 0, 2, decode);
+    decode_command.flag("--lenient", decode_request->lenient,
+                        "Print what can be read of an image with faults");
+    add_place_options(decode_command, decode_request->place);
+    auto [verify_command, verify_request] =
+        add("verify", "List every fault of an image", "dfdctl eeprom verify board", "[IMAGE]", 0, 2,
+            verify);
+    verify_command.option("--backup", verify_request->backup,
+                          "Also tell how far the change came that this was saved for", "FILE");
+    add_place_options(verify_command, verify_request->place);
+    auto [diff_command, diff_request] =
+        add("diff", "Show what two images have otherwise", "dfdctl eeprom diff fan 1 fan 2",
+            "IMAGE IMAGE", 1, 4, diff);
+    add_place_options(diff_command, diff_request->place);
+    add("encode", "Build an image file from a text", "dfdctl eeprom encode unit.toml unit.bin",
+        "DESCRIPTION IMAGE", 2, 2, encode);
+}
+
+}  // namespace dfdctl
