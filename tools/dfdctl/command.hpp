@@ -82,6 +82,7 @@ std::string help_footer(const std::string &example, const std::string &text);
 /// Each adds a subcommand.
 void add_check(Command &top, const Options &options);
 void add_show(Command &top, const Options &options);
+void add_watch(Command &top, const Options &options);
 void add_get(Command &top, const Options &options);
 void add_set(Command &top, const Options &options);
 void add_items(Command &top, const Options &options);

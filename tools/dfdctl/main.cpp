@@ -183,6 +183,7 @@ int run(int argc, char **argv, Options &options) {
     Command top(app, action);
     add_check(top, options);
     add_show(top, options);
+    add_watch(top, options);
     add_get(top, options);
     add_set(top, options);
     add_items(top, options);

@@ -147,6 +147,10 @@ void set_colour(std::FILE *out) {
     g_is_coloured = isatty(fileno(out)) != 0 && !is_plain && !is_dumb;
 }
 
+bool is_coloured() {
+    return g_is_coloured;
+}
+
 std::string in_red(const std::string &text) {
     return g_is_coloured ? std::string(kRed).append(text).append(kPlain) : text;
 }

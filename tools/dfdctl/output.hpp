@@ -27,6 +27,7 @@ bool is_wide();
 /// asks for plain text.
 void set_colour(std::FILE *out);
 /// The text in red, or as it is. Take it for whole cells and words: a line may not break in it.
+bool is_coloured();
 std::string in_red(const std::string &text);
 
 /// Columns that a text takes: one for each character of UTF-8, none for a colour.

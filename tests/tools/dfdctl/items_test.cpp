@@ -94,7 +94,7 @@ TEST(Get, FailuresHaveAnExitStatusAndTheReason) {
         {"get fan_sn 4", 1, "the unit is not plugged"},
         {"get qqqq", 2, "unknown item 'qqqq'; 'dfdctl items' lists those of this board"},
         {"gte fan_num", 2, "did you mean 'get'"},
-        {"bogus", 2, "unknown command 'bogus'; the commands are: check, show, get, set, items"},
+        {"bogus", 2, "unknown command 'bogus'; the commands are: check, show, watch, get"},
         {"show bored", 2, "did you mean 'board'"},
         {"items --type fanname", 2, "did you mean 'fan_name'"},
         {"items --type port_sfp_statee", 2, "did you mean 'port_sfp_state'"},
@@ -103,7 +103,7 @@ TEST(Get, FailuresHaveAnExitStatusAndTheReason) {
         {"items --type vsd_support", 2, "did you mean 'vsd_support_num'"},
         {"items --type sslot_fpga_num", 3, "no 'sslot_fpga_num' is configured"},
         {"--debug 9 get fan_num", 2, "0 to 4"},
-        {"", 2, "a command is missing; the commands are: check, show, get, set, items"},
+        {"", 2, "a command is missing; the commands are: check, show, watch, get"},
         {"show", 2, "a command is missing; the commands behind 'show' are: board, slots"},
     };
     const Board board("demo");

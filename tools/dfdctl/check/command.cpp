@@ -68,6 +68,10 @@ int check_chassis(const Options &options, const CheckOptions &asked) {
 
 }  // namespace
 
+int check::check_chassis(const Options &options) {
+    return dfdctl::check_chassis(options, {});
+}
+
 void add_check(Command &top, const Options &options) {
     Command command =
         top.subcommand("check", "Say what is wrong with this chassis, worst first", "dfdctl check");

@@ -10,7 +10,8 @@
 
 namespace dfdctl {
 struct Library;
-}
+struct Options;
+}  // namespace dfdctl
 
 namespace dfdctl::check {
 
@@ -81,6 +82,9 @@ void look_at_eeproms(const LoadRecord &record, Report &report);
 std::string place_of(const Item &item);
 /// The device file or bus alone; empty for an item without one.
 std::string node_of(const Item &item);
+
+/// What the command prints, with its exit status.
+int check_chassis(const Options &options);
 
 /// On a terminal one screen, unless all of it is wanted.
 void print_report(std::FILE *out, const Report &report, bool all);

@@ -25,16 +25,39 @@ bool depends_on_chassis(const PageData &page) {
     });
 }
 
-int show_page(const Options &options, const Page &page, const std::string &unit) {
+bool is_bad(const Row &row) {
+    return std::ranges::any_of(row.cells, &Reading::failed) ||
+           std::ranges::any_of(row.judgements, [](const auto &judgement) { return !!judgement; });
+}
+
+bool has_bad_rows(const SectionData &section) {
+    return std::ranges::any_of(section.rows, is_bad);
+}
+
+bool has_bad_sections(const PageData &page) {
+    return std::ranges::any_of(page.sections, has_bad_rows);
+}
+
+void bring_up_worst(PageData &page) {
+    for (SectionData &section : page.sections) {
+        std::stable_partition(section.rows.begin(), section.rows.end(), is_bad);
+    }
+    std::stable_partition(page.sections.begin(), page.sections.end(), has_bad_rows);
+}
+
+int show_page(const Options &options, const Page &page, const std::string &unit, Order order) {
     const ReadPass pass;
     const Library library = require_library(options);
-    const PageData data = read_page(page, library.log, unit);
+    PageData data = read_page(page, library.log, unit);
     if (options.json) {
         const std::string name = unit.empty() ? page.name : fmt::format("{} {}", page.name, unit);
         nlohmann::ordered_json json = {{"command", "show " + name}};
         json.update(page_json(data));
         print_json(options.out, json);
     } else {
+        if (order == Order::worst_first) {
+            bring_up_worst(data);
+        }
         print_page(options.out, data, true);
         Losses losses;
         losses.add(data);
@@ -72,8 +95,25 @@ int show_board(const Options &options) {
     return exit_of_page(page);
 }
 
+/// What is wrong stands above the page of the board where the worst is to be first.
+void print_all(std::FILE *out, const BoardPage &board, std::vector<PageData> data, Order order) {
+    auto calm = data.begin();
+    if (order == Order::worst_first) {
+        std::ranges::for_each(data, bring_up_worst);
+        calm = std::stable_partition(data.begin(), data.end(), has_bad_sections);
+    }
+    for (auto page = data.begin(); page != calm; ++page) {
+        print_page(out, *page, page == data.begin());
+    }
+    fmt::print(out, "{}", calm != data.begin() ? "\n" : "");
+    print_page(out, board);
+    for (auto page = calm; page != data.end(); ++page) {
+        print_page(out, *page, false);
+    }
+}
+
 /// The page of the board comes without the others where the library did not start.
-int show_all(const Options &options) {
+int show_all(const Options &options, Order order) {
     const ReadPass pass;
     const BoardPage board = read_board_page(options);
     std::vector<PageData> data;
@@ -94,11 +134,10 @@ int show_all(const Options &options) {
     if (options.json) {
         print_json(options.out, json);
     } else {
+        print_all(options.out, board, data, order);
         Losses losses;
-        print_page(options.out, board);
         losses.add(board);
         for (const PageData &page : data) {
-            print_page(options.out, page, false);
             losses.add(page);
         }
         losses.print(options.out);
@@ -109,7 +148,30 @@ int show_all(const Options &options) {
     return status == kExitOk && failed ? kExitReadingFailed : status;
 }
 
+constexpr const char *kBoard = "board";
+constexpr const char *kAll = "all";
+
 }  // namespace
+
+std::vector<std::string> page_names() {
+    std::vector<std::string> names = {kBoard};
+    for (const Page &page : pages()) {
+        names.emplace_back(page.name);
+    }
+    names.emplace_back(kAll);
+    return names;
+}
+
+int show(const Options &options, const std::string &name, const std::string &unit, Order order) {
+    if (name == kBoard || name == kAll) {
+        if (!unit.empty()) {
+            throw UsageError(fmt::format("page {} has no units", name));
+        }
+        return name == kBoard ? show_board(options) : show_all(options, order);
+    }
+    const auto page = std::ranges::find(pages(), name, &Page::name);
+    return show_page(options, *page, unit, order);
+}
 
 void add_show(Command &top, const Options &options) {
     Command command = top.subcommand("show", "Show a page about one subject", "dfdctl show fans");
@@ -119,19 +181,19 @@ void add_show(Command &top, const Options &options) {
                     "Board and chassis, how they were found out, the configuration files, the "
                     "inventory, and one value of each kind",
                     "dfdctl show board")
-        .runs([&options] { return show_board(options); });
+        .runs([&options] { return show(options, kBoard, ""); });
     for (const Page &page : pages()) {
         auto unit = std::make_shared<std::vector<std::string>>();
-        Command show = command.subcommand(
-            page.name, page.description, fmt::format("dfdctl show {} {}", page.name, page.example));
-        show.words("UNIT", *unit, fmt::format("Only this {}", page.unit),
-                   fmt::format("[{}]", upper(page.unit)), 0, 1);
-        show.runs([&options, &page, unit] {
-            return show_page(options, page, unit->empty() ? "" : unit->front());
+        Command one = command.subcommand(page.name, page.description,
+                                         fmt::format("dfdctl show {} {}", page.name, page.example));
+        one.words("UNIT", *unit, fmt::format("Only this {}", page.unit),
+                  fmt::format("[{}]", upper(page.unit)), 0, 1);
+        one.runs([&options, &page, unit] {
+            return show(options, page.name, unit->empty() ? "" : unit->front());
         });
     }
     command.subcommand("all", "All of these pages", "dfdctl show all --json").runs([&options] {
-        return show_all(options);
+        return show(options, kAll, "");
     });
 }
 

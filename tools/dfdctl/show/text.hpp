@@ -7,6 +7,14 @@
 
 namespace dfdctl {
 
+/// Of the rows of a page, as text.
+enum class Order { as_configured, worst_first };
+
+/// What `show NAME [UNIT]` prints, with its exit status; the name is one of page_names().
+int show(const Options &options, const std::string &name, const std::string &unit,
+         Order order = Order::as_configured);
+std::vector<std::string> page_names();
+
 /// `first`: no blank line before it.
 void print_page(std::FILE *out, const PageData &data, bool first);
 void print_page(std::FILE *out, const BoardPage &page);
