@@ -26,8 +26,8 @@ bool is_wide();
 /// Lets what is wrong stand out in red where `out` is a terminal, unless NO_COLOR or a dumb TERM
 /// asks for plain text.
 void set_colour(std::FILE *out);
-/// The text in red, or as it is. Take it for whole cells and words: a line may not break in it.
 bool is_coloured();
+/// The text in red, or as it is. Take it for whole cells and words: a line may not break in it.
 std::string in_red(const std::string &text);
 
 /// Columns that a text takes: one for each character of UTF-8, none for a colour.

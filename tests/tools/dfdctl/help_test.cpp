@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <set>
 #include <sstream>
 
 #include "tools/programs.h"
@@ -89,14 +90,17 @@ TEST(Help, ExamplesWork) {
         const bool makes = example.find("new-board") != std::string::npos;
         examples.insert(makes ? examples.begin() : examples.end(), example.substr(kProgram.size()));
     }
+    const auto dfdctl = [&](const std::string &arguments) {
+        return run(fmt::format("cd {} && {}/vchassis run {} -- {}/dfdctl {}", here.path().string(),
+                               BUILD_DIR, board.file("").string(), BUILD_DIR, arguments));
+    };
+    write_file(here.path() / "unit.toml", dfdctl("eeprom decode fan 2").out);
+    // A supply of the demo has no input; two units are not the same.
+    const std::set<std::string> fails = {"check", "eeprom diff fan 1 fan 2"};
     for (const std::string &example : examples) {
-        const Result result =
-            run(fmt::format("cd {} && {}/vchassis run {} -- {}/dfdctl {}", here.path().string(),
-                            BUILD_DIR, board.file("").string(), BUILD_DIR, example));
-        // A supply of the demo has no input.
-        EXPECT_EQ(result.status, example == "check" ? 1 : 0) << example << "\n"
-                                                             << result.out << result.err;
-        EXPECT_NE(result.out, "") << example;
+        const Result result = dfdctl(example);
+        EXPECT_EQ(result.status, fails.contains(example) ? 1 : 0) << example << "\n"
+                                                                  << result.out << result.err;
     }
 }
 

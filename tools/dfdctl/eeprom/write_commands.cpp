@@ -140,7 +140,8 @@ int reporting(const std::function<int()> &run) {
 void add_write_commands(Command &group, const Options &options) {
     auto wanted = std::make_shared<Request>();
     Command set_command = group.subcommand("set", "Change fields of a unit; the old image is kept",
-                                           "dfdctl eeprom set fan 2 serial_number=AB123");
+                                           "dfdctl eeprom set fan 2 serial_number=AB123 --yes "
+                                           "--backup fan2.backup");
     set_command.words(kWhat, wanted->words,
                       "board, fan N, power N, subcard N, backplane N, or --bus N --addr A, and the "
                       "fields: serial_number=AB123",
@@ -153,7 +154,7 @@ void add_write_commands(Command &group, const Options &options) {
 
     auto saved = std::make_shared<Request>();
     Command restore_command = group.subcommand("restore", "Put the old image back",
-                                               "dfdctl eeprom restore eeprom-fan-2.backup");
+                                               "dfdctl eeprom restore fan2.backup --yes");
     restore_command.words(kWhat, saved->words, "File that 'set' has written", "FILE", 1, 1);
     add_write_options(restore_command, saved->write);
     restore_command.runs(

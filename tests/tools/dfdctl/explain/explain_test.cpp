@@ -172,9 +172,10 @@ TEST(Explain, SaysWhatAFailureComesFrom) {
                   "fan_state.fpath_2=/dev/fpga7");
     const Result result = board.dfdctl("explain drv_get_fan_status 2 --read");
     EXPECT_EQ(result.status, 4);
-    EXPECT_THAT(result.out, AllOf(HasSubstr("reads    /dev/fpga7 at 0x41, 1 byte: fails (-1)"),
-                                  HasSubstr("Result: -7: a hardware read or write failed"),
-                                  HasSubstr("Because fan_state_2 cannot be read.")));
+    EXPECT_THAT(result.out,
+                AllOf(HasSubstr("reads    /dev/fpga7 at 0x41, 1 byte: fails (-1, ENOENT"),
+                      HasSubstr("Result: -7: a hardware read or write failed"),
+                      HasSubstr("Because fan_state_2 cannot be read.")));
     board.replace("etc/cfg/dfd/cfg_file/cm8_fans.cfg", "fan_temp.fpath_2=/dev/",
                   "fan_temp.fpath_2=/dev/no-");
     const Result temperature = board.dfdctl("explain dfd_get_fan_temp 2 --read");
