@@ -82,6 +82,11 @@ const Sick kCases[] = {
      4, "alarm", "UNKNOWN", "board type", "does not answer", nullptr},
     {"line_without_effect", [](const Board &board) { board.append(kChassisFile, "fan_nmu=4\n"); },
      0, "note", "NO EFFECT", "/etc/cfg/dfd/chassis/8.cfg:60", "fan_num", nullptr},
+    {"bus_spoils_writes",
+     [](const Board &board) {
+         board.append("chassis.toml", "\n[[bus]]\nnumber = 3\nnostart = false\n");
+     },
+     0, "note", "NO WRITES", "/dev/i2c-3", "lands at a wrong register", "/dev/i2c-3"},
     {"device_file_missing",
      [](const Board &board) { move_device(board, "/dev/fpga0", "/dev/fpga7"); }, 4, "alarm",
      "NO ANSWER", "/dev/fpga0", "readings: ", "/dev/fpga0"},

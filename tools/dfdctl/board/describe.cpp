@@ -275,14 +275,14 @@ ordered_json record_json(const Item &item) {
     return {};
 }
 
-ordered_json origin_json(const Item &item, const LoadRecord &log) {
-    const auto found = log.origins.find(item.key());
-    if (found == log.origins.end()) {
+ordered_json origin_json(const Item &item, const LoadRecord &loaded) {
+    const auto found = loaded.origins.find(item.key());
+    if (found == loaded.origins.end()) {
         return {};
     }
     ordered_json lines = ordered_json::array();
     for (const Origin &origin : found->second) {
-        lines.push_back({{"file", log.files[origin.file].path}, {"line", origin.line}});
+        lines.push_back({{"file", loaded.files[origin.file].path}, {"line", origin.line}});
     }
     return lines;
 }

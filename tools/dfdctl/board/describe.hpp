@@ -37,6 +37,6 @@ nlohmann::ordered_json item_json(const Item &item);
 /// The members of an item's record; null when it is not configured.
 nlohmann::ordered_json record_json(const Item &item);
 /// The lines that set the item: file, line; null when it is not configured.
-nlohmann::ordered_json origin_json(const Item &item, const LoadRecord &log);
+nlohmann::ordered_json origin_json(const Item &item, const LoadRecord &loaded);
 
 }  // namespace dfdctl

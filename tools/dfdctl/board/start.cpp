@@ -46,10 +46,10 @@ std::FILE *take_stdout() {
 }
 
 bool Library::incomplete() const {
-    if (!log.list_error.empty()) {
+    if (!loaded.list_error.empty()) {
         return true;
     }
-    for (const ConfigFile &file : log.files) {
+    for (const ConfigFile &file : loaded.files) {
         if (file.failed_line != 0 || file.is_passed_over ||
             (!file.opened && file.role == FileRole::listed)) {
             return true;
@@ -59,7 +59,7 @@ bool Library::incomplete() const {
 }
 
 void report_missing_chassis_file(const Library &library) {
-    for (const ConfigFile &file : library.log.files) {
+    for (const ConfigFile &file : library.loaded.files) {
         if (file.role == FileRole::chassis && !file.opened && !file.is_passed_over) {
             fmt::print(stderr, "dfdctl: {}: {}: what it would set for this chassis is missing\n",
                        file.path, file.error);
@@ -95,23 +95,23 @@ Library start_library(const Options &options) {
     const int result = dev_drv_init();
     dfd_open_debug(options.debug);
     Library library{result, watcher.take()};
-    for (const ConfigFile &file : library.log.files) {
+    for (const ConfigFile &file : library.loaded.files) {
         report(file);
     }
-    if (library.usable() && library.log.list_error.empty() && library.log.list.empty()) {
-        library.log.list_error = "the list is empty";
+    if (library.usable() && library.loaded.list_error.empty() && library.loaded.list.empty()) {
+        library.loaded.list_error = "the list is empty";
     }
-    if (library.usable() && !library.log.list_error.empty()) {
-        fmt::print(stderr, "dfdctl: {}: no file is loaded: {}\n", library.log.list_path,
-                   library.log.list_error);
+    if (library.usable() && !library.loaded.list_error.empty()) {
+        fmt::print(stderr, "dfdctl: {}: no file is loaded: {}\n", library.loaded.list_path,
+                   library.loaded.list_error);
     }
     return library;
 }
 
 std::string why_unusable(const Library &library) {
-    if (!library.log.list_error.empty()) {
+    if (!library.loaded.list_error.empty()) {
         return fmt::format("the board's list of configuration files {} cannot be opened: {}",
-                           library.log.list_path, library.log.list_error);
+                           library.loaded.list_path, library.loaded.list_error);
     }
     return "the board type cannot be found out ('dfdctl show board' tells more); without "
            "hardware run it on a virtual chassis: vchassis run DIR -- dfdctl ...";

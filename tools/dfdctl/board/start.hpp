@@ -15,7 +15,7 @@ std::FILE *take_stdout();
 /// The started library and what it said of its configuration.
 struct Library {
     int result;  ///< of dev_drv_init
-    LoadRecord log;
+    LoadRecord loaded;
 
     bool usable() const { return result == 0; }
     /// A file that was to be loaded could not be: what it would have set is missing.
@@ -29,8 +29,8 @@ int exit_of(const Reading &reading, const Library &library);
 /// Says on standard error that the chassis has no file, for what depends on one.
 void report_missing_chassis_file(const Library &library);
 
-/// Starts the library, with its log captured; opens the log gate as the options ask. Files that
-/// failed are reported on standard error.
+/// Starts the library, with what it loads recorded; opens the log gate as the options ask. Files
+/// that failed are reported on standard error.
 Library start_library(const Options &options);
 
 /// Why the library did not start, and what to do.

@@ -226,8 +226,8 @@ Report inspect(const Library &library) {
     Report report;
     look_at_start(library, report);
     if (library.usable()) {
-        look_at_pages(library.log, report);
-        look_at_eeproms(library.log, report);
+        look_at_pages(library.loaded, report);
+        look_at_eeproms(library.loaded, report);
         look_at_devices(report);
         add_verdicts(report);
         look_at_presence(report);

@@ -2,6 +2,7 @@
 // What the start of the library tells: the board, its configuration files.
 #include "dfdctl/board/start.hpp"
 
+#include "dfdctl/board/bus_writes.hpp"
 #include "dfdctl/board/installed.hpp"
 #include "dfdctl/check/report.hpp"
 #include "dfdctl/pages/board_page.hpp"
@@ -66,19 +67,30 @@ void look_at_board(const Library &library, Report &report) {
     if (board.type <= 0) {
         report.is_unreachable = !read_board_header();
         add(report, Severity::alarm, "UNKNOWN", "board type", board.how);
-    } else if (!library.log.list_error.empty()) {
-        add(report, Severity::alarm, "NOT FOUND", library.log.list_path,
-            fmt::format("the board's list of configuration files: {}", library.log.list_error));
+    } else if (!library.loaded.list_error.empty()) {
+        add(report, Severity::alarm, "NOT FOUND", library.loaded.list_path,
+            fmt::format("the board's list of configuration files: {}", library.loaded.list_error));
     } else {
         add(report, Severity::alarm, "NOT STARTED", "library",
             fmt::format("its start failed with {}", library.result));
     }
 }
 
+/// The library says that such a write succeeded.
+void look_at_buses(const LoadRecord &record, Report &report) {
+    for (const WrittenBus &bus : written_buses(record)) {
+        if (!bus.obstacle.empty()) {
+            add(report, Severity::note, "NO WRITES", bus.device, bus.obstacle);
+            report.findings.back().items = {bus.item};
+            report.findings.back().device = bus.device;
+        }
+    }
+}
+
 }  // namespace
 
 void look_at_start(const Library &library, Report &report) {
-    if (!library.usable() || !library.log.list_error.empty()) {
+    if (!library.usable() || !library.loaded.list_error.empty()) {
         look_at_board(library, report);
     }
     Looked files{"configuration file", "configuration files"};
@@ -86,16 +98,17 @@ void look_at_start(const Library &library, Report &report) {
         add(report, Severity::note, "OTHER BUILD", other,
             "programs run with another build of the library than dfdctl's own");
     }
-    for (const ConfigFile &file : library.log.files) {
+    for (const ConfigFile &file : library.loaded.files) {
         if (is_optional(file, library)) {
             continue;
         }
         ++files.total;
         files.present += file.failed() ? 0 : 1;
         look_at_file(file, report);
-        look_at_lines(library.log, file, report);
+        look_at_lines(library.loaded, file, report);
     }
     report.looked.push_back(files);
+    look_at_buses(library.loaded, report);
 }
 
 }  // namespace dfdctl::check

@@ -83,7 +83,7 @@ struct Dispatched {
 Dispatched dispatch(const Library &library) {
     Dispatched done{};
     g_steps = &done.steps;
-    g_loaded = &library.log;
+    g_loaded = &library.loaded;
     dfd::watch::Hooks hooks;
     hooks.context = const_cast<dfd::watch::Hooks *>(dfd::watch::hooks);
     hooks.answer = ask_outer;

@@ -338,7 +338,7 @@ int run(const Options &options, const Control &control, const Request &request) 
         throw UsageError(fmt::format("{} takes: {}", full_name(control), control.usage));
     }
     const Library library = require_library(options);
-    const std::vector<Change> changes = control.plan(request.words, library.log);
+    const std::vector<Change> changes = control.plan(request.words, library.loaded);
     for (const Change &change : changes) {
         for (const Signal &signal : change.signals) {
             check_bus_of(signal.item, options.force);

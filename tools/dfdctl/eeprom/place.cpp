@@ -238,9 +238,10 @@ std::vector<Place> places_of(std::span<const std::string> words, const PlaceOpti
         }
         if (!is_board && i + 1 == words.size()) {
             throw UsageError(fmt::format("{}: a number is missing; {}", words[i],
-                                         units_text(*row, library->log)));
+                                         units_text(*row, library->loaded)));
         }
-        places.push_back(is_board ? board_place() : unit_place(*row, words[i + 1], library->log));
+        places.push_back(is_board ? board_place()
+                                  : unit_place(*row, words[i + 1], library->loaded));
         i += is_board ? 0 : 1;
     }
     for (Place &place : places) {

@@ -298,7 +298,7 @@ int explain_command(const Options &options, const Arguments &arguments) {
             "--chassis");
     }
     const LoadRecord loaded =
-        arguments.is_offline() ? load(arguments) : require_library(options).log;
+        arguments.is_offline() ? load(arguments) : require_library(options).loaded;
     Session session(options, arguments, loaded);
     return is_item ? session.item() : session.call(*call);
 }

@@ -30,7 +30,7 @@ int get(const Options &options, const Arguments &arguments) {
     const Library library = require_library(options);
     const Reading reading = read_item(item);
     if (options.json) {
-        print_json(options.out, get_json(item, reading, library.log));
+        print_json(options.out, get_json(item, reading, library.loaded));
     } else if (reading.ok()) {
         fmt::print(options.out, "{}\n", full_text(reading));
     }

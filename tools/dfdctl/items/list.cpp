@@ -81,7 +81,7 @@ void print_text(const Options &options, const Library &library, const std::vecto
                  {"SET BY", Fit::cut_front},
                  {readings.empty() ? "DESCRIPTION" : "VALUE", Fit::prose}});
     for (std::size_t i = 0; i < items.size(); ++i) {
-        table.add({items[i].name(), library.log.origin_of(items[i].key()), text_of(i)});
+        table.add({items[i].name(), library.loaded.origin_of(items[i].key()), text_of(i)});
     }
     table.print(options.out);
 }
@@ -94,7 +94,7 @@ nlohmann::ordered_json items_json(const Library &library, const std::vector<Item
             {{"item", item_json(items[i])},
              {"reading", readings.empty() ? nlohmann::ordered_json() : to_json(readings[i])},
              {"record", record_json(items[i])},
-             {"set_by", origin_json(items[i], library.log)}});
+             {"set_by", origin_json(items[i], library.loaded)}});
     }
     return {{"command", "items"}, {"items", list}};
 }
@@ -103,7 +103,7 @@ int items(const Options &options, const Arguments &arguments) {
     check_type(arguments.type);
     const ReadPass pass;
     const Library library = require_library(options);
-    const std::vector<Item> found = configured_items(library.log, arguments);
+    const std::vector<Item> found = configured_items(library.loaded, arguments);
     std::vector<Reading> readings;
     for (const Item &item : found) {
         if (arguments.values) {

@@ -154,7 +154,7 @@ Outcome write_item(const Item &item, const std::string &text, const Library &lib
                    const WriteOptions &options) {
     if (item.type->kind != Kind::info_ctrl) {
         refuse(item, fmt::format("it is a setting of the configuration ({}); change it there",
-                                 library.log.origin_of(item.key())));
+                                 library.loaded.origin_of(item.key())));
     }
     const auto &record = *record_of<info_ctrl_t>(item);
     return dfd::is_e2prom_mode(record.mode) ? write_inventory(item, record, text, options)

@@ -27,7 +27,7 @@ void add_count(Exposition &metrics, const std::string &name, std::string_view he
 void add_configuration(Exposition &metrics, const Library &library) {
     metrics.add("dfd_configuration_info",
                 "the loaded configuration, the same where the fingerprint is; always 1",
-                {{"fingerprint", fingerprint(library.log)}}, "1");
+                {{"fingerprint", fingerprint(library.loaded)}}, "1");
     metrics.add("dfd_configuration_complete", "1 when all files of the configuration were loaded",
                 {}, library.incomplete() ? "0" : "1");
 }
@@ -116,7 +116,7 @@ int tell_metrics(const Options &options, const std::string &textfile) {
     if (library.usable()) {
         add_configuration(metrics, library);
         add_inventory(metrics);
-        has_failed = add_pages(metrics, library.log);
+        has_failed = add_pages(metrics, library.loaded);
     } else {
         fmt::print(stderr, "dfdctl: {}\n", why_unusable(library));
     }

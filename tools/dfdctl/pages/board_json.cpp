@@ -105,7 +105,7 @@ ordered_json board_json(const BoardPage &page) {
     ordered_json board = type_json(page.board);
     board["slot"] = place_json(page.slot);
     board["sub_slot"] = place_json(page.sub_slot);
-    const LoadRecord &loaded = page.library.log;
+    const LoadRecord &loaded = page.library.loaded;
     return {
         {"started", page.library.usable()},
         {"board", board},

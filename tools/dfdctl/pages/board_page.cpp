@@ -77,10 +77,10 @@ BoardPage read_board_page(const Options &options) {
                        : TypeFound{DFD_ERR, TypeSource::none, "the library did not start"};
     page.slot = place(DFD_KEY_MY_SLOTID, sdd_get_my_slotid());
     page.sub_slot = place(DFD_KEY_MY_SSLOTID, sdd_get_my_sslotid());
-    page.units = find_units(page.library.log);
+    page.units = find_units(page.library.loaded);
     page.backplanes = find_backplanes();
-    page.buses = written_buses(page.library.log);
-    page.samples = pick_samples(page.library.log);
+    page.buses = written_buses(page.library.loaded);
+    page.samples = pick_samples(page.library.loaded);
     page.other_library = other_installed_library();
     return page;
 }

@@ -170,9 +170,9 @@ void print_page(std::FILE *out, const BoardPage &page) {
     print_heading(out, "Chassis");
     print_type(out, "Chassis type", page.chassis);
     if (page.library.usable()) {
-        print_named(out, "Configuration", kName, fingerprint(page.library.log));
+        print_named(out, "Configuration", kName, fingerprint(page.library.loaded));
     }
-    print_files(out, page.library.log);
+    print_files(out, page.library.loaded);
     print_units(out, page.units);
     print_backplanes(out, page.backplanes);
     print_buses(out, page.buses);

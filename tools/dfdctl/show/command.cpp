@@ -48,7 +48,7 @@ void bring_up_worst(PageData &page) {
 int show_page(const Options &options, const Page &page, const std::string &unit, Order order) {
     const ReadPass pass;
     const Library library = require_library(options);
-    PageData data = read_page(page, library.log, unit);
+    PageData data = read_page(page, library.loaded, unit);
     if (options.json) {
         const std::string name = unit.empty() ? page.name : fmt::format("{} {}", page.name, unit);
         nlohmann::ordered_json json = {{"command", "show " + name}};
@@ -119,7 +119,7 @@ int show_all(const Options &options, Order order) {
     std::vector<PageData> data;
     for (const Page &page : pages()) {
         if (board.library.usable()) {
-            data.push_back(read_page(page, board.library.log));
+            data.push_back(read_page(page, board.library.loaded));
         }
     }
     bool failed = false;
