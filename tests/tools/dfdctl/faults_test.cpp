@@ -241,6 +241,12 @@ TEST(Losses, NameADeviceOnceWithWhatItCost) {
     EXPECT_EQ(all.out.find(report), all.out.rfind(report)) << "once below all pages";
 }
 
+TEST(Losses, NameUnitsInThePlural) {
+    const Board board("demo");
+    replace_all(board, "chassis.toml", "bus = 2\n", "bus = 9\n");
+    EXPECT_THAT(unwrapped(board.dfdctl("show power").out), HasSubstr("name of supplies 1-4, "));
+}
+
 TEST(Losses, OneReading) {
     const Board board("demo");
     board.append(kTemps, "card_temp_ctrl.addr_31_1=0x77\n");

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <type_traits>
 
 #include "common/nearest.hpp"
 #include "dfdctl/command.hpp"
@@ -166,6 +167,9 @@ Item item_of(std::uint32_t type, std::uint32_t index1, std::uint32_t index2) {
 
 template <typename Record>
 const Record *record_of(const Item &item) {
+    if (std::is_same_v<Record, info_ctrl_t> && item.type->kind != Kind::info_ctrl) {
+        return nullptr;
+    }
     return static_cast<const Record *>(dfd_lib_cfg_get_item(item.key()));
 }
 template const int *record_of<int>(const Item &);

@@ -63,7 +63,8 @@ Item item_of_key(std::uint32_t key);
 /// The item of a type other than by name.
 Item item_of(std::uint32_t type, std::uint32_t index1 = 0, std::uint32_t index2 = 0);
 
-/// The record of an item as the kind that its type has, or null when it is not configured.
+/// The record of an item as the kind that its type has, or null when it is not configured. Asked
+/// for info_ctrl_t an item of another kind has none.
 template <typename Record>
 const Record *record_of(const Item &item);
 

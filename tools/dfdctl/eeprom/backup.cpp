@@ -25,7 +25,7 @@ using eeprom::Bytes;
 constexpr const char *kFirstLine = "dfdctl eeprom backup 1";
 constexpr mode_t kMode = 0644;
 
-std::string own_name(const Place &place) {
+std::string own_name(const ImagePlace &place) {
     std::string unit = place.name;
     for (char &c : unit) {
         c = std::isalnum(static_cast<unsigned char>(c)) != 0 ? c : '-';

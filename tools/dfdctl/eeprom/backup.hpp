@@ -8,7 +8,7 @@
 namespace dfdctl {
 
 struct Backup {
-    Place place;  ///< name, device, address and size
+    ImagePlace place;  ///< name, device, address and size
     eeprom::Bytes before;
     eeprom::Bytes after;
 };

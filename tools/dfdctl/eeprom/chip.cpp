@@ -38,7 +38,7 @@ int with_patience(Attempt attempt) {
 
 }  // namespace
 
-Chip::Chip(const Place &place) : place_(place), bus_(place.device) {
+Chip::Chip(const ImagePlace &place) : place_(place), bus_(place.device) {
     if (bus_.error() != 0) {
         throw EepromFailure(kExitIo, fmt::format("{}: {}: {}", place.name, place.device,
                                                  std::strerror(bus_.error())));

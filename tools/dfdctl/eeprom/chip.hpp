@@ -10,7 +10,7 @@ namespace dfdctl {
 class Chip {
   public:
     /// Throws EepromFailure where the bus cannot be opened or takes no plain messages.
-    explicit Chip(const Place &place);
+    explicit Chip(const ImagePlace &place);
 
     /// All bytes. Throws EepromFailure.
     eeprom::Bytes read() const;
@@ -23,7 +23,7 @@ class Chip {
     void write(std::size_t offset, std::span<const std::uint8_t> bytes) const;
     [[noreturn]] void fail(const char *what, std::size_t offset, int error) const;
 
-    const Place &place_;
+    const ImagePlace &place_;
     I2cBus bus_;
 };
 

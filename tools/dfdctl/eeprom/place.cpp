@@ -79,7 +79,7 @@ Layout layout_of(const Eeprom &chip) {
 }
 
 /// Each field of the legacy layout of supplies stands where an item of its own says.
-void find_offsets(Place &place, const UnitRow &row, std::uint32_t index) {
+void find_offsets(ImagePlace &place, const UnitRow &row, std::uint32_t index) {
     for (const std::uint32_t type : row.types) {
         const Item item = item_of(type, index);
         const auto *record = e2prom_record(item);
@@ -99,7 +99,7 @@ const UnitRow &row_of(std::uint32_t type) {
     });
 }
 
-Place board_place() {
+ImagePlace board_place() {
     return {.name = "board",
             .device = dfd::kBoardBus,
             .address = dfd::kBoardE2promAddr,
@@ -107,7 +107,7 @@ Place board_place() {
             .protection = DFD_WP_BOARD};
 }
 
-Place backplane_place(const Item &item) {
+ImagePlace backplane_place(const Item &item) {
     const auto &record = *record_of<i2c_dev_t>(item);
     return {.name = fmt::format("backplane {}", item.index1),
             .device = dfd::BusPath(static_cast<std::uint32_t>(record.bus)).text,
@@ -131,7 +131,7 @@ std::string units_text(const UnitRow &row, const LoadRecord &loaded) {
                : fmt::format("those with an EEPROM are {} {}", row.name, fmt::join(found, ", "));
 }
 
-Place unit_place(const UnitRow &row, const std::string &number, const LoadRecord &loaded) {
+ImagePlace unit_place(const UnitRow &row, const std::string &number, const LoadRecord &loaded) {
     std::uint32_t index = 0;
     const bool is_number = parse_number(number, index);
     for (const std::uint32_t type : row.types) {
@@ -151,19 +151,19 @@ Place unit_place(const UnitRow &row, const std::string &number, const LoadRecord
         fmt::format("there is no {} {}; {}", row.name, number, units_text(row, loaded)));
 }
 
-Place bus_place(const PlaceOptions &given) {
+ImagePlace bus_place(const PlaceOptions &given) {
     if (given.bus.empty() || given.address.empty()) {
         throw UsageError("--bus and --addr stand together");
     }
     const std::uint32_t bus = number_of(given.bus, "bus", kLastBus);
     const std::uint32_t address = number_of(given.address, "address", kLastAddress);
-    Place place{.name = {}, .device = dfd::BusPath(bus).text};
+    ImagePlace place{.name = {}, .device = dfd::BusPath(bus).text};
     place.address = static_cast<std::uint16_t>(address);
     place.name = fmt::format("{} 0x{:02x}", place.device, address);
     return place;
 }
 
-void apply(const PlaceOptions &given, Place &place) {
+void apply(const PlaceOptions &given, ImagePlace &place) {
     if (!given.size.empty()) {
         place.size = number_of(given.size, "size", kMostBytes);
         if (place.size == 0) {
@@ -219,9 +219,9 @@ void add_place_options(Command &command, PlaceOptions &options) {
                    "BYTE");
 }
 
-std::vector<Place> places_of(std::span<const std::string> words, const PlaceOptions &given,
-                             const Options &options) {
-    std::vector<Place> places;
+std::vector<ImagePlace> places_of(std::span<const std::string> words, const PlaceOptions &given,
+                                  const Options &options) {
+    std::vector<ImagePlace> places;
     if (!given.bus.empty() || !given.address.empty()) {
         places.push_back(bus_place(given));
     }
@@ -244,15 +244,15 @@ std::vector<Place> places_of(std::span<const std::string> words, const PlaceOpti
                                   : unit_place(*row, words[i + 1], library->loaded));
         i += is_board ? 0 : 1;
     }
-    for (Place &place : places) {
+    for (ImagePlace &place : places) {
         apply(given, place);
     }
     return places;
 }
 
-Place place_of(std::span<const std::string> words, const PlaceOptions &given,
-               const Options &options) {
-    std::vector<Place> places = places_of(words, given, options);
+ImagePlace place_of(std::span<const std::string> words, const PlaceOptions &given,
+                    const Options &options) {
+    std::vector<ImagePlace> places = places_of(words, given, options);
     if (places.size() != 1) {
         throw UsageError(
             places.empty()
@@ -264,20 +264,20 @@ Place place_of(std::span<const std::string> words, const PlaceOptions &given,
     return places.front();
 }
 
-Place place_of_item(const Item &item, const info_ctrl_t &record) {
+ImagePlace place_of_item(const Item &item, const info_ctrl_t &record) {
     const UnitRow &row = row_of(item.type->type);
     const Eeprom chip = eeprom_of(item, record);
-    Place place{.name = fmt::format("{} {}", row.name, item.index1),
-                .device = chip.device,
-                .address = chip.address,
-                .hint = {.layout = layout_of(chip)},
-                .protection = row.protection,
-                .item = item};
+    ImagePlace place{.name = fmt::format("{} {}", row.name, item.index1),
+                     .device = chip.device,
+                     .address = chip.address,
+                     .hint = {.layout = layout_of(chip)},
+                     .protection = row.protection,
+                     .item = item};
     find_offsets(place, row, item.index1);
     return place;
 }
 
-eeprom::Bytes read_image(const Place &place) {
+eeprom::Bytes read_image(const ImagePlace &place) {
     if (place.is_file) {
         return read_file(place.name);
     }

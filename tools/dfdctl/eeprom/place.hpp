@@ -23,7 +23,7 @@ struct EepromFailure : std::runtime_error {
     int status;
 };
 
-struct Place {
+struct ImagePlace {
     std::string name;  ///< "fan 2", "/dev/i2c-1 0x51", or the path of a file
     bool is_file = false;
     std::string device = {};
@@ -47,15 +47,15 @@ void add_place_options(Command &command, PlaceOptions &options);
 
 /// The places that words name, in their order: "fan 2", "board", "backplane 1", a path. The library
 /// is started where a unit is named. Throws UsageError, which tells the units that there are.
-std::vector<Place> places_of(std::span<const std::string> words, const PlaceOptions &given,
-                             const Options &options);
+std::vector<ImagePlace> places_of(std::span<const std::string> words, const PlaceOptions &given,
+                                  const Options &options);
 /// The same of exactly one.
-Place place_of(std::span<const std::string> words, const PlaceOptions &given,
-               const Options &options);
+ImagePlace place_of(std::span<const std::string> words, const PlaceOptions &given,
+                    const Options &options);
 /// The EEPROM that an item of mode tlv, fru or legacy describes.
-Place place_of_item(const Item &item, const struct info_ctrl &record);
+ImagePlace place_of_item(const Item &item, const struct info_ctrl &record);
 
 /// All bytes, read with nothing but this address asked. Throws EepromFailure.
-eeprom::Bytes read_image(const Place &place);
+eeprom::Bytes read_image(const ImagePlace &place);
 
 }  // namespace dfdctl

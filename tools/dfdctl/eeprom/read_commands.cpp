@@ -26,14 +26,14 @@ struct Request {
     bool lenient = false;
 };
 
-ordered_json place_json(const Place &place) {
+ordered_json place_json(const ImagePlace &place) {
     return {{"name", place.name},
             {"device", text_or_null(place.device)},
             {"address", place.is_file ? ordered_json() : ordered_json(place.address)}};
 }
 
 /// "fan 2 (/dev/i2c-1 0x51): TLV image, 256 bytes".
-std::string title(const Place &place, const Decoded &decoded, std::size_t size) {
+std::string title(const ImagePlace &place, const Decoded &decoded, std::size_t size) {
     const std::string where =
         place.is_file || place.item == std::nullopt
             ? place.name
@@ -54,7 +54,7 @@ int exit_of_image(const Decoded &decoded) {
 }
 
 int decode(const Options &options, const Request &request) {
-    const Place place = place_of(request.words, request.place, options);
+    const ImagePlace place = place_of(request.words, request.place, options);
     const eeprom::Bytes image = read_image(place);
     const Decoded decoded = eeprom::decode(image, place.hint);
     const bool is_shown = decoded.faults.empty() || request.lenient;
@@ -77,7 +77,7 @@ int decode(const Options &options, const Request &request) {
 }
 
 int verify(const Options &options, const Request &request) {
-    const Place place = place_of(request.words, request.place, options);
+    const ImagePlace place = place_of(request.words, request.place, options);
     const eeprom::Bytes image = read_image(place);
     const Decoded decoded = eeprom::decode(image, place.hint);
     const std::string progress =
@@ -132,7 +132,7 @@ std::vector<std::array<std::string, 3>> changed_fields(const Decoded &first,
 }
 
 int diff(const Options &options, const Request &request) {
-    std::vector<Place> places = places_of(request.words, request.place, options);
+    std::vector<ImagePlace> places = places_of(request.words, request.place, options);
     if (places.size() != 2) {
         throw UsageError("diff takes two images, such as: fan 1 old.bin");
     }

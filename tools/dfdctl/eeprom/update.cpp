@@ -29,7 +29,7 @@ std::size_t byte_count(const std::vector<Difference> &differences) {
 }
 
 /// Asks at a terminal; elsewhere --yes is the only answer.
-void confirm(const Place &place, const std::vector<Difference> &changes, bool yes) {
+void confirm(const ImagePlace &place, const std::vector<Difference> &changes, bool yes) {
     fmt::print(stderr, "{} of {} on {} at 0x{:02x} change:\n{}",
                byte_count(changes) == 1 ? "1 byte" : fmt::format("{} bytes", byte_count(changes)),
                place.name, place.device, place.address, differences_text(changes));
@@ -71,7 +71,7 @@ void judge(const Bytes &now, const Bytes &after, WriteOutcome &outcome) {
     }
 }
 
-void write_unprotected(const Place &place, const Bytes &before, const Bytes &after,
+void write_unprotected(const ImagePlace &place, const Bytes &before, const Bytes &after,
                        WriteOutcome &outcome) {
     const Chip chip(place);
     if (!place.protection) {
@@ -87,7 +87,7 @@ void write_unprotected(const Place &place, const Bytes &before, const Bytes &aft
 }
 
 /// Says on standard error what went wrong and what to do.
-void report(const Place &place, const WriteOutcome &outcome) {
+void report(const ImagePlace &place, const WriteOutcome &outcome) {
     if (!outcome.error.empty()) {
         fmt::print(stderr, "dfdctl: {}: {}\n", place.name, outcome.error);
     }
@@ -112,7 +112,8 @@ std::string serial_of(const eeprom::Decoded &decoded) {
     return "";
 }
 
-void check_unit(const Place &place, const eeprom::Decoded &decoded, const WriteOptions &options) {
+void check_unit(const ImagePlace &place, const eeprom::Decoded &decoded,
+                const WriteOptions &options) {
     if (!options.serial.empty() && serial_of(decoded) != options.serial) {
         throw EepromFailure(kExitReadingFailed,
                             fmt::format("{}: the serial number is '{}', not '{}'; nothing was "
@@ -160,7 +161,7 @@ std::string differences_text(const std::vector<Difference> &differences) {
     return text;
 }
 
-WriteOutcome write_image(const Place &place, const Bytes &before, const Bytes &after,
+WriteOutcome write_image(const ImagePlace &place, const Bytes &before, const Bytes &after,
                          const WriteOptions &options) {
     const auto changes = eeprom::differences(before, after);
     WriteOutcome outcome;
@@ -182,7 +183,7 @@ WriteOutcome write_image(const Place &place, const Bytes &before, const Bytes &a
     return outcome;
 }
 
-Update change_fields(const Place &place, const std::vector<eeprom::Edit> &edits,
+Update change_fields(const ImagePlace &place, const std::vector<eeprom::Edit> &edits,
                      const WriteOptions &options) {
     const Bytes image = read_image(place);
     Update update{

@@ -29,7 +29,7 @@ struct WriteOutcome {
 /// Shows the difference on standard error, asks, saves `before`, lifts the protection, writes what
 /// differs, reads everything back, puts the protection back, says what went wrong. Signals wait
 /// meanwhile. Throws EepromFailure or UsageError while nothing is written.
-WriteOutcome write_image(const Place &place, const eeprom::Bytes &before,
+WriteOutcome write_image(const ImagePlace &place, const eeprom::Bytes &before,
                          const eeprom::Bytes &after, const WriteOptions &options);
 
 struct Update {
@@ -39,7 +39,7 @@ struct Update {
     WriteOutcome outcome;
 };
 /// Gives fields other texts.
-Update change_fields(const Place &place, const std::vector<eeprom::Edit> &edits,
+Update change_fields(const ImagePlace &place, const std::vector<eeprom::Edit> &edits,
                      const WriteOptions &options);
 
 /// "  0x003a  46 54 -> 4e 45" for each run of bytes, eight a line.

@@ -33,7 +33,7 @@ std::vector<eeprom::Edit> take_edits(std::vector<std::string> &words) {
     return edits;
 }
 
-void print_json_outcome(const Options &options, const char *command, const Place &place,
+void print_json_outcome(const Options &options, const char *command, const ImagePlace &place,
                         const std::vector<eeprom::Difference> &changes,
                         const WriteOutcome &outcome) {
     print_json(options.out, {{"command", command},
@@ -57,7 +57,7 @@ int set(const Options &options, Request request) {
     if (edits.empty()) {
         throw UsageError("nothing to set: FIELD=TEXT is missing, such as serial_number=AB123");
     }
-    const Place place = place_of(request.words, request.place, options);
+    const ImagePlace place = place_of(request.words, request.place, options);
     if (place.is_file) {
         throw UsageError(
             fmt::format("'{}' is no unit; change a file with decode and encode", place.name));
@@ -82,7 +82,7 @@ int set(const Options &options, Request request) {
 }
 
 /// The unit of the backup as this board has it now. An address alone is taken as it is.
-Place place_now(const Backup &backup, const Options &options) {
+ImagePlace place_now(const Backup &backup, const Options &options) {
     std::vector<std::string> words;
     std::istringstream stream(backup.place.name);
     for (std::string word; stream >> word;) {
@@ -91,7 +91,7 @@ Place place_now(const Backup &backup, const Options &options) {
     if (words.empty() || words.front().starts_with("/dev/")) {
         return backup.place;
     }
-    Place place = place_of(words, {}, options);
+    ImagePlace place = place_of(words, {}, options);
     if (place.device != backup.place.device || place.address != backup.place.address) {
         throw EepromFailure(
             kExitUsage,
@@ -104,7 +104,7 @@ Place place_now(const Backup &backup, const Options &options) {
 
 int restore(const Options &options, Request request) {
     const Backup backup = load_backup(request.words.front());
-    const Place place = place_now(backup, options);
+    const ImagePlace place = place_now(backup, options);
     const eeprom::Bytes now = read_image(place);
     if (progress_of(backup, now) == Progress::neither && !options.force) {
         throw EepromFailure(

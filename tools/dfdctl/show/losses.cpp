@@ -42,6 +42,11 @@ std::string units_text(const std::vector<std::string> &units) {
     return fmt::format("{}", fmt::join(parts, ", "));
 }
 
+/// "tray": "trays", "supply": "supplies".
+std::string plural(const std::string &kind) {
+    return kind.ends_with("ly") ? kind.substr(0, kind.size() - 1) + "ies" : kind + "s";
+}
+
 bool is_number(const Reading &label) {
     return std::holds_alternative<std::int64_t>(label.value);
 }
@@ -52,10 +57,11 @@ std::string Losses::text_of(const Lost &lost) {
     if (lost.units.empty()) {
         return lost.what;
     }
-    const std::string kind = lost.kind.empty() ? "" : lost.kind + " ";
-    const bool is_many = lost.units.size() > 1 && !kind.empty();
-    return fmt::format("{} of {}{}", lost.what, is_many ? lost.kind + "s " : kind,
-                       units_text(lost.units));
+    if (lost.kind.empty()) {
+        return fmt::format("{} of {}", lost.what, units_text(lost.units));
+    }
+    const std::string kind = lost.units.size() > 1 ? plural(lost.kind) : lost.kind;
+    return fmt::format("{} of {} {}", lost.what, kind, units_text(lost.units));
 }
 
 void Losses::add(const Reading &reading, const std::string &what, const std::string &kind,
