@@ -50,7 +50,12 @@ void sync_directory(const std::filesystem::path &directory) {
 }  // namespace
 
 void replace_file(const std::string &path, const std::string &text) {
-    const std::filesystem::path target = std::filesystem::absolute(path);
+    // A link stays one; a device or pipe is nothing that another file may take the place of.
+    const std::filesystem::path target = std::filesystem::weakly_canonical(path);
+    if (std::filesystem::is_other(target)) {
+        throw std::system_error(ENOTSUP, std::generic_category(),
+                                path + " is no regular file and is as it was");
+    }
     std::string beside = target.parent_path() / ("." + target.filename().string() + ".XXXXXX");
     const SignalsHeld held;
     const int fd = mkostemp(beside.data(), O_CLOEXEC);

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <functional>
 #include <sstream>
@@ -228,6 +229,10 @@ TEST(Expect, WritesTheFileWholeOrNotAtAll) {
     const Result result = site.board.dfdctl("check --learn /dev/full/site.toml");
     EXPECT_EQ(result.status, 4);
     EXPECT_THAT(result.err, HasSubstr("/dev/full/site.toml"));
+    const std::string pipe = site.board.file("pipe").string();
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_EQ(site.board.dfdctl("check --learn " + pipe).status, 4);
+    EXPECT_TRUE(std::filesystem::is_fifo(pipe));
     EXPECT_EQ(site.learn().status, 0);
     for (const auto &entry : std::filesystem::directory_iterator(site.board.file("."))) {
         EXPECT_THAT(entry.path().filename().string(), testing::Not(HasSubstr("site.toml.")));
