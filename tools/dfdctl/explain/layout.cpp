@@ -49,19 +49,7 @@ std::vector<std::string> line_pieces(const std::vector<MemberLine> &lines) {
 }  // namespace
 
 void print_pieces(std::FILE *out, std::string_view label, const std::vector<std::string> &pieces) {
-    std::string line = fmt::format("{:{}}{:<{}}", "", kIndent, label, kLabel);
-    const std::size_t margin = line.size();
-    bool is_first = true;
-    for (const std::string &piece : pieces) {
-        if (!is_first && line.size() + 1 + piece.size() > text_width()) {
-            print_wrapped(out, line, margin);
-            line = std::string(margin, ' ');
-            is_first = true;
-        }
-        line += (is_first ? "" : " ") + piece;
-        is_first = false;
-    }
-    print_wrapped(out, line, margin);
+    dfdctl::print_pieces(out, fmt::format("{:{}}{:<{}}", "", kIndent, label, kLabel), pieces);
 }
 
 void print_text(std::FILE *out, std::string_view label, const std::string &text) {
