@@ -13,6 +13,7 @@ constexpr int kFinished = 42;
 int status_after(int signal, const char *expected) {
     const pid_t child = fork();
     if (child == 0) {
+        setpgid(0, 0);  // TSTP stops nobody in an orphaned group
         {
             const dfd_tools::SignalsHeld held;
             raise(signal);
