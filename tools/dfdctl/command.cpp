@@ -21,7 +21,7 @@ constexpr std::size_t kFooterIndent = 5;    // behind "  0  "
 constexpr const char *kPlainType = "TEXT";  // of a positional that has no usage of its own
 
 std::string lines_of(const std::string &text, std::size_t indent) {
-    return fmt::format("{}\n", fmt::join(wrapped(text, text_width(), indent), "\n"));
+    return fmt::format("{}\n", fmt::join(wrapped_lines(text, text_width(), indent), "\n"));
 }
 
 /// "  --root DIR            Boards in and below this directory"
@@ -66,22 +66,11 @@ class HelpFormatter : public CLI::Formatter {
     }
 
     std::string make_footer(const CLI::App *app) const override {
-        const std::string footer = app->get_footer();
-        std::string text;
-        for (std::size_t at = 0; at < footer.size();) {
-            const std::size_t end = std::min(footer.find('\n', at), footer.size());
-            text += lines_of(footer.substr(at, end - at), kFooterIndent);
-            at = end + 1;
-        }
-        return text;
+        return lines_of(app->get_footer(), kFooterIndent);
     }
 };
 
 }  // namespace
-
-void complain(const std::string &text) {
-    std::fputs(("dfdctl: " + text + "\n").c_str(), stderr);
-}
 
 void set_up_help(CLI::App &app) {
     app.formatter(std::make_shared<HelpFormatter>());

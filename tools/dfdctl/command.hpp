@@ -28,9 +28,6 @@ struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// "dfdctl: TEXT" on standard error; a terminal that has gone stops nothing.
-void complain(const std::string &text);
-
 struct Options {
     bool json = false;
     unsigned width = 0;          ///< columns of text; 0: those of the terminal

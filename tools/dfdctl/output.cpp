@@ -29,6 +29,7 @@ constexpr std::string_view kRed = "\x1b[31m";
 constexpr std::string_view kPlain = "\x1b[0m";
 
 std::size_t g_width = kUsualWidth;
+std::size_t g_asked_width = 0;  // 0: that of the terminal
 bool g_is_coloured = false;
 
 bool is_continuation(char byte) {
@@ -118,12 +119,24 @@ winsize terminal_size(std::FILE *out) {
     return ioctl(fileno(out), TIOCGWINSZ, &size) == 0 ? size : winsize{};
 }
 
+std::size_t width_on(std::FILE *out) {
+    const std::size_t terminal = terminal_size(out).ws_col;
+    return g_asked_width != 0 ? g_asked_width : terminal != 0 ? terminal : kUsualWidth;
+}
+
+/// As a message, which a terminal that has gone does not stop.
+void put_message(const std::string &text, const char *end) {
+    constexpr std::size_t kIndent = 4;
+    const auto lines = wrapped_lines("dfdctl: " + text, message_width(), kIndent);
+    std::fputs(fmt::format("{}{}", fmt::join(lines, "\n"), end).c_str(), stderr);
+    std::fflush(stderr);
+}
+
 }  // namespace
 
 void set_width(std::FILE *out, unsigned columns, bool is_wide) {
-    const std::size_t terminal = terminal_size(out).ws_col;
-    const std::size_t asked = columns != 0 ? columns : terminal != 0 ? terminal : kUsualWidth;
-    g_width = is_wide ? kNoLimit : asked;
+    g_asked_width = is_wide ? kNoLimit : columns;
+    g_width = width_on(out);
 }
 
 std::optional<std::size_t> screen_height(std::FILE *out) {
@@ -178,6 +191,18 @@ std::vector<std::string> wrapped(std::string text, std::size_t room, std::size_t
     return lines;
 }
 
+std::vector<std::string> wrapped_lines(const std::string &text, std::size_t room,
+                                       std::size_t indent) {
+    std::vector<std::string> lines;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t end = std::min(text.find('\n', at), text.size());
+        std::ranges::move(wrapped(text.substr(at, end - at), room, indent),
+                          std::back_inserter(lines));
+        at = end + 1;
+    }
+    return lines;
+}
+
 void print_wrapped(std::FILE *out, const std::string &text, std::size_t indent) {
     fmt::print(out, "{}\n", fmt::join(wrapped(text, g_width, indent), "\n"));
 }
@@ -208,6 +233,18 @@ std::vector<std::string> with_commas(std::vector<std::string> pieces) {
 
 void print_named(std::FILE *out, std::string_view name, std::size_t width, std::string_view text) {
     print_wrapped(out, fmt::format("  {:<{}}  {}", name, width, text), kMargin + width + kMargin);
+}
+
+std::size_t message_width() {
+    return isatty(STDERR_FILENO) != 0 ? width_on(stderr) : kNoLimit;
+}
+
+void complain(const std::string &text) {
+    put_message(text, "\n");
+}
+
+void ask(const std::string &question) {
+    put_message(question, " ");
 }
 
 std::string cut(const std::string &value) {

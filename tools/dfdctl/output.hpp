@@ -35,6 +35,9 @@ std::size_t columns_of(std::string_view text);
 /// The text in lines of at most `room` columns, broken between words, all but the first indented.
 /// A word that is longer is broken behind a sign such as '/', or anywhere.
 std::vector<std::string> wrapped(std::string text, std::size_t room, std::size_t indent);
+/// The same for text that has lines already.
+std::vector<std::string> wrapped_lines(const std::string &text, std::size_t room,
+                                       std::size_t indent);
 /// The text with a line end, wrapped to the width.
 void print_wrapped(std::FILE *out, const std::string &text, std::size_t indent);
 /// Pieces behind a label, broken between them; further lines are indented as deep as the label is.
@@ -43,6 +46,14 @@ void print_pieces(std::FILE *out, const std::string &label, const std::vector<st
 std::vector<std::string> with_commas(std::vector<std::string> pieces);
 /// "  name            text", wrapped behind the margin of `width` columns for the name.
 void print_named(std::FILE *out, std::string_view name, std::size_t width, std::string_view text);
+
+/// Columns of messages on standard error: those of the terminal there, or the width asked for. In a
+/// file or a pipe a message has no limit: a search by line finds all of it.
+std::size_t message_width();
+/// "dfdctl: TEXT" on standard error; a terminal that has gone stops nothing.
+void complain(const std::string &text);
+/// The same without a line end, to be answered behind it.
+void ask(const std::string &question);
 
 /// A value, without its end where it is longer than a cell of a table may be.
 std::string cut(const std::string &value);

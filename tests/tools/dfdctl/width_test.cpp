@@ -3,7 +3,11 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <regex>
 #include <sstream>
 
 #include "dfdctl/output.hpp"
@@ -17,6 +21,7 @@ using testing::Not;
 
 constexpr std::size_t kUsual = 80;
 constexpr std::size_t kNarrow = 60;
+constexpr std::size_t kNarrowest = 20;
 
 const char *const kBoards[] = {"demo", "demo-tlv", "demo-linecard"};
 
@@ -44,7 +49,7 @@ std::string root_of(const Board &board) {
 TEST(Width, EveryPageFits) {
     for (const char *name : kBoards) {
         const Board board(name);
-        for (const std::size_t width : {kUsual, kNarrow}) {
+        for (const std::size_t width : {kUsual, kNarrow, kNarrowest}) {
             // 80 columns are the width where no terminal tells another one.
             const std::string asked = width == kUsual ? "" : fmt::format("--width {}", width);
             for (const char *command :
@@ -64,6 +69,55 @@ TEST(Width, EveryPageFits) {
     for (const std::size_t width : {kUsual, kNarrow}) {
         expect_fits(run_tool(fmt::format("dfdctl lint --rules --width {}", width)), width, "rules");
     }
+}
+
+/// What a command of the shell prints on a terminal of this width as messages.
+std::string messages_on_terminal(const std::string &command, unsigned short columns) {
+    const winsize size = {24, columns, 0, 0};
+    int terminal = -1;
+    const pid_t child = forkpty(&terminal, nullptr, nullptr, &size);
+    if (child == 0) {
+        execl("/bin/sh", "sh", "-c", (command + " >/dev/null </dev/tty").c_str(), nullptr);
+        _exit(127);
+    }
+    termios modes = {};
+    tcgetattr(terminal, &modes);
+    modes.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    tcsetattr(terminal, TCSANOW, &modes);
+    std::string text;
+    char bytes[4096];
+    EXPECT_EQ(write(terminal, "n\n", 2), 2);
+    for (ssize_t count = 0; (count = read(terminal, bytes, sizeof bytes)) > 0;) {
+        text.append(bytes, static_cast<std::size_t>(count));
+    }
+    close(terminal);
+    waitpid(child, nullptr, 0);
+    std::erase(text, '\r');
+    // The answer was written before the question.
+    return std::regex_replace(text, std::regex("\\[y/N\\] "), "[y/N]\n");
+}
+
+// Each is one line in a file, where one searches for it, and keeps the width of a terminal.
+TEST(Width, MessagesKeepThatOfTheirTerminal) {
+    const Board board("demo");
+    board.append("etc/cfg/dfd/cfg_file/cm8_fans.cfg", "this is no line\n");
+    const std::string on_board =
+        fmt::format("{0}/vchassis run {1} -- {0}/dfdctl ", BUILD_DIR, board.file("").string());
+    for (const char *arguments :
+         {"get slot_online_99", "show power 1 2", "show nothing", "fan speed 9 9", "slot reset all",
+          "led set alarm purple", "set fan_mode 7", "items --type mac", "explain my_slot_id",
+          "check --expect /nowhere/at/all/there/is/no/such/file", "--debug 7 check"}) {
+        const std::string narrow = messages_on_terminal(on_board + arguments, 40);
+        EXPECT_THAT(narrow, HasSubstr("dfdctl:")) << arguments;
+        for (const std::string &line : lines_of(narrow)) {
+            EXPECT_LE(line.size(), 40U) << arguments << ":\n" << narrow;
+        }
+    }
+    EXPECT_THAT(lines_of(messages_on_terminal(on_board + "--width 20 get my_slotid", 100)),
+                testing::Each(testing::SizeIs(testing::Le(kNarrowest))));
+    EXPECT_THAT(lines_of(messages_on_terminal(on_board + "--wide get my_slotid", 40)),
+                testing::SizeIs(1));
+    EXPECT_THAT(lines_of(board.dfdctl("--width 20 get my_slotid").err), testing::SizeIs(1));
 }
 
 TEST(Width, FailuresFit) {

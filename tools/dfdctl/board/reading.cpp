@@ -130,8 +130,8 @@ nlohmann::ordered_json to_json(const Reading &reading) {
 
 void report_failure(const Item &item, const Reading &reading) {
     const bool absent = reading.status == Status::absent;
-    fmt::print(stderr, "dfdctl: {}: {}{}\n", item.name(), absent ? "the unit is not plugged: " : "",
-               reading.error);
+    complain(fmt::format("{}: {}{}", item.name(), absent ? "the unit is not plugged: " : "",
+                         reading.error));
 }
 
 }  // namespace dfdctl

@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "dfdctl/board/read_pass.hpp"
+#include "dfdctl/output.hpp"
 
 #include <fmt/format.h>
 
@@ -20,15 +21,13 @@ namespace {
 
 void report(const ConfigFile &file) {
     if (file.failed_line != 0) {
-        fmt::print(stderr, "dfdctl: {}:{}: loading stopped here: {}\n", file.path, file.failed_line,
-                   file.error);
+        complain(fmt::format("{}:{}: loading stopped here: {}", file.path, file.failed_line,
+                             file.error));
     } else if (file.is_passed_over) {
-        fmt::print(stderr, "dfdctl: {}: cannot be read: {}\n", file.path, file.error);
+        complain(fmt::format("{}: cannot be read: {}", file.path, file.error));
     } else if (!file.opened && file.role == FileRole::listed) {
-        fmt::print(stderr,
-                   "dfdctl: {}: cannot be opened: {}; the files listed behind it are not "
-                   "loaded\n",
-                   file.path, file.error);
+        complain(fmt::format("{}: cannot be opened: {}; the files listed behind it are not loaded",
+                             file.path, file.error));
     }
 }
 
@@ -61,8 +60,8 @@ bool Library::incomplete() const {
 void report_missing_chassis_file(const Library &library) {
     for (const ConfigFile &file : library.loaded.files) {
         if (file.role == FileRole::chassis && !file.opened && !file.is_passed_over) {
-            fmt::print(stderr, "dfdctl: {}: {}: what it would set for this chassis is missing\n",
-                       file.path, file.error);
+            complain(fmt::format("{}: {}: what it would set for this chassis is missing", file.path,
+                                 file.error));
         }
     }
 }
@@ -102,8 +101,8 @@ Library start_library(const Options &options) {
         library.loaded.list_error = "the list is empty";
     }
     if (library.usable() && !library.loaded.list_error.empty()) {
-        fmt::print(stderr, "dfdctl: {}: no file is loaded: {}\n", library.loaded.list_path,
-                   library.loaded.list_error);
+        complain(fmt::format("{}: no file is loaded: {}", library.loaded.list_path,
+                             library.loaded.list_error));
     }
     return library;
 }

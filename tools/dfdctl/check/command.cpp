@@ -8,6 +8,7 @@
 #include "dfdctl/board/read_pass.hpp"
 #include "dfdctl/board/start.hpp"
 #include "dfdctl/check/expect.hpp"
+#include "dfdctl/output.hpp"
 
 #include <fmt/format.h>
 
@@ -25,13 +26,14 @@ struct CheckOptions {
 /// What is learned of a sick chassis would be missed in none.
 int learn(const CheckOptions &asked, const check::Report &report) {
     if (!report.looked_at_units() || (!report.is_healthy() && !asked.force)) {
-        fmt::print(stderr, "dfdctl: {} is not written: {}\n", asked.learn,
-                   report.looked_at_units() ? "the chassis has problems; --force learns it as it is"
-                                            : "the library did not start");
+        complain(fmt::format("{} is not written: {}", asked.learn,
+                             report.looked_at_units()
+                                 ? "the chassis has problems; --force learns it as it is"
+                                 : "the library did not start"));
         return report.exit_status();
     }
     dfd_tools::replace_file(asked.learn, check::learned_text(report));
-    fmt::print(stderr, "dfdctl: learned; 'dfdctl check --expect {}' compares\n", asked.learn);
+    complain(fmt::format("learned; 'dfdctl check --expect {}' compares", asked.learn));
     return kExitOk;
 }
 

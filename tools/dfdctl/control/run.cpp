@@ -392,8 +392,7 @@ void confirm(const std::string &command, const std::string &warnings, bool yes) 
         throw UsageError(
             fmt::format("{}: {}. Nothing was done; confirm with --yes", command, warnings));
     }
-    fmt::print(stderr, "dfdctl: {}. Continue? [y/N] ", warnings);
-    std::fflush(stderr);
+    ask(warnings + ". Continue? [y/N]");
     const int answer = std::getchar();
     if (answer != 'y' && answer != 'Y') {
         throw UsageError("nothing was done");

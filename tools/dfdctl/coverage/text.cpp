@@ -86,11 +86,16 @@ class Grid {
     }
 
     void print(std::FILE *out) const {
+        if (std::ranges::any_of(columns_, [&](const Column &column) {
+                return head_width() + column.width(rows_) > text_width();
+            })) {
+            print_sentences(out);
+            return;
+        }
         for (std::size_t begin = 0; begin < columns_.size();) {
-            std::size_t width = kGap + name_ + kGap + prefixes_ + kGap + detail_;
+            std::size_t width = head_width();
             std::size_t end = begin;
-            while (end < columns_.size() &&
-                   (end == begin || width + columns_[end].width(rows_) <= text_width())) {
+            while (end < columns_.size() && width + columns_[end].width(rows_) <= text_width()) {
                 width += columns_[end].width(rows_);
                 ++end;
             }
@@ -100,6 +105,24 @@ class Grid {
     }
 
   private:
+    std::size_t head_width() const { return kGap + name_ + kGap + prefixes_ + kGap + detail_; }
+
+    /// Where there is no room for a column beside the name: "  get_fan_speed (drv): tray 1-4 ok".
+    void print_sentences(std::FILE *out) const {
+        for (const Row *row : rows_) {
+            std::vector<std::string> cells;
+            for (const Column &column : columns_) {
+                if (row->cells[column.at].has_value()) {
+                    cells.push_back(
+                        fmt::format("{} {}", column.label, cell_word(row->cells[column.at])));
+                }
+            }
+            print_wrapped(out,
+                          fmt::format("  {}: {} {}", row->title(), unit_, fmt::join(cells, ", ")),
+                          kTextIndent);
+        }
+    }
+
     std::string head(std::string_view name, std::string_view prefixes,
                      std::string_view detail) const {
         return fmt::format("  {:<{}}  {:<{}}  {:<{}}", name, name_, prefixes, prefixes_, detail,
@@ -131,20 +154,11 @@ class Grid {
 };
 
 /// "  LABEL   a, b,\n          c"
-void print_list(std::FILE *out, std::string_view label, const std::vector<std::string> &words) {
-    if (words.empty()) {
-        return;
+void print_list(std::FILE *out, std::string_view label, std::vector<std::string> words) {
+    if (!words.empty()) {
+        print_pieces(out, fmt::format("  {:<{}}", label, kIndent - kGap),
+                     with_commas(std::move(words)));
     }
-    std::string line = fmt::format("  {:<{}}", label, kIndent - kGap);
-    for (std::size_t i = 0; i < words.size(); ++i) {
-        const std::string word = words[i] + (i + 1 < words.size() ? "," : "");
-        if (line.size() + 1 + word.size() > text_width() && line.size() > kIndent) {
-            fmt::print(out, "{}\n", trimmed(line));
-            line.assign(kIndent, ' ');
-        }
-        line += word + " ";
-    }
-    fmt::print(out, "{}\n", trimmed(line));
 }
 
 /// One group: a grid for each kind of unit, then lists of the functions without units, and of those
@@ -262,8 +276,9 @@ std::string milliseconds(std::uint64_t us) {
 
 void print_cost(std::FILE *out, const Report &report) {
     const Cost &cost = report.cost;
-    fmt::print(out, "\nOne monitoring pass: {}, {}, {}\n", plural(cost.calls, "call"),
-               plural(cost.transfers(), "transfer"), plural(cost.bytes(), "byte"));
+    print_heading(out,
+                  fmt::format("One monitoring pass: {}, {}, {}", plural(cost.calls, "call"),
+                              plural(cost.transfers(), "transfer"), plural(cost.bytes(), "byte")));
     Table table({{"DEVICE", Fit::cut_front},
                  {"READS", Fit::number},
                  {"WRITES", Fit::number},
@@ -276,9 +291,11 @@ void print_cost(std::FILE *out, const Report &report) {
                    fmt::format("{}", traffic.writes), fmt::format("{}", traffic.bytes), time});
     }
     table.print(out);
-    fmt::print(out, "  {} on I2C at {} kHz; the library pauses for {}\n",
-               milliseconds(cost.bus_us(report.i2c_khz)), report.i2c_khz,
-               milliseconds(cost.pause_us));
+    print_wrapped(out,
+                  fmt::format("  {} on I2C at {} kHz; the library pauses for {}",
+                              milliseconds(cost.bus_us(report.i2c_khz)), report.i2c_khz,
+                              milliseconds(cost.pause_us)),
+                  kTextIndent);
 }
 
 /// Behind the gaps of one function that only differ in the last index, or have one reason.
@@ -295,7 +312,7 @@ std::size_t end_of_row(const std::vector<Gap> &gaps, std::size_t begin) {
 
 void print_gaps(std::FILE *out, std::string_view title, const std::vector<Gap> &gaps) {
     if (!gaps.empty()) {
-        fmt::print(out, "\n{}\n", title);
+        print_heading(out, std::string(title));
     }
     for (std::size_t i = 0; i < gaps.size();) {
         const std::size_t end = end_of_row(gaps, i);

@@ -106,29 +106,30 @@ class CallPrinter {
         return last;
     }
 
+    void numbered(const std::string &text) {
+        print_wrapped(out_, fmt::format("{:>2}. {}", ++number_, text), kMargin);
+    }
+
     void missing(const Item &first, const Item &last) {
-        fmt::print(out_, "{:>2}. {} to {}: not configured\n", ++number_, first.name(), last.name());
+        numbered(fmt::format("{} to {}: not configured", first.name(), last.name()));
     }
 
     void stage(std::size_t index) {
         const Stage &stage = explanation_.stages[index];
         if (!stage.has_item) {
-            fmt::print(out_, "{:>2}. without an item\n", ++number_);
+            numbered("without an item");
             actions(stage);
             return;
         }
         numbers_.resize(explanation_.stages.size());
-        numbers_[index] = ++number_;
+        numbers_[index] = number_ + 1;
         const bool found = explanation_.seen.events[stage.first].found;
         if (stage.earlier != Stage::kFirstTime) {
-            fmt::print(out_, "{:>2}. {}: again, see {}\n", number_, stage.item.name(),
-                       numbers_[stage.earlier]);
+            numbered(fmt::format("{}: again, see {}", stage.item.name(), numbers_[stage.earlier]));
         } else if (!found) {
-            print_wrapped(
-                out_, fmt::format("{:>2}. {}: not configured", number_, stage.item.missing_name()),
-                kMargin);
+            numbered(fmt::format("{}: not configured", stage.item.missing_name()));
         } else {
-            fmt::print(out_, "{:>2}. {}\n", number_, stage.item.name());
+            numbered(stage.item.name());
             print_description(out_, stage.item, loaded_);
         }
         actions(stage);
@@ -338,16 +339,12 @@ void print_outcome(std::FILE *out, const Explanation &explanation) {
         print_wrapped(out, fmt::format("Because {}.", reason), kMargin);
     }
     if (!is_real) {
-        fmt::print(out, "Nothing was read or written.\n");
+        print_wrapped(out, "Nothing was read or written.", kMargin);
     }
     const std::vector<std::string> assumptions = explanation.assumptions();
     if (!assumptions.empty()) {
-        fmt::print(out, "Assumed, as it leads deepest:\n");
-        std::vector<std::string> pieces;
-        for (const std::string &text : assumptions) {
-            pieces.push_back(text + (&text == &assumptions.back() ? "" : ","));
-        }
-        print_pieces(out, "", pieces);
+        print_wrapped(out, "Assumed, as it leads deepest:", kMargin);
+        print_pieces(out, "", with_commas(assumptions));
     }
 }
 
@@ -355,14 +352,19 @@ void print_outcome(std::FILE *out, const Explanation &explanation) {
 
 void print_call(std::FILE *out, const Explanation &explanation, const LoadRecord &loaded) {
     const observe::Call &call = *explanation.call;
-    fmt::print(out, "{} ({}, {})\n\n", observe::text_of(call, explanation.args),
-               observe::subsystem_name(call.subsystem), observe::does_name(call.does));
+    print_wrapped(
+        out,
+        fmt::format("{} ({}, {})", observe::text_of(call, explanation.args),
+                    observe::subsystem_name(call.subsystem), observe::does_name(call.does)),
+        kMargin);
+    fmt::print(out, "\n");
     if (explanation.stages.empty()) {
-        fmt::print(out, "Asks for no item and no device.\n");
+        print_wrapped(out, "Asks for no item and no device.", kMargin);
     }
     CallPrinter(out, explanation, loaded).stages();
     if (explanation.seen.dropped > 0) {
-        fmt::print(out, "... and {} events more\n", explanation.seen.dropped);
+        print_wrapped(out, fmt::format("... and {} events more", explanation.seen.dropped),
+                      kMargin);
     }
     print_outcome(out, explanation);
 }
@@ -370,9 +372,9 @@ void print_call(std::FILE *out, const Explanation &explanation, const LoadRecord
 void print_reading(std::FILE *out, const Explanation &reading, const Item &item,
                    const LoadRecord &loaded) {
     const bool is_engine = reading.call->does == observe::Does::bus;
-    fmt::print(out, "\nAs {} reads it:\n",
-               is_engine ? std::string(reading.call->name)
-                         : observe::text_of(*reading.call, reading.args));
+    print_heading(out, fmt::format("As {} reads it:",
+                                   is_engine ? std::string(reading.call->name)
+                                             : observe::text_of(*reading.call, reading.args)));
     for (const Stage &stage : reading.stages) {
         if (stage.has_item && stage.item.key() == item.key()) {
             CallPrinter(out, reading, loaded).actions(stage);

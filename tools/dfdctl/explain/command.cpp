@@ -16,6 +16,7 @@
 #include "dfdctl/board/offline.hpp"
 #include "dfdctl/board/start.hpp"
 #include "dfdctl/explain/output.hpp"
+#include "dfdctl/output.hpp"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -85,8 +86,7 @@ LoadRecord load(const Arguments &arguments) {
     for (const ConfigFile &file : loaded.files) {
         // A missing card_pid.cfg or chassis file is no mistake.
         if (file.failed_line != 0 || (!file.opened && file.role == FileRole::listed)) {
-            fmt::print(stderr, "dfdctl: {}: {} ('dfdctl lint' tells more)\n", file.path,
-                       file.error);
+            complain(fmt::format("{}: {} ('dfdctl lint' tells more)", file.path, file.error));
         }
     }
     return loaded;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "dfdctl/explain/layout.hpp"
 #include "dfdctl/explain/output.hpp"
+#include "dfdctl/output.hpp"
 
 #include <fmt/format.h>
 
@@ -56,7 +57,7 @@ void print_consumers(std::FILE *out, const std::vector<Consumer> &consumers) {
 
 void print_item(std::FILE *out, const ItemExplanation &explanation, const LoadRecord &loaded) {
     const Item &item = explanation.item;
-    fmt::print(out, "{}\n", item.name());
+    print_wrapped(out, item.name(), 2);
     print_text(out, "kind",
                fmt::format("{}; {}", kind_name(item.type->kind), limits_of(*item.type)));
     print_description(out, item, loaded);

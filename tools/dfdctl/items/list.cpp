@@ -116,7 +116,7 @@ int items(const Options &options, const Arguments &arguments) {
         print_text(options, library, found, readings);
     }
     if (found.empty() && !arguments.type.empty()) {
-        fmt::print(stderr, "dfdctl: no '{}' is configured on this board\n", arguments.type);
+        complain(fmt::format("no '{}' is configured on this board", arguments.type));
     }
     if (library.incomplete()) {
         return kExitUsage;

@@ -97,10 +97,8 @@ Outcome write_register(const Item &item, const info_ctrl_t &record, const std::s
     const std::uint32_t value = value_of(item, record, text);
     check_bus_of(item, force);
     if (record.src == INFO_SRC_I2C && record.frmt == INFO_FRMT_BIT) {
-        fmt::print(stderr,
-                   "dfdctl: {}: on I2C the whole register is written; its other bits are "
-                   "lost\n",
-                   item.name());
+        complain(fmt::format("{}: on I2C the whole register is written; its other bits are lost",
+                             item.name()));
     }
     Outcome outcome;
     outcome.before = read_item(item);
@@ -206,7 +204,7 @@ void print_outcome(const Options &options, const Item &item, const std::string &
                    full_text(outcome.after));
     }
     if (!error.empty()) {
-        fmt::print(stderr, "dfdctl: {}: {}\n", item.name(), error);
+        complain(fmt::format("{}: {}", item.name(), error));
     }
 }
 

@@ -9,6 +9,7 @@
 #include "dfdctl/board/read_pass.hpp"
 #include "dfdctl/board/start.hpp"
 #include "dfdctl/metrics/page_metrics.hpp"
+#include "dfdctl/output.hpp"
 #include "dfdctl/pages/board_page.hpp"
 
 #include <fmt/format.h>
@@ -118,7 +119,7 @@ int tell_metrics(const Options &options, const std::string &textfile) {
         add_inventory(metrics);
         has_failed = add_pages(metrics, library.loaded);
     } else {
-        fmt::print(stderr, "dfdctl: {}\n", why_unusable(library));
+        complain(why_unusable(library));
     }
     for (const auto &[device, failures] : pass.failures()) {
         add_count(metrics, "dfd_device_failures",

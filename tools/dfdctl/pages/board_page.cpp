@@ -10,6 +10,7 @@
 
 #include "dfdctl/board/installed.hpp"
 #include "dfdctl/board/item_value.hpp"
+#include "dfdctl/output.hpp"
 #include "dfdctl/pages/board_page.hpp"
 
 #include <fmt/format.h>
@@ -96,9 +97,10 @@ int exit_of_page(const BoardPage &page) {
 
 void report_start(const BoardPage &page) {
     if (!page.library.usable()) {
-        fmt::print(stderr, "dfdctl: the library did not start: {}\n",
-                   page.board.type <= 0 ? "the board type is unknown"
-                                        : "the board's list of configuration files is missing");
+        complain(fmt::format("the library did not start: {}",
+                             page.board.type <= 0
+                                 ? "the board type is unknown"
+                                 : "the board's list of configuration files is missing"));
     }
 }
 

@@ -70,8 +70,7 @@ int show_page(const Options &options, const Page &page, const std::string &unit,
         return kExitUsage;
     }
     if (data.is_empty()) {
-        fmt::print(stderr, "dfdctl: show {}: nothing of this is configured on this board\n",
-                   page.name);
+        complain(fmt::format("show {}: nothing of this is configured on this board", page.name));
         return kExitNotSupported;
     }
     return data.has_failed() ? kExitReadingFailed : kExitOk;

@@ -94,10 +94,10 @@ int read_once(const Options &options, const Request &request) {
                    ? check::check_chassis(options)
                    : show(options, request.page, request.unit, Order::worst_first);
     } catch (const UsageError &error) {
-        fmt::print(stderr, "dfdctl: {}\n", error.what());
+        complain(error.what());
         return kExitUsage;
     } catch (const std::exception &error) {
-        fmt::print(stderr, "dfdctl: {}\n", error.what());
+        complain(error.what());
         return kExitIo;
     }
 }
@@ -186,13 +186,7 @@ std::string clock_text() {
 /// Lines that are not wider than the text may be, as messages are.
 void append_lines(std::vector<std::string> &lines, const std::string &text) {
     constexpr std::size_t kIndent = 4;
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t end = std::min(text.find('\n', at), text.size());
-        const std::vector<std::string> more =
-            wrapped(text.substr(at, end - at), text_width(), kIndent);
-        lines.insert(lines.end(), more.begin(), more.end());
-        at = end + 1;
-    }
+    std::ranges::move(wrapped_lines(text, text_width(), kIndent), std::back_inserter(lines));
 }
 
 class Watch {
