@@ -28,16 +28,13 @@ int btree_insert_node(btree_root *root, uint32_t key, void *record) {
         return DFD_ERR;
     }
     *entry = {key, record};
-    int rv = DFD_OK;
-    if (tfind(entry, &root->tree, compare_node) != nullptr) {
-        rv = DFD_EXISTS;
-    } else if (tsearch(entry, &root->tree, compare_node) == nullptr) {
-        rv = DFD_ERR;
+    // The node of the key, which refers to another entry when the key was there before.
+    auto *const node = static_cast<btree_entry *const *>(tsearch(entry, &root->tree, compare_node));
+    if (node != nullptr && *node == entry) {
+        return DFD_OK;
     }
-    if (rv != DFD_OK) {
-        std::free(entry);
-    }
-    return rv;
+    std::free(entry);
+    return node != nullptr ? DFD_EXISTS : DFD_ERR;
 }
 
 void *btree_find_node(const btree_root *root, uint32_t key) {

@@ -23,6 +23,16 @@ constexpr bool starts_with(std::string_view text, std::string_view prefix) {
     return true;
 }
 
+// Texts that end in a zero byte.
+constexpr bool starts_with(const char *text, const char *prefix) {
+    for (; *prefix != '\0'; ++prefix, ++text) {
+        if (*text != *prefix) {
+            return false;
+        }
+    }
+    return true;
+}
+
 using Words = std::span<const char *const>;
 
 inline const char *word_of(Words words, int value) {

@@ -2,6 +2,7 @@
 #include "framework/dfd_lib_cfg/items.h"
 
 #include <cstdlib>
+#include <cstring>
 
 #include "framework/dfd_lib_cfg/lookup.h"
 #include "framework/dfd_lib_cfg/module.h"
@@ -41,10 +42,19 @@ void set_member(void *record, const MemberRow &row, const char *value, int line)
     std::memcpy(field, &number, sizeof number);
 }
 
+void *find(dfd::LastRecord *last, uint32_t key) {
+    if (last->record == nullptr || last->key != key) {
+        *last = {key, btree_find_node(&g_item_root, key)};
+    }
+    return last->record;
+}
+
 // Hands a new record to the store, which then owns it; frees it when the store refuses.
-int insert(uint32_t key, void *record) {
+int insert(dfd::LastRecord *last, uint32_t key, void *record) {
     const int rv = btree_insert_node(&g_item_root, key, record);
-    if (rv != DFD_OK) {
+    if (rv == DFD_OK) {
+        *last = {key, record};
+    } else {
         std::free(record);
     }
     return rv;
@@ -64,11 +74,11 @@ const char *shown_value(const MemberKind &kind, const char *value, NumberText &n
 
 }  // namespace
 
-int dfd_lib_cfg_add_int_item(uint32_t key, const char *value, int line) {
+int dfd_lib_cfg_add_int_item(dfd::LastRecord *last, uint32_t key, const char *value, int line) {
     uint32_t number = 0;
     dfd_lib_cfg_get_value_from_char(value, &number, line);
     const auto integer = static_cast<int>(number);
-    if (auto *const found = static_cast<int *>(btree_find_node(&g_item_root, key))) {
+    if (auto *const found = static_cast<int *>(find(last, key))) {
         LOG_WARN("line%d: replace int item[%d->%d], key=0x%08x\r\n", line, *found, integer, key);
         *found = integer;
         return DFD_OK;
@@ -79,7 +89,7 @@ int dfd_lib_cfg_add_int_item(uint32_t key, const char *value, int line) {
         return DFD_ERR;
     }
     *record = integer;
-    if (const int rv = insert(key, record); rv != DFD_OK) {
+    if (const int rv = insert(last, key, record); rv != DFD_OK) {
         LOG_ERR("line%d: add int item[%d] fail, key=0x%08x rv=%d \r\n", line, integer, key, rv);
         return DFD_ERR;
     }
@@ -87,13 +97,13 @@ int dfd_lib_cfg_add_int_item(uint32_t key, const char *value, int line) {
     return DFD_OK;
 }
 
-int dfd_lib_cfg_add_str_item(uint32_t key, const char *value, int line) {
+int dfd_lib_cfg_add_str_item(dfd::LastRecord *last, uint32_t key, const char *value, int line) {
     const std::size_t length = std::strlen(value);
     if (length >= DFD_STRING_SIZE) {
         LOG_ERR("line%d: string item[%s] is too long \r\n", line, value);
         return DFD_ERR;
     }
-    if (auto *const found = static_cast<char *>(btree_find_node(&g_item_root, key))) {
+    if (auto *const found = static_cast<char *>(find(last, key))) {
         LOG_WARN("line%d: replace string item[%s->%s], key=0x%08x\r\n", line, found, value, key);
         set_text(found, DFD_STRING_SIZE, value);
         return DFD_OK;
@@ -104,7 +114,7 @@ int dfd_lib_cfg_add_str_item(uint32_t key, const char *value, int line) {
         return DFD_ERR;
     }
     set_text(record, DFD_STRING_SIZE, value);
-    if (const int rv = insert(key, record); rv != DFD_OK) {
+    if (const int rv = insert(last, key, record); rv != DFD_OK) {
         LOG_ERR("line%d: add string item[%s] fail, key=0x%08x rv=%d \r\n", line, value, key, rv);
         return DFD_ERR;
     }
@@ -112,17 +122,16 @@ int dfd_lib_cfg_add_str_item(uint32_t key, const char *value, int line) {
     return DFD_OK;
 }
 
-int dfd::add_member_item(const MemberKind &kind, uint32_t key, int member, const char *value,
-                         int line) {
+int dfd::add_member_item(LastRecord *last, const MemberKind &kind, uint32_t key, int member,
+                         const char *value, int line) {
     NumberText number;
     const char *const func = kind.add_func;
-    const char *const shown = shown_value(kind, value, number);
     const auto index = static_cast<std::size_t>(member);
     const char *const name = kind.log_names[index];
-    if (void *const found = btree_find_node(&g_item_root, key)) {
+    if (void *const found = find(last, key)) {
         set_member(found, kind.rows[index], value, line);
         LOG_VBOSE_IN(func, "line%d: replace %s item[%s=%s], key=0x%08x\r\n", line, kind.noun, name,
-                     shown, key);
+                     shown_value(kind, value, number), key);
         return DFD_OK;
     }
     void *const record = std::calloc(1, kind.record_size);
@@ -131,13 +140,13 @@ int dfd::add_member_item(const MemberKind &kind, uint32_t key, int member, const
         return DFD_ERR;
     }
     set_member(record, kind.rows[index], value, line);
-    if (const int rv = insert(key, record); rv != DFD_OK) {
+    if (const int rv = insert(last, key, record); rv != DFD_OK) {
         LOG_ERR_IN(func, "line%d: add %s item[%s=%s] fail, key=0x%08x rv=%d\r\n", line, kind.noun,
-                   name, shown, key, rv);
+                   name, shown_value(kind, value, number), key, rv);
         return DFD_ERR;
     }
     LOG_VBOSE_IN(func, "line%d: add %s item[%s=%s] success, key=0x%08x\r\n", line, kind.noun, name,
-                 shown, key);
+                 shown_value(kind, value, number), key);
     return DFD_OK;
 }
 

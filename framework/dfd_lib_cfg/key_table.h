@@ -31,13 +31,8 @@ struct KeyRow {
     std::string_view name;
     int max_index1;  // kNoIndex: the type takes none
     int max_index2;
+    Kind kind;
 };
-
-inline constexpr std::array<KeyRow, DFD_KEY_COUNT> kKeyTable = {{
-#define DFD_KEY_ROW(number, identifier, name, max1, max2) {number, name, max1, max2},
-    DFD_KEY_TABLE(DFD_KEY_ROW)
-#undef DFD_KEY_ROW
-}};
 
 // Blocks of one kind, each open at its end.
 struct KindBlock {
@@ -70,7 +65,15 @@ constexpr Kind kind_of_key(uint32_t key) {
     return kind_of_type(DFD_KEY_TYPE(key));
 }
 
-// The first row whose name begins the text, or null.
+inline constexpr std::array<KeyRow, DFD_KEY_COUNT> kKeyTable = {{
+#define DFD_KEY_ROW(number, identifier, name, max1, max2) \
+    {number, name, max1, max2, kind_of_type(number)},
+    DFD_KEY_TABLE(DFD_KEY_ROW)
+#undef DFD_KEY_ROW
+}};
+
+// The first row whose name begins the text, or null: what a line's name means. The parser asks the
+// index of the table instead (key_index.h).
 constexpr const KeyRow *find_key_row(std::string_view text) {
     for (const KeyRow &row : kKeyTable) {
         if (starts_with(text, row.name)) {

@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "framework/dfd_lib_cfg/items.h"
-#include "framework/dfd_lib_cfg/key_table.h"
+#include "framework/dfd_lib_cfg/key_index.h"
 #include "framework/dfd_lib_cfg/lookup.h"
 #include "framework/dfd_lib_cfg/module.h"
 #include "framework/item.h"
@@ -35,7 +35,7 @@ int dfd_lib_cfg_get_value_from_char(const char *text, uint32_t *result, int line
 
 namespace {
 
-// Longest line that is taken whole, terminator included; name and value buffers hold one.
+// Longest line that is taken whole, terminator included.
 constexpr int kLineSize = 256;
 
 using dfd::Kind;
@@ -80,6 +80,12 @@ int dfd_lib_cfg_analyse_index(const char *text, uint32_t *index1, uint32_t *inde
     dfd_lib_cfg_get_value_from_char(second + 1, index2, line);
     return DFD_OK;
 }
+
+// What the lines of one file leave for the next one.
+struct Loading {
+    const dfd::IndexedName *name = nullptr;
+    dfd::LastRecord record;
+};
 
 struct Indexes {
     uint32_t first = 0;
@@ -133,7 +139,8 @@ void feed_conversion_list(uint32_t key, const Indexes &indexes) {
 }
 
 // int and string: the text behind the key name is the index part.
-int store_plain(const dfd::KeyRow &row, const char *rest, const char *value, int line) {
+int store_plain(Loading *loading, const dfd::KeyRow &row, const char *rest, const char *value,
+                int line) {
     Indexes indexes;
     if (read_indexes(row, rest, &indexes, line) != DFD_OK) {
         return DFD_ERR;
@@ -141,9 +148,9 @@ int store_plain(const dfd::KeyRow &row, const char *rest, const char *value, int
     const uint32_t key = DFD_MAKE_KEY(row.type, indexes.first, indexes.second);
     DFD_WATCH_LINE(key, key);
     DFD_WATCH_STEP(not_stored);
-    const int rv = dfd::kind_of_type(row.type) == Kind::integer
-                       ? dfd_lib_cfg_add_int_item(key, value, line)
-                       : dfd_lib_cfg_add_str_item(key, value, line);
+    const int rv = row.kind == Kind::integer
+                       ? dfd_lib_cfg_add_int_item(&loading->record, key, value, line)
+                       : dfd_lib_cfg_add_str_item(&loading->record, key, value, line);
     if (rv == DFD_OK) {
         DFD_WATCH_STEP(stored);
         feed_conversion_list(key, indexes);
@@ -154,8 +161,8 @@ int store_plain(const dfd::KeyRow &row, const char *rest, const char *value, int
 constexpr int kIrqInfoType = 0;  // position of irq_info .type
 
 // The text behind the key name is the member, then the index part.
-int store_member(const dfd::KeyRow &row, const dfd::MemberKind &kind, const char *rest,
-                 const char *value, int line) {
+int store_member(Loading *loading, const dfd::KeyRow &row, const dfd::MemberKind &kind,
+                 const char *rest, const char *value, int line) {
     int member = 0;
     DFD_WATCH_STEP(unknown_member);
     if (dfd::get_member(kind, rest, &member, line) != DFD_OK) {
@@ -170,11 +177,11 @@ int store_member(const dfd::KeyRow &row, const dfd::MemberKind &kind, const char
     const uint32_t key = DFD_MAKE_KEY(row.type, indexes.first, indexes.second);
     DFD_WATCH_LINE(key, key);
     DFD_WATCH_STEP(not_stored);
-    const int rv = dfd::add_member_item(kind, key, member, value, line);
+    const int rv = dfd::add_member_item(&loading->record, kind, key, member, value, line);
     if (rv == DFD_OK) {
         DFD_WATCH_STEP(stored);
     }
-    if (rv == DFD_OK && dfd::kind_of_type(row.type) == Kind::irq_info && member == kIrqInfoType) {
+    if (rv == DFD_OK && row.kind == Kind::irq_info && member == kIrqInfoType) {
         const auto *const info = dfd::get_item<irq_info_t>(key);
         dfd_irq_set_type_distrib(info->type, static_cast<int>(indexes.first),
                                  static_cast<int>(indexes.second));
@@ -184,26 +191,27 @@ int store_member(const dfd::KeyRow &row, const dfd::MemberKind &kind, const char
 
 // Stores the item of a line. -1 when the line is skipped; the message, if there is one, is already
 // logged.
-int dispatch_item(const char *name, const char *value, int line) {
-    const dfd::KeyRow *const row = dfd::find_key_row(name);
+int dispatch_item(Loading *loading, const char *name, const char *value, int line) {
+    loading->name = dfd::find_name(name, loading->name);
+    const dfd::KeyRow *const row = loading->name != nullptr ? loading->name->row : nullptr;
     DFD_WATCH_LINE(row, row);
     if (row == nullptr) {
         DFD_WATCH_STEP(unknown_key);
         return DFD_OK;
     }
     const char *const rest = name + row->name.size();
-    const Kind kind = dfd::kind_of_type(row->type);
+    const Kind kind = row->kind;
     if (kind == Kind::integer || kind == Kind::string) {
-        return store_plain(*row, rest, value, line);
+        return store_plain(loading, *row, rest, value, line);
     }
     if (const dfd::MemberKind *const members = dfd::member_kind(kind)) {
-        return store_member(*row, *members, rest, value, line);
+        return store_member(loading, *row, *members, rest, value, line);
     }
     DFD_WATCH_STEP(refused_type);
     return DFD_ERR;
 }
 
-int dfd_lib_cfg_analyse_config_line(char *text, int line) {
+int dfd_lib_cfg_analyse_config_line(Loading *loading, char *text, int line) {
     dfd_lib_cfg_trim(text);
     if (*text == '\0') {
         LOG_VBOSE("line%d: space line\r\n", line);
@@ -214,25 +222,28 @@ int dfd_lib_cfg_analyse_config_line(char *text, int line) {
         LOG_VBOSE("line%d: comment line\r\n", line);
         return DFD_OK;
     }
-    const char *const equals = std::strchr(text, '=');
+    char *const equals = std::strchr(text, '=');
     if (equals == nullptr) {
         DFD_WATCH_STEP(no_equals);
         LOG_ERR("line%d: [%s]no '=' between name and value\r\n", line, text);
         return DFD_ERR;
     }
-    char name[kLineSize] = "";
-    char value[kLineSize] = "";
-    if (std::sscanf(text, "%255[^ =]", name) != 1) {
+    if (equals == text) {
         DFD_WATCH_STEP(no_name);
         LOG_ERR("line%d: [%s]sscanf arg to memory error\r\n", line, text);
         return DFD_ERR;
     }
     // Nothing behind the "=" leaves the empty value.
-    std::sscanf(equals + 1, "%255s", value);
-    LOG_VBOSE("line%d: config_line[%s] name[%s] value[%s]\r\n", line, text, name, value);
-    DFD_WATCH_PAIR(name, value);
+    const dfd::Word value = dfd::first_word(equals + 1);
+    LOG_VBOSE("line%d: config_line[%s] name[%.*s] value[%.*s]\r\n", line, text,
+              static_cast<int>(equals - text), text, static_cast<int>(value.end - value.begin),
+              value.begin);
+    // From here on the line is its name and its value.
+    *equals = '\0';
+    *value.end = '\0';
+    DFD_WATCH_PAIR(text, value.begin);
     // An item that cannot be stored is skipped, not a failure of the file.
-    dispatch_item(name, value, line);
+    dispatch_item(loading, text, value.begin, line);
     return DFD_OK;
 }
 
@@ -245,6 +256,10 @@ void report_failed_line(const char *path, int line, const char *text) {
 }  // namespace
 
 void dfd_lib_cfg_trim(char *line) {
+    // Nothing to delete is above the space.
+    while (static_cast<uint8_t>(*line) > ' ') {
+        ++line;
+    }
     char *out = line;
     for (const char *in = line; *in != '\0'; ++in) {
         if (*in != '\r' && *in != '\n' && *in != ' ') {
@@ -262,10 +277,11 @@ int dfd_lib_cfg_analyse_config_file(const char *path) {
         return DFD_ERR;
     }
     char text[kLineSize] = "";
+    Loading loading;
     int rv = DFD_OK;
     for (int line = 1; rv >= 0 && file.next(text, sizeof text); ++line) {
         DFD_WATCH_BEGIN_LINE(path, line, text);
-        rv = dfd_lib_cfg_analyse_config_line(text, line);
+        rv = dfd_lib_cfg_analyse_config_line(&loading, text, line);
         DFD_WATCH_END_LINE();
         if (rv < 0) {
             report_failed_line(path, line, text);

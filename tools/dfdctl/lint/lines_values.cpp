@@ -114,10 +114,10 @@ std::vector<std::string_view> names_of(const Meaning &meaning) {
 /// The word that the library takes the value for; empty for none.
 std::string_view word_taken(const Meaning &meaning, const std::string &value) {
     if (meaning.field == Field::word) {
-        const int word = dfd::find_word(meaning.words, value);
+        const int word = dfd::find_word(meaning.words, value.c_str());
         return word == dfd::kNoWord ? "" : meaning.words[static_cast<std::size_t>(word)];
     }
-    const std::uint32_t type = dfd::find_irq_type(value);
+    const std::uint32_t type = dfd::find_irq_type(value.c_str());
     return type == IRQ_TYPE_UNKNOWN ? "" : names_of(meaning)[type];
 }
 
