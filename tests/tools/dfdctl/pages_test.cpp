@@ -261,6 +261,62 @@ TEST(Pages, AFailedReadingSaysWhy) {
     EXPECT_EQ(inlet["temperature"]["device"], "/dev/i2c-0 0x77");
 }
 
+// Blank, damaged and without the information are three things, told with the row and its reason.
+TEST(Pages, SayWhatIsWrongWithAnEeprom) {
+    struct Case {
+        const char *image;
+        std::string bytes;
+        const char *page;
+        const char *cell;    ///< JSON pointer
+        const char *name;    ///< of the row on the page of the board; null: it has none there
+        const char *reason;  ///< on all pages
+    };
+    const std::string erased(256, '\xff');
+    const std::string zeros(256, '\0');
+    const auto broken = [](const char *image, const char *text) {
+        std::string bytes = read_file(Board("demo").file(image));
+        bytes[bytes.find(text)] = '?';
+        return bytes;
+    };
+    const Case cases[] = {
+        {"fan2", erased, "fans", "/trays/1/serial_number", "  fan 2 product name, serial number, ",
+         "the EEPROM at address 0x51 on /dev/i2c-1 is blank: 0xff throughout"},
+        {"fan1", broken("images/fan1.bin", "FT1F00240101"), "fans", "/trays/0/type",
+         "  fan 1 product name, ",
+         "the EEPROM at address 0x50 on /dev/i2c-1 holds no valid TLV image: flag, length or "
+         "checksum is wrong"},
+        {"power1", broken("images/power1.bin", "PS1200"), "power", "/supplies/0/name",
+         "  power 1 product name, ",
+         "the EEPROM at address 0x50 on /dev/i2c-2 holds no valid FRU image: header or product "
+         "area is damaged"},
+        {"subcard1", zeros, "subcards", "/sub_cards/0/type", "  sub-card 1 ",
+         " is blank: 0x00 throughout"},
+        {"backplane", erased, "backplane", "/backplanes/0/chassis_type", "  1 chassis type, ",
+         "the EEPROM at address 0x56 on /dev/i2c-3 is blank: 0xff throughout"},
+    };
+    for (const Case &each : cases) {
+        SCOPED_TRACE(each.image);
+        const Board board("demo");
+        write_file(board.file(fmt::format("images/{}.bin", each.image)), each.bytes);
+        const Result page = board.dfdctl(fmt::format("show {} --wide", each.page));
+        EXPECT_EQ(page.status, 1);
+        EXPECT_THAT(page.out, HasSubstr(each.reason));
+        const json cell = board.dfdctl(fmt::format("show {} --json", each.page))
+                              .json()
+                              .at(json::json_pointer(each.cell));
+        EXPECT_EQ(cell["status"], "bad_data");
+        EXPECT_EQ(cell["value"], nullptr);
+        EXPECT_THAT(std::string(cell["error"]), HasSubstr(each.reason));
+        const Result all = board.dfdctl("show board --wide");
+        EXPECT_EQ(all.status, 1);
+        EXPECT_THAT(all.out, ContainsRegex(fmt::format("\n{}[^\n]*{}", each.name, each.reason)));
+    }
+    const Board board("demo");
+    write_file(board.file("images/backplane.bin"), erased);
+    EXPECT_THAT(board.dfdctl("show board --wide").out,
+                ContainsRegex("Chassis type +255 [^\n]*\n +Found by [^\n]*which is blank: 0xff"));
+}
+
 TEST(Pages, AllIsEveryPageInOneDocument) {
     const Board board("demo");
     const Result text = board.dfdctl("show all");

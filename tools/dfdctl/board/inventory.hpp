@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 
 #include "dfdctl/board/facts.hpp"
@@ -27,7 +28,15 @@ Eeprom eeprom_of(const Item &item, const struct info_ctrl &record);
 /// the fan_name items give its product name.
 Reading read_inventory(const Eeprom &eeprom, std::uint32_t info);
 
-/// Why the library's query of an EEPROM failed, where it answers.
+/// "blank: 0xff throughout"; empty where the bytes are not those of an erased or unwritten memory.
+std::string blankness(std::span<const std::uint8_t> bytes);
+
+/// Bad data of an EEPROM: what is wrong with it as a whole.
+Reading bad_eeprom(const std::string &device, std::uint16_t address, int code,
+                   const std::string &flaw);
+
+/// Why the library's query of an EEPROM failed, where it answers: blank, damaged, or without this
+/// information.
 Reading eeprom_failure(const Eeprom &eeprom, int code);
 
 }  // namespace dfdctl

@@ -111,6 +111,11 @@ std::string full_text(const Reading &reading) {
     return text;
 }
 
+std::string error_with_advice(const Reading &reading) {
+    const std::string advice = reading.cause ? advice_of(*reading.cause) : std::string();
+    return reading.error + (advice.empty() ? "" : "; " + advice);
+}
+
 nlohmann::ordered_json to_json(const Reading &reading) {
     using nlohmann::ordered_json;
     ordered_json json;
@@ -123,7 +128,7 @@ nlohmann::ordered_json to_json(const Reading &reading) {
     json["meaning"] = text_or_null(reading.meaning);
     json["bytes"] = text_or_null(hex_text(reading.bytes));
     json["error"] = text_or_null(reading.error);
-    json["device"] = text_or_null(reading.cause ? reading.cause->device() : "");
+    json["device"] = text_or_null(reading.cause ? reading.cause->device() : reading.device);
     json["errno"] = text_or_null(reading.cause ? errno_name(reading.cause->error) : "");
     return json;
 }
@@ -131,7 +136,7 @@ nlohmann::ordered_json to_json(const Reading &reading) {
 void report_failure(const Item &item, const Reading &reading) {
     const bool absent = reading.status == Status::absent;
     complain(fmt::format("{}: {}{}", item.name(), absent ? "the unit is not plugged: " : "",
-                         reading.error));
+                         absent ? reading.error : error_with_advice(reading)));
 }
 
 }  // namespace dfdctl

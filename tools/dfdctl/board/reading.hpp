@@ -46,6 +46,7 @@ struct Reading {
     std::string error = {};
     std::optional<FailedTransfer> cause = {};  ///< of an io_error
     Contents contents = Contents::text;        ///< of the buffer that the value comes from
+    std::string device = {};                   ///< that answers with bad data, where that is known
 
     bool ok() const { return status == Status::ok; }
     bool failed() const { return status > Status::absent; }
@@ -66,6 +67,8 @@ std::string value_text(const Reading &reading);
 std::string shown_text(const Reading &reading);
 /// The value for people, with its unit and meaning, or the error in brackets.
 std::string full_text(const Reading &reading);
+/// The error, and what to do about a transfer that failed.
+std::string error_with_advice(const Reading &reading);
 nlohmann::ordered_json to_json(const Reading &reading);
 /// Says on standard error why an item has no value.
 void report_failure(const Item &item, const Reading &reading);

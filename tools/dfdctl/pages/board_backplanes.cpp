@@ -8,6 +8,7 @@
 #include "dfdctl/board/item_value.hpp"
 #include "dfdctl/board/read_pass.hpp"
 #include "dfdctl/pages/board_page.hpp"
+#include "hal/board_bus.h"
 #include "hal/facts.h"
 
 #include <fmt/format.h>
@@ -17,7 +18,6 @@ namespace dfdctl {
 
 namespace {
 
-constexpr std::uint32_t kSerials = 4;
 constexpr std::size_t kMacSize = 6;
 
 Reading mac_reading(std::span<const std::uint8_t> mac) {
@@ -35,9 +35,13 @@ Backplane record_backplane(std::uint32_t id, const i2c_dev_t &dev) {
     backplane_info_t record = {};
     sdd_get_backplane_info(id, &record);
     if (scope.failed() != nullptr) {
-        const Reading silent = scope.explained(failure(Status::io_error, DFD_ERR_IO, ""));
-        backplane.type = backplane.version = backplane.serial = backplane.mac = silent;
-        backplane.serials.assign(kSerials, silent);
+        backplane.fill(scope.explained(failure(Status::io_error, DFD_ERR_IO, "")));
+        return backplane;
+    }
+    const std::span bytes(reinterpret_cast<const std::uint8_t *>(&record), sizeof record);
+    if (const std::string blank = blankness(bytes); !blank.empty()) {
+        backplane.fill(bad_eeprom(dfd::BusPath(static_cast<std::uint32_t>(dev.bus)).text,
+                                  static_cast<std::uint16_t>(dev.addr), DFD_OK, "is " + blank));
         return backplane;
     }
     backplane.type = {.value = std::int64_t{record.chassis_type}};
@@ -72,7 +76,7 @@ Backplane item_backplane(std::uint32_t id) {
                         .version = optional_item(DFD_KEY_BACKPLANE_HW_VER, id),
                         .serial = optional_item(DFD_KEY_BACKPLANE_SN, id),
                         .mac = mac_item(id)};
-    for (std::uint32_t which = 0; which < kSerials; ++which) {
+    for (std::uint32_t which = 0; which < Backplane::kSerials; ++which) {
         backplane.serials.push_back(optional_item(DFD_KEY_BACKPLANE_SERIAL0 + which, id));
     }
     return backplane;
@@ -88,6 +92,11 @@ bool has_items(std::uint32_t id) {
 }
 
 }  // namespace
+
+void Backplane::fill(const Reading &reading) {
+    type = version = serial = mac = reading;
+    serials.assign(kSerials, reading);
+}
 
 std::vector<Backplane> find_backplanes() {
     std::vector<Backplane> backplanes;

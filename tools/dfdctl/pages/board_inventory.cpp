@@ -103,10 +103,8 @@ Unit family_unit(const Family &family, std::uint32_t index, const info_ctrl_t &r
 std::string contents_of(const BoardHeader &header) {
     const std::array bytes = {header.layout, header.flag, header.type_byte, header.addend_byte,
                               header.sub_type_byte};
-    for (const int blank : {0xFF, 0}) {
-        if (std::ranges::all_of(bytes, [blank](int byte) { return byte == blank; })) {
-            return fmt::format("the board's EEPROM is blank: 0x{:02x} throughout", blank);
-        }
+    if (const std::string blank = blankness(bytes); !blank.empty()) {
+        return "the board's EEPROM is " + blank;
     }
     return fmt::format(
         "the board's EEPROM holds no board type (byte 0 = 0x{:02x}, byte 1 = "

@@ -76,6 +76,10 @@ struct Backplane {
     Reading serial = no_information();
     Reading mac = no_information();
     std::vector<Reading> serials = {};
+
+    static constexpr std::uint32_t kSerials = 4;
+    /// All that there is to know of it is the same: why nothing is.
+    void fill(const Reading &reading);
 };
 
 std::vector<Backplane> find_backplanes();

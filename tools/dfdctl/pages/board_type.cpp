@@ -3,6 +3,7 @@
 #include <dfd/framework.h>
 #include <dfd/inventory.h>
 #include <dfd/records.h>
+#include <cstddef>
 #include <fstream>
 
 #include "dfdctl/board/describe.hpp"
@@ -89,8 +90,11 @@ TypeFound find_chassis_type() {
                     fmt::format("the board type, for {}{} is not configured", unread, item.name())};
         }
         if (result >= 0) {
+            const std::string blank = blankness({reinterpret_cast<const std::uint8_t *>(&record),
+                                                 offsetof(backplane_info_t, reserved)});
             return {type, TypeSource::backplane,
-                    fmt::format("byte 0 of {} ({})", item.name(), describe(item))};
+                    fmt::format("byte 0 of {} ({}){}", item.name(), describe(item),
+                                blank.empty() ? "" : ", which is " + blank)};
         }
         unread = fmt::format("{} ({}) cannot be read and ", item.name(), describe(item));
     }

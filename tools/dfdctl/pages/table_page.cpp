@@ -33,12 +33,17 @@ Item item_at(const Column &column, const Place &place) {
 
 Reading failed_reading(const Column &column, const Item &item, int code) {
     const auto *record = column.item != 0 ? record_of<info_ctrl_t>(item) : nullptr;
-    const bool is_eeprom =
-        record != nullptr && record->fpath[0] != '\0' && dfd::is_e2prom_mode(record->mode);
+    const bool is_sub_card = column.item == DFD_KEY_SSLOT_E2PROM;
+    const bool is_eeprom = record != nullptr && record->fpath[0] != '\0' &&
+                           (is_sub_card || dfd::is_e2prom_mode(record->mode));
     if (!is_eeprom) {
         return engine_failure(code);
     }
-    return failure(Status::bad_data, code, "the EEPROM does not hold this information");
+    Eeprom eeprom = eeprom_of(item, *record);
+    if (is_sub_card) {
+        eeprom.mode = INFO_CTRL_MODE_TLV;  // whatever its item says
+    }
+    return eeprom_failure(eeprom, code);
 }
 
 Reading converted(const Column &column, const Answer &answer) {
@@ -88,7 +93,7 @@ Reading read_cell(const Column &column, const Place &place) {
         return not_supported();
     }
     Reading reading = scope.explained(failed_reading(column, item, answer.code));
-    if (has_item) {
+    if (has_item && reading.device.empty()) {
         reading.error += fmt::format(" ({})", item.name());
     }
     return reading;

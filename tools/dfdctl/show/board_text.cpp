@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The page of `show board` as text.
 #include <dfd/records.h>
+#include <array>
 
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/board/fingerprint.hpp"
@@ -82,15 +83,25 @@ void print_units(std::FILE *out, const std::vector<Unit> &units) {
                  "SERIAL NUMBER",
                  "HW VERSION",
                  "TYPE"});
+    const auto name_of = [](const Unit &unit) {
+        return unit.index ? fmt::format("{} {}", unit.name, *unit.index) : unit.name;
+    };
     for (const Unit &unit : units) {
         const std::string place =
             unit.device.empty() ? "-" : fmt::format("{} 0x{:02x}", unit.device, unit.address);
-        table.add({unit.index ? fmt::format("{} {}", unit.name, *unit.index) : unit.name,
+        table.add({name_of(unit),
                    std::string(unit.layout != INFO_CTRL_MODE_NONE ? mode_word(unit.layout) : "-"),
                    place, cell(unit.product), cell(unit.serial), cell(unit.version),
                    cell(unit.type)});
     }
     table.print(out);
+    for (const Unit &unit : units) {
+        print_reasons(out, name_of(unit) + " ",
+                      std::array<NamedReading, 4>{{{"product name", unit.product},
+                                                   {"serial number", unit.serial},
+                                                   {"hw version", unit.version},
+                                                   {"type", unit.type}}});
+    }
 }
 
 void print_backplanes(std::FILE *out, const std::vector<Backplane> &backplanes) {
@@ -115,6 +126,17 @@ void print_backplanes(std::FILE *out, const std::vector<Backplane> &backplanes) 
                    fmt::format("{}", fmt::join(serials, " "))});
     }
     table.print(out);
+    for (const Backplane &backplane : backplanes) {
+        std::vector<NamedReading> readings = {{"chassis type", backplane.type},
+                                              {"hw version", backplane.version},
+                                              {"serial number", backplane.serial},
+                                              {"mac address", backplane.mac}};
+        for (const Reading &serial : backplane.serials) {
+            readings.push_back(
+                {fmt::format("serial {}", &serial - backplane.serials.data()), serial});
+        }
+        print_reasons(out, fmt::format("{} ", backplane.id), readings);
+    }
 }
 
 /// Only those that want attention.
@@ -164,8 +186,8 @@ void print_page(std::FILE *out, const BoardPage &page) {
     print_place(out, "Slot", page.slot);
     print_place(out, "Sub-slot", page.sub_slot);
     if (!page.other_library.empty()) {
-        fmt::print(out, "  {:<14} {} is another build than dfdctl's own\n", "Library",
-                   page.other_library);
+        print_named(out, "Library", kName,
+                    page.other_library + " is another build than dfdctl's own");
     }
     print_heading(out, "Chassis");
     print_type(out, "Chassis type", page.chassis);

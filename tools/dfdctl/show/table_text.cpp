@@ -5,6 +5,7 @@
 #include "dfdctl/show/text.hpp"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 namespace dfdctl {
 
@@ -52,14 +53,11 @@ std::string row_name(const Row &row) {
 
 void print_failures(std::FILE *out, const SectionData &data) {
     for (const Row &row : data.rows) {
+        std::vector<NamedReading> readings;
         for (std::size_t i = 0; i < row.cells.size(); ++i) {
-            if (row.cells[i].failed() && !row.cells[i].cause) {
-                print_wrapped(out,
-                              fmt::format("  {}{}: {}", row_name(row),
-                                          data.section->columns[i].heading, row.cells[i].error),
-                              kSentenceIndent);
-            }
+            readings.push_back({data.section->columns[i].heading, row.cells[i]});
         }
+        print_reasons(out, row_name(row), readings);
     }
 }
 
@@ -138,6 +136,26 @@ void print_table(std::FILE *out, const SectionData &data) {
 }
 
 }  // namespace
+
+void print_reasons(std::FILE *out, const std::string &unit,
+                   std::span<const NamedReading> readings) {
+    std::vector<std::pair<std::string, std::vector<std::string>>> reasons;
+    for (const auto &[name, reading] : readings) {
+        if (!reading.failed() || reading.cause) {
+            continue;
+        }
+        auto known =
+            std::ranges::find(reasons, reading.error, &decltype(reasons)::value_type::first);
+        if (known == reasons.end()) {
+            known = reasons.insert(known, {reading.error, {}});
+        }
+        known->second.push_back(name);
+    }
+    for (const auto &[reason, names] : reasons) {
+        print_wrapped(out, fmt::format("  {}{}: {}", unit, fmt::join(names, ", "), reason),
+                      kSentenceIndent);
+    }
+}
 
 void print_page(std::FILE *out, const PageData &data, bool first) {
     for (const SectionData &section : data.sections) {

@@ -19,6 +19,16 @@ std::vector<std::string> page_names();
 void print_page(std::FILE *out, const PageData &data, bool first);
 void print_page(std::FILE *out, const BoardPage &page);
 
+/// A reading and what it is of: "serial number".
+struct NamedReading {
+    std::string name;
+    const Reading &reading;
+};
+
+/// Why readings of a unit have no value, where no transfer is to blame, each reason once:
+/// "  fan 1 type, serial number: REASON".
+void print_reasons(std::FILE *out, const std::string &unit, std::span<const NamedReading> readings);
+
 /// What failed transfers cost: for each device and error the readings, so that a device is reported
 /// once, whatever hangs on it.
 class Losses {
