@@ -18,6 +18,7 @@ using testing::ContainsRegex;
 using testing::HasSubstr;
 
 constexpr char kChassisFile[] = "etc/cfg/dfd/chassis/8.cfg";
+constexpr char kList[] = "etc/cfg/dfd/file_name/0x3e";
 constexpr char kDevices[] = "chassis.toml";
 
 /// Supply 4 of the demo has no input.
@@ -117,7 +118,8 @@ const Sick kCases[] = {
     {"eeprom_zero", [](const Board &board) { fill(board, "images/power2.bin", '\0'); }, 1,
      "warning", "BLANK", "supply 2 EEPROM", "0x00", "/dev/i2c-2 0x51"},
     {"backplane_erased", [](const Board &board) { fill(board, "images/backplane.bin", '\xff'); }, 1,
-     "warning", "BLANK", "backplane 1 EEPROM", "0xff", "/dev/i2c-3 0x56"},
+     "alarm", "BLANK", "backplane 1 EEPROM", "tells a chassis without /etc/cfg/dfd/chassis/255.cfg",
+     "/dev/i2c-3 0x56"},
     {"tlv_damaged", [](const Board &board) { damage(board, "images/fan1.bin", "FT1F00240101"); }, 1,
      "warning", "DAMAGED", "tray 1 EEPROM", "TLV", "/dev/i2c-1 0x50"},
     {"fru_damaged", [](const Board &board) { damage(board, "images/power1.bin", "PS1200"); }, 1,
@@ -179,6 +181,67 @@ TEST_P(Check, FindsIt) {
 
 INSTANTIATE_TEST_SUITE_P(Sick, Check, testing::ValuesIn(kCases),
                          [](const auto &each) { return std::string(each.param.name); });
+
+// What follows from something else is told with it, or as a note.
+TEST(Check, NamesTheCauseOnce) {
+    struct Case {
+        const char *name;
+        std::function<void(const Board &)> edit;
+        std::vector<std::string> findings;  ///< all of them
+        const char *text;
+    };
+    const std::string list = "/etc/cfg/dfd/file_name/0x3e NOT LOADED";
+    const Case cases[] = {
+        {"empty list",
+         [](const Board &board) { write_file(board.file(kList), ""); },
+         {list},
+         "the list is empty"},
+        {"directory as list",
+         [](const Board &board) {
+             remove(board, kList);
+             std::filesystem::create_directory(board.file(kList));
+         },
+         {list},
+         "Is a directory"},
+        {"file with the meaning of values",
+         [](const Board &board) { remove(board, "etc/cfg/dfd/cfg_file/cm8_fans.cfg"); },
+         {"/etc/cfg/dfd/cfg_file/cm8_fans.cfg NOT LOADED"},
+         "why values cannot be told (4 readings: "},
+        {"file that tells the chassis",
+         [](const Board &board) { remove(board, "etc/cfg/dfd/cfg_file/cm8_cpld.cfg"); },
+         {"/etc/cfg/dfd/cfg_file/cm8_cpld.cfg NOT LOADED", "/etc/cfg/dfd/chassis/62.cfg NOT FOUND"},
+         "note     /etc/cfg/dfd/chassis/62.cfg"},
+        {"blank backplane",
+         [](const Board &board) { fill(board, "images/backplane.bin", '\xff'); },
+         {"backplane 1 EEPROM BLANK"},
+         "(8 readings: "},
+        {"presence unreadable",
+         [](const Board &board) { move_device(board, "/dev/fpga0", "/dev/fpga7"); },
+         {"/dev/fpga0 NO ANSWER", "/dev/i2c-1 0x53 NO ANSWER"},
+         "4 trays (presence unreadable), "},
+        {"EEPROMs of units whose presence is unreadable",
+         [](const Board &board) { move_device(board, "/dev/fpga0", "/dev/fpga7"); },
+         {"/dev/fpga0 NO ANSWER", "/dev/i2c-1 0x53 NO ANSWER"},
+         "note     /dev/i2c-1 0x53: "},
+        {"silent EEPROMs",
+         [](const Board &board) { move_device(board, "bus = 2", "bus = 7"); },
+         {"/dev/i2c-2 NO ANSWER"},
+         " 6 of 11 EEPROMs."},
+    };
+    for (const Case &each : cases) {
+        const Board board("demo");
+        plug_all_in(board);
+        each.edit(board);
+        std::vector<std::string> found;
+        const json report = board.dfdctl("check --json").json();
+        for (const json &finding : report["findings"]) {
+            found.push_back(fmt::format("{} {}", finding["unit"].get<std::string>(),
+                                        finding["word"].get<std::string>()));
+        }
+        EXPECT_EQ(found, each.findings) << each.name;
+        EXPECT_THAT(board.dfdctl("check --wide").out, HasSubstr(each.text)) << each.name;
+    }
+}
 
 /// A chassis with all supplies and what was learned of it, to be compared.
 struct Site {
@@ -360,11 +423,14 @@ TEST(Check, ANewBoardIsHealthy) {
 TEST(Check, CountsWhatIsThere) {
     const Board board("demo");
     const json looked = board.dfdctl("check --json").json()["looked_at"];
-    EXPECT_EQ(looked["trays"], json({{"present", 3}, {"total", 4}}));
-    EXPECT_EQ(looked["rotors"], json({{"present", 6}, {"total", 8}}));
-    EXPECT_EQ(looked["supplies"], json({{"present", 4}, {"total", 4}}));
+    const auto seen = [](int present, int total) {
+        return json{{"present", present}, {"total", total}, {"presence_unreadable", 0}};
+    };
+    EXPECT_EQ(looked["trays"], seen(3, 4));
+    EXPECT_EQ(looked["rotors"], seen(6, 8));
+    EXPECT_EQ(looked["supplies"], seen(4, 4));
     // The board, four trays and supplies, a sub-card, a backplane.
-    EXPECT_EQ(looked["eeproms"], json({{"present", 10}, {"total", 11}}));
+    EXPECT_EQ(looked["eeproms"], seen(10, 11));
 }
 
 TEST(Check, WorstFirstInEightyColumns) {

@@ -201,11 +201,17 @@ std::string irq_position(const Item &item) {
 
 std::vector<Item> irq_masks(const Item &source) {
     std::vector<Item> masks;
-    for (std::uint32_t m = 0; m < dfd::kIrqMaskEntries; ++m) {
-        const Item mask =
-            item_of(DFD_KEY_IRQ_MASK, source.index1, source.index2 * dfd::kIrqMaskEntries + m);
-        if (record_of<info_ctrl_t>(mask) != nullptr) {
-            masks.push_back(mask);
+    // The register of all sources of a third level stands with the first of them.
+    for (const std::uint32_t k : {source.index2, 0U}) {
+        for (std::uint32_t m = 0; m < dfd::kIrqMaskEntries; ++m) {
+            const Item mask =
+                item_of(DFD_KEY_IRQ_MASK, source.index1, k * dfd::kIrqMaskEntries + m);
+            if (record_of<info_ctrl_t>(mask) != nullptr) {
+                masks.push_back(mask);
+            }
+        }
+        if (!masks.empty()) {
+            break;
         }
     }
     return masks;

@@ -19,8 +19,12 @@ void add_lost_cells(Report &report) {
         if (row.cells[i].failed()) {
             const Column &column = section.columns[i];
             const std::string unit = section.unit != nullptr ? section.unit(row.place) + " " : "";
-            report.lost.push_back(
-                {unit + column.heading, row.cells[i], item_behind(column, row.place)});
+            const Reading *presence = presence_of(section, row);
+            report.lost.push_back({.what = unit + column.heading,
+                                   .reading = row.cells[i],
+                                   .item = item_behind(column, row.place),
+                                   .is_unsure = presence != nullptr && presence->failed() &&
+                                                presence != &row.cells[i]});
         }
     });
 }
@@ -102,8 +106,27 @@ void add_group(const std::string &source, const Group &group, Report &report) {
     if (std::ranges::all_of(group, &Lost::is_optional)) {
         finding.severity = Severity::note;
         finding.what += ", and the board type does not need it";
+    } else if (std::ranges::all_of(group, &Lost::is_unsure)) {
+        finding.severity = Severity::note;
+        finding.what += "; the unit may be absent, its presence cannot be read";
     }
     report.findings.push_back(std::move(finding));
+}
+
+/// What no file says cannot be told of a value: the file is missing, not the value.
+bool add_to_unloaded(Report &report) {
+    const auto file = std::ranges::find(report.findings, kNotLoaded, &Finding::word);
+    Group group;
+    for (const Lost &lost : report.lost) {
+        if (lost.is_untold()) {
+            group.push_back(&lost);
+        }
+    }
+    if (file == report.findings.end() || group.empty()) {
+        return false;
+    }
+    file->what += "; that may be why values cannot be told" + cost_of(group);
+    return true;
 }
 
 void note_alive(Report &report) {
@@ -143,8 +166,14 @@ std::string Lost::source() const {
         return !cause->address || fault_of(*cause).reach == Reach::node ? cause->path
                                                                         : cause->device();
     }
-    const std::string place = item ? place_of(*item) : std::string();
+    const std::string place = !reading.device.empty() ? reading.device
+                              : item                  ? place_of(*item)
+                                                      : std::string();
     return !place.empty() ? place : what;
+}
+
+bool Lost::is_untold() const {
+    return !reading.cause && reading.device.empty() && reading.status == Status::bad_data;
 }
 
 std::string Lost::node() const {
@@ -162,7 +191,11 @@ void look_at_devices(Report &report) {
         }
     }
     std::vector<std::pair<std::pair<std::string, Status>, Group>> groups;
+    const bool is_unloaded = add_to_unloaded(report);
     for (const Lost &each : report.lost) {
+        if (is_unloaded && each.is_untold()) {
+            continue;
+        }
         const std::string source = dead.contains(each.node()) ? each.node() : each.source();
         const std::pair key(source, each.reading.status);
         auto group = std::ranges::find(groups, key, &decltype(groups)::value_type::first);

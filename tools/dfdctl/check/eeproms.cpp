@@ -179,13 +179,14 @@ Lost silent(const Memory &memory, const ReadingScope &scope) {
             .is_optional = memory.is_optional};
 }
 
-void look_at_plugged(const Memory &memory, Report &report) {
+/// Whether it answers.
+bool look_at_plugged(const Memory &memory, Report &report) {
     Image image = {};
     const ReadingScope scope;
     if (dfd_read_e2prom(memory.device.c_str(), memory.address, 0, image.data(), kImageSize) !=
         DFD_OK) {
         report.lost.push_back(silent(memory, scope));
-        return;
+        return false;
     }
     report.alive.insert(memory.device);
     if (is_blank(image)) {
@@ -195,6 +196,7 @@ void look_at_plugged(const Memory &memory, Report &report) {
     } else if (const std::string damage = damage_of(memory, image); !damage.empty()) {
         report.findings.push_back(eeprom_finding(Severity::warning, "DAMAGED", memory, damage));
     }
+    return true;
 }
 
 }  // namespace
@@ -203,9 +205,9 @@ void look_at_eeproms(const LoadRecord &record, Report &report) {
     Looked looked{"EEPROM", "EEPROMs"};
     for (const Memory &memory : memories_of(record, report)) {
         ++looked.total;
-        looked.present += memory.presence == Presence::plugged ? 1 : 0;
+        looked.unsure += memory.presence == Presence::unknown ? 1 : 0;
         if (memory.presence == Presence::plugged) {
-            look_at_plugged(memory, report);
+            looked.present += look_at_plugged(memory, report) ? 1 : 0;
         } else if (memory.presence == Presence::absent) {
             look_at_absent(memory, report);
         }

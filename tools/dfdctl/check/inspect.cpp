@@ -83,14 +83,6 @@ bool is_plugged(const Reading &presence) {
     return presence.ok() && (number == nullptr || *number != 0);
 }
 
-/// The cell that tells whether the unit of a row is there; null where none does.
-const Reading *presence_of(const Section &section, const Row &row) {
-    const auto column = std::ranges::find_if(section.columns, &Column::is_presence);
-    return column != section.columns.end()
-               ? &row.cells[static_cast<std::size_t>(column - section.columns.begin())]
-               : nullptr;
-}
-
 /// Looks once more at the presence of a unit, now that all else has been read: what was read of one
 /// that came or went meanwhile is worth nothing.
 void look_again(const Section &section, const Row &row, Report &report) {
@@ -135,19 +127,17 @@ constexpr std::array kCounted = {
     Counted{"sources", "interrupt", "interrupts"},
 };
 
-bool is_there(const Section &section, const Row &row) {
-    const Reading *presence = presence_of(section, row);
-    return presence == nullptr || is_plugged(*presence);
-}
-
 void count_units(const SectionData &data, Report &report) {
     const auto counted =
         std::ranges::find(kCounted, std::string_view(data.section->key), &Counted::section);
     if (counted != kCounted.end() && data.section->rows != nullptr && !data.rows.empty()) {
-        const auto present = std::ranges::count_if(
-            data.rows, [&](const Row &row) { return is_there(*data.section, row); });
-        report.looked.push_back(
-            {counted->one, counted->many, static_cast<std::size_t>(present), data.rows.size()});
+        Looked looked{counted->one, counted->many, 0, data.rows.size()};
+        for (const Row &row : data.rows) {
+            const Reading *presence = presence_of(*data.section, row);
+            looked.present += presence == nullptr || is_plugged(*presence) ? 1 : 0;
+            looked.unsure += presence != nullptr && presence->failed() ? 1 : 0;
+        }
+        report.looked.push_back(looked);
     }
 }
 
@@ -203,6 +193,13 @@ void look_at_presence(Report &report) {
 
 }  // namespace
 
+const Reading *presence_of(const Section &section, const Row &row) {
+    const auto column = std::ranges::find_if(section.columns, &Column::is_presence);
+    return column != section.columns.end()
+               ? &row.cells[static_cast<std::size_t>(column - section.columns.begin())]
+               : nullptr;
+}
+
 std::size_t Report::count(Severity severity) const {
     return static_cast<std::size_t>(std::ranges::count(findings, severity, &Finding::severity));
 }
@@ -231,6 +228,7 @@ Report inspect(const Library &library) {
         look_at_devices(report);
         add_verdicts(report);
         look_at_presence(report);
+        fold_missing_chassis(library, report);
     }
     sort_findings(report.findings);
     return report;

@@ -33,8 +33,9 @@ struct Finding {
 struct Looked {
     const char *one;
     const char *many;
-    std::size_t present = 0;
+    std::size_t present = 0;  ///< EEPROMs: and answering
     std::size_t total = 0;
+    std::size_t unsure = 0;  ///< of the total, those whose presence cannot be read
 };
 
 /// A reading that should have a value and has none.
@@ -44,9 +45,12 @@ struct Lost {
     std::optional<Item> item;
     bool is_eeprom = false;    ///< all of one: it does not answer
     bool is_optional = false;  ///< that is no problem
+    bool is_unsure = false;    ///< of a unit that may not be plugged: its presence cannot be read
 
     /// The device, where a node cannot be used the node, else the reading itself.
     std::string source() const;
+    /// It was read, and the configuration does not say what it means.
+    bool is_untold() const;
     /// The device file or bus; empty where the reading is not of one.
     std::string node() const;
 };
@@ -68,6 +72,9 @@ struct Report {
     int exit_status() const;
 };
 
+/// Word of a configuration file.
+inline constexpr const char *kNotLoaded = "NOT LOADED";
+
 /// Reads everything. A library that did not start is a finding.
 Report inspect(const Library &library);
 /// Brings the worst to the front; the order among equals stays.
@@ -76,7 +83,12 @@ void sort_findings(std::vector<Finding> &findings);
 // What each look adds.
 void look_at_start(const Library &library, Report &report);
 void look_at_devices(Report &report);
+/// A chassis file that only a blank backplane asks for is told with that.
+void fold_missing_chassis(const Library &library, Report &report);
 void look_at_eeproms(const LoadRecord &record, Report &report);
+
+/// The cell that tells whether the unit of a row is there; null where none does.
+const Reading *presence_of(const Section &section, const Row &row);
 
 /// The device behind an item: "/dev/fpga0", "/dev/i2c-0 0x49"; empty where it has none.
 std::string place_of(const Item &item);

@@ -124,10 +124,15 @@ Lines lines_of(const FindingGroup &group) {
 std::string looked_text(const Report &report) {
     std::vector<std::string> parts;
     for (const Looked &looked : report.looked) {
-        const char *units = looked.total == 1 ? looked.one : looked.many;
-        parts.push_back(looked.present == looked.total
-                            ? fmt::format("{} {}", looked.total, units)
-                            : fmt::format("{} of {} {}", looked.present, looked.total, units));
+        const bool is_all = looked.present == looked.total || looked.unsure == looked.total;
+        std::string part = is_all ? std::string() : fmt::format("{} of ", looked.present);
+        part += fmt::format("{} {}", looked.total, looked.total == 1 ? looked.one : looked.many);
+        if (looked.unsure > 0) {
+            part += " (presence" +
+                    (looked.unsure < looked.total ? fmt::format(" of {}", looked.unsure) : "") +
+                    " unreadable)";
+        }
+        parts.push_back(std::move(part));
     }
     return fmt::format("Looked at {}.", fmt::join(parts, ", "));
 }
@@ -185,7 +190,9 @@ ordered_json report_json(const Report &report) {
     }
     ordered_json looked = ordered_json::object();
     for (const Looked &units : report.looked) {
-        looked[json_key(units.many)] = {{"present", units.present}, {"total", units.total}};
+        looked[json_key(units.many)] = {{"present", units.present},
+                                        {"total", units.total},
+                                        {"presence_unreadable", units.unsure}};
     }
     return {
         {"healthy", report.is_healthy()},          {"reachable", !report.is_unreachable},
