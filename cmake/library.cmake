@@ -91,6 +91,15 @@ set_target_properties(dfd PROPERTIES
   SOVERSION 0
   LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/libdfd.map)
 
+# For platform software that links everything into one program.
+add_library(dfd_static STATIC $<TARGET_OBJECTS:dfd_objects> $<TARGET_OBJECTS:dfd_plain_objects>)
+add_library(dfd::dfd_static ALIAS dfd_static)
+target_include_directories(dfd_static INTERFACE
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+set_target_properties(dfd_static PROPERTIES
+  OUTPUT_NAME dfd ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR} LINKER_LANGUAGE C)
+
 # The library as dfdctl has it: linked in, with the hooks.
 add_library(dfd_watched STATIC EXCLUDE_FROM_ALL
   $<TARGET_OBJECTS:dfd_objects> $<TARGET_OBJECTS:dfd_watched_objects>)

@@ -17,5 +17,6 @@
 #include <dfd/records.h>
 #include <dfd/temperature.h>
 #include <dfd/types.h>
+#include <dfd/version.h>
 
 #endif

@@ -1,29 +1,57 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# installed.sh BUILD CLIENT.c: a C program builds against the installed library, by hand with what
-# the pkg-config file says and through the CMake package.
+# installed.sh BUILD SOURCES: programs build against the installed tree and nothing else, also after
+# the tree has moved: the README's C program through pkg-config, its C++ program through the CMake
+# package, a program that is linked statically. They run on the installed virtual chassis.
 set -eu
-client=$(realpath -e "$2")
+build=$(realpath -e "$1")
+sources=$(realpath -e "$2")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-cmake --install "$1" --prefix "$work/usr" > /dev/null
+cmake --install "$build" --prefix "$work/first" > /dev/null
+mv "$work/first" "$work/usr"
 
-pc=$(find "$work/usr" -name libdfd.pc)
-value() { sed -n "s|^$1: *||p" "$pc" | sed "s|\${includedir}|$include|; s|\${libdir}|$lib|"; }
-include=$work/usr/include
-lib=$(dirname "$(dirname "$pc")")
-# shellcheck disable=SC2046  # flags are words
-cc -std=c11 $(value Cflags) "$client" -o "$work/client" $(value Libs)
-LD_LIBRARY_PATH=$lib "$work/client"
+lib=$(dirname "$(find "$work/usr" -name libdfd.so)")
+cd "$work"
+awk -f "$sources/tests/package/block.awk" -v want=1 -v language=c "$sources/README.md" > app.c
+awk -f "$sources/tests/package/block.awk" -v want=1 -v language=cpp "$sources/README.md" > app.cpp
 
-mkdir "$work/project"
-cat > "$work/project/CMakeLists.txt" <<EOF
+export PKG_CONFIG_LIBDIR="$lib/pkgconfig"
+flags="-Wall -Wextra -Werror"
+# shellcheck disable=SC2046,SC2086  # flags are words
+cc -std=c11 $flags app.c $(pkg-config --cflags --libs libdfd) -o app-c
+# shellcheck disable=SC2046,SC2086
+cc -std=c11 $flags "$sources/tests/package/c11_client.c" $(pkg-config --cflags libdfd) "$lib/libdfd.a" -o client
+./client
+[ "$(pkg-config --modversion libdfd)" = "$(printf '#include <dfd/version.h>\nDFD_VERSION\n' |
+    cc -E -P -I"$work/usr/include" - | tail -n 1 | sed 's/[" ]//g')" ]
+
+mkdir project
+cat > project/CMakeLists.txt <<EOF
 cmake_minimum_required(VERSION 3.25)
-project(client LANGUAGES C)
+project(client LANGUAGES C CXX)
+set(CMAKE_CXX_STANDARD 20)
 find_package(dfd 0.1 REQUIRED)
-add_executable(client $client)
-target_link_libraries(client PRIVATE dfd::dfd)
+add_executable(app-cpp $work/app.cpp)
+target_compile_options(app-cpp PRIVATE $(echo $flags))
+target_link_libraries(app-cpp PRIVATE dfd::dfd)
+add_executable(client-static $sources/tests/package/c11_client.c)
+target_link_libraries(client-static PRIVATE dfd::dfd_static)
 EOF
-cmake -S "$work/project" -B "$work/build" -DCMAKE_PREFIX_PATH="$work/usr" > /dev/null
-cmake --build "$work/build" > /dev/null
-"$work/build/client"
+cmake -S project -B project/build -DCMAKE_PREFIX_PATH="$work/usr" > /dev/null
+cmake --build project/build > /dev/null
+project/build/client-static
+
+for app in ./app-c project/build/app-cpp; do
+    LD_LIBRARY_PATH=$lib "$work/usr/bin/vchassis" run --state "$work/state" "$work/usr/share/dfd/boards/demo" -- "$app"
+done > output
+cat > expected <<EOF
+board type 62
+slot 5 is occupied
+the chassis MAC ends in 0
+EOF
+diff -u expected output
+
+for file in share/doc/libdfd/LICENSE share/doc/libdfd/configuration/README.md share/doc/libdfd/examples/platform.c; do
+    [ -s "$work/usr/$file" ] || { echo "not installed: $file"; exit 1; }
+done

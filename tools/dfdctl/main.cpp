@@ -147,7 +147,7 @@ void report_usage(const CLI::App &app, const CLI::ParseError &error, std::span<c
 
 std::string version() {
     const std::string other = other_installed_library();
-    return "dfdctl " DFDCTL_VERSION +
+    return "dfdctl " DFD_VERSION +
            (other.empty()
                 ? std::string()
                 : fmt::format("\n{} is another build of the library than dfdctl's own", other));

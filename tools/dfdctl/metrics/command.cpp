@@ -111,7 +111,7 @@ int tell_metrics(const Options &options, const std::string &textfile) {
     const ReadPass pass;
     const Library library = start_library(options);
     Exposition metrics;
-    metrics.add("dfd_build_info", "this tool; always 1", {{"version", DFDCTL_VERSION}}, "1");
+    metrics.add("dfd_build_info", "this tool; always 1", {{"version", DFD_VERSION}}, "1");
     metrics.add("dfd_up", "1 when the library has started", {}, library.usable() ? "1" : "0");
     bool has_failed = false;
     if (library.usable()) {
