@@ -51,7 +51,7 @@ constexpr std::array kFamilies = {
 };
 
 /// What a page says of a unit; one whose presence nothing tells counts as plugged.
-Presence presence_of(const Report &report, std::string_view section_key, std::uint32_t number) {
+Presence noted_presence(const Report &report, std::string_view section_key, std::uint32_t number) {
     Presence presence = Presence::plugged;
     each_cell(report.pages, [&](const Section &section, const Row &row, std::size_t i) {
         if (section.key != section_key || row.place.index1 != number) {
@@ -81,7 +81,7 @@ void add_family(const Family &family, const LoadRecord &record, const Report &re
         }
         memories.push_back({fmt::format("{} {}", word_of(family.kind), item.index1), item, mode,
                             described.fpath, static_cast<std::uint16_t>(described.addr),
-                            presence_of(report, family.section, item.index1)});
+                            noted_presence(report, family.section, item.index1)});
     }
 }
 
