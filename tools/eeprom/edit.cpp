@@ -3,6 +3,7 @@
 // build count here as well.
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 
 #include "common/nearest.hpp"
 #include "eeprom/decode.hpp"
@@ -11,6 +12,7 @@
 #include "eeprom/tlv_shape.hpp"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 namespace eeprom {
 
@@ -39,14 +41,20 @@ std::string own_name(Layout layout, const std::string &name) {
     throw Error(fmt::format("{}: {}", field, reason));
 }
 
-[[noreturn]] void refuse_name(const std::string &field, const std::vector<std::string> &names) {
-    const std::vector<std::string_view> views(names.begin(), names.end());
-    std::string all;
-    for (const std::string &name : names) {
-        all += (all.empty() ? "" : ", ") + name;
+/// Of a field that is none, or that holds no text or number to give it.
+template <typename CanSet>
+[[noreturn]] void refuse_name(const std::string &field, const Decoded &decoded, CanSet can_set) {
+    std::vector<std::string_view> names;
+    for (const Field &each : decoded.fields) {
+        if (can_set(each.name)) {
+            names.push_back(each.name);
+        }
     }
-    refuse(field, fmt::format("no such field{}; those of this image are {}",
-                              dfd_tools::did_you_mean(field, views), all));
+    const bool is_there = decoded.field(field) != nullptr;
+    refuse(field, fmt::format("{}{}; those of this image that can be set are {}",
+                              is_there ? "this field cannot be set" : "no such field",
+                              is_there ? "" : dfd_tools::did_you_mean(field, names),
+                              fmt::join(names, ", ")));
 }
 
 void check_characters(const Edit &edit) {
@@ -63,14 +71,6 @@ std::int64_t number_of(const Edit &edit) {
         refuse(edit.field, fmt::format("'{}' is no number", edit.text));
     }
     return std::stoll(edit.text);
-}
-
-std::vector<std::string> names_of(const Decoded &decoded) {
-    std::vector<std::string> names;
-    for (const Field &field : decoded.fields) {
-        names.push_back(field.name);
-    }
-    return names;
 }
 
 toml::table &first_section(toml::table &root, Layout layout) {
@@ -93,8 +93,9 @@ void set_entry(toml::table &entry, const Field &stored, const Edit &edit) {
 
 void edit_tlv(toml::table &section, const Decoded &decoded, const Edit &edit) {
     const Field *stored = decoded.field(edit.field);
-    if (stored == nullptr || edit.field.starts_with("entry")) {
-        refuse_name(edit.field, names_of(decoded));
+    const auto has_name = [](const std::string &name) { return !name.starts_with("entry"); };
+    if (stored == nullptr || !has_name(edit.field)) {
+        refuse_name(edit.field, decoded, has_name);
     }
     toml::array *entries = section["entry"].as_array();
     bool is_entry = false;
@@ -117,6 +118,16 @@ void edit_tlv(toml::table &section, const Decoded &decoded, const Edit &edit) {
 
 // ---- FRU ----------------------------------------------------------------------------------------
 
+/// From 1, as decode counts them; 0 for a field that has a name of its own.
+std::size_t custom_number(std::string_view key) {
+    constexpr std::string_view kCustom = "custom ";
+    std::size_t number = 0;
+    if (key.starts_with(kCustom)) {
+        std::from_chars(key.data() + kCustom.size(), key.data() + key.size(), number);
+    }
+    return number;
+}
+
 /// "board.serial_number" is a key of [fru.board], one without a point of [[fru]].
 struct FruKey {
     const fru::Area *shape;
@@ -124,28 +135,43 @@ struct FruKey {
     std::string key;
 };
 
-FruKey find_key(toml::table &section, const Decoded &decoded, const std::string &field) {
+std::optional<FruKey> find_key(toml::table &section, const std::string &field) {
     const std::size_t point = field.find('.');
     const std::string prefix = point == std::string::npos ? "" : field.substr(0, point);
     const std::string key = point == std::string::npos ? field : field.substr(point + 1);
     for (const fru::Area &shape : fru::kAreas) {
         toml::table *table = shape.key.empty() ? &section : section[shape.key].as_table();
-        const bool has_it = table != nullptr && table->contains("area_size") &&
-                            std::ranges::find(shape.fields, key) != shape.fields.end();
-        if (shape.key == prefix && has_it) {
-            return {&shape, table, key};
+        const bool is_known = std::ranges::find(shape.fields, key) != shape.fields.end();
+        if (shape.key == prefix && table != nullptr && table->contains("area_size") &&
+            (is_known || custom_number(key) != 0)) {
+            return FruKey{&shape, table, key};
         }
     }
-    refuse_name(field, names_of(decoded));
+    return std::nullopt;
 }
 
 void edit_fru(toml::table &section, const Decoded &decoded, const Edit &edit) {
-    const FruKey found = find_key(section, decoded, edit.field);
-    found.table->insert_or_assign(found.key, edit.text);
-    const auto place = std::ranges::find(found.shape->fields, found.key);
-    const auto count = static_cast<std::int64_t>(place - found.shape->fields.begin()) + 1;
-    if ((*found.table)["field_count"].value_or(count) < count) {
-        found.table->insert_or_assign("field_count", count);
+    const auto can_set = [&section](const std::string &name) {
+        return find_key(section, name).has_value();
+    };
+    const auto found = find_key(section, edit.field);
+    const std::size_t custom = found ? custom_number(found->key) : 0;
+    if (!found || (custom != 0 && decoded.field(edit.field) == nullptr)) {
+        refuse_name(edit.field, decoded, can_set);
+    }
+    if (edit.text.size() == 1) {
+        refuse(edit.field, "a FRU field of one character reads as the end of all fields");
+    }
+    if (custom != 0) {
+        toml::array &fields = *(*found->table)["custom"].as_array();
+        fields.replace(fields.cbegin() + static_cast<std::ptrdiff_t>(custom - 1), edit.text);
+        return;
+    }
+    found->table->insert_or_assign(found->key, edit.text);
+    const auto place = std::ranges::find(found->shape->fields, found->key);
+    const auto count = static_cast<std::int64_t>(place - found->shape->fields.begin()) + 1;
+    if ((*found->table)["field_count"].value_or(count) < count) {
+        found->table->insert_or_assign("field_count", count);
     }
 }
 
@@ -162,9 +188,11 @@ void let_areas_grow(toml::table &section) {
 // ---- Records ------------------------------------------------------------------------------------
 
 void edit_record(toml::table &section, const Decoded &decoded, const Edit &edit) {
-    if (decoded.field(edit.field) == nullptr || !section.contains(edit.field) ||
-        section.get(edit.field)->is_array()) {
-        refuse_name(edit.field, names_of(decoded));
+    const auto can_set = [&section](const std::string &name) {
+        return section.contains(name) && !section.get(name)->is_array();
+    };
+    if (decoded.field(edit.field) == nullptr || !can_set(edit.field)) {
+        refuse_name(edit.field, decoded, can_set);
     }
     if (section.get(edit.field)->is_integer()) {
         section.insert_or_assign(edit.field, number_of(edit));
@@ -218,8 +246,12 @@ Bytes edited(const Bytes &image, const Decoded &decoded, const Hint &hint,
     root.erase("overlay");
     std::vector<Edit> own;
     for (const Edit &edit : edits) {
-        own.push_back({own_name(decoded.layout, edit.field), edit.text});
-        apply(root, decoded, own.back());
+        Edit next{own_name(decoded.layout, edit.field), edit.text};
+        if (std::ranges::find(own, next.field, &Edit::field) != own.end()) {
+            refuse(next.field, "given twice");
+        }
+        apply(root, decoded, next);
+        own.push_back(std::move(next));
     }
     Bytes result;
     try {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 
 #include <fmt/format.h>
 
@@ -32,8 +33,20 @@ constexpr std::array kBuilders = {
 };
 
 toml::table parse(const std::string &path) {
+    std::error_code ignored;
+    if (std::filesystem::is_directory(path, ignored)) {
+        throw Error(
+            fmt::format("{}: it is a directory; the file of a description is expected", path));
+    }
     try {
-        return toml::parse_file(path);
+        toml::table root = toml::parse_file(path);
+        if (root.empty()) {
+            throw Error(
+                fmt::format("{}: it describes nothing: a section such as [[tlv]] or [[fru]] "
+                            "is missing; 'dfdctl eeprom decode IMAGE' prints a description",
+                            path));
+        }
+        return root;
     } catch (const toml::parse_error &error) {
         if (error.source().begin.line == 0) {
             throw Error(fmt::format("{}: {}", path, error.description()));

@@ -121,11 +121,24 @@ const Sick kCases[] = {
      "alarm", "BLANK", "backplane 1 EEPROM", "tells a chassis without /etc/cfg/dfd/chassis/255.cfg",
      "/dev/i2c-3 0x56"},
     {"tlv_damaged", [](const Board &board) { damage(board, "images/fan1.bin", "FT1F00240101"); }, 1,
-     "warning", "DAMAGED", "tray 1 EEPROM", "TLV", "/dev/i2c-1 0x50"},
+     "warning", "DAMAGED", "tray 1 EEPROM", "0x2e: the checksum is", "/dev/i2c-1 0x50"},
     {"fru_damaged", [](const Board &board) { damage(board, "images/power1.bin", "PS1200"); }, 1,
-     "warning", "DAMAGED", "supply 1 EEPROM", "FRU", "/dev/i2c-2 0x50"},
+     "warning", "DAMAGED", "supply 1 EEPROM", "0x67: the checksum of the FRU product info area is",
+     "/dev/i2c-2 0x50"},
     {"board_eeprom_damaged", [](const Board &board) { damage(board, "images/board.bin", "CM8A"); },
-     1, "warning", "DAMAGED", "board EEPROM", "TLV", "/dev/i2c-0 0x57"},
+     1, "warning", "DAMAGED", "board EEPROM", "0x39: the checksum is", "/dev/i2c-0 0x57"},
+    {"fru_damaged_twice",
+     [](const Board &board) {
+         damage(board, "images/power1.bin", "PS1200");
+         damage(board, "images/power1.bin", "\xfe");
+     },
+     1, "warning", "DAMAGED", "supply 1 EEPROM",
+     "0x07: the checksum of the header is wrong; 0x67: the checksum of", "/dev/i2c-2 0x50"},
+    {"protection_lifted",
+     [](const Board &board) {
+         board.replace(kDevices, "fan tray 2\", value = 0xff", "fan tray 2\", value = 0x00");
+     },
+     0, "note", "WRITABLE", "fan tray 2 EEPROM", "'dfdctl write-protect fans on'", "/dev/cpld0"},
     // The product identifier tells the board type.
     {"board_eeprom_not_fitted",
      [](const Board &board) {

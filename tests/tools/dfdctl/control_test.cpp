@@ -117,12 +117,15 @@ TEST(Control, NothingIsWrittenOverAnAdapterThatIgnoresNoStart) {
     EXPECT_THAT(control(board, "show board").out,
                 testing::ContainsRegex("/dev/i2c-3 +bp_e2prom_dev_1 +no I2C_M_NOSTART"));
     const json buses = control(board, "--json show board").json()["written_buses"];
-    ASSERT_EQ(buses.size(), 3U) << buses;
-    EXPECT_EQ(buses[0], (json{{"device", "/dev/i2c-1"},
+    ASSERT_EQ(buses.size(), 4U) << buses;
+    EXPECT_EQ(buses[1], (json{{"device", "/dev/i2c-1"},
                               {"written_for", "fan_type_1"},
                               {"takes_writes", true},
                               {"error", nullptr}}));
-    EXPECT_EQ(buses[2]["takes_writes"], false);
+    // That of the board's own EEPROM, which no item describes but its protection.
+    EXPECT_EQ(buses[0]["device"], "/dev/i2c-0");
+    EXPECT_EQ(buses[0]["written_for"], "e2_write_protect_0");
+    EXPECT_EQ(buses[3]["takes_writes"], false);
 }
 
 TEST(Control, InterruptsAreMaskedByType) {

@@ -11,6 +11,7 @@ namespace tools_test {
 namespace {
 
 using nlohmann::json;
+using testing::AnyOf;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -27,6 +28,11 @@ struct Field {
     std::string chip(const std::string &name) const {
         return read_file(board.file("state/dev-i2c-" + name + ".bin"));
     }
+    /// The registers that protect the fan trays.
+    std::string protection() const {
+        const std::string text = board.vchassis("peek", "/dev/cpld0 0x19 4").out;
+        return text.substr(text.find(": ") + 2, 11);
+    }
     /// `eeprom set` that is sent a signal before its Nth access to a device.
     Result interrupted(int access, const std::string &signal, const std::string &arguments) const {
         return run_tool(
@@ -37,6 +43,7 @@ struct Field {
 };
 
 constexpr const char *kFan2 = "1-0x51";
+constexpr const char *kProtected = "ff ff ff ff";  // the four fan trays
 
 TEST(EepromUnits, DecodeTellsWhatTheImagesWereBuiltFrom) {
     struct Case {
@@ -123,8 +130,12 @@ TEST(EepromUnits, WrongWordsNameTheRightOnes) {
         {"verify", 2, "fan N, power N"},
         {"verify --bus 1", 2, "--bus and --addr stand together"},
         {"verify --bus 1 --addr 0x80", 2, "0 to 127"},
-        {"verify --bus 1 --addr 0x33", 4, "address 0x33 on /dev/i2c-1 cannot be read at byte 0x00"},
-        {"verify --bus 7 --addr 0x33", 4, "/dev/i2c-7: No such file"},
+        {"verify /tmp", 2, "/tmp: it is a directory; the file of an image is expected"},
+        {"verify --bus 1 --addr 0x33", 4,
+         "dfdctl: /dev/i2c-1 0x33: cannot be read at byte 0x00: no acknowledgement at this "
+         "address"},
+        {"verify --bus 7 --addr 0x33", 4,
+         "dfdctl: /dev/i2c-7 0x33: cannot be opened: No such file"},
         {"decode fan 1 --layout fur", 2, "did you mean 'fru'?"},
         {"verify fan 4", 1, "fan 4: the unit is not plugged"},
         {"diff fan 1", 2, "diff takes two images"},
@@ -132,6 +143,11 @@ TEST(EepromUnits, WrongWordsNameTheRightOnes) {
         {"set fan 1 serial_numbr=X --yes", 2, "did you mean 'serial_number'"},
         {"set fan 3 serial_number=short --yes", 2, "exactly 13 characters; nothing was written"},
         {"set fan 1 serial_number=NEW", 2, "confirm with --yes"},
+        {"set fan 1 serial_number=ONE serial_number=TWO --yes", 2, "serial_number: given twice"},
+        {"set fan 2 product_version=1.1 hw_version=1.2 --yes", 2, "product_version: given twice"},
+        {"set fan 2 serial_number=S --yes", 2,
+         "serial_number: a FRU field of one character reads as the end of all fields; nothing was "
+         "written"},
         {"set fan 1 serial_number=NEW --yes --expect-sn OTHER", 1,
          "the serial number is 'FT1F00240101', not 'OTHER'"},
         {"set fan 1 serial_number=NEW --yes --backup /no/where/file", 4,
@@ -161,6 +177,8 @@ TEST(EepromSet, WritesASoundImageSavesTheOldOneAndPutsProtectionBack) {
         {"fan 1", "hw_version=2.00", "fan 1 hw_version: 1.10 -> 2.00\n"},
         // Shorter than the stored one, which the library stores without its checksum.
         {"fan 2", "serial_number=S7", "fan 2 serial_number: FT2F00240202 -> S7\n"},
+        {"fan 2", "serial_number=", "fan 2 serial_number: FT2F00240202 -> (empty)\n"},
+        {"fan 2", "custom 1=back to front", "fan 2 custom 1: front to back -> back to front\n"},
         {"fan 3", "hw_version=2.5a", "fan 3 hw_version: 1.23 -> 2.5a\n"},
         {"power 1", "serial_number=PS-1200-240617-LONGER",
          "power 1 serial_number: PS1200240617 -> "
@@ -228,7 +246,7 @@ TEST(EepromSet, AtATerminalItShowsTheDifferenceAndAsks) {
             "printf '{}\\n' | script -qec '{}/vchassis run {} -- {}/dfdctl eeprom set fan 1 "
             "hw_version=2.00 --backup {}' /dev/null",
             answer, BUILD_DIR, field.board.file(".").string(), BUILD_DIR, field.path("backup")));
-        EXPECT_THAT(result.out, HasSubstr("2 bytes of fan 1 on /dev/i2c-1 at 0x50 change:"));
+        EXPECT_THAT(result.out, HasSubstr("2 bytes of fan 1 (/dev/i2c-1 0x50) change:"));
         EXPECT_THAT(result.out, HasSubstr("Write? [y/N] "));
         EXPECT_EQ(field.board.dfdctl("get fan_hw_ver 1").out, fmt::format("{}\n", version));
         EXPECT_EQ(std::filesystem::exists(field.path("backup")), version == std::string("2.00"));
@@ -283,25 +301,132 @@ TEST(EepromSet, AnEepromThatStaysProtectedIsToldByteByByte) {
     EXPECT_EQ(document["wrong"][0]["after"], json({0x32}));
 }
 
-// A hang-up of the console, at each step of the change: the image is whole afterwards, old or new,
-// and the protection is back.
-TEST(EepromSet, SignalsWaitUntilTheImageIsWhole) {
-    const Field field;
-    bool is_over = false;
-    int finished = 0;
-    for (int access = 1; !is_over; access += 3) {
-        SCOPED_TRACE(access);
-        const Result result =
-            field.interrupted(access, "HUP",
-                              fmt::format("set fan 1 serial_number=HANGUP{} --yes --backup {}{}",
-                                          access % 2, field.path("backup"), access));
-        is_over = result.status == 0;
-        finished += result.err.find("signal HUP waited") != std::string::npos ? 1 : 0;
-        EXPECT_EQ(field.eeprom("verify fan 1").status, 0);
-        EXPECT_THAT(field.board.vchassis("peek", "/dev/cpld0 0x19 4").out,
-                    HasSubstr("ff ff ff ff"));
+// A protection that does not let go is noticed before the first write; what a user has lifted
+// stays.
+TEST(EepromSet, TheLiftOfTheProtectionIsReadBack) {
+    struct Case {
+        const char *unit;
+        const char *from;  ///< in the description of the registers
+        const char *to;
+        const char *message;  ///< empty: it is written
+    };
+    const Case cases[] = {
+        {"fan 2", "fan tray 2\", value = 0xff", "fan tray 2\", value = 0xff, read_only = true",
+         "cannot be lifted: fan tray 2 (/dev/cpld0 register 0x1a is 0xff, not 0x00); nothing was "
+         "written"},
+        {"board", "board\", value = 0xff", "board\", value = 0xff, read_only = 0x80",
+         "cannot be lifted: board (/dev/cpld0 register 0x18 is 0x80, not 0x00); nothing was"},
+        // That of another tray is of no concern.
+        {"fan 1", "fan tray 2\", value = 0xff", "fan tray 2\", value = 0xff, read_only = true", ""},
+        {"fan 2", "fan tray 2\", value = 0xff", "fan tray 2\", value = 0x00", ""},
+    };
+    for (const Case &each : cases) {
+        SCOPED_TRACE(each.to);
+        const Field field;
+        field.board.replace("chassis.toml", each.from, each.to);
+        const std::string before = field.eeprom(fmt::format("decode {}", each.unit)).out;
+        const std::string signals = field.protection();
+        const std::string set = fmt::format("set {} serial_number=NEW --yes --backup {}", each.unit,
+                                            field.path("backup"));
+        const Result result = field.eeprom(set);
+        EXPECT_EQ(result.status, *each.message != '\0' ? 1 : 0);
+        EXPECT_THAT(result.err, HasSubstr(each.message));
+        EXPECT_EQ(field.eeprom(fmt::format("decode {}", each.unit)).out == before,
+                  *each.message != '\0');
+        EXPECT_EQ(field.protection(), signals);
+        if (*each.message != '\0') {
+            EXPECT_THAT(field.eeprom(set + "2 --force").err, Not(HasSubstr("nothing was written")));
+        }
     }
-    EXPECT_GT(finished, 3);
+}
+
+// Each at any step of the change: the image is whole afterwards, old or new, and the protection is
+// back; one that comes while it is lifted waits, and the message says what was finished.
+TEST(EepromSet, SignalsWaitUntilTheImageIsWhole) {
+    for (const char *signal : {"HUP", "INT", "TERM"}) {
+        const Field field;
+        const std::string said = fmt::format(
+            "signal {} waited until the EEPROM was written and its protection put back", signal);
+        bool is_over = false;
+        int finished = 0;
+        for (int access = 1; !is_over; access += 3) {
+            SCOPED_TRACE(fmt::format("{} {}", signal, access));
+            const std::string serial = fmt::format("SN-{}", access);
+            const Result result =
+                field.interrupted(access, signal,
+                                  fmt::format("set fan 1 serial_number={} --yes --backup {}{}",
+                                              serial, field.path("backup"), access));
+            is_over = result.status == 0;
+            const bool has_waited = result.err.find(said) != std::string::npos;
+            finished += has_waited ? 1 : 0;
+            const Result decoded = field.eeprom("decode fan 1");
+            EXPECT_EQ(decoded.status, 0) << decoded.err;
+            EXPECT_EQ(decoded.out.find(serial) != std::string::npos, has_waited || is_over);
+            EXPECT_EQ(field.protection(), kProtected);
+        }
+        EXPECT_GT(finished, 3);
+    }
+}
+
+// A memory of more than 256 bytes takes two bytes of offset, and writes stay in its pages.
+TEST(EepromSet, LargeMemoriesAreWrittenAcrossTheirOffsets) {
+    const Field field;
+    field.board.append("chassis.toml",
+                       "[[i2c]]\nbus = 1\naddr = 0x58\nname = \"large\"\nmodel = \"eeprom\"\n"
+                       "size = 1024\npage = 4\nimage = \"images/large.bin\"\n");
+    write_file(field.board.file("images/large.bin"), "");
+    field.board.image("images/large.bin",
+                      "size = 1024\n[[fru]]\nproduct_offset = 248\nserial_number = 'OLD'\n");
+    const std::string unit = "--bus 1 --addr 0x58 --size 1024";
+    const Result set = field.eeprom(fmt::format(
+        "set {} serial_number=ACROSS-THE-PAGES --yes --backup {}", unit, field.path("backup")));
+    EXPECT_EQ(set.status, 0) << set.err;
+    EXPECT_THAT(set.out, HasSubstr("OLD -> ACROSS-THE-PAGES"));
+    EXPECT_THAT(set.err, HasSubstr("  0x00f9  02 -> 04\n  0x00ff  c3 4f 4c 44"));
+    const Result verify = field.eeprom(fmt::format("verify {}", unit));
+    EXPECT_THAT(verify.out, HasSubstr("layout fru, 1024 bytes: no faults"));
+    const Result restored =
+        field.eeprom(fmt::format("restore {0} --yes --backup {0}2", field.path("backup")));
+    EXPECT_EQ(restored.status, 0) << restored.err;
+    EXPECT_EQ(field.chip("1-0x58"), read_file(field.board.file("images/large.bin")));
+}
+
+// The file that a change has saved is an image wherever one is asked for.
+TEST(EepromUnits, BackupsAreImages) {
+    for (const auto &[unit, edit] : {std::pair("fan 2", "serial_number=NEW"),
+                                     std::pair("fan 3", "serial_number=1234567890123"),
+                                     std::pair("power 2", "product_name=PS900")}) {
+        SCOPED_TRACE(unit);
+        const Field field;
+        const std::string before = field.eeprom(fmt::format("decode {}", unit)).out;
+        const std::string backup = field.path("unit.backup");
+        ASSERT_EQ(
+            field.eeprom(fmt::format("set {} {} --yes --backup {}", unit, edit, backup)).status, 0);
+        const Result decoded = field.eeprom("decode " + backup);
+        EXPECT_THAT(decoded.out,
+                    testing::StartsWith(fmt::format("# {} (backup of {}): layout ", backup, unit)));
+        EXPECT_EQ(decoded.out.substr(decoded.out.find('\n')), before.substr(before.find('\n')));
+        const std::string text = edit;
+        EXPECT_THAT(field.eeprom(fmt::format("diff {} {}", backup, unit)).out,
+                    HasSubstr(" -> " + text.substr(text.find('=') + 1) + "\n"));
+        EXPECT_THAT(field.eeprom("verify --backup " + backup).out,
+                    testing::AllOf(HasSubstr(unit), HasSubstr("as after the change")));
+    }
+}
+
+TEST(EepromUnits, TextKeepsTheWidth) {
+    const Field field;
+    field.board.vchassis("poke", "/dev/i2c-1:0x50 0x0a 0x58");
+    const std::string name = field.path(std::string(60, 'n'));
+    write_file(name, field.chip(kFan2));
+    const std::string all[] = {"verify fan 1", "verify " + name, "diff fan 2 fan 3",
+                               "diff fan 1 " + name};
+    for (const std::string &arguments : all) {
+        std::istringstream lines(field.eeprom(arguments).out);
+        for (std::string line; std::getline(lines, line);) {
+            EXPECT_LE(line.size(), 80U) << arguments;
+        }
+    }
 }
 
 // Killed at every access of a set: verify names the state, and restore recovers it.
@@ -314,6 +439,7 @@ TEST(EepromSet, RestoreRecoversFromAKillAtEveryTransfer) {
         const std::string before = field.chip(chip);
         const std::string backup = field.path("backup");
         int between = 0;
+        int unprotected = 0;
         bool is_over = false;
         for (int access = 1; !is_over; ++access) {
             SCOPED_TRACE(fmt::format("{}, access {}", unit, access));
@@ -327,6 +453,17 @@ TEST(EepromSet, RestoreRecoversFromAKillAtEveryTransfer) {
             }
             const std::string now = field.chip(chip);
             const Result verify = field.eeprom(fmt::format("verify {} --backup {}", unit, backup));
+            // Of the four signals the unit's own one alone is ever lifted.
+            const std::string signals = field.protection();
+            const bool is_lifted = signals != kProtected;
+            EXPECT_THAT(signals, AnyOf(kProtected, chip == kFan2 ? "ff 00 ff ff" : "ff ff 00 ff"));
+            EXPECT_EQ(verify.out.find("Write protection is not as before") != std::string::npos,
+                      is_lifted)
+                << verify.out;
+            EXPECT_TRUE(!is_lifted || verify.status == 1);
+            EXPECT_EQ(field.board.dfdctl("check --json").out.find("WRITABLE") != std::string::npos,
+                      is_lifted);
+            unprotected += is_lifted ? 1 : 0;
             const bool is_whole = now == before || is_over;
             if (now == before) {
                 EXPECT_THAT(verify.out, HasSubstr("as before the change"));
@@ -339,9 +476,14 @@ TEST(EepromSet, RestoreRecoversFromAKillAtEveryTransfer) {
                 fmt::format("restore {} --yes --backup {}", backup, field.path("second")));
             EXPECT_EQ(restored.status, 0) << restored.err;
             std::filesystem::remove(field.path("second"));
+            EXPECT_EQ(restored.out.find("write protection put back: fan tray") != std::string::npos,
+                      is_lifted)
+                << restored.out;
             EXPECT_EQ(field.chip(chip), before);
+            EXPECT_EQ(field.protection(), kProtected);
         }
         EXPECT_GT(between, 2) << unit;
+        EXPECT_GT(unprotected, between) << unit;
         RecordProperty("between", between);
     }
 }

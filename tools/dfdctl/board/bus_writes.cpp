@@ -124,6 +124,10 @@ std::vector<WrittenBus> written_buses(const LoadRecord &record) {
         if (const std::string device = written_bus(item); !device.empty()) {
             found.emplace(device, item.name());
         }
+        // What is protected from writes is written.
+        if (item.type->type == DFD_KEY_E2_WRITE_PROTECT && item.index1 == DFD_WP_BOARD) {
+            found.emplace(dfd::kBoardBus, item.name());
+        }
     }
     std::vector<WrittenBus> buses;
     for (const auto &[device, item] : found) {

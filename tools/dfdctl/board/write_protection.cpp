@@ -6,6 +6,7 @@
 #include <dfd/keys.h>
 #include <dfd/records.h>
 #include <algorithm>
+#include <utility>
 
 #include "dfdctl/board/register_bits.hpp"
 
@@ -20,19 +21,35 @@ constexpr ProtectionGroup kGroups[] = {{"board", "board", DFD_WP_BOARD, 0, 0},
                                        {"subcards", "sub-card", DFD_WP_SUBCARDS, 6, 8},
                                        {"backplane", "backplane", DFD_WP_BACKPLANE, 10, 10}};
 
-/// What cannot be read is protected, the safe side.
-bool restore(const Item &signal, const Reading &byte) {
-    const auto &record = *record_of<info_ctrl_t>(signal);
-    const auto *found = std::get_if<std::int64_t>(&byte.value);
-    if (found == nullptr) {
-        dfd_info_set_int(signal.key(), kProtected);
-        return false;
-    }
-    const auto before = static_cast<std::uint8_t>(*found);
-    write_byte(record, before);
-    const Reading after = read_byte(record);
-    const auto *now = std::get_if<std::int64_t>(&after.value);
-    return now != nullptr && ((*now ^ before) & bits_of(record)) == 0;
+std::optional<std::uint8_t> byte_in(const Reading &reading) {
+    const auto *byte = std::get_if<std::int64_t>(&reading.value);
+    return byte != nullptr ? std::optional(static_cast<std::uint8_t>(*byte)) : std::nullopt;
+}
+
+std::optional<std::uint8_t> byte_now(const info_ctrl_t &record) {
+    return byte_in(read_byte(record));
+}
+
+std::string byte_text(std::optional<std::uint8_t> byte) {
+    return byte ? fmt::format("0x{:02x}", *byte) : "unreadable";
+}
+
+bool is_same(const info_ctrl_t &record, std::optional<std::uint8_t> one,
+             std::optional<std::uint8_t> other) {
+    return one && other && ((*one ^ *other) & bits_of(record)) == 0;
+}
+
+/// "fan tray 2 (/dev/cpld0 register 0x1a is 0x00, was 0xff)"
+std::string state_text(const FoundSignal &found, const info_ctrl_t &record,
+                       const std::string &expected) {
+    const std::string address =
+        record.src == INFO_SRC_I2C ? fmt::format(" 0x{:02x}", record.addr) : std::string();
+    return fmt::format("{} ({}{} register 0x{:02x} is {}, {})", found.unit, record.fpath, address,
+                       record.reg_offset, byte_text(byte_now(record)), expected);
+}
+
+void add(std::string &list, const std::string &text) {
+    list += (list.empty() ? "" : ", ") + text;
 }
 
 }  // namespace
@@ -57,24 +74,85 @@ std::string ProtectionGroup::unit_of(const Item &signal) const {
                          : fmt::format("{} {}", unit, signal.index1 - first + 1);
 }
 
-ProtectionLifted::ProtectionLifted(int target) {
+std::optional<bool> is_lifted(const Item &signal) {
+    const auto &record = *record_of<info_ctrl_t>(signal);
+    const auto now = byte_now(record);
+    return now ? std::optional(is_same(record, now, byte_written(record, kUnprotected)))
+               : std::nullopt;
+}
+
+std::vector<FoundSignal> find_protection(int target, std::uint32_t unit) {
     const auto *group = std::ranges::find(kGroups, target, &ProtectionGroup::target);
-    for (const Item &signal : group->signals()) {
-        const Reading byte = read_byte(*record_of<info_ctrl_t>(signal));
-        found_.push_back({signal, group->unit_of(signal), byte});
+    std::vector<Item> signals = group->signals();
+    const auto own = std::ranges::find(signals, group->first + unit - 1, &Item::index1);
+    if (own != signals.end()) {
+        signals = {*own};
     }
-    dfd_ctl_e2_write_pro(target, static_cast<int>(kUnprotected));
+    std::vector<FoundSignal> found;
+    for (const Item &signal : signals) {
+        found.push_back(
+            {signal, group->unit_of(signal), read_byte(*record_of<info_ctrl_t>(signal))});
+    }
+    return found;
+}
+
+FoundSignal found_before(std::uint32_t index, const Reading &byte) {
+    const Item signal = item_of(DFD_KEY_E2_WRITE_PROTECT, index);
+    const auto *group = std::ranges::find_if(
+        kGroups, [index](const auto &row) { return row.first <= index && index <= row.last; });
+    return {signal, group != std::end(kGroups) ? group->unit_of(signal) : signal.name(), byte};
+}
+
+std::string changed_protection(std::span<const FoundSignal> found) {
+    std::string changed;
+    for (const FoundSignal &each : found) {
+        const auto *record = record_of<info_ctrl_t>(each.signal);
+        const auto before = byte_in(each.byte);
+        if (record == nullptr) {
+            add(changed, each.signal.missing_name());
+        } else if (!is_same(*record, byte_now(*record), before)) {
+            add(changed, state_text(each, *record, "was " + byte_text(before)));
+        }
+    }
+    return changed;
+}
+
+std::string put_back(std::span<const FoundSignal> found) {
+    for (const FoundSignal &each : found) {
+        const auto *record = record_of<info_ctrl_t>(each.signal);
+        if (const auto before = byte_in(each.byte); record != nullptr && before) {
+            write_byte(*record, *before);
+        } else {
+            dfd_info_set_int(each.signal.key(), kProtected);
+        }
+    }
+    return changed_protection(found);
+}
+
+ProtectionLifted::ProtectionLifted(std::vector<FoundSignal> found) : found_(std::move(found)) {
+    for (const FoundSignal &each : found_) {
+        dfd_info_set_int(each.signal.key(), kUnprotected);
+    }
+}
+
+std::string ProtectionLifted::obstacle() const {
+    std::string obstacles;
+    for (const FoundSignal &each : found_) {
+        const auto *record = record_of<info_ctrl_t>(each.signal);
+        if (record == nullptr) {
+            add(obstacles, each.signal.missing_name());
+        } else if (is_lifted(each.signal) != true) {
+            const int mask = bits_of(*record);
+            const int others = byte_now(*record).value_or(0) & ~mask;
+            const int wanted = others | (byte_written(*record, kUnprotected) & mask);
+            add(obstacles, state_text(each, *record, fmt::format("not 0x{:02x}", wanted)));
+        }
+    }
+    return obstacles;
 }
 
 std::string ProtectionLifted::put_back() {
-    std::string failed;
-    for (const Found &each : found_) {
-        if (!restore(each.signal, each.byte)) {
-            failed += (failed.empty() ? "" : ", ") + each.unit;
-        }
-    }
-    found_.clear();
-    return failed;
+    return dfdctl::put_back(std::exchange(found_, {}));
 }
 
 }  // namespace dfdctl

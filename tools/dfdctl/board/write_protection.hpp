@@ -2,12 +2,12 @@
 // The write-protect signals of EEPROMs, in the groups that the library switches.
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "common/signals_held.hpp"
 #include "dfdctl/board/reading.hpp"
 
 namespace dfdctl {
@@ -25,34 +25,52 @@ struct ProtectionGroup {
     std::string unit_of(const Item &signal) const;
 };
 
+/// Whether the signal lets write; nothing where it cannot be read.
+std::optional<bool> is_lifted(const Item &signal);
+
 /// What protects and what lets write.
 inline constexpr std::uint32_t kProtected = 255;
 inline constexpr std::uint32_t kUnprotected = 0;
 
 std::span<const ProtectionGroup> protection_groups();
 
-/// Lifts the protection of a group while it lives, and then puts back what it found: what a user
-/// has lifted stays lifted, also where a function of the library protects when it is done. Signals
-/// of the system wait meanwhile.
+/// A signal as it was found.
+struct FoundSignal {
+    Item signal;
+    std::string unit;
+    Reading byte;
+};
+
+/// What protects a unit (from 1) of a group, as it is now: its own signal, or all of the group
+/// where it has none.
+std::vector<FoundSignal> find_protection(int target, std::uint32_t unit);
+/// A signal that was found some time ago.
+FoundSignal found_before(std::uint32_t index, const Reading &byte);
+
+/// What does not read as it was found: "fan tray 2 (/dev/cpld0 register 0x1a is 0x00, was 0xff)";
+/// empty where all does.
+std::string changed_protection(std::span<const FoundSignal> found);
+/// Writes what was found; what could not be read is protected, the safe side. Returns what still
+/// reads otherwise, as changed_protection.
+std::string put_back(std::span<const FoundSignal> found);
+
+/// Lifts the protection while it lives, and then puts back what was found: what a user has lifted
+/// stays lifted. Hold signals of the system meanwhile.
 class ProtectionLifted {
   public:
-    explicit ProtectionLifted(int target);
-    ~ProtectionLifted() { put_back(); }
+    explicit ProtectionLifted(std::vector<FoundSignal> found);
+    ~ProtectionLifted() { dfdctl::put_back(found_); }
     ProtectionLifted(const ProtectionLifted &) = delete;
     ProtectionLifted &operator=(const ProtectionLifted &) = delete;
 
-    /// Signals that could not be put back, "fan tray 2, fan tray 3"; empty when all read as before.
+    /// What still protects: "fan tray 2 (/dev/cpld0 register 0x1a is 0xff, not 0x00)"; empty where
+    /// nothing does.
+    std::string obstacle() const;
+    /// As the function of this name.
     std::string put_back();
 
   private:
-    struct Found {
-        Item signal;
-        std::string unit;
-        Reading byte;
-    };
-
-    dfd_tools::SignalsHeld held_;
-    std::vector<Found> found_;
+    std::vector<FoundSignal> found_;
 };
 
 }  // namespace dfdctl

@@ -6,9 +6,10 @@
 #include <array>
 
 #include "dfdctl/board/read_pass.hpp"
+#include "dfdctl/board/write_protection.hpp"
 #include "dfdctl/check/report.hpp"
+#include "eeprom/decode.hpp"
 #include "hal/board_bus.h"
-#include "hal/e2prom/fru_image.h"
 #include "hal/facts.h"
 
 #include <fmt/format.h>
@@ -18,10 +19,6 @@ namespace dfdctl::check {
 namespace {
 
 constexpr std::size_t kImageSize = 256;
-constexpr std::uint8_t kErased = 0xFF;
-
-/// The library, when it logs, looks at the byte behind a broken area.
-using Image = std::array<std::uint8_t, kImageSize + 1>;
 
 enum class Presence { plugged, absent, unknown };
 
@@ -106,47 +103,28 @@ std::vector<Memory> memories_of(const LoadRecord &record, const Report &report) 
     return memories;
 }
 
-bool is_blank(const Image &image) {
-    const std::uint8_t first = image.front();
-    return (first == 0 || first == kErased) &&
-           std::all_of(image.begin(), image.begin() + kImageSize,
-                       [first](std::uint8_t byte) { return byte == first; });
+/// The faults of an image in its layout, each with its offset; empty where there are none, or the
+/// layout has no check.
+std::string damage_of(int mode, const eeprom::Decoded &decoded) {
+    constexpr std::size_t kMost = 3;
+    if (mode != INFO_CTRL_MODE_TLV && mode != INFO_CTRL_MODE_FRU) {
+        return {};
+    }
+    std::string text;
+    for (std::size_t i = 0; i < std::min(decoded.faults.size(), kMost); ++i) {
+        text += fmt::format("{}0x{:02x}: {}", i == 0 ? "" : "; ", decoded.faults[i].offset,
+                            decoded.faults[i].text);
+    }
+    const std::size_t more = decoded.faults.size() - std::min(decoded.faults.size(), kMost);
+    return more == 0 ? text
+                     : fmt::format("{}; {} more, 'dfdctl eeprom verify' lists them", text, more);
 }
 
-/// By the library's own verdict, which takes a TLV image of version 2 as it is.
-bool is_tlv(const Memory &memory) {
-    std::array<std::uint8_t, DFD_TLV_HEADER_SIZE> header = {};
-    return dfd_get_e2prom_info(memory.device.c_str(), memory.address, header.data()) == DFD_OK;
-}
-
-/// Header and product area, the one that the library reads.
-bool is_fru(const Image &image) {
-    namespace fru = dfd::fru;
-    if (ipmi_validate_common_hdr(image.data(), DFD_FRU_HEADER_SIZE) != DFD_OK) {
-        return false;
-    }
-    const std::size_t at = image[fru::kProductOffsetAt] * std::size_t{fru::kBlockBytes};
-    if (at == 0 || at + fru::kAreaLengthAt >= kImageSize) {
-        return false;
-    }
-    const std::size_t size = image[at + fru::kAreaLengthAt] * std::size_t{fru::kBlockBytes};
-    return size != 0 && at + size <= kImageSize &&
-           verify_fru_data(&image[at], static_cast<int>(size)) == DFD_OK;
-}
-
-/// Why an image is none of its layout; empty when it is one, or has no check. Where a FRU image is
-/// damaged the library looks for a TLV image.
-std::string damage_of(const Memory &memory, const Image &image) {
-    switch (memory.mode) {
-        case INFO_CTRL_MODE_TLV:
-            return is_tlv(memory) ? "" : "no valid TLV image: flag, length or checksum is wrong";
-        case INFO_CTRL_MODE_FRU:
-            return is_fru(image) || is_tlv(memory)
-                       ? ""
-                       : "no valid FRU image: header or product area is damaged";
-        default:
-            return {};
-    }
+eeprom::Hint hint_of(const Memory &memory) {
+    using eeprom::Layout;
+    return {.layout = memory.mode == INFO_CTRL_MODE_TLV   ? Layout::tlv
+                      : memory.mode == INFO_CTRL_MODE_FRU ? Layout::fru
+                                                          : Layout::unknown};
 }
 
 Finding eeprom_finding(Severity severity, const char *word, const Memory &memory,
@@ -181,7 +159,7 @@ Lost silent(const Memory &memory, const ReadingScope &scope) {
 
 /// Whether it answers.
 bool look_at_plugged(const Memory &memory, Report &report) {
-    Image image = {};
+    eeprom::Bytes image(kImageSize);
     const ReadingScope scope;
     if (dfd_read_e2prom(memory.device.c_str(), memory.address, 0, image.data(), kImageSize) !=
         DFD_OK) {
@@ -189,14 +167,33 @@ bool look_at_plugged(const Memory &memory, Report &report) {
         return false;
     }
     report.alive.insert(memory.device);
-    if (is_blank(image)) {
+    const eeprom::Decoded decoded = eeprom::decode(image, hint_of(memory));
+    if (decoded.is_blank) {
         report.findings.push_back(eeprom_finding(
             Severity::warning, "BLANK", memory,
             fmt::format("all bytes are 0x{:02x}: it was never written, or erased", image[0])));
-    } else if (const std::string damage = damage_of(memory, image); !damage.empty()) {
+    } else if (const std::string damage = damage_of(memory.mode, decoded); !damage.empty()) {
         report.findings.push_back(eeprom_finding(Severity::warning, "DAMAGED", memory, damage));
     }
     return true;
+}
+
+/// As a change that did not come to its end leaves it.
+void look_at_protection(Report &report) {
+    for (const ProtectionGroup &group : protection_groups()) {
+        for (const Item &signal : group.signals()) {
+            if (is_lifted(signal) != true) {
+                continue;
+            }
+            Finding finding{Severity::note, "WRITABLE", group.unit_of(signal) + " EEPROM",
+                            fmt::format("its write protection is lifted: 'dfdctl write-protect {} "
+                                        "on' protects it",
+                                        group.name)};
+            finding.device = place_of(signal);
+            finding.items = {signal.name()};
+            report.findings.push_back(std::move(finding));
+        }
+    }
 }
 
 }  // namespace
@@ -213,6 +210,7 @@ void look_at_eeproms(const LoadRecord &record, Report &report) {
         }
     }
     report.looked.push_back(looked);
+    look_at_protection(report);
 }
 
 }  // namespace dfdctl::check

@@ -24,6 +24,9 @@ using eeprom::Bytes;
 
 constexpr const char *kFirstLine = "dfdctl eeprom backup 1";
 constexpr mode_t kMode = 0644;
+constexpr const char *kNameOffset = "name_offset";
+constexpr const char *kVersionOffset = "version_offset";
+constexpr const char *kUnreadable = "unreadable";
 
 std::string own_name(const ImagePlace &place) {
     std::string unit = place.name;
@@ -45,11 +48,32 @@ std::string rows(const char *key, const Bytes &bytes) {
     return text;
 }
 
+/// "protection 2 0xff": index of the signal, and the byte of its register.
+std::string protection_lines(const Backup &backup) {
+    std::string lines;
+    for (const FoundSignal &each : backup.protection) {
+        const auto *byte = std::get_if<std::int64_t>(&each.byte.value);
+        lines += fmt::format("protection {} {}\n", each.signal.index1,
+                             byte != nullptr ? fmt::format("0x{:02x}", *byte) : kUnreadable);
+    }
+    return lines;
+}
+
+std::string hint_lines(const eeprom::Hint &hint) {
+    std::string lines = fmt::format("layout {}\n", layout_name(hint.layout));
+    for (const auto &[key, offset] : {std::pair(kNameOffset, hint.name_offset),
+                                      std::pair(kVersionOffset, hint.version_offset)}) {
+        lines += offset ? fmt::format("{} {}\n", key, *offset) : "";
+    }
+    return lines;
+}
+
 std::string text_of(const Backup &backup) {
-    return fmt::format("{}\nunit {}\ndevice {}\naddress 0x{:02x}\nsize {}\n{}{}end\n", kFirstLine,
-                       backup.place.name, backup.place.device, backup.place.address,
-                       backup.place.size, rows("before", backup.before),
-                       rows("after", backup.after));
+    const ImagePlace &place = backup.place;
+    return fmt::format("{}\nunit {}\ndevice {}\naddress 0x{:02x}\nsize {}\n{}{}{}{}end\n",
+                       kFirstLine, place.name, place.device, place.address, place.size,
+                       hint_lines(place.hint), protection_lines(backup),
+                       rows("before", backup.before), rows("after", backup.after));
 }
 
 /// 0 or errno.
@@ -113,6 +137,27 @@ bool add_row(Bytes &bytes, const std::string &row) {
     return true;
 }
 
+bool add_signal(std::vector<FoundSignal> &protection, const std::string &row) {
+    const std::size_t blank = std::min(row.find(' '), row.size());
+    std::uint32_t index = 0;
+    std::uint32_t byte = 0;
+    if (!parse_number(row.substr(0, blank), index)) {
+        return false;
+    }
+    const bool is_known = parse_number(row.substr(std::min(blank + 1, row.size())), byte);
+    Reading reading = failure(Status::io_error, 0, kUnreadable);
+    if (is_known) {
+        reading = {.value = std::int64_t{byte}};
+    }
+    protection.push_back(found_before(index, reading));
+    return is_known || row.ends_with(kUnreadable);
+}
+
+std::optional<std::size_t> offset_in(const std::string &text) {
+    std::uint32_t offset = 0;
+    return parse_number(text, offset) ? std::optional<std::size_t>(offset) : std::nullopt;
+}
+
 }  // namespace
 
 std::string save_backup(const Backup &backup, const std::string &path) {
@@ -124,6 +169,12 @@ std::string save_backup(const Backup &backup, const std::string &path) {
                                  file, std::strerror(error)));
     }
     return file;
+}
+
+bool is_backup(const std::string &path) {
+    std::ifstream file(path);
+    std::string line;
+    return refusal_of(path).empty() && std::getline(file, line) && line == kFirstLine;
 }
 
 Backup load_backup(const std::string &path) {
@@ -143,9 +194,10 @@ Backup load_backup(const std::string &path) {
         const std::string key = line.substr(0, blank);
         const std::string value = blank == std::string::npos ? "" : line.substr(blank + 1);
         values[key] = value;
-        is_whole = key == "before"  ? add_row(backup.before, value)
-                   : key == "after" ? add_row(backup.after, value)
-                                    : true;
+        is_whole = key == "before"       ? add_row(backup.before, value)
+                   : key == "after"      ? add_row(backup.after, value)
+                   : key == "protection" ? add_signal(backup.protection, value)
+                                         : true;
     }
     std::uint32_t address = 0;
     std::uint32_t size = 0;
@@ -159,6 +211,10 @@ Backup load_backup(const std::string &path) {
     backup.place.device = values["device"];
     backup.place.address = static_cast<std::uint16_t>(address);
     backup.place.size = size;
+    backup.place.hint = {
+        .layout = eeprom::layout_named(values["layout"]).value_or(eeprom::Layout::unknown),
+        .name_offset = offset_in(values[kNameOffset]),
+        .version_offset = offset_in(values[kVersionOffset])};
     return backup;
 }
 

@@ -4,14 +4,14 @@
 #include <linux/i2c.h>
 #include <unistd.h>
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 
 #include <fmt/format.h>
 
 namespace dfdctl {
 
 namespace {
+
+using dfd::watch::SystemCall;
 
 constexpr std::size_t kReadBytes = 32;
 /// Pages have 4 bytes or more, and a write wraps inside its page.
@@ -40,13 +40,11 @@ int with_patience(Attempt attempt) {
 
 Chip::Chip(const ImagePlace &place) : place_(place), bus_(place.device) {
     if (bus_.error() != 0) {
-        throw EepromFailure(kExitIo, fmt::format("{}: {}: {}", place.name, place.device,
-                                                 std::strerror(bus_.error())));
+        fail("opened", {place.device, {}, SystemCall::open, bus_.error()});
     }
     if ((bus_.functions() & I2C_FUNC_I2C) == 0) {
         throw EepromFailure(
-            kExitIo, fmt::format("{}: the adapter of {} takes no plain I2C messages", place.name,
-                                 place.device));
+            kExitIo, fmt::format("{}: the adapter takes no plain I2C messages", place.text()));
     }
 }
 
@@ -59,12 +57,15 @@ std::vector<std::uint8_t> Chip::offset_bytes(std::size_t offset) const {
     return {static_cast<std::uint8_t>(offset >> kByteBits), low};
 }
 
+void Chip::fail(const std::string &what, const FailedTransfer &failed) const {
+    const std::string advice = advice_of(failed);
+    throw EepromFailure(kExitIo, fmt::format("{}: cannot be {}: {}{}{}", place_.text(), what,
+                                             words_of(failed), advice.empty() ? "" : "; ", advice));
+}
+
 void Chip::fail(const char *what, std::size_t offset, int error) const {
-    throw EepromFailure(kExitIo,
-                        fmt::format("{}: the EEPROM at address 0x{:02x} on {} cannot be {} "
-                                    "at byte 0x{:02x}: {}",
-                                    place_.name, place_.address, place_.device, what, offset,
-                                    std::strerror(error)));
+    fail(fmt::format("{} at byte 0x{:02x}", what, offset),
+         {place_.device, place_.address, SystemCall::ioctl, error});
 }
 
 eeprom::Bytes Chip::read() const {

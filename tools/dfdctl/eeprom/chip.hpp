@@ -2,6 +2,7 @@
 // A serial EEPROM on a bus, read and written by messages that are right on every adapter.
 #pragma once
 
+#include "dfdctl/board/faults.hpp"
 #include "dfdctl/board/i2c_bus.hpp"
 #include "dfdctl/eeprom/place.hpp"
 
@@ -21,6 +22,7 @@ class Chip {
   private:
     std::vector<std::uint8_t> offset_bytes(std::size_t offset) const;
     void write(std::size_t offset, std::span<const std::uint8_t> bytes) const;
+    [[noreturn]] void fail(const std::string &what, const FailedTransfer &failed) const;
     [[noreturn]] void fail(const char *what, std::size_t offset, int error) const;
 
     const ImagePlace &place_;

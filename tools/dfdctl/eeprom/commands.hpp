@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "dfdctl/command.hpp"
+#include "dfdctl/eeprom/backup.hpp"
 #include "eeprom/decode.hpp"
 
 namespace dfdctl {
@@ -16,6 +17,10 @@ inline constexpr const char *kWhatHelp =
 
 /// Runs a command and says on standard error why it ended early.
 int reporting(const std::function<int()> &run);
+
+/// The unit of a backup as this board has it now. An address alone is taken as it is. Throws
+/// EepromFailure where the unit is elsewhere now.
+ImagePlace place_now(const Backup &backup, const Options &options);
 
 nlohmann::ordered_json differences_json(const std::vector<eeprom::Difference> &differences);
 /// Layout, fields and faults.

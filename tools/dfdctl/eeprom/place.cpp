@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -15,6 +16,7 @@
 #include "dfdctl/board/item_value.hpp"
 #include "dfdctl/board/start.hpp"
 #include "dfdctl/board/units.hpp"
+#include "dfdctl/eeprom/backup.hpp"
 #include "dfdctl/eeprom/chip.hpp"
 #include "hal/board_bus.h"
 #include "hal/facts.h"
@@ -188,7 +190,23 @@ void apply(const PlaceOptions &given, ImagePlace &place) {
     }
 }
 
+ImagePlace file_place(const std::string &path) {
+    ImagePlace place{.name = path, .is_file = true};
+    if (is_backup(path)) {
+        const Backup backup = load_backup(path);
+        place.hint = backup.place.hint;
+        place.backup_of = backup.place.name;
+    }
+    return place;
+}
+
 eeprom::Bytes read_file(const std::string &path) {
+    std::error_code ignored;
+    if (std::filesystem::is_directory(path, ignored)) {
+        throw EepromFailure(
+            kExitUsage,
+            fmt::format("{}: it is a directory; the file of an image is expected", path));
+    }
     if (const std::string refusal = refusal_of(path); !refusal.empty()) {
         throw EepromFailure(kExitUsage, fmt::format("{}: {}", path, refusal));
     }
@@ -205,6 +223,14 @@ eeprom::Bytes read_file(const std::string &path) {
 }
 
 }  // namespace
+
+std::string ImagePlace::text() const {
+    if (is_file) {
+        return backup_of.empty() ? name : fmt::format("{} (backup of {})", name, backup_of);
+    }
+    const std::string where = fmt::format("{} 0x{:02x}", device, address);
+    return name == where ? name : fmt::format("{} ({})", name, where);
+}
 
 void add_place_options(Command &command, PlaceOptions &options) {
     command.option("--bus", options.bus, "In place of a unit: N of /dev/i2c-N", "N");
@@ -229,7 +255,7 @@ std::vector<ImagePlace> places_of(std::span<const std::string> words, const Plac
     for (std::size_t i = 0; i < words.size(); ++i) {
         const auto *row = std::ranges::find(kUnits, words[i], &UnitRow::name);
         if (row == kUnits.end()) {
-            places.push_back({.name = words[i], .is_file = true});
+            places.push_back(file_place(words[i]));
             continue;
         }
         const bool is_board = row == kUnits.begin();
@@ -279,7 +305,7 @@ ImagePlace place_of_item(const Item &item, const info_ctrl_t &record) {
 
 eeprom::Bytes read_image(const ImagePlace &place) {
     if (place.is_file) {
-        return read_file(place.name);
+        return place.backup_of.empty() ? read_file(place.name) : load_backup(place.name).before;
     }
     const Chip chip(place);
     try {

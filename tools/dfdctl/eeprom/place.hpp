@@ -32,6 +32,10 @@ struct ImagePlace {
     eeprom::Hint hint = {};
     std::optional<int> protection = {};  ///< enum dfd_write_protect_target
     std::optional<Item> item = {};       ///< that describes it
+    std::string backup_of = {};          ///< of a file that 'set' has written: the unit
+
+    /// "fan 2 (/dev/i2c-1 0x51)", "/dev/i2c-1 0x51", "fan2.backup (backup of fan 2)".
+    std::string text() const;
 };
 
 /// What the command line says of a place beside its words.

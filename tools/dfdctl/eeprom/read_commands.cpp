@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // dfdctl eeprom decode, verify, encode, diff: nothing is written but files.
-#include <fstream>
-#include <iterator>
+#include <filesystem>
 #include <memory>
 
+#include "common/replace_file.hpp"
 #include "dfdctl/eeprom/backup.hpp"
 #include "dfdctl/eeprom/commands.hpp"
 #include "dfdctl/eeprom/update.hpp"
@@ -17,6 +17,9 @@ namespace {
 
 using eeprom::Decoded;
 using nlohmann::ordered_json;
+
+constexpr std::size_t kOffsetColumns = 6;
+constexpr std::size_t kIndent = 2;
 
 struct Request {
     std::vector<std::string> words;
@@ -34,18 +37,14 @@ ordered_json place_json(const ImagePlace &place) {
 
 /// "fan 2 (/dev/i2c-1 0x51): TLV image, 256 bytes".
 std::string title(const ImagePlace &place, const Decoded &decoded, std::size_t size) {
-    const std::string where =
-        place.is_file || place.item == std::nullopt
-            ? place.name
-            : fmt::format("{} ({} 0x{:02x})", place.name, place.device, place.address);
     const std::string what =
         decoded.is_blank ? "blank" : fmt::format("layout {}", layout_name(decoded.layout));
-    return fmt::format("{}: {}, {} bytes", where, what, size);
+    return fmt::format("{}: {}, {} bytes", place.text(), what, size);
 }
 
 void print_faults(std::FILE *out, const Decoded &decoded) {
     for (const eeprom::Fault &fault : decoded.faults) {
-        fmt::print(out, "  0x{:04x}  {}\n", fault.offset, fault.text);
+        print_named(out, fmt::format("0x{:04x}", fault.offset), kOffsetColumns, fault.text);
     }
 }
 
@@ -70,44 +69,67 @@ int decode(const Options &options, const Request &request) {
     if (!decoded.faults.empty() && !options.json && !request.lenient) {
         fmt::print(stderr, "{}\n", title(place, decoded, image.size()));
         print_faults(stderr, decoded);
-        fmt::print(stderr, "dfdctl: {}: the image has faults; --lenient prints what can be read\n",
-                   place.name);
+        complain(
+            fmt::format("{}: the image has faults; --lenient prints what can be read", place.name));
     }
     return exit_of_image(decoded);
 }
 
 int verify(const Options &options, const Request &request) {
-    const ImagePlace place = place_of(request.words, request.place, options);
+    const auto backup = request.backup.empty() ? std::optional<Backup>()
+                                               : std::optional(load_backup(request.backup));
+    const bool is_named = !request.words.empty() || !request.place.bus.empty() || !backup;
+    const ImagePlace place =
+        is_named ? place_of(request.words, request.place, options) : place_now(*backup, options);
     const eeprom::Bytes image = read_image(place);
     const Decoded decoded = eeprom::decode(image, place.hint);
-    const std::string progress =
-        request.backup.empty() ? "" : progress_text(load_backup(request.backup), image);
+    const std::string progress = backup ? progress_text(*backup, image) : "";
+    const std::string lifted =
+        backup && place.protection ? changed_protection(backup->protection) : "";
+    const int status = lifted.empty() ? exit_of_image(decoded) : kExitReadingFailed;
     if (options.json) {
         ordered_json json = {{"command", "eeprom verify"}, {"place", place_json(place)}};
         json.update(image_json(image, decoded));
         json["progress"] = text_or_null(progress);
+        json["protection_changed"] = text_or_null(lifted);
         print_json(options.out, json);
-        return exit_of_image(decoded);
+        return status;
     }
-    fmt::print(options.out, "{}: {}\n", title(place, decoded, image.size()),
-               decoded.faults.empty()       ? "no faults"
-               : decoded.faults.size() == 1 ? "1 fault"
-                                            : fmt::format("{} faults", decoded.faults.size()));
+    const std::size_t faults = decoded.faults.size();
+    print_wrapped(options.out,
+                  fmt::format("{}: {}", title(place, decoded, image.size()),
+                              faults == 0   ? "no faults"
+                              : faults == 1 ? "1 fault"
+                                            : fmt::format("{} faults", faults)),
+                  kIndent);
     print_faults(options.out, decoded);
     if (!progress.empty()) {
-        fmt::print(options.out, "Compared with the backup: {}\n", progress);
+        print_wrapped(options.out, "Compared with the backup: " + progress, kIndent);
     }
-    return exit_of_image(decoded);
+    if (!lifted.empty()) {
+        print_wrapped(
+            options.out,
+            fmt::format("Write protection is not as before the change: {}; 'dfdctl eeprom "
+                        "restore {}' puts it back",
+                        lifted, request.backup),
+            kIndent);
+    }
+    return status;
 }
 
 int encode(const Options & /*options*/, const Request &request) {
     const eeprom::Bytes image = eeprom::build_image(request.words.front());
-    std::ofstream file(request.words.back(), std::ios::binary | std::ios::trunc);
-    file.write(reinterpret_cast<const char *>(image.data()),
-               static_cast<std::streamsize>(image.size()));
-    file.close();
-    if (!file) {
-        throw EepromFailure(kExitIo, fmt::format("{}: cannot be written", request.words.back()));
+    const std::string &path = request.words.back();
+    // A file that stays as it is keeps its date: what was made from it need not be made again.
+    const bool is_there = std::filesystem::is_regular_file(path);
+    if (is_there && std::filesystem::file_size(path) == image.size() &&
+        read_image({.name = path, .is_file = true}) == image) {
+        return kExitOk;
+    }
+    try {
+        dfd_tools::replace_file(path, std::string(image.begin(), image.end()));
+    } catch (const std::system_error &error) {
+        throw EepromFailure(kExitIo, error.what());
     }
     return kExitOk;
 }
@@ -159,7 +181,7 @@ int diff(const Options &options, const Request &request) {
                                  {"bytes", differences_json(found)}});
     } else {
         for (const auto &[name, one, other] : fields) {
-            fmt::print(options.out, "{}: {} -> {}\n", name, one, other);
+            print_wrapped(options.out, fmt::format("{}: {} -> {}", name, one, other), kIndent);
         }
         fmt::print(options.out, "{}", differences_text(found));
     }

@@ -7,9 +7,9 @@
 #include <numeric>
 
 #include "common/signals_held.hpp"
-#include "dfdctl/board/write_protection.hpp"
 #include "dfdctl/eeprom/backup.hpp"
 #include "dfdctl/eeprom/chip.hpp"
+#include "dfdctl/output.hpp"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -30,9 +30,9 @@ std::size_t byte_count(const std::vector<Difference> &differences) {
 
 /// Asks at a terminal; elsewhere --yes is the only answer.
 void confirm(const ImagePlace &place, const std::vector<Difference> &changes, bool yes) {
-    fmt::print(stderr, "{} of {} on {} at 0x{:02x} change:\n{}",
+    fmt::print(stderr, "{} of {} change:\n{}",
                byte_count(changes) == 1 ? "1 byte" : fmt::format("{} bytes", byte_count(changes)),
-               place.name, place.device, place.address, differences_text(changes));
+               place.text(), differences_text(changes));
     if (yes) {
         return;
     }
@@ -71,17 +71,23 @@ void judge(const Bytes &now, const Bytes &after, WriteOutcome &outcome) {
     }
 }
 
-void write_unprotected(const ImagePlace &place, const Bytes &before, const Bytes &after,
-                       WriteOutcome &outcome) {
-    const Chip chip(place);
-    if (!place.protection) {
-        judge(attempt(chip, before, after, outcome), after, outcome);
-        return;
+/// Does nothing where the protection cannot be lifted, unless that is forced.
+void write_unprotected(const Backup &change, bool force, WriteOutcome &outcome) {
+    const Chip chip(change.place);
+    ProtectionLifted lifted(change.protection);
+    const std::string obstacle = lifted.obstacle();
+    const bool is_refused = !obstacle.empty() && !force;
+    if (is_refused) {
+        outcome.error = fmt::format(
+            "the write protection cannot be lifted: {}; nothing was written (--force tries it)",
+            obstacle);
+        outcome.status = kExitReadingFailed;
+    } else {
+        judge(attempt(chip, change.before, change.after, outcome), change.after, outcome);
     }
-    ProtectionLifted lifted(*place.protection);
-    judge(attempt(chip, before, after, outcome), after, outcome);
-    if (const std::string failed = lifted.put_back(); !failed.empty() && outcome.error.empty()) {
-        outcome.error = fmt::format("written, but the protection of {} cannot be put back", failed);
+    if (const std::string failed = lifted.put_back(); !failed.empty() && !is_refused) {
+        outcome.error += fmt::format("{}the write protection cannot be put back: {}",
+                                     outcome.error.empty() ? "written, but " : "; ", failed);
         outcome.status = kExitReadingFailed;
     }
 }
@@ -89,7 +95,7 @@ void write_unprotected(const ImagePlace &place, const Bytes &before, const Bytes
 /// Says on standard error what went wrong and what to do.
 void report(const ImagePlace &place, const WriteOutcome &outcome) {
     if (!outcome.error.empty()) {
-        fmt::print(stderr, "dfdctl: {}: {}\n", place.name, outcome.error);
+        complain(fmt::format("{}: {}", place.name, outcome.error));
     }
     if (!outcome.wrong.empty()) {
         fmt::print(stderr, "Bytes as they are -> as they should be:\n{}",
@@ -161,23 +167,26 @@ std::string differences_text(const std::vector<Difference> &differences) {
     return text;
 }
 
+std::vector<FoundSignal> protection_of(const ImagePlace &place) {
+    const std::uint32_t unit = place.item ? place.item->index1 : 1;
+    return place.protection ? find_protection(*place.protection, unit) : std::vector<FoundSignal>();
+}
+
 WriteOutcome write_image(const ImagePlace &place, const Bytes &before, const Bytes &after,
-                         const WriteOptions &options) {
+                         const std::vector<FoundSignal> &protection, const WriteOptions &options) {
     const auto changes = eeprom::differences(before, after);
     WriteOutcome outcome;
     if (changes.empty()) {
         return outcome;
     }
     confirm(place, changes, options.yes);
-    outcome.backup =
-        save_backup({.place = place, .before = before, .after = after}, options.backup);
+    const Backup change{.place = place, .before = before, .after = after, .protection = protection};
+    outcome.backup = save_backup(change, options.backup);
     const dfd_tools::SignalsHeld held;
-    write_unprotected(place, before, after, outcome);
+    write_unprotected(change, options.force, outcome);
     if (const std::string waiting = held.waiting(); !waiting.empty()) {
-        fmt::print(stderr,
-                   "dfdctl: signal {} waited until the EEPROM was written and its protection "
-                   "put back\n",
-                   waiting);
+        complain(fmt::format(
+            "signal {} waited until the EEPROM was written and its protection put back", waiting));
     }
     report(place, outcome);
     return outcome;
@@ -197,7 +206,7 @@ Update change_fields(const ImagePlace &place, const std::vector<eeprom::Edit> &e
     }
     update.after = eeprom::decode(wanted, place.hint);
     update.changes = eeprom::differences(image, wanted);
-    update.outcome = write_image(place, image, wanted, options);
+    update.outcome = write_image(place, image, wanted, protection_of(place), options);
     return update;
 }
 

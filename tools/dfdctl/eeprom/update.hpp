@@ -3,6 +3,7 @@
 // the first byte is written.
 #pragma once
 
+#include "dfdctl/board/write_protection.hpp"
 #include "dfdctl/eeprom/place.hpp"
 
 namespace dfdctl {
@@ -26,11 +27,15 @@ struct WriteOutcome {
     int status = kExitOk;
 };
 
+/// What protects the EEPROM, as it is now.
+std::vector<FoundSignal> protection_of(const ImagePlace &place);
+
 /// Shows the difference on standard error, asks, saves `before`, lifts the protection, writes what
-/// differs, reads everything back, puts the protection back, says what went wrong. Signals wait
-/// meanwhile. Throws EepromFailure or UsageError while nothing is written.
+/// differs, reads everything back, leaves the protection as `protection` has it, says what went
+/// wrong. Signals wait meanwhile. Throws EepromFailure or UsageError while nothing is written.
 WriteOutcome write_image(const ImagePlace &place, const eeprom::Bytes &before,
-                         const eeprom::Bytes &after, const WriteOptions &options);
+                         const eeprom::Bytes &after, const std::vector<FoundSignal> &protection,
+                         const WriteOptions &options);
 
 struct Update {
     eeprom::Decoded before;

@@ -3,6 +3,7 @@
 #include <memory>
 #include <sstream>
 
+#include "common/signals_held.hpp"
 #include "dfdctl/eeprom/backup.hpp"
 #include "dfdctl/eeprom/commands.hpp"
 #include "dfdctl/eeprom/update.hpp"
@@ -52,6 +53,10 @@ std::string text_of(const eeprom::Decoded &decoded, const std::string &name) {
     return field != nullptr ? field->text : "-";
 }
 
+std::string shown(const std::string &text) {
+    return text.empty() ? "(empty)" : text;
+}
+
 int set(const Options &options, Request request) {
     const std::vector<eeprom::Edit> edits = take_edits(request.words);
     if (edits.empty()) {
@@ -71,8 +76,10 @@ int set(const Options &options, Request request) {
     for (const eeprom::Field &field : update.after.fields) {
         const std::string before = text_of(update.before, field.name);
         if (before != field.text && update.outcome.error.empty()) {
-            fmt::print(options.out, "{} {}: {} -> {}\n", place.name, field.name, before,
-                       field.text);
+            print_wrapped(options.out,
+                          fmt::format("{} {}: {} -> {}", place.name, field.name, shown(before),
+                                      shown(field.text)),
+                          2);
         }
     }
     if (update.changes.empty()) {
@@ -81,7 +88,49 @@ int set(const Options &options, Request request) {
     return update.outcome.status;
 }
 
-/// The unit of the backup as this board has it now. An address alone is taken as it is.
+/// The image is right already, the change ended before the protection was put back.
+void put_back_alone(const Backup &backup, WriteOutcome &outcome) {
+    const dfd_tools::SignalsHeld held;
+    if (const std::string failed = put_back(backup.protection); !failed.empty()) {
+        outcome.error = "the write protection cannot be put back: " + failed;
+        outcome.status = kExitReadingFailed;
+        complain(fmt::format("{}: {}", backup.place.name, outcome.error));
+    }
+}
+
+int restore(const Options &options, Request request) {
+    const Backup backup = load_backup(request.words.front());
+    const ImagePlace place = place_now(backup, options);
+    const eeprom::Bytes now = read_image(place);
+    if (progress_of(backup, now) == Progress::neither && !options.force) {
+        throw EepromFailure(
+            kExitReadingFailed,
+            fmt::format("{}: it holds {}: another unit may be plugged; --force writes all the same",
+                        place.name, progress_text(backup, now)));
+    }
+    const auto changes = eeprom::differences(now, backup.before);
+    const std::string lifted = changed_protection(backup.protection);
+    request.write.force = options.force;
+    WriteOutcome outcome = write_image(
+        place, now, backup.before,
+        backup.protection.empty() ? protection_of(place) : backup.protection, request.write);
+    if (changes.empty() && !lifted.empty()) {
+        put_back_alone(backup, outcome);
+    }
+    if (options.json) {
+        print_json_outcome(options, "eeprom restore", place, changes, outcome);
+    } else if (outcome.error.empty()) {
+        print_wrapped(options.out,
+                      fmt::format("{}: {}{}", place.name,
+                                  changes.empty() ? "is as the backup has it" : "restored",
+                                  lifted.empty() ? "" : "; write protection put back: " + lifted),
+                      2);
+    }
+    return outcome.status;
+}
+
+}  // namespace
+
 ImagePlace place_now(const Backup &backup, const Options &options) {
     std::vector<std::string> words;
     std::istringstream stream(backup.place.name);
@@ -102,37 +151,14 @@ ImagePlace place_now(const Backup &backup, const Options &options) {
     return place;
 }
 
-int restore(const Options &options, Request request) {
-    const Backup backup = load_backup(request.words.front());
-    const ImagePlace place = place_now(backup, options);
-    const eeprom::Bytes now = read_image(place);
-    if (progress_of(backup, now) == Progress::neither && !options.force) {
-        throw EepromFailure(
-            kExitReadingFailed,
-            fmt::format("{}: it holds {}: another unit may be plugged; --force writes all the same",
-                        place.name, progress_text(backup, now)));
-    }
-    const auto changes = eeprom::differences(now, backup.before);
-    const WriteOutcome outcome = write_image(place, now, backup.before, request.write);
-    if (options.json) {
-        print_json_outcome(options, "eeprom restore", place, changes, outcome);
-    } else if (outcome.error.empty()) {
-        fmt::print(options.out, "{}: {}\n", place.name,
-                   changes.empty() ? "is as the backup has it" : "restored");
-    }
-    return outcome.status;
-}
-
-}  // namespace
-
 int reporting(const std::function<int()> &run) {
     try {
         return run();
     } catch (const EepromFailure &failure) {
-        fmt::print(stderr, "dfdctl: {}\n", failure.what());
+        complain(failure.what());
         return failure.status;
     } catch (const eeprom::Error &error) {
-        fmt::print(stderr, "dfdctl: {}\n", error.what());
+        complain(error.what());
         return kExitReadingFailed;
     }
 }
