@@ -224,6 +224,8 @@ TEST_F(Commands, ExitStatusesTellWhoFailed) {
         {"ls $D/mine/a.bin >&2", 0, "a.bin"},
         {"ulimit -n 64; $V run --trace $D -- cat /etc/cfg/dfd/a.cfg", 0, "] open /etc/cfg/dfd/a"},
         {"$V --help >&2", 0, "peek"},
+        {"! (for c in '' run show peek poke reset; do $V $c --help; done) | grep '.\\{81\\}'", 0,
+         ""},
         {"$V peek $D /dev/cpld1 0", 1, "did you mean /dev/cpld0?"},
         {"$V peek $D /dev/cpld0 256", 1, "has 256 bytes, 0x00 to 0xff"},
         {"$V peek $D /dev/cpld0 0xff 2", 1, "has 256 bytes"},

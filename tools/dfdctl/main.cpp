@@ -122,6 +122,23 @@ std::string unexpected_word(const CLI::App &app, const std::string &word) {
                        is_option ? dfd_tools::did_you_mean(word, views) : std::string());
 }
 
+/// "'eeprom verify' takes [IMAGE]: a file, board, ..." where words are missing or too many.
+std::string expected_words(const CLI::App &command, const CLI::ParseError &error) {
+    const std::string reason = error.what();
+    for (const CLI::Option *option : command.get_options()) {
+        if (!option->get_positional() || !reason.starts_with(option->get_name(true))) {
+            continue;
+        }
+        const CLI::App *above = command.get_parent();
+        const bool is_below = above != nullptr && above->get_parent() != nullptr;
+        const std::string type = option->get_type_name();
+        return fmt::format("'{}{}' takes {}: {}", is_below ? above->get_name() + " " : "",
+                           command.get_name(), type == "TEXT" ? option->get_name(true) : type,
+                           option->get_description());
+    }
+    return {};
+}
+
 /// What is wrong with the command line, with the nearest names for a mistyped word.
 std::string usage_message(const CLI::App &app, const CLI::ParseError &error,
                           std::span<char *const> words) {
@@ -133,6 +150,9 @@ std::string usage_message(const CLI::App &app, const CLI::ParseError &error,
     if (dynamic_cast<const CLI::RequiredError *>(&error) != nullptr &&
         !path.at->get_subcommands({}).empty()) {
         return "a command is missing; " + command_list(*path.at);
+    }
+    if (const std::string text = expected_words(*path.at, error); !text.empty()) {
+        return text;
     }
     const std::vector<std::string> rest = app.remaining(true);
     if (dynamic_cast<const CLI::ExtrasError *>(&error) != nullptr && !rest.empty()) {

@@ -25,15 +25,16 @@ constexpr unsigned kMaxCount = 0x100000;
 
 constexpr const char *kAbout = R"(Runs programs on a virtual chassis.
 
-A chassis is a directory with a description, chassis.toml: which CPLDs, FPGA and I2C devices there
-are. Programs run on it unmodified, without hardware and without root, and see its devices under
-/dev and its files under /etc/cfg/dfd and /tmp.)";
+A chassis is a directory with a description, chassis.toml: which CPLDs, FPGA and
+I2C devices there are. Programs run on it unmodified, without hardware and
+without root, and see its devices under /dev and its files under /etc/cfg/dfd
+and /tmp.)";
 
 constexpr const char *kRunUsage = "vchassis run [OPTIONS] DIR -- COMMAND...";
 
 constexpr const char *kExitText = R"(Exit status of `run`: that of COMMAND; 125 when the chassis is
-unusable, 126 when COMMAND cannot be started, 127 when it is not found. Of the other commands: 0, or
-1 on failure. Of all: 2 for wrong usage.)";
+unusable, 126 when COMMAND cannot be started, 127 when it is not found. Of the
+other commands: 0, or 1 on failure. Of all: 2 for wrong usage.)";
 
 // `[--] COMMAND...` is cut off before the options are parsed: its options are none of ours.
 std::vector<std::string> cut_command(std::vector<std::string> &arguments) {
@@ -56,18 +57,17 @@ void fill_in_trace(std::vector<std::string> &arguments) {
 void add_directory(CLI::App *command, Place &place) {
     command->add_option("DIR", place.dir, "directory of the chassis")->required();
     command->add_option("--state", place.state,
-                        "directory for the contents of the devices (default: DIR/state)");
+                        "directory of device contents (default: DIR/state)");
 }
 
 void add_run(CLI::App &app, RunOptions &options) {
     CLI::App *run = app.add_subcommand("run", "Run COMMAND on the chassis: run DIR -- COMMAND...");
     add_directory(run, options.place);
-    run->add_option("--trace", options.trace,
-                    "print each device access to standard error, or to FILE")
+    run->add_option("--trace", options.trace, "print each device access to stderr, or to FILE")
         ->type_name("[=FILE]");
     run->add_flag("--real-time", options.real_time, "let sleeps take their time");
     run->add_option("--signal-at", options.signal_at,
-                    "send SIGNAL (default KILL) before the Nth access to a device")
+                    "send SIGNAL (default KILL) before the Nth access")
         ->type_name("N[:SIGNAL]");
     run->callback([&options] { throw CLI::RuntimeError(run_command(options)); });
 }
@@ -79,7 +79,7 @@ void add_show(CLI::App &app, Place &place) {
 }
 
 void add_peek_and_poke(CLI::App &app, Access &access) {
-    const std::string device = "/dev/cpld0, or /dev/i2c-0:0x57 for a device on a bus";
+    const std::string device = "/dev/cpld0; on a bus: /dev/i2c-0:0x57";
     const std::string reg = "address of the byte, or name of the register";
     CLI::App *peek = app.add_subcommand("peek", "Print bytes of a device");
     add_directory(peek, access.place);
@@ -89,8 +89,7 @@ void add_peek_and_poke(CLI::App &app, Access &access) {
         ->check(CLI::Range(1U, kMaxCount));
     peek->callback([&access] { throw CLI::RuntimeError(peek_bytes(access)); });
 
-    CLI::App *poke = app.add_subcommand(
-        "poke", "Set bytes of a device, as the hardware around it would: past read-only bits");
+    CLI::App *poke = app.add_subcommand("poke", "Set bytes of a device, past read-only bits, too");
     add_directory(poke, access.place);
     poke->add_option("DEVICE", access.device, device)->required();
     poke->add_option("REG", access.reg, reg)->required();

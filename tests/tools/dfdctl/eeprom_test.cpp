@@ -153,7 +153,12 @@ TEST(EepromUnits, WrongWordsNameTheRightOnes) {
         {"set fan 1 serial_number=NEW --yes --backup /no/where/file", 4,
          "cannot be saved in /no/where/file: No such file or directory; nothing was written"},
         {"restore /etc/passwd", 2, "this is no backup of dfdctl"},
-        {"encode a b c", 2, "b"},
+        {"encode a b c", 2, "'eeprom encode' takes DESCRIPTION IMAGE: A text file"},
+        {"encode a", 2, "'eeprom encode' takes DESCRIPTION IMAGE: A text file"},
+        {"restore", 2, "'eeprom restore' takes FILE: File that 'set' has written"},
+        {"verify fan 1 fan 2", 2, "'eeprom verify' takes [IMAGE]: A file, board, fan N"},
+        {"encode /tmp unit.bin", 1, "/tmp: it is a directory; the file of a description is"},
+        {"encode /dev/null unit.bin", 1, "/dev/null: it describes nothing: a section such as"},
     };
     const Field field;
     const std::string before = field.eeprom("decode fan 1").out;

@@ -221,33 +221,34 @@ ordered_json image_json(const eeprom::Bytes &image, const Decoded &decoded) {
 
 void add_read_commands(Command &group, const Options &options) {
     const auto add = [&](const char *name, const char *description, const char *example,
-                         const char *usage, std::size_t fewest, std::size_t most,
+                         const char *usage, const char *help, std::size_t fewest, std::size_t most,
                          int (*run)(const Options &, const Request &)) {
         auto request = std::make_shared<Request>();
         Command command = group.subcommand(name, description, example);
-        command.words(kWhat, request->words, kWhatHelp, usage, fewest, most);
+        command.words(kWhat, request->words, help, usage, fewest, most);
         command.runs(
             [&options, request, run] { return reporting([&] { return run(options, *request); }); });
         return std::pair(command, request);
     };
     auto [decode_command, decode_request] =
         add("decode", "Print what an image says, as text for 'encode'",
-            "dfdctl eeprom decode fan 2", "[IMAGE]", 0, 2, decode);
+            "dfdctl eeprom decode fan 2", "[IMAGE]", kWhatHelp, 0, 2, decode);
     decode_command.flag("--lenient", decode_request->lenient,
                         "Print what can be read of an image with faults");
     add_place_options(decode_command, decode_request->place);
     auto [verify_command, verify_request] =
-        add("verify", "List every fault of an image", "dfdctl eeprom verify board", "[IMAGE]", 0, 2,
-            verify);
+        add("verify", "List every fault of an image", "dfdctl eeprom verify board", "[IMAGE]",
+            kWhatHelp, 0, 2, verify);
     verify_command.option("--backup", verify_request->backup,
                           "Also tell how far the change came that this was saved for", "FILE");
     add_place_options(verify_command, verify_request->place);
     auto [diff_command, diff_request] =
         add("diff", "Show what two images have otherwise", "dfdctl eeprom diff fan 1 fan 2",
-            "IMAGE IMAGE", 1, 4, diff);
+            "IMAGE IMAGE", kWhatHelp, 1, 4, diff);
     add_place_options(diff_command, diff_request->place);
     add("encode", "Build an image file from a text", "dfdctl eeprom encode unit.toml unit.bin",
-        "DESCRIPTION IMAGE", 2, 2, encode);
+        "DESCRIPTION IMAGE", "A text file as 'decode' prints it, and the file to write", 2, 2,
+        encode);
 }
 
 }  // namespace dfdctl
