@@ -221,6 +221,19 @@ void check_names_in(Check &check, const NameRule &rule, const Boards &boards) {
     }
 }
 
+/// Directories with the name of a list, however that is written.
+void check_closed_lists(Check &check) {
+    std::error_code error;
+    for (const fs::directory_entry &entry :
+         fs::directory_iterator(check.root() + std::string(kListDirectory), error)) {
+        const std::string name = entry.path().filename();
+        if (is_number_name(name) && !is_hex_name(name) && entry.is_directory(error)) {
+            check.at_file("file-name-odd", std::string(kListDirectory) + name, 1,
+                          fmt::format("a directory, and never read: {}", kNameRules[0].form));
+        }
+    }
+}
+
 void check_directory(Check &check, const Boards &boards) {
     const std::string &root = check.root();
     check_open(check, kChassisDirectory, false);
@@ -237,6 +250,7 @@ void check_directory(Check &check, const Boards &boards) {
     for (const NameRule &rule : kNameRules) {
         check_names_in(check, rule, boards);
     }
+    check_closed_lists(check);
     if (!boards.has_unread_list) {
         check_unloaded(check, boards);
     }

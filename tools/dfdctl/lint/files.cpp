@@ -231,6 +231,12 @@ void check_missing_chassis(Check &check, const ConfigFile &file) {
 
 }  // namespace
 
+bool has_all_files(const LoadRecord &log) {
+    return std::ranges::none_of(log.files, [](const ConfigFile &file) {
+        return file.role == FileRole::listed && !file.opened;
+    });
+}
+
 bool is_chassis_unclear(const Check &check) {
     return check.has_error(DFD_KEY_E2_SETMAC);
 }

@@ -10,6 +10,9 @@
 
 namespace dfdctl::lint {
 
+/// Whether each file of the board's list was opened.
+bool has_all_files(const LoadRecord &log);
+
 inline constexpr std::string_view kBoardDirectory = "/etc/cfg/dfd/";
 inline constexpr std::string_view kListDirectory = "/etc/cfg/dfd/file_name/";
 inline constexpr std::string_view kFileDirectory = "/etc/cfg/dfd/cfg_file/";

@@ -61,6 +61,31 @@ TEST(Lint, GoodBoardsAreClean) {
     EXPECT_EQ(result.err, "");
 }
 
+TEST(Lint, OneCauseIsOneFinding) {
+    const tools_test::Board whole("demo");
+    const fs::path directory = "etc/cfg/dfd/cfg_file";
+    int files = 0;
+    for (const fs::directory_entry &entry : fs::directory_iterator(whole.file(directory))) {
+        const std::string name = entry.path().filename();
+        if (name == "card_pid.cfg") {
+            continue;
+        }
+        const tools_test::Board board("demo");
+        fs::remove(board.file(directory / name));
+        const json document =
+            run(BUILD_DIR "/dfdctl --json lint --root " + board.file("").string()).json();
+        for (const json &finding : document["findings"]) {
+            const bool is_cause = finding["rule"] == "file-missing";
+            EXPECT_EQ(finding["severity"] == "note", !is_cause) << name << finding;
+        }
+        ++files;
+    }
+    EXPECT_GT(files, 10);
+    fs::create_directory(whole.file("etc/cfg/dfd/file_name/0x3F"));
+    EXPECT_THAT(run(BUILD_DIR "/dfdctl --wide lint --root " + whole.file("").string()).out,
+                HasSubstr("file_name/0x3F:1:1: warning [file-name-odd]: a directory, and never "));
+}
+
 /// The corpus compares the text; here the other forms are compared with it.
 TEST(Lint, FormsAgree) {
     for (const char *const arguments : {"lines/*.cfg", "--root files"}) {
