@@ -191,6 +191,24 @@ TEST(Metrics, WhatFailsIsLeftOutAndCounted) {
     EXPECT_EQ(samples.at("dfd_up"), 1);
 }
 
+TEST(Metrics, ADeadBusAndWhatIsNotAskedAnyMoreFailToo) {
+    const Board board("demo");
+    ASSERT_EQ(
+        run(fmt::format("sed -i 's/bus = 2$/bus = 7/' {}", board.file("chassis.toml").string()))
+            .status,
+        0);
+    board.append("chassis.toml", "[[bus]]\nnumber = 2\nabsent_error = 'ETIMEDOUT'\n");
+    Samples samples = metrics_of(board, 1);
+    for (const char *device :
+         {"/dev/i2c-2", "/dev/i2c-2 0x50", "/dev/i2c-2 0x51", "/dev/i2c-2 0x52", "/dev/i2c-2 0x53",
+          "/dev/i2c-2 0x58", "/dev/i2c-2 0x59", "/dev/i2c-2 0x5a", "/dev/i2c-2 0x5b"}) {
+        EXPECT_GT(samples[fmt::format("dfd_device_failures{{device=\"{}\"}}", device)], 0)
+            << device;
+    }
+    EXPECT_TRUE(samples.contains("dfd_device_failures{device=\"/dev/i2c-1\"}"));
+    EXPECT_EQ(samples["dfd_device_failures{device=\"/dev/i2c-1\"}"], 0);
+}
+
 TEST(Metrics, JudgedReadingsAreCountedOnce) {
     const Board board("demo");
     EXPECT_EQ(metrics_of(board)["dfd_judgements{severity=\"alarm\"}"], 1);  // supply 4

@@ -100,7 +100,8 @@ bool ReadPass::is_retry(const Read &read) const {
            found->second.attempts < kAttempts && fault_of(*found->second.failure).is_worth_retry;
 }
 
-bool ReadPass::fails(const FailedTransfer &failure, int *result) {
+bool ReadPass::fails(const Transfer &transfer, const FailedTransfer &failure, int *result) {
+    ++failures_[device_of(transfer)];
     is_answered_ = true;
     *result = DFD_ERR;
     failed_.push_back(failure);
@@ -119,7 +120,7 @@ bool ReadPass::answer(const Transfer &transfer, int *result) {
     std::erase_if(known_, [&](const auto &known) { return known.first.path == transfer.path; });
     const FailedTransfer *failure = dead(transfer);
     return failure != nullptr && fault_of(*failure).fault == Fault::timed_out &&
-           fails(*failure, result);
+           fails(transfer, *failure, result);
 }
 
 bool ReadPass::answer_read(const Transfer &transfer, int *result) {
@@ -131,7 +132,7 @@ bool ReadPass::answer_read(const Transfer &transfer, int *result) {
     }
     if (found == known_.end()) {
         const FailedTransfer *failure = dead(transfer);
-        return failure != nullptr && fails(*failure, result);
+        return failure != nullptr && fails(transfer, *failure, result);
     }
     Known &known = found->second;
     known.reading = reading_;
@@ -148,6 +149,7 @@ void ReadPass::note_answer(const Transfer &transfer) {
     const std::string device = device_of(transfer);
     alive_.insert(device);
     failures_.try_emplace(device);
+    failures_.try_emplace(transfer.path);
     dead_.erase(device);
     timed_out_.erase(transfer.path);
 }
@@ -157,6 +159,7 @@ void ReadPass::note_failure(const Read &read, const FailedTransfer &failed) {
     const FaultRow &fault = fault_of(failed);
     failed_.push_back(failed);
     ++failures_[device];
+    failures_.try_emplace(failed.path);
     auto &strikes = strikes_[device];
     strikes.insert(read);
     const bool is_proved = static_cast<int>(strikes.size()) >= fault.failures;
@@ -170,6 +173,7 @@ void ReadPass::note_failure(const Read &read, const FailedTransfer &failed) {
     }
     std::string &last = timed_out_[failed.path];
     if (!last.empty() && last != device) {
+        ++failures_[failed.path];
         dead_.emplace(failed.path,
                       FailedTransfer{failed.path, std::nullopt, failed.call, failed.error});
     }

@@ -35,8 +35,10 @@ class ReadPass {
 
     /// Failed transfers in their order, those answered from memory included.
     const std::vector<FailedTransfer> &failed() const { return failed_; }
-    /// How many were made, and by each device that was asked how many of those failed.
+    /// How many were made.
     std::size_t made() const { return made_; }
+    /// By device and bus, how many failed or were given up because it is dead: 0 where it works. Of
+    /// a bus only those that say that it is dead.
     const std::map<std::string, std::size_t> &failures() const { return failures_; }
 
     /// What is asked for from now on belongs to another reading.
@@ -66,7 +68,7 @@ class ReadPass {
     void transferred(const dfd::watch::Transfer &transfer, int result,
                      const dfd::watch::Failure &failure);
     bool skips_pause();
-    bool fails(const FailedTransfer &failure, int *result);
+    bool fails(const dfd::watch::Transfer &transfer, const FailedTransfer &failure, int *result);
     bool is_retry(const Read &read) const;
     const FailedTransfer *dead(const dfd::watch::Transfer &transfer) const;
     void note_failure(const Read &read, const FailedTransfer &failed);

@@ -122,9 +122,11 @@ int tell_metrics(const Options &options, const std::string &textfile) {
         complain(why_unusable(library));
     }
     for (const auto &[device, failures] : pass.failures()) {
-        add_count(metrics, "dfd_device_failures",
-                  "transfers of the device that failed in this pass", {{"device", device}},
-                  failures);
+        add_count(
+            metrics, "dfd_device_failures",
+            "transfers of the device or bus that failed in this pass, or were given up because "
+            "it is dead",
+            {{"device", device}}, failures);
     }
     add_count(metrics, "dfd_pass_transfers", "transfers that this pass made", {}, pass.made());
     metrics.add("dfd_pass_duration_seconds", "time that this pass took", {},
