@@ -25,8 +25,8 @@ constexpr const char *kDescription =
 constexpr const char *kFooter =
     "Exit status:\n"
     "  0  done\n"
-    "  1  check found problems, some reading failed, a value written does not read back, or lint\n"
-    "     found mistakes\n"
+    "  1  check found problems, some reading failed, a value written does not read back, or lint "
+    "found mistakes\n"
     "  2  mistake on the command line, or the configuration cannot be used\n"
     "  3  not supported: not configured on this board\n"
     "  4  the hardware or the output cannot be accessed\n"
@@ -175,7 +175,7 @@ std::string version() {
 
 int run(int argc, char **argv, Options &options) {
     CLI::App app{kDescription, "dfdctl"};
-    app.footer(help_footer("dfdctl show board", kFooter));
+    app.footer(help_footer("dfdctl check", kFooter));
     set_up_help(app);
     app.require_subcommand(1);
     app.fallthrough();

@@ -5,6 +5,8 @@
 #include <unistd.h>
 #include <algorithm>
 #include <cctype>
+#include <charconv>
+#include <cstdint>
 #include <cstdlib>
 #include <limits>
 #include <numeric>
@@ -111,6 +113,17 @@ std::string cut_front(const std::string &path) {
     const std::size_t name = path.rfind('/');
     return std::string(kCutMark) +
            path.substr(name != std::string::npos ? std::max(name, begin) : begin);
+}
+
+bool follows(std::string_view number, std::string_view next) {
+    std::uint32_t one = 0;
+    std::uint32_t other = 0;
+    const auto is_number = [](std::string_view text, std::uint32_t &value) {
+        const char *end = text.data() + text.size();
+        const auto result = std::from_chars(text.data(), end, value);
+        return result.ec == std::errc() && result.ptr == end;
+    };
+    return is_number(number, one) && is_number(next, other) && other == one + 1;
 }
 
 /// Zeros where nothing tells it.
@@ -229,6 +242,19 @@ std::vector<std::string> with_commas(std::vector<std::string> pieces) {
         pieces[i] += ",";
     }
     return pieces;
+}
+
+std::vector<std::string> ranges_of(const std::vector<std::string> &names) {
+    std::vector<std::string> ranges;
+    for (std::size_t i = 0; i < names.size();) {
+        std::size_t last = i;
+        while (last + 1 < names.size() && follows(names[last], names[last + 1])) {
+            ++last;
+        }
+        ranges.push_back(i == last ? names[i] : fmt::format("{}-{}", names[i], names[last]));
+        i = last + 1;
+    }
+    return ranges;
 }
 
 void print_named(std::FILE *out, std::string_view name, std::size_t width, std::string_view text) {

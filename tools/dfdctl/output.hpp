@@ -44,6 +44,8 @@ void print_wrapped(std::FILE *out, const std::string &text, std::size_t indent);
 void print_pieces(std::FILE *out, const std::string &label, const std::vector<std::string> &pieces);
 /// "a," "b," "c"
 std::vector<std::string> with_commas(std::vector<std::string> pieces);
+/// "1-4", "9", "own": neighbouring numbers as a range, other names as they are.
+std::vector<std::string> ranges_of(const std::vector<std::string> &names);
 /// "  name            text", wrapped behind the margin of `width` columns for the name.
 void print_named(std::FILE *out, std::string_view name, std::size_t width, std::string_view text);
 

@@ -54,6 +54,8 @@ class Process {
         waitpid(pid_, &status, WUNTRACED);
         return status;
     }
+    /// As a terminal that its user stops with Ctrl-S.
+    void stop_output() const { EXPECT_EQ(write(ours_, "\x13", 1), 1); }
     void go_on() const { kill(pid_, SIGCONT); }
 
     std::string registers(const char *device) const { return read_file(state_ / device); }
@@ -205,6 +207,36 @@ TEST(ControlSignals, ASignalWaitsForTheLastWrite) {
             }
         }
     }
+}
+
+std::size_t writes_so_far(const std::string &trace) {
+    std::size_t count = 0;
+    std::istringstream lines(read_file(trace));
+    for (std::string line; std::getline(lines, line);) {
+        count += line.find("] write /dev/") != std::string::npos ? 1 : 0;
+    }
+    return count;
+}
+
+TEST(ControlSignals, ATerminalThatTakesNoTextStopsNoWrite) {
+    using std::chrono::steady_clock;
+    const Board board("demo");
+    const char *arguments = "--debug 3 slot reset all --yes";
+    const std::string trace = board.file("trace").string();
+    const std::string stopped = board.file("trace-stopped").string();
+    const Process whole(board, "whole", "--trace=" + trace, arguments);
+    EXPECT_EQ(whole.wait(), 0) << whole.err();
+    const std::size_t all = writes_so_far(trace);
+    ASSERT_GT(all, 1U);
+    const Process run(board, "stopped", "--trace=" + stopped, arguments, Process::Output::terminal);
+    run.stop_output();
+    const auto end = steady_clock::now() + std::chrono::seconds(20);
+    while (writes_so_far(stopped) < all && steady_clock::now() < end) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    EXPECT_EQ(writes_so_far(stopped), all);
+    run.hang_up();
+    run.wait();
 }
 
 TEST(ControlSignals, EachSignalThatEndsOrStopsWaits) {

@@ -190,6 +190,11 @@ TEST(Control, NothingIsWrittenWhereTheStateCannotBeRead) {
         {"fan speed 2 3", 4, "nothing was done, whether it is there cannot be read"},
     };
     expect_faults(board, cases);
+    for (const FaultCase &each : cases) {
+        EXPECT_THAT(control(board, std::string(each.arguments) + " --yes").err,
+                    HasSubstr("; its driver is not loaded, or the items name the wrong node"))
+            << each.arguments;
+    }
     for (const char *range :
          {"/dev/cpld0 0x00 0x40", "/dev/cpld1 0x00 0x40", "/dev/fpga0 0x30 16"}) {
         EXPECT_EQ(board.vchassis("peek", range).out, Board("demo").vchassis("peek", range).out);
@@ -199,6 +204,37 @@ TEST(Control, NothingIsWrittenWhereTheStateCannotBeRead) {
     EXPECT_EQ(all.status, 4);
     EXPECT_THAT(all.err, HasSubstr("slot 3: done, but it cannot be read back"));
     EXPECT_THAT(all.out, HasSubstr("slot 5: 0 (released) -> reset -> 0 (released)\n"));
+}
+
+// Their reset lines keep their level all the time; slots 1, 4 and 7 of the demo have no card.
+TEST(Control, AResetOfAllLeavesOutEmptySlots) {
+    const Board board("demo");
+    const std::string trace = board.file("trace").string();
+    const Result result =
+        run_tool(fmt::format("vchassis run --trace={} {} -- {}/dfdctl slot reset all --yes", trace,
+                             board.file("").string(), BUILD_DIR));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.out, HasSubstr("slot 3: 0 (released) -> reset -> 0 (released)\n"));
+    EXPECT_THAT(result.err, HasSubstr("dfdctl: slot 4: no card in slot 4\n"));
+    EXPECT_THAT(result.out, testing::Not(HasSubstr("slot 4: ")));
+    constexpr unsigned long kSlot3 = 1U << 2;
+    constexpr unsigned long kSlot4 = 1U << 3;
+    const std::string accesses = read_file(trace);
+    const std::string write = "write /dev/cpld1 @0x0013 [";
+    unsigned long low = 0;
+    for (std::size_t at = accesses.find(write); at != std::string::npos;
+         at = accesses.find(write, at + 1)) {
+        low |= ~std::stoul(accesses.substr(at + write.size(), 2), nullptr, 16);
+    }
+    EXPECT_NE(low & kSlot3, 0U);
+    EXPECT_EQ(low & kSlot4, 0U);
+    const json document = control(board, "slot reset all --yes --json").json();
+    int skipped = 0;
+    for (const json &change : document["changes"]) {
+        skipped += change["note"] == "no card in " + std::string(change["target"]) ? 1 : 0;
+        EXPECT_EQ(change["error"], nullptr) << change;
+    }
+    EXPECT_GT(skipped, 0);
 }
 
 TEST(Control, ARegisterThatDoesNotTakeItIsNoSuccess) {
@@ -245,6 +281,7 @@ TEST(Control, OthersOwnWhatItMustNotTouch) {
         {"slot reset 4", 1, "no card in slot 4"},
         {"slot power 4 off", 1, "no card in slot 4"},
         {"fan speed 4 3", 1, "the fan tray is not plugged"},
+        {"led set fan-in-fan red 4", 1, "the fan tray is not plugged"},
     };
     expect_faults(board, absent);
     board.append("tmp/.factory_disabale_cli_tty", "");
@@ -419,6 +456,16 @@ TEST(Control, ADispatchTellsWhatTheLibraryReadsCallsAndClears) {
     EXPECT_EQ(call["type"], "power");
     EXPECT_EQ(call["values"], json({1, 0, 0}));
     EXPECT_EQ(call["position"], "0.0.0");
+
+    EXPECT_EQ(again["still_pending"], json::array());
+
+    // Cleared elsewhere, it stays.
+    board.append("etc/cfg/dfd/chassis/8.cfg", "3rd_irq_clear.reg_offset_0_0=0x7f\n");
+    board.vchassis("poke", "/dev/cpld0 0x10 0xf1");
+    EXPECT_THAT(control(board, "irq dispatch --yes").out,
+                HasSubstr("\npending  still: power, unit 1 (values 1 0 0), source 0.0.0\n"));
+    EXPECT_EQ(control(board, "irq dispatch --yes --json").json()["still_pending"],
+              json::array({{{"position", "0.0.0"}, {"type", "power"}, {"values", {1, 0, 0}}}}));
 
     board.append("etc/cfg/dfd/chassis/8.cfg", "1st_irq_status.fpath=/dev/cpld9\n");
     const Result broken = control(board, "irq dispatch --yes");

@@ -87,7 +87,8 @@ TEST_P(Faults, AreNamedByTheReading) {
     const Result text = board.dfdctl(fmt::format("get {}", each.item));
     EXPECT_EQ(text.status, 4);
     EXPECT_EQ(text.out, "");
-    EXPECT_THAT(text.err, HasSubstr(fmt::format("{}: {}", each.device, each.words)));
+    EXPECT_THAT(text.err, HasSubstr(fmt::format("{}: {}; ", each.device, each.words)))
+        << "and what to do";
     const json reading = board.dfdctl(fmt::format("get {} --json", each.item)).json()["reading"];
     EXPECT_EQ(reading["status"], "io_error");
     EXPECT_EQ(reading["device"], each.device);

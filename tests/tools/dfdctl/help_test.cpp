@@ -76,6 +76,18 @@ TEST(Help, KeepsTheWidth) {
     }
 }
 
+TEST(Help, ASentenceIsOne) {
+    for (const Help &help : helps()) {
+        for (const std::string &line : help.lines) {
+            EXPECT_THAT(line, testing::Not(testing::ContainsRegex("; [A-Z][a-z]"))) << help.command;
+        }
+    }
+    for (const std::string &line : help_of("", "--wide").below("Exit status:")) {
+        EXPECT_THAT(line, testing::ContainsRegex("^  [0-4]  |^Without hardware: "));
+    }
+    EXPECT_EQ(helps().front().below("Example:"), std::vector<std::string>{"  dfdctl check"});
+}
+
 TEST(Help, ExamplesWork) {
     const std::string kProgram = "dfdctl ";
     const Board board("demo");

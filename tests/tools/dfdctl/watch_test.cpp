@@ -221,7 +221,7 @@ TEST(Watch, RefusesWhatItCannotShow) {
     };
     const Case cases[] = {
         {"fan", "there is no page 'fan'; the pages are: check, board, slots, fans, power, "},
-        {"power 9", "there is no supply 9; this board has 1, 2, 3, 4"},
+        {"power 9", "there is no supply 9; this board has 1-4"},
         {"board 1", "page board has no units"},
         {"fans -n 0", "-n: '0' is no number from 0.1 to 86400"},
         {"fans -n soon", "-n: 'soon' is no number"},

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "dfdctl/board/units.hpp"
 
+#include <dfd/access.h>
 #include <dfd/fan.h>
 #include <dfd/keys.h>
 #include <dfd/records.h>
@@ -9,10 +10,12 @@
 #include <iterator>
 
 #include "dfdctl/command.hpp"
+#include "dfdctl/output.hpp"
 #include "framework/item.h"
 #include "hal/irq_distrib.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 namespace dfdctl {
 
@@ -91,17 +94,11 @@ std::vector<Item> possible_positions(std::vector<Item> items) {
 }  // namespace
 
 std::string ranges_text(const Numbers &numbers) {
-    std::string text;
-    for (auto at = numbers.begin(); at != numbers.end(); ++at) {
-        const std::uint32_t first = *at;
-        std::uint32_t last = first;
-        while (std::next(at) != numbers.end() && *std::next(at) == last + 1) {
-            last = *++at;
-        }
-        text += (text.empty() ? "" : ", ") +
-                (last > first ? fmt::format("{}-{}", first, last) : std::to_string(first));
+    std::vector<std::string> names;
+    for (const std::uint32_t number : numbers) {
+        names.push_back(std::to_string(number));
     }
-    return text;
+    return fmt::format("{}", fmt::join(ranges_of(names), ", "));
 }
 
 std::uint32_t unit_number(const std::string &word, std::string_view what, const Numbers &numbers,
@@ -183,6 +180,31 @@ Numbers channels_of(const LoadRecord &record, std::uint32_t card) {
 
 std::vector<Item> irq_sources(const LoadRecord &record) {
     return possible_positions(items_of(record, DFD_KEY_IRQ_INFO));
+}
+
+std::pair<Item, std::uint32_t> irq_status(const Item &source) {
+    const Position at = position_of(source);
+    const Item third = item_of(DFD_KEY_3RD_IRQ_STATUS, at.i, at.j);
+    const Item second = item_of(DFD_KEY_2ND_IRQ_STATUS, at.i);
+    if (record_of<char>(third) != nullptr) {
+        return {third, at.k};
+    }
+    if (record_of<char>(second) != nullptr) {
+        return {second, at.j};
+    }
+    return {item_of(DFD_KEY_1ST_IRQ_STATUS), at.i};
+}
+
+int read_irq_pending(const Item &source, bool *is_pending) {
+    const auto *polarity = record_of<irq_ctrl_t>(item_of(DFD_KEY_IRQ_CTRL_INFO));
+    const auto [item, bit] = irq_status(source);
+    int value = 0;
+    const int code = dfd_info_get_int(item.key(), &value, nullptr);
+    if (code != DFD_OK || polarity == nullptr) {
+        return code != DFD_OK ? code : DFD_ERR_NOT_SUPPORTED;
+    }
+    *is_pending = ((value >> bit & 1) != 0) == (polarity->irq_flag != 0);
+    return DFD_OK;
 }
 
 std::vector<Item> irq_masks(const LoadRecord &record, std::uint32_t type) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <set>
+#include <utility>
 
 #include "dfdctl/board/load_record.hpp"
 
@@ -39,6 +40,10 @@ Numbers first_indexes(const LoadRecord &record, std::uint32_t type);
 Numbers second_indexes(const LoadRecord &record, std::uint32_t type, std::uint32_t index1);
 /// Items of the interrupt sources that a dispatch can find.
 std::vector<Item> irq_sources(const LoadRecord &record);
+/// The deepest status register that is configured for such a source, and its bit there.
+std::pair<Item, std::uint32_t> irq_status(const Item &source);
+/// Whether it is raised, as a dispatch would find it; clears nothing. The result of the engine.
+int read_irq_pending(const Item &source, bool *is_pending);
 /// Configured masks of such a source.
 std::vector<Item> irq_masks(const Item &source);
 /// Items of the masks that are written to mask all interrupts of a type.

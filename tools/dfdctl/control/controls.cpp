@@ -21,6 +21,7 @@
 #include "dfdctl/board/units.hpp"
 #include "dfdctl/board/value_words.hpp"
 #include "dfdctl/board/write_protection.hpp"
+#include "dfdctl/control/run.hpp"
 #include "framework/dfd_info/bits.h"
 #include "framework/platform.h"
 #include "hal/facts.h"
@@ -34,6 +35,7 @@ namespace dfdctl {
 namespace {
 
 constexpr const char *kAll = "all";
+constexpr const char *kNoTray = "the fan tray is not plugged";
 
 std::uint32_t number_of(const std::string &text, const char *what, std::uint32_t last) {
     std::uint32_t number = 0;
@@ -103,8 +105,8 @@ void require_present(Change &change, const Item &presence, const std::string &ab
     const Reading reading = read_register(presence);
     const auto *number = std::get_if<std::int64_t>(&reading.value);
     if (number == nullptr) {
-        change.obstacle =
-            fmt::format("nothing was done, whether it is there cannot be read: {}", reading.error);
+        change.obstacle = fmt::format("nothing was done, whether it is there cannot be read: {}",
+                                      error_with_advice(reading));
         change.obstacle_status = kExitIo;
     } else if (*number == 0) {
         change.obstacle = absent;
@@ -154,7 +156,7 @@ Change rotor_speed(std::uint32_t fan, std::uint32_t rotor, std::uint32_t level) 
         change.warning =
             fmt::format("fan {} rotor {} will turn slower, what it cools gets hotter", fan, rotor);
     }
-    require_present(change, item_of(DFD_KEY_FAN_STATE, fan), "the fan tray is not plugged");
+    require_present(change, item_of(DFD_KEY_FAN_STATE, fan), kNoTray);
     return change;
 }
 
@@ -205,6 +207,16 @@ std::uint32_t led_unit(const Led &led, const ControlWords &words, const LoadReco
     }
     return unit_number(words[2], "unit", first_indexes(record, led.control),
                        fmt::format("the '{}' LED", led.name));
+}
+
+/// The tray or supply that an LED is on; LEDs of unit 0 are the board's.
+void require_unit(Change &change, const Led &led, std::uint32_t unit) {
+    change.obstacle_status = kExitReadingFailed;
+    if (led.type == DFD_LED_FAN || led.type == DFD_LED_FAN_IN_FAN) {
+        require_present(change, item_of(DFD_KEY_FAN_STATE, unit), kNoTray);
+    } else if (led.type == DFD_LED_POWER) {
+        require_present(change, item_of(DFD_KEY_POWER_PRESENT, unit), "the supply is not plugged");
+    }
 }
 
 std::string led_obstacle(const Led &led, const std::string &state, std::uint32_t *value) {
@@ -259,6 +271,9 @@ std::vector<Change> led_set(const ControlWords &words, const LoadRecord &record)
                             .show = named_register(handed, kNoYes[0], kNoYes[1]),
                             .is_beside = true});
     }
+    if (change.obstacle.empty()) {
+        require_unit(change, led, unit);
+    }
     if (dfd::file_exists(dfd::kFactoryMarker)) {
         change.obstacle =
             fmt::format("the factory console owns the LEDs while {} exists", dfd::kFactoryMarker);
@@ -298,27 +313,92 @@ Signal reset_line(std::uint32_t slot) {
 
 constexpr const char *kStillHeld = "it is still held in reset";
 
-std::vector<Change> slot_reset(const ControlWords &words, const LoadRecord &record) {
-    const bool all = words[0] == kAll;
-    const std::uint32_t slot = all ? 0 : slot_number(words[0], record);
+/// In a reset of all line cards, keeps the library's writes from the reset lines of empty slots.
+class EmptySlotsKept {
+  public:
+    explicit EmptySlotsKept(const Numbers &slots)
+        : hooks_{.context = this,
+                 .engine_begin =
+                     [](void *self, const dfd::watch::EngineCall &call) {
+                         static_cast<EmptySlotsKept *>(self)->begin(call.key);
+                     },
+                 .answer =
+                     [](void *self, const dfd::watch::Transfer &transfer, int *result) {
+                         return static_cast<EmptySlotsKept *>(self)->answer(transfer, result);
+                     }},
+          slots_(slots),
+          outer_(dfd::watch::hooks),
+          watching_(hooks_) {}
+
+  private:
+    void begin(std::uint32_t key) {
+        const Item item = item_of_key(key);
+        is_kept_ = item.type->type == DFD_KEY_RESET_LC && slots_.contains(item.index1);
+    }
+    bool answer(const dfd::watch::Transfer &transfer, int *result) const {
+        if (!is_kept_ || !transfer.is_write) {
+            return ask_outer(outer_, transfer, result);
+        }
+        *result = static_cast<int>(transfer.len);
+        return true;
+    }
+
+    dfd::watch::Hooks hooks_;
+    const Numbers &slots_;
+    const dfd::watch::Hooks *outer_;
+    bool is_kept_ = false;
+    Watching watching_;
+};
+
+constexpr const char *kRestarts = "{}{} will restart and drop traffic";
+
+/// Slots without a card, and those of which that cannot be read, are left out and told.
+std::vector<Change> reset_all() {
     Change change{
-        .target = all ? "all line cards" : fmt::format("slot {}", slot),
-        .requested = "reset",
-        .mismatch = kStillHeld,
-        .is_pulse = true,
-        .execute = [=] { return drv_reset_linecard(static_cast<int>(slot), all ? 1 : 0); }};
-    const int first = all ? dfd::kFirstLineCard : static_cast<int>(slot);
-    const int last = all ? dfd::kLastLineCard : static_cast<int>(slot);
-    for (int each = first; each <= last; ++each) {
-        add_signal(change, reset_line(static_cast<std::uint32_t>(each)));
+        .target = "all line cards", .requested = "reset", .mismatch = kStillHeld, .is_pulse = true};
+    std::vector<Change> left_out;
+    Numbers empty;
+    bool is_own = false;
+    for (std::uint32_t slot = dfd::kFirstLineCard; slot <= dfd::kLastLineCard; ++slot) {
+        Change none{.target = fmt::format("slot {}", slot), .requested = "reset"};
+        if (is_configured(reset_line(slot).item)) {
+            require_card(none, slot);
+        }
+        if (none.obstacle.empty()) {
+            is_own = is_own || (is_own_slot(slot) && is_configured(reset_line(slot).item));
+            add_signal(change, reset_line(slot));
+            continue;
+        }
+        none.obstacle_status = none.obstacle_status == kExitIo ? kExitIo : kExitOk;
+        empty.insert(slot);
+        left_out.push_back(std::move(none));
     }
-    if (!all) {
-        require_card(change, slot);
+    if (change.signals.empty() && !left_out.empty()) {
+        return left_out;
     }
-    const bool is_own = std::ranges::any_of(
-        change.signals, [](const Signal &signal) { return is_own_slot(signal.item.index1); });
-    change.warning = fmt::format("{}{} will restart and drop traffic", change.target,
-                                 is_own ? " and this board itself" : "");
+    change.warning = fmt::format(kRestarts, change.target, is_own ? " and this board itself" : "");
+    change.execute = [empty] {
+        const EmptySlotsKept kept(empty);
+        return drv_reset_linecard(0, 1);
+    };
+    left_out.insert(left_out.begin(), std::move(change));
+    return left_out;
+}
+
+std::vector<Change> slot_reset(const ControlWords &words, const LoadRecord &record) {
+    if (words[0] == kAll) {
+        return reset_all();
+    }
+    const std::uint32_t slot = slot_number(words[0], record);
+    Change change{.target = fmt::format("slot {}", slot),
+                  .requested = "reset",
+                  .mismatch = kStillHeld,
+                  .is_pulse = true,
+                  .execute = [=] { return drv_reset_linecard(static_cast<int>(slot), 0); }};
+    add_signal(change, reset_line(slot));
+    require_card(change, slot);
+    const bool is_own = is_own_slot(slot) && !change.signals.empty();
+    change.warning = fmt::format(kRestarts, change.target, is_own ? " and this board itself" : "");
     return {change};
 }
 

@@ -10,6 +10,7 @@
 
 #include "common/signals_held.hpp"
 #include "dfdctl/board/describe.hpp"
+#include "dfdctl/board/log_capture.hpp"
 #include "dfdctl/board/start.hpp"
 #include "dfdctl/board/units.hpp"
 #include "dfdctl/control/run.hpp"
@@ -63,16 +64,10 @@ void note_register(void * /*context*/, const dfd::watch::EngineCall &call, int r
     }
 }
 
-/// Others that watch, such as those that keep writes from a bus, go on.
-bool ask_outer(void *context, const dfd::watch::Transfer &transfer, int *result) {
-    const auto *outer = static_cast<const dfd::watch::Hooks *>(context);
-    return outer != nullptr && outer->answer != nullptr &&
-           outer->answer(outer->context, transfer, result);
-}
-
 struct Dispatched {
     int result;
     std::vector<Step> steps;
+    std::vector<Item> pending;  ///< sources that are raised after it
 
     int status() const {
         const bool has_failed = std::ranges::any_of(steps, &Step::has_failed);
@@ -86,21 +81,41 @@ Dispatched dispatch(const Library &library) {
     g_loaded = &library.loaded;
     dfd::watch::Hooks hooks;
     hooks.context = const_cast<dfd::watch::Hooks *>(dfd::watch::hooks);
-    hooks.answer = ask_outer;
+    hooks.answer = [](void *outer, const dfd::watch::Transfer &transfer, int *result) {
+        return ask_outer(static_cast<const dfd::watch::Hooks *>(outer), transfer, result);
+    };
     hooks.engine_end = note_register;
-    const Watching watching(hooks);
-    // All controllers share the registers and the sources: one dispatch serves them.
-    done.result = sdd_irq_dispatch(0, note_source);
+    {
+        const Watching watching(hooks);
+        // All controllers share the registers and the sources: one dispatch serves them.
+        done.result = sdd_irq_dispatch(0, note_source);
+    }
     g_steps = nullptr;
+    for (const Item &source : irq_sources(library.loaded)) {
+        bool is_pending = false;
+        if (read_irq_pending(source, &is_pending) == DFD_OK && is_pending) {
+            done.pending.push_back(source);
+        }
+    }
     return done;
+}
+
+std::string source_text(const Item &item) {
+    const auto &source = *record_of<irq_info_t>(item);
+    return fmt::format("{}, unit {} (values {} {} {}), source {}", irq_type_word(source.type),
+                       source.val0, source.val0, source.val1, source.val2, irq_position(item));
+}
+
+nlohmann::ordered_json source_json(const Item &item) {
+    const auto &source = *record_of<irq_info_t>(item);
+    return {{"position", irq_position(item)},
+            {"type", irq_type_word(source.type)},
+            {"values", {source.val0, source.val1, source.val2}}};
 }
 
 std::string line_of(const Step &step) {
     if (step.kind == Step::Kind::called) {
-        const auto &source = *record_of<irq_info_t>(step.item);
-        return fmt::format("handler  {}, unit {} (values {} {} {}), source {}",
-                           irq_type_word(source.type), source.val0, source.val0, source.val1,
-                           source.val2, irq_position(step.item));
+        return "handler  " + source_text(step.item);
     }
     const char *const word = step.kind == Step::Kind::read ? "status" : "cleared";
     if (step.has_failed()) {
@@ -122,10 +137,7 @@ nlohmann::ordered_json step_json(const Step &step) {
         {"type", ordered_json()},
         {"values", ordered_json()}};
     if (is_call) {
-        const auto &source = *record_of<irq_info_t>(step.item);
-        json["position"] = irq_position(step.item);
-        json["type"] = irq_type_word(source.type);
-        json["values"] = {source.val0, source.val1, source.val2};
+        json.update(source_json(step.item));
     }
     return json;
 }
@@ -140,12 +152,18 @@ void tell_steps(const Options &options, const Dispatched &done) {
     const bool has_calls =
         std::ranges::find(done.steps, Step::Kind::called, &Step::kind) != done.steps.end();
     text += has_calls || done.result < 0 ? "" : "no handler was called\n";
+    nlohmann::ordered_json pending = nlohmann::ordered_json::array();
+    for (const Item &source : done.pending) {
+        text += "pending  still: " + source_text(source) + "\n";
+        pending.push_back(source_json(source));
+    }
     if (options.json) {
-        text =
-            nlohmann::ordered_json{
-                {"command", kDispatch}, {"result", done.result}, {"steps", steps}}
-                .dump(2) +
-            "\n";
+        text = nlohmann::ordered_json{{"command", kDispatch},
+                                      {"result", done.result},
+                                      {"steps", steps},
+                                      {"still_pending", pending}}
+                   .dump(2) +
+               "\n";
     }
     std::fputs(text.c_str(), options.out);
     std::fflush(options.out);
@@ -177,8 +195,10 @@ int run_dispatch(const Options &options, bool yes) {
     confirm(kDispatch,
             "pending interrupts are read and cleared; software that waits for them will miss them",
             yes);
+    std::optional<LogHeld> log(std::in_place);
     const dfd_tools::SignalsHeld held;
     const Dispatched done = dispatch(library);
+    log.reset();
     tell_steps(options, done);
     if (const std::string names = held.waiting(); !names.empty()) {
         tell_signals(names, kDispatch, done.status());

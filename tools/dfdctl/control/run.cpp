@@ -10,6 +10,7 @@
 #include "dfdctl/board/bus_writes.hpp"
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/board/item_value.hpp"
+#include "dfdctl/board/log_capture.hpp"
 #include "dfdctl/board/register_bits.hpp"
 #include "dfdctl/board/start.hpp"
 #include "dfdctl/control/controls.hpp"
@@ -137,7 +138,7 @@ std::optional<Done> unreadable(const Change &change, const std::vector<Outcome> 
         failed = failed == nullptr ? &reading : failed;
     }
     return refused(change, kExitIo, DFD_ERR_IO,
-                   "nothing was done, its state cannot be read: " + failed->error);
+                   "nothing was done, its state cannot be read: " + error_with_advice(*failed));
 }
 
 // ---- After --------------------------------------------------------------------------------------
@@ -146,7 +147,7 @@ void judge_value(const Change &change, Outcome &outcome) {
     const Signal &signal = *outcome.signal;
     const Reading &reading = decisive(signal, outcome.after);
     if (!reading.ok()) {
-        outcome.error = "done, but it cannot be read back: " + reading.error;
+        outcome.error = "done, but it cannot be read back: " + error_with_advice(reading);
         outcome.status = exit_of_failure(reading);
         return;
     }
@@ -200,7 +201,9 @@ void judge_result(Done &done) {
 
 Done execute(const Change &change, const Library &library) {
     if (!change.obstacle.empty()) {
-        return refused(change, change.obstacle_status, DFD_ERR_UNUSABLE, change.obstacle);
+        return refused(change, change.obstacle_status,
+                       change.obstacle_status == kExitOk ? DFD_OK : DFD_ERR_UNUSABLE,
+                       change.obstacle);
     }
     if (change.signals.empty()) {
         return refused(
@@ -246,9 +249,14 @@ nlohmann::ordered_json outcome_json(const Done &done, const Outcome *outcome) {
     using nlohmann::ordered_json;
     const Reading none = {.status = Status::none};
     const bool is_first = outcome == nullptr || outcome == &done.signals.front();
-    const std::string error = is_first && !done.error.empty() ? done.error
-                              : outcome != nullptr            ? outcome->error
-                                                              : std::string();
+    const bool is_skipped = outcome == nullptr && done.status == kExitOk;
+    const std::string error = is_skipped                        ? std::string()
+                              : is_first && !done.error.empty() ? done.error
+                              : outcome != nullptr              ? outcome->error
+                                                                : std::string();
+    const std::string note = is_skipped           ? done.error
+                             : outcome != nullptr ? outcome->note
+                                                  : std::string();
     const bool is_verified = outcome != nullptr && outcome->verified.has_value();
     return {{"target", outcome != nullptr ? outcome->signal->target : done.change->target},
             {"requested", done.change->requested},
@@ -258,7 +266,7 @@ nlohmann::ordered_json outcome_json(const Done &done, const Outcome *outcome) {
             {"after", to_json(outcome != nullptr ? outcome->after.shown : none)},
             {"register", outcome != nullptr ? register_json(*outcome) : ordered_json()},
             {"error", text_or_null(error)},
-            {"note", text_or_null(outcome != nullptr ? outcome->note : "")}};
+            {"note", text_or_null(note)}};
 }
 
 nlohmann::ordered_json document(const Control &control, const std::vector<Done> &all) {
@@ -338,6 +346,8 @@ int run(const Options &options, const Control &control, const Request &request) 
         throw UsageError(fmt::format("{} takes: {}", full_name(control), control.usage));
     }
     const Library library = require_library(options);
+    // A terminal that takes no more text must not stop it between two writes.
+    std::optional<LogHeld> log(std::in_place);
     const std::vector<Change> changes = control.plan(request.words, library.loaded);
     for (const Change &change : changes) {
         for (const Signal &signal : change.signals) {
@@ -352,6 +362,7 @@ int run(const Options &options, const Control &control, const Request &request) 
     for (const Change &change : changes) {
         all.push_back(execute(change, library));
     }
+    log.reset();
     tell(options, control, all);
     const int status = status_of(all);
     if (const std::string names = held.waiting(); !names.empty()) {
@@ -365,7 +376,9 @@ std::string group_description(std::string_view group) {
     std::string text;
     for (const Control &control : controls()) {
         if (control.group == group) {
-            text += (text.empty() ? "" : "; ") + std::string(control.description);
+            std::string more = control.description;
+            more[0] = static_cast<char>(text.empty() ? more[0] : std::tolower(more[0]));
+            text += (text.empty() ? "" : "; ") + more;
         }
     }
     return text;
@@ -383,6 +396,11 @@ void add_control(Command &parent, const char *name, const Control &control,
 }
 
 }  // namespace
+
+bool ask_outer(const dfd::watch::Hooks *outer, const dfd::watch::Transfer &transfer, int *result) {
+    return outer != nullptr && outer->answer != nullptr &&
+           outer->answer(outer->context, transfer, result);
+}
 
 void confirm(const std::string &command, const std::string &warnings, bool yes) {
     if (warnings.empty() || yes) {

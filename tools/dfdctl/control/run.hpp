@@ -5,8 +5,12 @@
 #include <string>
 
 #include "dfdctl/command.hpp"
+#include "framework/watch.h"
 
 namespace dfdctl {
+
+/// For hooks that replace others: those go on answering, such as for a bus that takes no writes.
+bool ask_outer(const dfd::watch::Hooks *outer, const dfd::watch::Transfer &transfer, int *result);
 
 /// Asks at a terminal; elsewhere --yes is the only answer. Throws UsageError for any other.
 void confirm(const std::string &command, const std::string &warnings, bool yes);

@@ -5,7 +5,10 @@
 #include <map>
 #include <set>
 
+#include "dfdctl/output.hpp"
+
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 namespace dfdctl::coverage {
 
@@ -226,17 +229,9 @@ std::string number_text(std::uint32_t number) {
 }
 
 std::string ranges(const std::vector<std::uint32_t> &numbers) {
-    std::string text;
-    for (std::size_t i = 0; i < numbers.size();) {
-        std::size_t last = i;
-        while (last + 1 < numbers.size() && numbers[last + 1] == numbers[last] + 1) {
-            ++last;
-        }
-        text += (text.empty() ? "" : ",") + number_text(numbers[i]);
-        text += last > i ? fmt::format("-{}", numbers[last]) : std::string();
-        i = last + 1;
-    }
-    return text;
+    std::vector<std::string> names;
+    std::ranges::transform(numbers, std::back_inserter(names), number_text);
+    return fmt::format("{}", fmt::join(ranges_of(names), ","));
 }
 
 Name split_name(std::string_view function) {

@@ -170,7 +170,7 @@ std::string error_of(const Outcome &outcome) {
         return fmt::format("the write failed (result {})", outcome.result);
     }
     if (!outcome.after.ok()) {
-        return "written, but it cannot be read back: " + outcome.after.error;
+        return "written, but it cannot be read back: " + error_with_advice(outcome.after);
     }
     if (outcome.verified) {
         return "";

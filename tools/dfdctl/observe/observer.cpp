@@ -220,6 +220,7 @@ Observation Observer::observe(const Call &call, const Args &args, const Answers 
     std::optional<LogCapture> capture;
     if (log == Log::open) {
         capture.emplace();
+        capture->open_gate();
     }
     Recorder recorder(answers, plausible_, capture.has_value() ? &*capture : nullptr);
     Frame frame(call, args);

@@ -35,34 +35,6 @@ bool comes_again(const Event &event, const Event &earlier, std::size_t period) {
 
 }  // namespace
 
-LogCapture::LogCapture() : stream_(open_memstream(&buffer_, &size_)), outer_(stdout) {
-    if (stream_ == nullptr) {
-        throw std::runtime_error("no memory for the library's log");
-    }
-    gate_ = dfd_debug;
-    // The library prints to what this variable says.
-    stdout = stream_;
-    constexpr std::uint32_t kAll = 3;
-    dfd_open_debug(kAll);
-}
-
-LogCapture::~LogCapture() {
-    dfd_debug = gate_;
-    stdout = outer_;
-    std::fclose(stream_);
-    std::free(buffer_);
-}
-
-std::string LogCapture::text(std::size_t from) const {
-    std::fflush(stream_);
-    return std::string(buffer_ + from, size_ - from);
-}
-
-std::size_t LogCapture::size() const {
-    std::fflush(stream_);
-    return size_;
-}
-
 Recorder::Recorder(const Answers &answers, const Plausible &plausible, const LogCapture *log)
     : answerer_(answers, plausible),
       makes_pauses_(answers.from == Answers::From::hardware),

@@ -4,29 +4,10 @@
 
 #include <cstdio>
 
+#include "dfdctl/board/log_capture.hpp"
 #include "dfdctl/observe/observer.hpp"
 
 namespace dfdctl::observe {
-
-/// The library's log while it lives: into a text, with the gate open.
-class LogCapture {
-  public:
-    LogCapture();
-    ~LogCapture();
-    LogCapture(const LogCapture &) = delete;
-    LogCapture &operator=(const LogCapture &) = delete;
-
-    /// What was printed, from a size() on.
-    std::string text(std::size_t from = 0) const;
-    std::size_t size() const;
-
-  private:
-    char *buffer_ = nullptr;
-    std::size_t size_ = 0;
-    std::FILE *stream_;
-    std::FILE *outer_;
-    std::uint32_t gate_;
-};
 
 class Recorder {
   public:

@@ -118,14 +118,6 @@ constexpr Section kPortSections[] = {
 
 constexpr std::uint32_t kUnmasked = 0;
 
-std::uint32_t first_bit(const Place &place) {
-    return place.index1 >> dfd::kBitsPerByte;
-}
-
-std::uint32_t second_bit(const Place &place) {
-    return place.index1 & (dfd::kBitsPerByte - 1);
-}
-
 std::vector<Place> sources(const LoadRecord &record) {
     std::vector<Place> places;
     for (const Item &source : irq_sources(record)) {
@@ -151,30 +143,15 @@ Reading source_values(const Place &place) {
     return {.value = fmt::format("{} {} {}", source.val0, source.val1, source.val2)};
 }
 
-/// The deepest status register that is configured for a source, and its bit there.
-std::pair<Item, std::uint32_t> status_of(const Place &place) {
-    const Item third = item_of(DFD_KEY_3RD_IRQ_STATUS, first_bit(place), second_bit(place));
-    const Item second = item_of(DFD_KEY_2ND_IRQ_STATUS, first_bit(place));
-    if (record_of<char>(third) != nullptr) {
-        return {third, place.index2};
-    }
-    if (record_of<char>(second) != nullptr) {
-        return {second, second_bit(place)};
-    }
-    return {item_of(DFD_KEY_1ST_IRQ_STATUS), first_bit(place)};
+Item source_item(const Place &place) {
+    return item_of(DFD_KEY_IRQ_INFO, place.index1, place.index2);
 }
 
 /// Read without clearing anything, as a dispatch would.
 Answer source_pending(const Place &place) {
-    const auto *polarity = record_of<irq_ctrl_t>(item_of(DFD_KEY_IRQ_CTRL_INFO));
-    const auto [item, bit] = status_of(place);
-    int value = 0;
-    const int code = dfd_info_get_int(item.key(), &value, nullptr);
-    if (code != DFD_OK || polarity == nullptr) {
-        return {.code = code != DFD_OK ? code : DFD_ERR_NOT_SUPPORTED};
-    }
-    const bool is_set = (value >> bit & 1) != 0;
-    return {.value = std::int64_t{is_set == (polarity->irq_flag != 0)}};
+    bool is_pending = false;
+    const int code = read_irq_pending(source_item(place), &is_pending);
+    return code == DFD_OK ? Answer{.value = std::int64_t{is_pending}} : Answer{.code = code};
 }
 
 /// Masked where any of the source's masks is.
@@ -205,7 +182,7 @@ std::optional<Judgement> judge_pending(const Judged &cell) {
     return Judgement{is_masked ? Severity::note : Severity::warning,
                      "PENDING",
                      is_masked ? "raised, but masked" : "raised and not dispatched yet",
-                     {status_of(cell.place).first}};
+                     {irq_status(source_item(cell.place)).first}};
 }
 
 std::string source_unit(const Place &place) {

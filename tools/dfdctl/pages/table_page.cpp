@@ -223,7 +223,7 @@ PageData read_page(const Page &page, const LoadRecord &record, const std::string
         throw UsageError(
             known.empty() ? fmt::format("there is no {} {}; this board has none", page.unit, unit)
                           : fmt::format("there is no {} {}; this board has {}", page.unit, unit,
-                                        fmt::join(known, ", ")));
+                                        fmt::join(ranges_of(known), ", ")));
     }
     return data;
 }

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // What failed transfers cost a page, once for each device.
 #include <algorithm>
-#include <charconv>
 
 #include "dfdctl/output.hpp"
 #include "dfdctl/show/text.hpp"
@@ -16,25 +15,9 @@ namespace {
 constexpr std::size_t kMargin = 6;  // of the second line of a sentence
 constexpr std::size_t kShown = 3;   ///< things that a device cost, of which there may be many
 
-std::optional<int> number_of(const std::string &unit) {
-    int number = 0;
-    const auto [end, error] = std::from_chars(unit.data(), unit.data() + unit.size(), number);
-    const bool is_number = error == std::errc() && end == unit.data() + unit.size();
-    return is_number ? std::optional(number) : std::nullopt;
-}
-
 /// "1-4, 7"; units with names one by one.
 std::string units_text(const std::vector<std::string> &units) {
-    std::vector<std::string> parts;
-    for (std::size_t i = 0; i < units.size();) {
-        std::size_t last = i;
-        while (last + 1 < units.size() && number_of(units[last]) &&
-               number_of(units[last + 1]) == *number_of(units[last]) + 1) {
-            ++last;
-        }
-        parts.push_back(i == last ? units[i] : fmt::format("{}-{}", units[i], units[last]));
-        i = last + 1;
-    }
+    std::vector<std::string> parts = ranges_of(units);
     if (parts.size() > kShown) {
         parts.resize(kShown);
         parts.emplace_back("...");
