@@ -4,8 +4,8 @@
 
 #include <search.h>
 
-#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "framework/dfd_lib_cfg/module.h"
 
@@ -22,9 +22,16 @@ Line current_line;
 namespace {
 
 constexpr std::size_t kTextSize = 256;
-char g_raw[kTextSize];
-char g_name[kTextSize];
-char g_value[kTextSize];
+using Text = char[kTextSize];
+Text g_raw;
+Text g_name;
+Text g_value;
+
+void keep(Text &kept, const char *text) {
+    const std::size_t length = strnlen(text, kTextSize - 1);
+    std::memcpy(kept, text, length);
+    kept[length] = '\0';
+}
 
 void free_entry(void *node) {
     auto *const entry = static_cast<btree_entry *>(node);
@@ -43,7 +50,7 @@ void free_list(const dfd_list_head_t &head) {
 }  // namespace
 
 void begin_line(const char *path, int number, const char *raw) {
-    std::snprintf(g_raw, sizeof g_raw, "%s", raw);
+    keep(g_raw, raw);
     current_line = {};
     current_line.path = path;
     current_line.number = number;
@@ -53,8 +60,8 @@ void begin_line(const char *path, int number, const char *raw) {
 }
 
 void keep_pair(const char *name, const char *value) {
-    std::snprintf(g_name, sizeof g_name, "%s", name);
-    std::snprintf(g_value, sizeof g_value, "%s", value);
+    keep(g_name, name);
+    keep(g_value, value);
     current_line.name = g_name;
     current_line.value = g_value;
 }

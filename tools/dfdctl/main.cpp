@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 // dfdctl: looks at a board with the library, and at its configuration without hardware.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <exception>
+#include <optional>
 #include <span>
 
 #include "common/nearest.hpp"
@@ -173,65 +175,121 @@ std::string version() {
                 : fmt::format("\n{} is another build of the library than dfdctl's own", other));
 }
 
-int run(int argc, char **argv, Options &options) {
-    CLI::App app{kDescription, "dfdctl"};
-    app.footer(help_footer("dfdctl check", kFooter));
-    set_up_help(app);
-    app.require_subcommand(1);
-    app.fallthrough();
-    app.set_version_flag("--version", version);
-    app.add_flag("--json", options.json, "Print one JSON document instead of text");
-    app.add_option("--debug", options.debug,
-                   "Open the library's log: 1 errors, warnings, trace; 2 nothing more; 3 all; "
-                   "4 voltage lock")
+struct CommandRow {
+    std::string_view name;  ///< empty: several
+    void (*add)(Command &top, const Options &options);
+};
+constexpr CommandRow kCommands[] = {{"check", add_check},
+                                    {"show", add_show},
+                                    {"watch", add_watch},
+                                    {"get", add_get},
+                                    {"set", add_set},
+                                    {"items", add_items},
+                                    {"metrics", add_metrics},
+                                    {"eeprom", add_eeprom},
+                                    {{}, add_controls},
+                                    {"explain", add_explain},
+                                    {"coverage", add_coverage},
+                                    {"lint", add_lint},
+                                    {"new-board", add_new_board}};
+
+/// The command line: options of the program, and the commands that are added.
+class CommandLine {
+  public:
+    explicit CommandLine(Options &options) : options_(options) {
+        app_.footer(help_footer("dfdctl check", kFooter));
+        set_up_help(app_);
+        app_.require_subcommand(1);
+        app_.fallthrough();
+        app_.set_version_flag("--version", version);
+        add_options();
+    }
+    void add(const CommandRow &row) {
+        Command top(app_, action_);
+        row.add(top, options_);
+    }
+    CLI::App &app() { return app_; }
+    int run() const {
+        set_width(options_.out, options_.width, options_.wide);
+        set_colour(options_.out);
+        const BusWriteGuard guard(options_.force);
+        const int status = action_();
+        return status == kExitOk && guard.has_refused() ? kExitReadingFailed : status;
+    }
+
+  private:
+    void add_options();
+
+    Options &options_;
+    CLI::App app_{kDescription, "dfdctl"};
+    Action action_;
+};
+
+void CommandLine::add_options() {
+    app_.add_flag("--json", options_.json, "Print one JSON document instead of text");
+    app_.add_option("--debug", options_.debug,
+                    "Open the library's log: 1 errors, warnings, trace; 2 nothing more; 3 all; "
+                    "4 voltage lock")
         ->type_name("LEVEL")
         ->check(CLI::Range(0U, kMaxDebugLevel));
-    app.add_flag("--debug-startup", options.debug_startup,
-                 "With --debug: the log also of loading the configuration");
+    app_.add_flag("--debug-startup", options_.debug_startup,
+                  "With --debug: the log also of loading the configuration");
     CLI::Option *width =
-        app.add_option("--width", options.width,
-                       "Columns of text; without it those of the terminal, 80 where there is none")
+        app_.add_option("--width", options_.width,
+                        "Columns of text; without it those of the terminal, 80 where there is none")
             ->type_name("N")
             ->check(CLI::Range(kLeastWidth, kMostWidth));
-    app.add_flag("--wide", options.wide,
-                 "Text without a limit: nothing is wrapped, cut or left out")
+    app_.add_flag("--wide", options_.wide,
+                  "Text without a limit: nothing is wrapped, cut or left out")
         ->excludes(width);
-    app.add_flag("--force", options.force,
-                 "Write although something speaks against it: an I2C adapter on which the "
-                 "library's data lands at a wrong register, an EEPROM image with faults");
-    Action action;
-    Command top(app, action);
-    add_check(top, options);
-    add_show(top, options);
-    add_watch(top, options);
-    add_get(top, options);
-    add_set(top, options);
-    add_items(top, options);
-    add_metrics(top, options);
-    add_eeprom(top, options);
-    add_controls(top, options);
-    add_explain(top, options);
-    add_coverage(top, options);
-    add_lint(top, options);
-    add_new_board(top, options);
+    app_.add_flag("--force", options_.force,
+                  "Write although something speaks against it: an I2C adapter on which the "
+                  "library's data lands at a wrong register, an EEPROM image with faults");
+}
+
+/// Most command lines begin with their command and are right: the other commands, whose options
+/// take longer to build than most readings, are not asked. Empty for all else.
+std::optional<int> run_first_word(int argc, char **argv, Options &options) {
+    const std::string_view word = argc > 1 ? argv[1] : "";
+    const auto *const row = std::find_if(std::begin(kCommands), std::end(kCommands),
+                                         [&](const auto &known) { return known.name == word; });
+    if (word.empty() || row == std::end(kCommands)) {
+        return std::nullopt;
+    }
+    const Options before = options;
+    CommandLine line(options);
+    line.add(*row);
     try {
-        app.parse(argc, argv);
+        line.app().parse(argc, argv);
+    } catch (const CLI::ParseError &) {
+        options = before;
+        return std::nullopt;
+    }
+    return line.run();
+}
+
+int run(int argc, char **argv, Options &options) {
+    if (const std::optional<int> status = run_first_word(argc, argv, options)) {
+        return *status;
+    }
+    CommandLine line(options);
+    for (const CommandRow &row : kCommands) {
+        line.add(row);
+    }
+    try {
+        line.app().parse(argc, argv);
     } catch (const CLI::Success &success) {
         // Help and version are data.
         set_width(options.out, options.width, options.wide);
         std::ostringstream text;
-        app.exit(success, text, text);
+        line.app().exit(success, text, text);
         fmt::print(options.out, "{}", text.str());
         return kExitOk;
     } catch (const CLI::ParseError &error) {
-        report_usage(app, error, std::span(argv, static_cast<std::size_t>(argc)).subspan(1));
+        report_usage(line.app(), error, std::span(argv, static_cast<std::size_t>(argc)).subspan(1));
         return kExitUsage;
     }
-    set_width(options.out, options.width, options.wide);
-    set_colour(options.out);
-    const BusWriteGuard guard(options.force);
-    const int status = action();
-    return status == kExitOk && guard.has_refused() ? kExitReadingFailed : status;
+    return line.run();
 }
 
 /// A full disk or a closed pipe must not look like success.

@@ -24,7 +24,8 @@ bool has_data(const Transfer &transfer, int result) {
 
 /// The same as a round earlier, `period` events before.
 bool comes_again(const Event &event, const Event &earlier, std::size_t period) {
-    if (event.kind != earlier.kind || event.key != earlier.key) {
+    if (event.kind != earlier.kind || event.key != earlier.key || event.offset != earlier.offset ||
+        event.addr != earlier.addr || event.value != earlier.value || event.text != earlier.text) {
         return false;
     }
     Event moved = earlier;
@@ -126,8 +127,13 @@ bool Recorder::fold_period(std::size_t period) {
 }
 
 void Recorder::fold() {
-    for (std::size_t period = 1; period <= kMaxPeriod; ++period) {
-        if (fold_period(period)) {
+    const auto &events = seen_.events;
+    const std::size_t most = std::min(kMaxPeriod, events.size() / 2);
+    for (std::size_t period = 1; period <= most; ++period) {
+        // Most periods end here: this is asked behind every event.
+        const Event &earlier = events[events.size() - 1 - period];
+        if (earlier.key == events.back().key && earlier.kind == events.back().kind &&
+            fold_period(period)) {
             return;
         }
     }
