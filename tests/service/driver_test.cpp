@@ -412,4 +412,42 @@ TEST_F(DriverTest, MacOfTheSecondBackplane) {
               "drv_get_bp_mac ");
 }
 
+// What an access costs on a device: no system call more than it takes by hand.
+TEST_F(DriverTest, AccessesMakeNoSystemCallMoreThanByHand) {
+    add_e2prom(1, 0x50, dfd_test::e2prom_image({}));
+    start(
+        "slot_online.mode_1=config\nslot_online.src_1=i2c\nslot_online.frmt_1=num_bytes\n"
+        "slot_online.len_1=2\nslot_online.fpath_1=/dev/i2c-1\nslot_online.addr_1=0x50\n" +
+        register_item("slot_online", 0x10, "_2") + register_item("fan_state", 0x20, "_1") +
+        register_item("fan_line_fail", 0x21, "_1") + constant("subfan_num", 2, "_1") +
+        register_item("fan_real_speed", 0x22, "_1_1") +
+        register_item("fan_real_speed", 0x23, "_1_2") + "fan_speed_floor=100\n");
+    for (const unsigned present_or_fast : {0x20U, 0x22U, 0x23U}) {
+        set_reg(present_or_fast, present_or_fast == 0x20 ? 1 : 200);
+    }
+    int value = 0;
+    const std::string byte = "open seek read close ";
+    struct Row {
+        std::function<int()> access;
+        int result;
+        std::string calls;
+    };
+    const auto slot = [](unsigned number) { return DFD_MAKE_KEY(DFD_KEY_SLOT_ONLINE, number, 0); };
+    for (const Row &row :
+         {Row{[&] { return dfd_info_get_int(slot(1), &value, nullptr); }, 0,
+              "open transfer close "},
+          Row{[&] { return dfd_info_get_int(slot(2), &value, nullptr); }, 0, byte},
+          Row{[&] { return dfd_info_set_int(slot(2), 7); }, 0, "open seek write close "},
+          Row{[] { return drv_get_fan_status(1); }, FAN_STATUS_OK, byte + byte + byte + byte}}) {
+        chassis.clear_log();
+        EXPECT_EQ(row.access(), row.result);
+        std::string calls;
+        for (const vchassis::Event &event : chassis.log()) {
+            const std::string text = vchassis::to_text(event);
+            calls += text.substr(0, text.find(' ')) + " ";
+        }
+        EXPECT_EQ(calls, row.calls);
+    }
+}
+
 }  // namespace
