@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
-// How long lint takes on a board of 10,000 lines, beside the library's own parsing of the same
-// files. Figures are those of the run, nothing is judged:
-//
-//   lint_speed [DIRECTORY]     keeps the board there; without, it is removed at the end
-#include <algorithm>
-#include <chrono>
+// dfdctl lint on a board of 10,000 lines, beside the library's own parsing of the same files; and
+// what a finding costs where there are many.
+#include <benchmark/benchmark.h>
+
+#include <unistd.h>
+
 #include <filesystem>
 #include <fstream>
-#include <functional>
 
 #include "dfdctl/board/offline.hpp"
 #include "dfdctl/lint/run.hpp"
@@ -20,7 +19,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kBoardType = 0x64;
-constexpr int kRepeats = 5;
 
 /// A configuration file under work.
 class File {
@@ -129,43 +127,78 @@ int write_board(const fs::path &root) {
     return write_types(files) + write_ports(files) + write_cards(files);
 }
 
-/// Seconds that the fastest of some runs takes.
-double fastest(const std::function<void()> &work) {
-    double best = 0;
-    for (int i = 0; i < kRepeats; ++i) {
-        const auto begin = std::chrono::steady_clock::now();
-        work();
-        const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
-        best = i == 0 ? took.count() : std::min(best, took.count());
+/// Boards of this process, removed at its end.
+class Boards {
+  public:
+    Boards() { lines = write_board(board); }
+    ~Boards() { fs::remove_all(top_); }
+
+    /// A file of this many lines that nothing takes.
+    fs::path with_findings(int count) const {
+        fs::create_directories(top_);
+        const fs::path path = top_ / fmt::format("{}.cfg", count);
+        std::ofstream out(path);
+        for (int i = 0; i < count; ++i) {
+            out << fmt::format("slot_onlin.mode_{}=config\n", i);
+        }
+        return path;
     }
-    return best;
+
+  private:
+    fs::path top_ = fs::temp_directory_path() / fmt::format("dfd-bench-lint-{}", getpid());
+
+  public:
+    const fs::path board = top_ / "board";
+    int lines = 0;
+};
+
+const Boards &boards() {
+    static const Boards made;
+    return made;
 }
 
-void parse(const std::string &root) {
-    dfdctl::forget_board();
-    for (const char *const name : {"card_pid", "names", "ports", "cards"}) {
-        dfd_lib_cfg_analyse_config_file((root + "/etc/cfg/dfd/cfg_file/" + name + ".cfg").c_str());
+void parse(benchmark::State &state) {
+    const std::string files = boards().board / "etc/cfg/dfd/cfg_file/";
+    for (auto _ : state) {
+        for (const char *const name : {"card_pid", "names", "ports", "cards"}) {
+            dfd_lib_cfg_analyse_config_file((files + name + ".cfg").c_str());
+        }
+        state.PauseTiming();
+        dfdctl::forget_board();
+        state.ResumeTiming();
     }
+    state.SetItemsProcessed(state.iterations() * boards().lines);
 }
+
+void lint_board(benchmark::State &state) {
+    const dfdctl::lint::Request request{
+        .root = boards().board, .board_type = {}, .files = {}, .switched_off = {}};
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(dfdctl::lint::run(request).findings.size());
+    }
+    state.SetItemsProcessed(state.iterations() * boards().lines);
+}
+
+void lint_findings(benchmark::State &state, int count) {
+    const dfdctl::lint::Request request{
+        .root = {}, .board_type = {}, .files = {boards().with_findings(count)}, .switched_off = {}};
+    for (auto _ : state) {
+        if (dfdctl::lint::run(request).findings.size() < static_cast<std::size_t>(count)) {
+            state.SkipWithError("findings are missing");
+            break;
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * count);
+}
+
+const bool g_registered = [] {
+    benchmark::RegisterBenchmark("lint/10000 lines:parser", parse);
+    benchmark::RegisterBenchmark("lint/10000 lines:lint", lint_board);
+    for (const int count : {10000, 100000}) {
+        benchmark::RegisterBenchmark(fmt::format("findings/{}:lint", count).c_str(), lint_findings,
+                                     count);
+    }
+    return true;
+}();
 
 }  // namespace
-
-int main(int argc, char **argv) {
-    const bool is_kept = argc > 1;
-    const fs::path root = is_kept ? fs::path(argv[1]) : fs::temp_directory_path() / "lint_speed";
-    const int lines = write_board(root);
-    const double floor = fastest([&] { parse(root); });
-    std::size_t findings = 0;
-    const double lint = fastest([&] {
-        const dfdctl::lint::Request request{
-            .root = root, .board_type = {}, .files = {}, .switched_off = {}};
-        findings = dfdctl::lint::run(request).findings.size();
-    });
-    fmt::print(
-        "{} lines, {} findings\nparsing alone  {:8.4f} s\nlint           {:8.4f} s\n"
-        "ratio          {:8.1f}\n",
-        lines, findings, floor, lint, lint / floor);
-    if (!is_kept) {
-        fs::remove_all(root);
-    }
-}
