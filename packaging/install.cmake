@@ -29,3 +29,16 @@ if(DFD_TOOLS)
   install(FILES ${PROJECT_SOURCE_DIR}/packaging/systemd/dfd-metrics.service
     ${PROJECT_SOURCE_DIR}/packaging/systemd/dfd-metrics.timer DESTINATION lib/systemd/system)
 endif()
+
+# Each shell finds the file of a program by its name.
+if(DFD_TOOLS)
+  foreach(program dfdctl vchassis)
+    configure_file(packaging/completion/completion.bash.in
+      completion/bash-completion/completions/${program} @ONLY)
+    configure_file(packaging/completion/completion.zsh.in
+      completion/zsh/site-functions/_${program} @ONLY)
+    configure_file(packaging/completion/completion.fish.in
+      completion/fish/vendor_completions.d/${program}.fish @ONLY)
+  endforeach()
+  install(DIRECTORY ${PROJECT_BINARY_DIR}/completion/ DESTINATION ${CMAKE_INSTALL_DATAROOTDIR})
+endif()

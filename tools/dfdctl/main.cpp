@@ -6,11 +6,13 @@
 #include <optional>
 #include <span>
 
+#include "common/command_tree.hpp"
 #include "common/nearest.hpp"
 #include "dfdctl/board/bus_writes.hpp"
 #include "dfdctl/board/installed.hpp"
 #include "dfdctl/board/start.hpp"
 #include "dfdctl/command.hpp"
+#include "dfdctl/complete/complete.hpp"
 #include "dfdctl/output.hpp"
 
 #include <fmt/format.h>
@@ -268,6 +270,17 @@ std::optional<int> run_first_word(int argc, char **argv, Options &options) {
     return line.run();
 }
 
+/// What shells and the build of the manual ask for.
+std::optional<std::string> told_of_itself(const CLI::App &app, std::span<char *const> words) {
+    if (!words.empty() && words.front() == std::string_view(dfd_tools::kCompleteWord)) {
+        return completion(app, {words.begin() + 1, words.end()});
+    }
+    if (words.size() == 1 && words.front() == std::string_view(dfd_tools::kTreeWord)) {
+        return dfd_tools::tree_json(app);
+    }
+    return {};
+}
+
 int run(int argc, char **argv, Options &options) {
     if (const std::optional<int> status = run_first_word(argc, argv, options)) {
         return *status;
@@ -275,6 +288,11 @@ int run(int argc, char **argv, Options &options) {
     CommandLine line(options);
     for (const CommandRow &row : kCommands) {
         line.add(row);
+    }
+    const std::span words = std::span(argv, static_cast<std::size_t>(argc)).subspan(1);
+    if (const auto text = told_of_itself(line.app(), words)) {
+        fmt::print(options.out, "{}", *text);
+        return kExitOk;
     }
     try {
         line.app().parse(argc, argv);
@@ -286,7 +304,7 @@ int run(int argc, char **argv, Options &options) {
         fmt::print(options.out, "{}", text.str());
         return kExitOk;
     } catch (const CLI::ParseError &error) {
-        report_usage(line.app(), error, std::span(argv, static_cast<std::size_t>(argc)).subspan(1));
+        report_usage(line.app(), error, words);
         return kExitUsage;
     }
     return line.run();

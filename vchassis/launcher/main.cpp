@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "common/command_tree.hpp"
 #include "environment.h"
 #include "text.h"
 
@@ -56,8 +57,8 @@ void fill_in_trace(std::vector<std::string> &arguments) {
 
 void add_directory(CLI::App *command, Place &place) {
     command->add_option("DIR", place.dir, "directory of the chassis")->required();
-    command->add_option("--state", place.state,
-                        "directory of device contents (default: DIR/state)");
+    command->add_option("--state", place.state, "directory of device contents (default: DIR/state)")
+        ->type_name("DIR");
 }
 
 void add_run(CLI::App &app, RunOptions &options) {
@@ -121,6 +122,23 @@ std::string usage_message(const CLI::App &app, const CLI::ParseError &error) {
                          : fmt::format("{}; did you mean '{}'?", problem, guess);
 }
 
+// What shells and the build of the manual ask for.
+bool tell_of_itself(const CLI::App &app, const std::vector<std::string> &words) {
+    if (words == std::vector<std::string>{dfd_tools::kTreeWord}) {
+        fmt::print("{}", dfd_tools::tree_json(app));
+        return true;
+    }
+    if (words.empty() || words.front() != dfd_tools::kCompleteWord) {
+        return false;
+    }
+    const std::vector<std::string> typed(words.begin() + 1, words.end());
+    const bool is_command = std::find(typed.begin(), typed.end(), "--") != typed.end();
+    fmt::print("{}", is_command
+                         ? std::string(dfd_tools::kCommandLine) + "\n"
+                         : dfd_tools::candidate_lines(dfd_tools::expected_at(app, typed), {}));
+    return true;
+}
+
 int parse(CLI::App &app, std::vector<std::string> arguments) {
     try {
         std::reverse(arguments.begin(), arguments.end());
@@ -144,8 +162,6 @@ int main(int argc, char **argv) {
     RunOptions run;
     Place place;
     Access access;
-    run.command = cut_command(arguments);
-    fill_in_trace(arguments);
     CLI::App app(kAbout, "vchassis");
     app.footer(kExitText);
     app.require_subcommand(1);
@@ -154,5 +170,10 @@ int main(int argc, char **argv) {
     add_show(app, place);
     add_peek_and_poke(app, access);
     add_reset(app, place);
+    if (tell_of_itself(app, arguments)) {
+        return 0;
+    }
+    run.command = cut_command(arguments);
+    fill_in_trace(arguments);
     return parse(app, std::move(arguments));
 }
