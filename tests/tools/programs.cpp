@@ -84,7 +84,7 @@ void Board::image(const std::string &relative, const std::string &description) c
     const fs::path source = file("description.toml");
     write_file(source, description);
     const Result built =
-        run_tool(fmt::format("dfd-eeprom build {} {}", source.string(), file(relative).string()));
+        run_tool(fmt::format("dfd-eeprom {} {}", source.string(), file(relative).string()));
     ASSERT_EQ(built.status, 0) << built.err;
 }
 

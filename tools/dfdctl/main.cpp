@@ -310,6 +310,17 @@ int run(int argc, char **argv, Options &options) {
     return line.run();
 }
 
+/// The command line, with the command that the second name of the program stands for.
+std::vector<char *> words_of(std::span<char *const> arguments) {
+    static char eeprom[] = "eeprom";
+    static char encode[] = "encode";
+    std::vector<char *> words(arguments.begin(), arguments.end());
+    if (!words.empty() && std::string_view(words.front()).ends_with("dfd-eeprom")) {
+        words.insert(words.begin() + 1, {eeprom, encode});
+    }
+    return words;
+}
+
 /// A full disk or a closed pipe must not look like success.
 int close_output(std::FILE *out, int status) {
     const bool broken = std::ferror(out) != 0;
@@ -326,7 +337,9 @@ int main(int argc, char **argv) {
     Options options;
     try {
         options.out = take_stdout();
-        return close_output(options.out, run(argc, argv, options));
+        std::vector<char *> words = words_of(std::span(argv, static_cast<std::size_t>(argc)));
+        return close_output(options.out,
+                            run(static_cast<int>(words.size()), words.data(), options));
     } catch (const UsageError &error) {
         complain(error.what());
         return kExitUsage;

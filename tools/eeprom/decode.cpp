@@ -149,20 +149,6 @@ std::string quoted(std::string_view text) {
     return out + '"';
 }
 
-std::string hex_rows(const Bytes &bytes) {
-    constexpr std::size_t kRow = 16;
-    std::string rows;
-    for (std::size_t at = 0; at < bytes.size(); at += kRow) {
-        const View row = View(bytes).subspan(at, std::min(kRow, bytes.size() - at));
-        std::string shown;
-        for (const std::uint8_t byte : row) {
-            shown += is_printable(byte) ? static_cast<char>(byte) : '.';
-        }
-        rows += fmt::format("{:04x}  {:<47}  {}\n", at, hex_text(row), shown);
-    }
-    return rows;
-}
-
 std::vector<Difference> differences(const Bytes &before, const Bytes &after) {
     std::vector<Difference> found;
     bool is_open = false;

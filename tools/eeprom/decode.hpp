@@ -63,9 +63,6 @@ struct Edit {
 Bytes edited(const Bytes &image, const Decoded &decoded, const Hint &hint,
              const std::vector<Edit> &edits);
 
-/// The bytes in rows of sixteen.
-std::string hex_rows(const Bytes &bytes);
-
 /// Bytes side by side that differ.
 struct Difference {
     std::size_t offset;

@@ -70,7 +70,7 @@ count=0
 faulty=0
 : > "$work/found"
 for description in *.toml; do
-    "$build/dfd-eeprom" build "$description" "$work/image.bin"
+    "$build/dfd-eeprom" "$description" "$work/image.bin"
     compare "${description%.toml}" "$work/image.bin"
 done
 for unit in fan2 power1 power4; do
