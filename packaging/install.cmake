@@ -30,6 +30,8 @@ if(DFD_TOOLS)
     ${PROJECT_SOURCE_DIR}/packaging/systemd/dfd-metrics.timer DESTINATION lib/systemd/system)
 endif()
 
+include(packaging/manual.cmake)
+
 # Each shell finds the file of a program by its name.
 if(DFD_TOOLS)
   foreach(program dfdctl vchassis)

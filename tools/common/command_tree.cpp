@@ -12,6 +12,13 @@ namespace dfd_tools {
 
 namespace {
 
+constexpr const char *kCompleteWord = "__complete";
+constexpr const char *kTreeWord = "__tree";
+
+// These stand among candidates for what the shell itself completes.
+constexpr const char *kFiles = ":files";
+constexpr const char *kDirectories = ":directories";
+
 // Of a positional that has no usage of its own.
 constexpr const char *kPlainType = "TEXT";
 constexpr const char *kNumberType = "UINT";
@@ -152,8 +159,8 @@ class Walk {
             expected_.options[pending_->get_name()] = word;
             pending_ = nullptr;
         } else if (word == "--") {
-            is_rest_ = true;
-        } else if (word.starts_with('-') && !is_rest_) {
+            expected_.is_rest = true;
+        } else if (word.starts_with('-') && !expected_.is_rest) {
             pass_option(word);
         } else {
             pass_word(word);
@@ -162,7 +169,7 @@ class Walk {
 
     Expected end_at(const std::string &word, bool is_split) {
         const auto equals = word.find('=');
-        const bool is_option = word.starts_with('-') && !is_rest_ && pending_ == nullptr;
+        const bool is_option = word.starts_with('-') && !expected_.is_rest && pending_ == nullptr;
         expected_.typed = word;
         if (is_option && equals != std::string::npos) {
             pending_ = option_named(at_, word.substr(0, equals));
@@ -211,7 +218,6 @@ class Walk {
 
     const CLI::App *at_;
     const CLI::Option *pending_ = nullptr;  ///< its value comes next
-    bool is_rest_ = false;                  ///< behind "--"
     Expected expected_;
 };
 
@@ -239,8 +245,6 @@ nlohmann::ordered_json app_json(const CLI::App &app) {
     return json;
 }
 
-}  // namespace
-
 Expected expected_at(const CLI::App &app, const std::vector<std::string> &words) {
     std::vector<std::string> joined = rejoined(words);
     const std::string last = joined.empty() ? std::string() : joined.back();
@@ -251,10 +255,13 @@ Expected expected_at(const CLI::App &app, const std::vector<std::string> &words)
     return walk.end_at(last, !words.empty() && words.back() != last);
 }
 
+/// The candidates that begin with what is typed.
 std::string candidate_lines(const Expected &expected, const std::vector<Candidate> &values) {
     std::string lines;
     const auto add = [&](const Candidate &each) {
-        if (each.word.starts_with(expected.typed)) {
+        if (each.word == kCommandLine) {
+            lines += each.word + "\n";
+        } else if (each.word.starts_with(expected.typed)) {
             lines += expected.stem + each.word + "\t" + each.text + "\n";
         }
     };
@@ -268,12 +275,26 @@ std::string candidate_lines(const Expected &expected, const std::vector<Candidat
     return lines;
 }
 
+}  // namespace
+
 bool is_path(const std::string &argument) {
     return kPaths.contains(argument);
 }
 
-std::string tree_json(const CLI::App &app) {
-    return app_json(app).dump(2) + "\n";
+std::optional<std::string> told_of_itself(const CLI::App &app,
+                                          const std::vector<std::string> &words,
+                                          const ValuesOf &values) {
+    if (words.empty()) {
+        return {};
+    }
+    if (words.front() == kTreeWord) {
+        return app_json(app).dump(2) + "\n";
+    }
+    if (words.front() != kCompleteWord) {
+        return {};
+    }
+    const Expected expected = expected_at(app, {words.begin() + 1, words.end()});
+    return candidate_lines(expected, values ? values(expected) : std::vector<Candidate>());
 }
 
 }  // namespace dfd_tools

@@ -3,7 +3,9 @@
 // on an unfinished command line, and all of it as data, for the manual.
 #pragma once
 
+#include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,14 +15,7 @@ class App;
 
 namespace dfd_tools {
 
-/// Words in front of a command line that are none of a program's commands: shells, and the build of
-/// the manual, ask with them.
-inline constexpr const char *kCompleteWord = "__complete";
-inline constexpr const char *kTreeWord = "__tree";
-
-/// These two stand among candidates for what the shell itself completes.
-inline constexpr const char *kFiles = ":files";
-inline constexpr const char *kDirectories = ":directories";
+/// A candidate that is not for the word itself: a command of its own stands there.
 inline constexpr const char *kCommandLine = ":command";
 
 struct Candidate {
@@ -34,22 +29,26 @@ struct Expected {
     std::vector<Candidate> candidates = {};   ///< commands and options
     std::vector<std::string> arguments = {};  ///< of a value, as the help calls it: "FAN",
                                               ///< "on|off"; of an option also its name, first
-    std::vector<std::string> before = {};             ///< arguments of the command in front of it
+    std::vector<std::string> before = {};     ///< arguments of the command in front of it
+    bool is_rest = false;                     ///< it stands behind "--"
     std::map<std::string, std::string> options = {};  ///< values of options: {"--root", "gx4"}
     std::string typed;                                ///< of the value
     std::string stem;  ///< what the same word holds before the value: "--root="
 };
 
-Expected expected_at(const CLI::App &app, const std::vector<std::string> &words);
+/// What the arguments that are expected may be.
+using ValuesOf = std::function<std::vector<Candidate>(const Expected &)>;
 
-/// The candidates that begin with what is typed, a line each, "WORD<tab>TEXT"; where files or
-/// directories may stand, a line says so.
-std::string candidate_lines(const Expected &expected, const std::vector<Candidate> &values);
+/// The answer to a command line that begins with a word which is none of the program's commands;
+/// nothing for any other. "__complete WORD...", for shells: what the last word may be, a line each,
+/// "WORD<tab>TEXT"; where files, directories or a command of its own may stand, a line says so.
+/// "__tree", for the build of the manual: commands with their options, descriptions and footers as
+/// JSON.
+std::optional<std::string> told_of_itself(const CLI::App &app,
+                                          const std::vector<std::string> &words,
+                                          const ValuesOf &values = {});
 
 /// Whether an argument of this name is a file or directory in every program.
 bool is_path(const std::string &argument);
-
-/// Commands with their options, descriptions and footers as JSON.
-std::string tree_json(const CLI::App &app);
 
 }  // namespace dfd_tools

@@ -6,7 +6,6 @@
 #include <optional>
 #include <span>
 
-#include "common/command_tree.hpp"
 #include "common/nearest.hpp"
 #include "dfdctl/board/bus_writes.hpp"
 #include "dfdctl/board/installed.hpp"
@@ -270,17 +269,6 @@ std::optional<int> run_first_word(int argc, char **argv, Options &options) {
     return line.run();
 }
 
-/// What shells and the build of the manual ask for.
-std::optional<std::string> told_of_itself(const CLI::App &app, std::span<char *const> words) {
-    if (!words.empty() && words.front() == std::string_view(dfd_tools::kCompleteWord)) {
-        return completion(app, {words.begin() + 1, words.end()});
-    }
-    if (words.size() == 1 && words.front() == std::string_view(dfd_tools::kTreeWord)) {
-        return dfd_tools::tree_json(app);
-    }
-    return {};
-}
-
 int run(int argc, char **argv, Options &options) {
     if (const std::optional<int> status = run_first_word(argc, argv, options)) {
         return *status;
@@ -290,7 +278,8 @@ int run(int argc, char **argv, Options &options) {
         line.add(row);
     }
     const std::span words = std::span(argv, static_cast<std::size_t>(argc)).subspan(1);
-    if (const auto text = told_of_itself(line.app(), words)) {
+    if (const auto text =
+            dfd_tools::told_of_itself(line.app(), {words.begin(), words.end()}, known_values)) {
         fmt::print(options.out, "{}", *text);
         return kExitOk;
     }

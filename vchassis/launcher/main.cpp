@@ -122,21 +122,10 @@ std::string usage_message(const CLI::App &app, const CLI::ParseError &error) {
                          : fmt::format("{}; did you mean '{}'?", problem, guess);
 }
 
-// What shells and the build of the manual ask for.
-bool tell_of_itself(const CLI::App &app, const std::vector<std::string> &words) {
-    if (words == std::vector<std::string>{dfd_tools::kTreeWord}) {
-        fmt::print("{}", dfd_tools::tree_json(app));
-        return true;
-    }
-    if (words.empty() || words.front() != dfd_tools::kCompleteWord) {
-        return false;
-    }
-    const std::vector<std::string> typed(words.begin() + 1, words.end());
-    const bool is_command = std::find(typed.begin(), typed.end(), "--") != typed.end();
-    fmt::print("{}", is_command
-                         ? std::string(dfd_tools::kCommandLine) + "\n"
-                         : dfd_tools::candidate_lines(dfd_tools::expected_at(app, typed), {}));
-    return true;
+// What a shell cannot know of the words of a command line.
+std::vector<dfd_tools::Candidate> known_values(const dfd_tools::Expected &expected) {
+    return expected.is_rest ? std::vector<dfd_tools::Candidate>{{dfd_tools::kCommandLine, ""}}
+                            : std::vector<dfd_tools::Candidate>();
 }
 
 int parse(CLI::App &app, std::vector<std::string> arguments) {
@@ -170,7 +159,8 @@ int main(int argc, char **argv) {
     add_show(app, place);
     add_peek_and_poke(app, access);
     add_reset(app, place);
-    if (tell_of_itself(app, arguments)) {
+    if (const auto text = dfd_tools::told_of_itself(app, arguments, known_values)) {
+        fmt::print("{}", *text);
         return 0;
     }
     run.command = cut_command(arguments);

@@ -84,7 +84,9 @@ Candidates values_for(const Expected &expected, const std::string &argument) {
     return values->is_of_board ? of_boards(expected, *values) : values->find(expected, {});
 }
 
-Candidates values_for(const Expected &expected) {
+}  // namespace
+
+std::vector<Candidate> known_values(const Expected &expected) {
     Candidates all;
     for (const std::string &argument : expected.arguments) {
         std::istringstream alternatives(argument);
@@ -97,13 +99,6 @@ Candidates values_for(const Expected &expected) {
         }
     }
     return all;
-}
-
-}  // namespace
-
-std::string completion(const CLI::App &app, const std::vector<std::string> &words) {
-    const Expected expected = dfd_tools::expected_at(app, words);
-    return dfd_tools::candidate_lines(expected, values_for(expected));
 }
 
 }  // namespace dfdctl

@@ -2,18 +2,12 @@
 // What may be typed next: the values of arguments and options, those of the board included.
 #pragma once
 
-#include <string>
-#include <vector>
-
-namespace CLI {
-class App;
-}
+#include "common/command_tree.hpp"
 
 namespace dfdctl {
 
-/// Lines for a shell about the last of the words behind the program's name, which may be empty or
-/// begun. The board is loaded from its files, if they are needed; no device is touched, and nothing
-/// is said on standard error.
-std::string completion(const CLI::App &app, const std::vector<std::string> &words);
+/// The board is loaded from its files, if they are needed; no device is touched, and nothing is
+/// said on standard error.
+std::vector<dfd_tools::Candidate> known_values(const dfd_tools::Expected &expected);
 
 }  // namespace dfdctl
