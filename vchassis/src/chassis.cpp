@@ -24,7 +24,8 @@ fs::path temporary_directory() {
         throw std::runtime_error(
             fmt::format("cannot create the directory {}: {}", name, std::strerror(errno)));
     }
-    return name;
+    // As the kernel names it, so that it is known again in the working directory.
+    return fs::canonical(name);
 }
 
 void copy_chassis(const fs::path &from, const fs::path &to) {

@@ -10,8 +10,6 @@
 #include "real.h"
 #include "scope.h"
 
-#define INTERPOSED extern "C" __attribute__((visibility("default")))
-
 using vchassis::Entry;
 using vchassis::real;
 
@@ -41,6 +39,13 @@ int open_any(int dirfd, const char *path, int flags, mode_t mode) {
         mode = va_arg(arguments, mode_t); \
         va_end(arguments);                \
     }
+
+// The one pointer of a variable argument list.
+#define POINTER_AFTER(last, pointer)           \
+    va_list arguments;                         \
+    va_start(arguments, last);                 \
+    void *pointer = va_arg(arguments, void *); \
+    va_end(arguments);
 
 INTERPOSED int open(const char *path, int flags, ...) {
     MODE_AFTER(flags, mode)
@@ -160,10 +165,7 @@ INTERPOSED ssize_t __pread64_chk(int fd, void *buffer, size_t size, off64_t offs
 }
 
 INTERPOSED int ioctl(int fd, unsigned long request, ...) noexcept {
-    va_list arguments;
-    va_start(arguments, request);
-    void *argument = va_arg(arguments, void *);
-    va_end(arguments);
+    POINTER_AFTER(request, argument)
     if (Entry in(fd); in) {
         return in.give<int>(in->ioctl(fd, request, argument));
     }
@@ -182,6 +184,14 @@ INTERPOSED int faccessat(int dirfd, const char *path, int mode, int flags) noexc
         return in.give<int>(in->access(in.place(), mode));
     }
     return real().faccessat(dirfd, path, mode, flags);
+}
+
+// The two names of one function.
+INTERPOSED int euidaccess(const char *path, int mode) noexcept {
+    return faccessat(AT_FDCWD, path, mode, AT_EACCESS);
+}
+INTERPOSED int eaccess(const char *path, int mode) noexcept {
+    return euidaccess(path, mode);
 }
 
 INTERPOSED int dup(int fd) noexcept {
@@ -206,4 +216,54 @@ INTERPOSED int dup3(int fd, int target, int flags) noexcept {
         in->duplicated(fd, copy);
     }
     return copy;
+}
+
+namespace {
+
+// What fcntl() tells of a descriptor are the flags that stay after open().
+constexpr int kOnlyForOpen = O_CREAT | O_EXCL | O_NOCTTY | O_TRUNC | O_CLOEXEC;
+
+int control(int fd, int command, void *argument) {
+    if (command == F_GETFL) {
+        if (Entry in(fd); in && in->is_device(fd)) {
+            return in->flags(fd) & ~kOnlyForOpen;
+        }
+    }
+    const int result = real().fcntl(fd, command, argument);
+    if (result >= 0 && (command == F_DUPFD || command == F_DUPFD_CLOEXEC)) {
+        if (Entry in(fd); in) {
+            in->duplicated(fd, result);
+        }
+    }
+    return result;
+}
+
+void close_tracked(unsigned first, unsigned last) {
+    if (Entry in; in) {
+        for (const int fd : in->tracked(first, last)) {
+            in->close(fd);
+        }
+    }
+}
+
+}  // namespace
+
+INTERPOSED int fcntl(int fd, int command, ...) {
+    POINTER_AFTER(command, argument)
+    return control(fd, command, argument);
+}
+INTERPOSED int fcntl64(int fd, int command, ...) {
+    POINTER_AFTER(command, argument)
+    return control(fd, command, argument);
+}
+
+INTERPOSED int close_range(unsigned first, unsigned last, int flags) noexcept {
+    if (first <= last && flags == 0) {
+        close_tracked(first, last);
+    }
+    return real().close_range(first, last, flags);
+}
+INTERPOSED void closefrom(int first) noexcept {
+    close_tracked(first < 0 ? 0 : static_cast<unsigned>(first), ~0U);
+    real().closefrom(first);
 }

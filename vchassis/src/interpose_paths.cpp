@@ -1,141 +1,38 @@
 // SPDX-License-Identifier: MIT
-// The functions on paths without a descriptor: looking at files and directories, and changing them.
-// Scripts need them; and what a program deletes on a chassis must not be the host's.
-#include <dirent.h>
+// The functions that change what a path names: what a program makes, renames or deletes on a
+// chassis must not be the host's. With them the few on descriptors that change a file's properties.
 #include <errno.h>
+#include <fcntl.h>
 #include <stdio.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <sys/xattr.h>
 #include <unistd.h>
-
-#include <filesystem>
-#include <string>
+#include <utime.h>
 
 #include "real.h"
-#include "scope.h"
+#include "redirect.h"
 
-#define INTERPOSED extern "C" __attribute__((visibility("default")))
-
-using vchassis::Entry;
-using vchassis::Place;
 using vchassis::real;
+using vchassis::redirected;
+using vchassis::redirected_pair;
+using vchassis::Target;
+using vchassis::Use;
 
 namespace {
 
-namespace fs = std::filesystem;
-
-// What a look at a device shows: a character device.
-constexpr const char *kDeviceStandIn = "/dev/null";
-
-enum class Use { look, change, create };
-
-// Where a call really goes.
-struct Target {
-    int dirfd;
-    const char *given;
-    std::string real = {};
-    int error = 0;
-
-    const char *path() const { return real.empty() ? given : real.c_str(); }
-};
-
-void redirect(const Place &place, Use use, Target &target) {
-    target.dirfd = AT_FDCWD;
-    if (place.kind == Place::Kind::missing_device) {
-        target.error = ENOENT;
-    } else if (place.kind != Place::Kind::file) {
-        target.real = kDeviceStandIn;
-        target.error = use == Use::look ? 0 : EACCES;
-    } else {
-        target.real = place.real;
-    }
-    if (use == Use::create && target.error == 0) {
-        std::error_code ignored;
-        fs::create_directories(fs::path(place.real).parent_path(), ignored);
-    }
-}
-
-Target resolve(int dirfd, const char *path, Use use) {
-    Target target{dirfd, path};
-    if (Entry in(dirfd, path); in) {
-        redirect(in.place(), use, target);
-    }
-    return target;
-}
-
+// A call on a descriptor, unless that is a device.
 template <class Call>
-auto redirected(int dirfd, const char *path, Use use, Call call) {
-    const Target target = resolve(dirfd, path, use);
+int unless_device(int fd, Use use, Call call) {
+    const Target target = vchassis::resolve(fd, use);
     if (target.error != 0) {
         errno = target.error;
-        return decltype(call(dirfd, path)){-1};
+        return -1;
     }
-    return call(target.dirfd, target.path());
-}
-
-template <class Call>
-auto look(int dirfd, const char *path, Call call) {
-    return redirected(dirfd, path, Use::look, call);
-}
-
-template <class Stat>
-auto stat_into(Stat *out, int flags) {
-    return [out, flags](int dirfd, const char *path) {
-        if constexpr (sizeof(Stat) == sizeof(struct stat)) {
-            return real().fstatat(dirfd, path, reinterpret_cast<struct stat *>(out), flags);
-        } else {
-            return real().fstatat64(dirfd, path, out, flags);
-        }
-    };
+    return call();
 }
 
 }  // namespace
-
-INTERPOSED int stat(const char *path, struct stat *out) noexcept {
-    return look(AT_FDCWD, path, stat_into(out, 0));
-}
-INTERPOSED int stat64(const char *path, struct stat64 *out) noexcept {
-    return look(AT_FDCWD, path, stat_into(out, 0));
-}
-INTERPOSED int lstat(const char *path, struct stat *out) noexcept {
-    return look(AT_FDCWD, path, stat_into(out, AT_SYMLINK_NOFOLLOW));
-}
-INTERPOSED int lstat64(const char *path, struct stat64 *out) noexcept {
-    return look(AT_FDCWD, path, stat_into(out, AT_SYMLINK_NOFOLLOW));
-}
-INTERPOSED int fstatat(int dirfd, const char *path, struct stat *out, int flags) noexcept {
-    return look(dirfd, path, stat_into(out, flags));
-}
-INTERPOSED int fstatat64(int dirfd, const char *path, struct stat64 *out, int flags) noexcept {
-    return look(dirfd, path, stat_into(out, flags));
-}
-
-INTERPOSED int statx(int dirfd, const char *path, int flags, unsigned mask,
-                     struct statx *out) noexcept {
-    return look(dirfd, path, [=](int base, const char *name) {
-        return real().statx(base, name, flags, mask, out);
-    });
-}
-
-// For `ls -l`.
-INTERPOSED ssize_t getxattr(const char *path, const char *name, void *value, size_t size) noexcept {
-    return look(AT_FDCWD, path,
-                [=](int, const char *at) { return real().getxattr(at, name, value, size); });
-}
-INTERPOSED ssize_t lgetxattr(const char *path, const char *name, void *value,
-                             size_t size) noexcept {
-    return look(AT_FDCWD, path,
-                [=](int, const char *at) { return real().lgetxattr(at, name, value, size); });
-}
-
-INTERPOSED DIR *opendir(const char *path) {
-    DIR *stream = nullptr;
-    look(AT_FDCWD, path, [&stream](int, const char *name) {
-        stream = real().opendir(name);
-        return stream == nullptr ? -1 : 0;
-    });
-    return stream;
-}
 
 INTERPOSED int unlinkat(int dirfd, const char *path, int flags) noexcept {
     return redirected(dirfd, path, Use::change, [=](int base, const char *name) {
@@ -162,19 +59,142 @@ INTERPOSED int mkdir(const char *path, mode_t mode) noexcept {
     return mkdirat(AT_FDCWD, path, mode);
 }
 
+INTERPOSED int mknodat(int dirfd, const char *path, mode_t mode, dev_t device) noexcept {
+    return redirected(dirfd, path, Use::create, [=](int base, const char *name) {
+        return real().mknodat(base, name, mode, device);
+    });
+}
+INTERPOSED int mknod(const char *path, mode_t mode, dev_t device) noexcept {
+    return mknodat(AT_FDCWD, path, mode, device);
+}
+INTERPOSED int mkfifoat(int dirfd, const char *path, mode_t mode) noexcept {
+    return mknodat(dirfd, path, mode | S_IFIFO, 0);
+}
+INTERPOSED int mkfifo(const char *path, mode_t mode) noexcept {
+    return mkfifoat(AT_FDCWD, path, mode);
+}
+
 INTERPOSED int renameat2(int from_dir, const char *from, int to_dir, const char *to,
                          unsigned flags) noexcept {
-    const Target source = resolve(from_dir, from, Use::change);
-    const Target target = resolve(to_dir, to, Use::create);
-    if (source.error != 0 || target.error != 0) {
-        errno = source.error != 0 ? source.error : target.error;
-        return -1;
-    }
-    return real().renameat2(source.dirfd, source.path(), target.dirfd, target.path(), flags);
+    return redirected_pair(from_dir, from, Use::change, to_dir, to,
+                           [flags](const Target &source, const Target &target) {
+                               return real().renameat2(source.dirfd, source.path(), target.dirfd,
+                                                       target.path(), flags);
+                           });
 }
 INTERPOSED int renameat(int from_dir, const char *from, int to_dir, const char *to) noexcept {
     return renameat2(from_dir, from, to_dir, to, 0);
 }
 INTERPOSED int rename(const char *from, const char *to) noexcept {
     return renameat(AT_FDCWD, from, AT_FDCWD, to);
+}
+
+INTERPOSED int linkat(int from_dir, const char *from, int to_dir, const char *to,
+                      int flags) noexcept {
+    return redirected_pair(
+        from_dir, from, Use::own, to_dir, to, [flags](const Target &source, const Target &target) {
+            return real().linkat(source.dirfd, source.path(), target.dirfd, target.path(), flags);
+        });
+}
+INTERPOSED int link(const char *from, const char *to) noexcept {
+    return linkat(AT_FDCWD, from, AT_FDCWD, to, 0);
+}
+INTERPOSED int symlinkat(const char *text, int dirfd, const char *path) noexcept {
+    return redirected(dirfd, path, Use::create, [=](int base, const char *name) {
+        return real().symlinkat(text, base, name);
+    });
+}
+INTERPOSED int symlink(const char *text, const char *path) noexcept {
+    return symlinkat(text, AT_FDCWD, path);
+}
+
+INTERPOSED int fchmodat(int dirfd, const char *path, mode_t mode, int flags) noexcept {
+    return redirected(dirfd, path, Use::own, [=](int base, const char *name) {
+        return real().fchmodat(base, name, mode, flags);
+    });
+}
+INTERPOSED int chmod(const char *path, mode_t mode) noexcept {
+    return fchmodat(AT_FDCWD, path, mode, 0);
+}
+INTERPOSED int lchmod(const char *path, mode_t mode) noexcept {
+    return fchmodat(AT_FDCWD, path, mode, AT_SYMLINK_NOFOLLOW);
+}
+INTERPOSED int fchmod(int fd, mode_t mode) noexcept {
+    return unless_device(fd, Use::own, [=] { return real().fchmod(fd, mode); });
+}
+
+INTERPOSED int fchownat(int dirfd, const char *path, uid_t user, gid_t group, int flags) noexcept {
+    return redirected(dirfd, path, Use::own, [=](int base, const char *name) {
+        return real().fchownat(base, name, user, group, flags);
+    });
+}
+INTERPOSED int chown(const char *path, uid_t user, gid_t group) noexcept {
+    return fchownat(AT_FDCWD, path, user, group, 0);
+}
+INTERPOSED int lchown(const char *path, uid_t user, gid_t group) noexcept {
+    return fchownat(AT_FDCWD, path, user, group, AT_SYMLINK_NOFOLLOW);
+}
+INTERPOSED int fchown(int fd, uid_t user, gid_t group) noexcept {
+    return unless_device(fd, Use::own, [=] { return real().fchown(fd, user, group); });
+}
+
+INTERPOSED int truncate64(const char *path, off64_t size) noexcept {
+    return redirected(AT_FDCWD, path, Use::resize,
+                      [=](int, const char *name) { return real().truncate(name, size); });
+}
+INTERPOSED int truncate(const char *path, off_t size) noexcept {
+    return truncate64(path, size);
+}
+INTERPOSED int ftruncate64(int fd, off64_t size) noexcept {
+    return unless_device(fd, Use::resize, [=] { return real().ftruncate(fd, size); });
+}
+INTERPOSED int ftruncate(int fd, off_t size) noexcept {
+    return ftruncate64(fd, size);
+}
+
+INTERPOSED int futimens(int fd, const timespec times[2]) noexcept {
+    return unless_device(fd, Use::own, [=] { return real().futimens(fd, times); });
+}
+INTERPOSED int utimensat(int dirfd, const char *path, const timespec times[2], int flags) noexcept {
+    return redirected(dirfd, path, Use::own, [=](int base, const char *name) {
+        return real().utimensat(base, name, times, flags);
+    });
+}
+INTERPOSED int utimes(const char *path, const timeval times[2]) noexcept {
+    return redirected(AT_FDCWD, path, Use::own,
+                      [=](int, const char *name) { return real().utimes(name, times); });
+}
+INTERPOSED int lutimes(const char *path, const timeval times[2]) noexcept {
+    return redirected(AT_FDCWD, path, Use::own,
+                      [=](int, const char *name) { return real().lutimes(name, times); });
+}
+INTERPOSED int futimesat(int dirfd, const char *path, const timeval times[2]) noexcept {
+    return redirected(dirfd, path, Use::own, [=](int base, const char *name) {
+        return real().futimesat(base, name, times);
+    });
+}
+INTERPOSED int utime(const char *path, const utimbuf *times) noexcept {
+    return redirected(AT_FDCWD, path, Use::own,
+                      [=](int, const char *name) { return real().utime(name, times); });
+}
+
+INTERPOSED int setxattr(const char *path, const char *name, const void *value, size_t size,
+                        int flags) noexcept {
+    return redirected(AT_FDCWD, path, Use::own, [=](int, const char *at) {
+        return real().setxattr(at, name, value, size, flags);
+    });
+}
+INTERPOSED int lsetxattr(const char *path, const char *name, const void *value, size_t size,
+                         int flags) noexcept {
+    return redirected(AT_FDCWD, path, Use::own, [=](int, const char *at) {
+        return real().lsetxattr(at, name, value, size, flags);
+    });
+}
+INTERPOSED int removexattr(const char *path, const char *name) noexcept {
+    return redirected(AT_FDCWD, path, Use::own,
+                      [=](int, const char *at) { return real().removexattr(at, name); });
+}
+INTERPOSED int lremovexattr(const char *path, const char *name) noexcept {
+    return redirected(AT_FDCWD, path, Use::own,
+                      [=](int, const char *at) { return real().lremovexattr(at, name); });
 }

@@ -9,8 +9,6 @@
 #include "real.h"
 #include "scope.h"
 
-#define INTERPOSED extern "C" __attribute__((visibility("default")))
-
 using vchassis::Entry;
 using vchassis::real;
 

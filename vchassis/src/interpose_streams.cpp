@@ -9,9 +9,8 @@
 #include "real.h"
 #include "scope.h"
 
-#define INTERPOSED extern "C" __attribute__((visibility("default")))
-
 using vchassis::Entry;
+using vchassis::Place;
 using vchassis::real;
 
 namespace {
@@ -100,6 +99,64 @@ INTERPOSED FILE *fopen(const char *path, const char *mode) {
 
 INTERPOSED FILE *fopen64(const char *path, const char *mode) {
     return fopen(path, mode);
+}
+
+// No device can move into an open stream, nor out of one. A standard stream is followed by another
+// one of its name; of any other the caller has to take the result.
+FILE *replace_stream(const char *path, const char *mode, FILE *old) {
+    fflush(old);
+    const int wanted = fileno(old);
+    const int fd = open(path, open_flags(mode), kCreateMode);
+    if (fd < 0) {
+        return nullptr;
+    }
+    if (wanted >= 0 && wanted != fd) {
+        dup2(fd, wanted);
+        close(fd);
+    }
+    FILE *fresh = device_stream(wanted >= 0 ? wanted : fd, mode);
+    for (FILE **standard : {&stdin, &stdout, &stderr}) {
+        if (*standard == old && fresh != nullptr) {
+            *standard = fresh;
+        }
+    }
+    return fresh;
+}
+
+// libc closes and opens the descriptor itself.
+FILE *reopen_file(const Place &place, const char *path, const char *mode, FILE *stream) {
+    const int before = fileno(stream);
+    Entry in;
+    if (in && in->tracks(before)) {
+        in->closed(before, 0);
+    }
+    FILE *result = real().freopen(path, mode, stream);
+    if (in && result != nullptr && place.kind == Place::Kind::file) {
+        in->opened(place, open_flags(mode), fileno(result));
+    }
+    return result;
+}
+
+// Without a path it changes the mode of what is open.
+INTERPOSED FILE *freopen(const char *path, const char *mode, FILE *stream) {
+    const int before = fileno(stream);
+    Place from;
+    if (Entry in(before); in) {
+        from = in->place(before);
+    }
+    Place to = from;
+    if (path != nullptr) {
+        const Entry in(AT_FDCWD, path);
+        to = in ? in.place() : Place{};
+    }
+    if (from.is_device() || to.is_device() || to.kind == Place::Kind::missing_device) {
+        return replace_stream(path != nullptr ? path : from.path.c_str(), mode, stream);
+    }
+    const bool elsewhere = path != nullptr && to.kind == Place::Kind::file;
+    return reopen_file(to, elsewhere ? to.real.c_str() : path, mode, stream);
+}
+INTERPOSED FILE *freopen64(const char *path, const char *mode, FILE *stream) {
+    return freopen(path, mode, stream);
 }
 
 // Closing a plain stream closes the descriptor inside libc; a device stream comes past close(). The

@@ -38,6 +38,7 @@ class Machine {
     Slave *slave(int bus, int addr) const;
     std::vector<Device *> devices() const;
     const std::map<std::string, std::unique_ptr<Bus>> &buses() const { return buses_; }
+    const std::map<std::string, std::unique_ptr<RegisterSpace>> &spaces() const { return spaces_; }
 
     const std::string &name() const { return name_; }
     const std::filesystem::path &dir() const { return dir_; }

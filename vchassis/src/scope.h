@@ -8,6 +8,9 @@
 #include "paths.h"
 #include "session.h"
 
+// A function that programs find in front of the one of libc.
+#define INTERPOSED extern "C" __attribute__((visibility("default")))
+
 namespace vchassis {
 
 // Makes this the session that calls of this process go to, and says which one it replaces. Null:

@@ -4,21 +4,21 @@
 #include <fcntl.h>
 #include <linux/i2c.h>
 #include <signal.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
 
 #include "real.h"
 
 namespace vchassis {
 
-namespace fs = std::filesystem;
-
 namespace {
 
 // Descriptors from this number on are always looked up.
 constexpr int kFlaggedFds = 65536;
+// The names of what stands in for a device are limited.
+constexpr std::size_t kStandInNameSize = 200;
 constinit std::array<std::atomic<bool>, kFlaggedFds> g_flagged{};
 
 void flag(int fd, bool on) {
@@ -36,8 +36,15 @@ Outcome from_fault(const Fault &fault) {
     return fault.error != 0 ? Outcome::failure(fault.error) : Outcome{fault.result, 0};
 }
 
+// Stands in for a device where something goes past these functions: what it changes is nobody's.
+int stand_in(const std::string &path, int flags) {
+    const int fd = memfd_create(path.substr(0, kStandInNameSize).c_str(),
+                                (flags & O_CLOEXEC) != 0 ? MFD_CLOEXEC : 0);
+    return fd >= 0 || errno != ENOSYS ? fd : real().open("/dev/null", O_RDWR | (flags & O_CLOEXEC));
+}
+
 bool readable(int flags) {
-    return (flags & O_ACCMODE) != O_WRONLY;
+    return (flags & O_ACCMODE) != O_WRONLY && (flags & O_PATH) == 0;
 }
 bool writable(int flags) {
     return (flags & O_ACCMODE) != O_RDONLY;
@@ -74,6 +81,16 @@ bool Session::is_device(int fd) const {
     return found != files_.end() && found->second->place.kind != Place::Kind::file;
 }
 
+std::vector<int> Session::tracked(unsigned first, unsigned last) const {
+    std::vector<int> found;
+    for (const auto &[fd, file] : files_) {
+        if (static_cast<unsigned>(fd) >= first && static_cast<unsigned>(fd) <= last) {
+            found.push_back(fd);
+        }
+    }
+    return found;
+}
+
 void Session::track(int fd, std::shared_ptr<OpenFile> file) {
     files_[fd] = std::move(file);
     flag(fd, true);
@@ -84,8 +101,6 @@ std::shared_ptr<Session::OpenFile> Session::forget(int fd) {
     return files_.extract(fd).mapped();
 }
 
-// A descriptor of the null device stands in: a character device that select(), fstat() and
-// close-on-exec treat as they should.
 Outcome Session::open_device(const Place &place, int flags) {
     if (place.kind == Place::Kind::missing_device) {
         return Outcome::failure(ENOENT);
@@ -96,13 +111,12 @@ Outcome Session::open_device(const Place &place, int flags) {
     if ((flags & O_DIRECTORY) != 0) {
         return Outcome::failure(ENOTDIR);
     }
-    return from_libc(real().open("/dev/null", O_RDWR | (flags & O_CLOEXEC)));
+    return from_libc(stand_in(place.path, flags));
 }
 
 Outcome Session::open_file(const Place &place, int flags, unsigned mode) {
     if ((flags & O_CREAT) != 0) {
-        std::error_code ignored;
-        fs::create_directories(fs::path(place.real).parent_path(), ignored);
+        make_parents(place);
     }
     return from_libc(real().open(place.real.c_str(), flags, mode));
 }
@@ -120,15 +134,16 @@ Outcome Session::open(const Place &place, int flags, unsigned mode) {
     } else {
         outcome = place.kind == Place::Kind::file ? open_file(place, flags, mode)
                                                   : open_device(place, flags);
-        if (outcome.result >= 0) {
-            track(static_cast<int>(outcome.result),
-                  std::make_shared<OpenFile>(OpenFile{place,
-                                                      flags,
-                                                      machine_->registers(place.path),
-                                                      machine_->bus(place.path),
-                                                      0,
-                                                      {}}));
-        }
+    }
+    return record_open(place, flags, outcome);
+}
+
+Outcome Session::record_open(const Place &place, int flags, Outcome outcome) {
+    if (outcome.result >= 0) {
+        track(
+            static_cast<int>(outcome.result),
+            std::make_shared<OpenFile>(OpenFile{
+                place, flags, machine_->registers(place.path), machine_->bus(place.path), 0, {}}));
     }
     journal_.record({.op = Op::open,
                      .path = place.path,

@@ -13,6 +13,7 @@
 #include "faults.h"
 #include "i2c_dev.h"
 #include "journal.h"
+#include "listing.h"
 #include "machine.h"
 #include "paths.h"
 
@@ -38,8 +39,15 @@ class Session {
     static bool may_track(int fd);
     bool tracks(int fd) const { return files_.contains(fd); }
     bool is_device(int fd) const;
+    // Of a tracked descriptor.
+    const Place &place(int fd) const { return files_.at(fd)->place; }
+    int flags(int fd) const { return files_.at(fd)->flags; }
+    std::vector<int> tracked(unsigned first, unsigned last) const;
+    Listings &listings() { return listings_; }
 
     Outcome open(const Place &place, int flags, unsigned mode);
+    // The descriptor is open already, by freopen().
+    void opened(const Place &place, int flags, int fd) { record_open(place, flags, {fd, 0}); }
     Outcome access(const Place &place, int mode);
     Outcome close(int fd);
     // The descriptor is closed already, by fclose() with this result.
@@ -71,6 +79,7 @@ class Session {
     void track(int fd, std::shared_ptr<OpenFile> file);
     std::shared_ptr<OpenFile> forget(int fd);
     void count_access();
+    Outcome record_open(const Place &place, int flags, Outcome outcome);
     void record_close(const std::shared_ptr<OpenFile> &file, Outcome outcome);
     Outcome open_device(const Place &place, int flags);
     static Outcome open_file(const Place &place, int flags, unsigned mode);
@@ -92,6 +101,7 @@ class Session {
     int signal_ = 0;
     std::uint64_t slept_us_ = 0;
     std::unordered_map<int, std::shared_ptr<OpenFile>> files_;
+    Listings listings_;
 };
 
 }  // namespace vchassis
