@@ -26,6 +26,7 @@ class Header:
     comment: list
     groups: list
     types: dict  # name or enumerator -> text of the definition
+    parts: list  # all of it in order: groups, and comments with what is no declaration
 
 
 def name_of(declaration):
@@ -44,6 +45,35 @@ def comment_lines(text):
     while lines and not lines[-1].strip():
         lines.pop()
     return lines
+
+
+def paragraphs_of(lines):
+    """Comment lines as blocks: ("text"|"code"|"item", text or lines)."""
+    found = []
+    for each in lines + [""]:
+        item = re.match(r" ?(\d+)\. +(.*)", each)
+        kind, last = ("end", None) if not found else found[-1]
+        if not each.strip():
+            found.append(("end", ""))
+        elif item:
+            found.append(("item", [item[1], item[2]]))
+        elif kind == "item":
+            last[1] += " " + each.strip()
+        elif each.startswith("  "):
+            if kind != "code":
+                found.append(("code", []))
+            found[-1][1].append(each[2:] if each.startswith("  ") else each)
+        elif kind == "text":
+            found[-1] = ("text", f"{last} {each.strip()}")
+        else:
+            found.append(("text", each.strip()))
+    return [each for each in found if each[0] != "end"]
+
+
+def split_result(text):
+    """A paragraph, and what it says of the result: from the sentence that begins with "Returns" on."""
+    found = re.search(r"(?:^|(?<=[.;] ))Returns? ", text)
+    return (text[:found.start()].strip(), text[found.start():]) if found else (text.strip(), "")
 
 
 def tokens(text):
@@ -81,7 +111,7 @@ def type_names(definition):
 def parse(path):
     text = path.read_text()
     text = text[text.index("*/") + 2:]  # behind the licence
-    header = Header(path.name, None, [], {})
+    header = Header(path.name, None, [], {}, [])
     comment, notes, group = None, [], None
     is_used = False  # the comment is that of a type
     for kind, token, same_line in tokens(text.replace("DFD_BEGIN_DECLS", "").replace("DFD_END_DECLS", "")):
@@ -100,9 +130,11 @@ def parse(path):
                     notes = notes + [comment_lines(comment)]
             comment, group = None, None
         elif kind == "directive":
+            header.parts.append(("" if is_used else comment or "", token))
             is_used = True
         elif kind in ("type", "declaration") and not EXPORTED.match(token):
             definition = (comment + "\n" if comment else "") + token
+            header.parts.append((comment or "", token))
             for name in type_names(token):
                 header.types.setdefault(name, definition)
             is_used = True
@@ -110,5 +142,6 @@ def parse(path):
             if group is None:
                 group = Group(path.name, comment_lines(comment) if comment else [], [], notes)
                 header.groups.append(group)
+                header.parts.append(group)
             group.declarations.append(re.sub(r"\s+", " ", EXPORTED.sub(lambda m: m[1] or "", token)))
     return header

@@ -64,29 +64,6 @@ def summary_of(text):
     return " ".join(words) or text[:LONGEST]
 
 
-def paragraphs_of(lines):
-    """Comment lines as blocks: ("text"|"code"|"item", text or lines)."""
-    found = []
-    for each in lines + [""]:
-        item = re.match(r" ?(\d+)\. +(.*)", each)
-        kind, last = ("end", None) if not found else found[-1]
-        if not each.strip():
-            found.append(("end", ""))
-        elif item:
-            found.append(("item", [item[1], item[2]]))
-        elif kind == "item":
-            last[1] += " " + each.strip()
-        elif each.startswith("  "):
-            if kind != "code":
-                found.append(("code", []))
-            found[-1][1].append(each[2:] if each.startswith("  ") else each)
-        elif kind == "text":
-            found[-1] = ("text", f"{last} {each.strip()}")
-        else:
-            found.append(("text", each.strip()))
-    return [each for each in found if each[0] != "end"]
-
-
 def narrow(definition):
     """A definition in lines that fit: remarks that do not stand above what they are about."""
     out = []
@@ -133,18 +110,17 @@ class Functions:
     def body(self, lines, own):
         """Description and what is said of the result."""
         description, result = [], []
-        for kind, content in paragraphs_of(lines):
+        for kind, content in headers.paragraphs_of(lines):
             if kind == "code":
                 description += roff.literal(content)
             elif kind == "item":
                 description += [f".IP {content[0]}. 4", roff.line(self.prose(content[1], own))]
             else:
-                cut = re.search(r"(?:^|(?<=[.;] ))Returns? ", content)
-                before = content[:cut.start()] if cut else content
-                if before.strip():
-                    description += roff.paragraph(self.prose(before.strip(), own))
-                if cut:
-                    result += roff.paragraph(self.prose(content[cut.start():], own))
+                before, returned = headers.split_result(content)
+                if before:
+                    description += roff.paragraph(self.prose(before, own))
+                if returned:
+                    result += roff.paragraph(self.prose(returned, own))
         return description, result
 
     def referred_to(self, group):
