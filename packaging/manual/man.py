@@ -53,6 +53,7 @@ def see_also(references):
 
 def summary_of(text):
     """The first sentence, as far as it fits a line."""
+    text = text.replace("`", "")
     if re.match(r"-?\d", text):
         text = "returns " + text.replace(": ", ", ", 1)
     summary = re.split(r"(?<=[^.])\. |\.$|: ", text, maxsplit=1)[0]
@@ -102,9 +103,9 @@ class Functions:
                 return name
             return f"\2{name}\3"
 
-        text = re.sub(r"`(\w+)`", "\4\\1\5", text)
+        text = re.sub(r"`([^`]+)`", "\4\\1\5", text)
         marked = roff.escape(re.sub(r"\b[a-z]\w+\b", mark, text))
-        marked = re.sub("\4(\\w+)\5", r"\\fI\1\\fP", marked)
+        marked = re.sub("\4([^\5]+)\5", r"\\fI\1\\fP", marked)
         return re.sub("\2(\\w+)\3", r"\\fB\1\\fP(3)", marked)
 
     def body(self, lines, own):
