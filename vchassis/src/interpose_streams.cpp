@@ -2,6 +2,7 @@
 // Streams. Inside libc fopen() does not come past open(), so streams are made here from descriptors
 // that did: of a plain file by fdopen(), of a device by functions that read and write through them.
 #include <fcntl.h>
+#include <stdint.h>
 #include <stdio.h>
 #include <string.h>
 #include <unistd.h>
@@ -26,7 +27,7 @@ int open_flags(const char *mode) {
 }
 
 int descriptor(void *cookie) {
-    return *static_cast<int *>(cookie);
+    return static_cast<int>(reinterpret_cast<intptr_t>(cookie));
 }
 
 ssize_t read_cookie(void *cookie, char *buffer, size_t size) {
@@ -46,21 +47,16 @@ int seek_cookie(void *cookie, off64_t *offset, int whence) {
 }
 
 int close_cookie(void *cookie) {
-    const int result = close(descriptor(cookie));
-    delete static_cast<int *>(cookie);
-    return result;
+    return close(descriptor(cookie));
 }
 
 FILE *device_stream(int fd, const char *mode) {
-    auto *cookie = new int(fd);
-    FILE *stream =
-        fopencookie(cookie, mode, {read_cookie, write_cookie, seek_cookie, close_cookie});
-    if (stream == nullptr) {
-        delete cookie;
-        return nullptr;
-    }
+    FILE *stream = fopencookie(reinterpret_cast<void *>(intptr_t{fd}), mode,
+                               {read_cookie, write_cookie, seek_cookie, close_cookie});
     // So that fileno() works, by which C++ streams read.
-    stream->_fileno = fd;
+    if (stream != nullptr) {
+        stream->_fileno = fd;
+    }
     return stream;
 }
 
