@@ -124,6 +124,28 @@ TEST_F(Programs, DevicesAreListedAndShown) {
     expect(kRows);
 }
 
+// What a shell opens, the programs that it starts and its own commands read and write.
+TEST_F(Programs, DevicesAreRedirected) {
+    describe("[[registers]]\npath = '/dev/lpc0'");
+    constexpr Row kRows[] = {
+        {"cat < /dev/cpld0 | od -An -tx1 -N2", " 00 fe\n"},
+        {"head -c 2 < /dev/cpld0 | od -An -tx1", " 00 fe\n"},
+        {"xxd -l 2 < /dev/cpld0", "00000000: 00fe                                     ..\n"},
+        {"stat -L -c '%t:%T' - < /dev/i2c-0", "59:0\n"},
+        {"printf ab > /dev/lpc0; od -An -c -N3 /dev/lpc0", "   a   b  \\0\n"},
+        {"/usr/bin/printf cd > /dev/lpc0; od -An -c -N3 /dev/lpc0", "   c   d  \\0\n"},
+        {"bash -c 'printf e > /dev/lpc0; echo told; { echo -n f; echo -n g >&2; } 1>/dev/lpc0; "
+         "echo h'; od -An -c -N2 /dev/lpc0",
+         "told\nh\n   f   d\n"},
+        {"exec 3<> /dev/lpc0; dd bs=1 count=1 status=none <&3 >/dev/null; printf x >&3; "
+         "dd bs=1 count=1 status=none <&3 >/dev/null; printf y >&3; exec 3>&-; "
+         "od -An -c -N4 /dev/lpc0",
+         "   f   x  \\0   y\n"},
+        {"cat < /dev/cpld1 2>/dev/null || echo none", "none\n"},
+    };
+    expect(kRows);
+}
+
 // Each is what the program prints on files of a machine that has them.
 TEST_F(Programs, FilesOfTheChassisAreWorkedOn) {
     constexpr Row kRows[] = {

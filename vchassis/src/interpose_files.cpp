@@ -9,6 +9,7 @@
 
 #include "real.h"
 #include "scope.h"
+#include "streams.h"
 
 using vchassis::Entry;
 using vchassis::real;
@@ -26,6 +27,17 @@ int open_any(int dirfd, const char *path, int flags, mode_t mode) {
     }
     return dirfd == AT_FDCWD ? real().open(path, flags, mode)
                              : real().openat(dirfd, path, flags, mode);
+}
+
+// `copy` is what libc returned. The lock is free again when streams are looked at.
+int duplicated(int fd, int copy) {
+    if (Entry in; in && copy >= 0 && copy != fd) {
+        in->duplicated(fd, copy);
+    }
+    if (copy >= 0 && copy <= STDERR_FILENO) {
+        vchassis::follow_standard_streams();
+    }
+    return copy;
 }
 
 }  // namespace
@@ -203,19 +215,11 @@ INTERPOSED int dup(int fd) noexcept {
 }
 
 INTERPOSED int dup2(int fd, int target) noexcept {
-    const int copy = real().dup2(fd, target);
-    if (Entry in; in && copy >= 0 && fd != target) {
-        in->duplicated(fd, copy);
-    }
-    return copy;
+    return duplicated(fd, real().dup2(fd, target));
 }
 
 INTERPOSED int dup3(int fd, int target, int flags) noexcept {
-    const int copy = real().dup3(fd, target, flags);
-    if (Entry in; in && copy >= 0) {
-        in->duplicated(fd, copy);
-    }
-    return copy;
+    return duplicated(fd, real().dup3(fd, target, flags));
 }
 
 namespace {

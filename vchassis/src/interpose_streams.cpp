@@ -4,11 +4,13 @@
 #include <fcntl.h>
 #include <stdint.h>
 #include <stdio.h>
+#include <stdio_ext.h>
 #include <string.h>
 #include <unistd.h>
 
 #include "real.h"
 #include "scope.h"
+#include "streams.h"
 
 using vchassis::Entry;
 using vchassis::Place;
@@ -83,20 +85,6 @@ FILE *open_stream(const char *path, const char *mode) {
     return stream;
 }
 
-}  // namespace
-
-INTERPOSED FILE *fdopen(int fd, const char *mode) noexcept {
-    return is_device(fd) ? device_stream(fd, mode) : real().fdopen(fd, mode);
-}
-
-INTERPOSED FILE *fopen(const char *path, const char *mode) {
-    return is_ours(path) ? open_stream(path, mode) : real().fopen(path, mode);
-}
-
-INTERPOSED FILE *fopen64(const char *path, const char *mode) {
-    return fopen(path, mode);
-}
-
 // No device can move into an open stream, nor out of one. A standard stream is followed by another
 // one of its name; of any other the caller has to take the result.
 FILE *replace_stream(const char *path, const char *mode, FILE *old) {
@@ -131,6 +119,47 @@ FILE *reopen_file(const Place &place, const char *path, const char *mode, FILE *
         in->opened(place, open_flags(mode), fileno(result));
     }
     return result;
+}
+
+struct Standard {
+    FILE **stream;
+    const char *mode;
+    bool followed;
+};
+Standard g_standard[] = {{&stdin, "r", false}, {&stdout, "w", false}, {&stderr, "w", false}};
+
+void follow(int fd, Standard &standard) {
+    FILE *old = *standard.stream;
+    if (standard.followed || !is_device(fd) || old == nullptr || fileno(old) != fd) {
+        return;
+    }
+    FILE *fresh = device_stream(fd, standard.mode);
+    if (fresh != nullptr) {
+        const int mode = fd == STDERR_FILENO ? _IONBF : __flbf(old) != 0 ? _IOLBF : _IOFBF;
+        setvbuf(fresh, nullptr, mode, BUFSIZ);
+        *standard.stream = fresh;
+        standard.followed = true;
+    }
+}
+
+}  // namespace
+
+void vchassis::follow_standard_streams() {
+    for (int fd = 0; fd <= STDERR_FILENO; ++fd) {
+        follow(fd, g_standard[fd]);
+    }
+}
+
+INTERPOSED FILE *fdopen(int fd, const char *mode) noexcept {
+    return is_device(fd) ? device_stream(fd, mode) : real().fdopen(fd, mode);
+}
+
+INTERPOSED FILE *fopen(const char *path, const char *mode) {
+    return is_ours(path) ? open_stream(path, mode) : real().fopen(path, mode);
+}
+
+INTERPOSED FILE *fopen64(const char *path, const char *mode) {
+    return fopen(path, mode);
 }
 
 // Without a path it changes the mode of what is open.

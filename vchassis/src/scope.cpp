@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -15,6 +16,7 @@
 
 #include "environment.h"
 #include "real.h"
+#include "streams.h"
 
 namespace vchassis {
 
@@ -30,6 +32,7 @@ thread_local bool t_inside = false;
 
 // Own descriptors stand where programs that count theirs from 3 on do not meet them.
 constexpr int kFirstOwnFd = 512;
+constexpr int kInheritedFds = 32;
 constexpr mode_t kTraceMode = 0666;
 // A program takes this long to start, so the next one finds an EEPROM ready again.
 constexpr std::uint64_t kProcessStartUs = 20000;
@@ -113,6 +116,23 @@ void after_fork() {
 // Without this a child forked while another thread holds the lock would never get it.
 __attribute__((constructor)) void handle_forks() {
     pthread_atfork(before_fork, after_fork, after_fork);
+}
+
+// Devices that the program before this one has left open, as a shell does that redirects. Shells
+// use low descriptors, and every program pays for looking.
+__attribute__((constructor)) void take_over_devices() {
+    for (int fd = 0; fd < kInheritedFds && std::getenv(kDirVariable) != nullptr; ++fd) {
+        char link[PATH_MAX];
+        const std::string name = fmt::format("/proc/self/fd/{}", fd);
+        const ssize_t size = real().readlinkat(AT_FDCWD, name.c_str(), link, sizeof link);
+        const std::string_view text(link, size < 0 ? 0 : static_cast<std::size_t>(size));
+        if (text.starts_with(Session::kStandInLink)) {
+            if (const Entry in; in) {
+                in->inherited(fd, text);
+            }
+        }
+    }
+    follow_standard_streams();
 }
 
 }  // namespace

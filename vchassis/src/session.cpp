@@ -2,6 +2,7 @@
 #include "session.h"
 
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <linux/i2c.h>
 #include <signal.h>
 #include <sys/mman.h>
@@ -17,8 +18,10 @@ namespace {
 
 // Descriptors from this number on are always looked up.
 constexpr int kFlaggedFds = 65536;
-// The names of what stands in for a device are limited.
-constexpr std::size_t kStandInNameSize = 200;
+// What stands in for a device carries its flags and path in its name, for the program that inherits
+// it through exec, and keeps the position for all who share it.
+constexpr std::string_view kStandIn = "vchassis:";
+constexpr std::string_view kDeleted = " (deleted)";
 constinit std::array<std::atomic<bool>, kFlaggedFds> g_flagged{};
 
 void flag(int fd, bool on) {
@@ -36,11 +39,10 @@ Outcome from_fault(const Fault &fault) {
     return fault.error != 0 ? Outcome::failure(fault.error) : Outcome{fault.result, 0};
 }
 
-// Stands in for a device where something goes past these functions: what it changes is nobody's.
+// Where something goes past these functions it changes what is nobody's.
 int stand_in(const std::string &path, int flags) {
-    const int fd = memfd_create(path.substr(0, kStandInNameSize).c_str(),
-                                (flags & O_CLOEXEC) != 0 ? MFD_CLOEXEC : 0);
-    return fd >= 0 || errno != ENOSYS ? fd : real().open("/dev/null", O_RDWR | (flags & O_CLOEXEC));
+    return memfd_create(fmt::format("{}{:x}:{}", kStandIn, flags & ~O_CLOEXEC, path).c_str(),
+                        (flags & O_CLOEXEC) != 0 ? MFD_CLOEXEC : 0);
 }
 
 bool readable(int flags) {
@@ -79,6 +81,21 @@ bool Session::may_track(int fd) {
 bool Session::is_device(int fd) const {
     const auto found = files_.find(fd);
     return found != files_.end() && found->second->place.kind != Place::Kind::file;
+}
+
+void Session::inherited(int fd, std::string_view link) {
+    std::string_view rest = link;
+    if (!rest.starts_with(kStandInLink) || !rest.ends_with(kDeleted)) {
+        return;
+    }
+    rest.remove_prefix(kStandInLink.size());
+    rest.remove_suffix(kDeleted.size());
+    const std::size_t colon = rest.find(':');
+    const std::string path(rest.substr(colon + 1));
+    const Place place = locate(*machine_, AT_FDCWD, path.c_str());
+    if (colon != std::string_view::npos && place.is_device()) {
+        track(fd, make_open_file(place, std::stoi(std::string(rest), nullptr, 16)));
+    }
 }
 
 std::vector<int> Session::tracked(unsigned first, unsigned last) const {
@@ -136,6 +153,11 @@ Outcome Session::open(const Place &place, int flags, unsigned mode) {
                                                   : open_device(place, flags);
     }
     return record_open(place, flags, outcome);
+}
+
+std::shared_ptr<Session::OpenFile> Session::make_open_file(const Place &place, int flags) const {
+    return std::make_shared<OpenFile>(
+        OpenFile{place, flags, machine_->registers(place.path), machine_->bus(place.path), {}});
 }
 
 Outcome Session::record_open(const Place &place, int flags, Outcome outcome) {
@@ -213,14 +235,11 @@ Outcome Session::seek(int fd, std::int64_t offset, int whence) {
         outcome = from_libc(real().lseek(fd, offset, whence));
     } else {
         const auto size = static_cast<std::int64_t>(file.registers->contents().size());
-        const std::int64_t base = whence == SEEK_CUR   ? static_cast<std::int64_t>(file.position)
-                                  : whence == SEEK_END ? size
-                                                       : 0;
+        const std::int64_t base = whence == SEEK_CUR ? position(fd) : whence == SEEK_END ? size : 0;
         std::int64_t to = 0;
         const bool valid = whence >= SEEK_SET && whence <= SEEK_END &&
                            !__builtin_add_overflow(base, offset, &to) && to >= 0;
-        outcome = valid ? Outcome{to, 0} : Outcome::failure(EINVAL);
-        file.position = valid ? static_cast<std::uint64_t>(to) : file.position;
+        outcome = valid ? from_libc(real().lseek(fd, to, SEEK_SET)) : Outcome::failure(EINVAL);
     }
     journal_.record({.op = Op::seek,
                      .path = file.place.path,
@@ -230,9 +249,8 @@ Outcome Session::seek(int fd, std::int64_t offset, int whence) {
     return outcome;
 }
 
-std::int64_t Session::position(int fd, const OpenFile &file) const {
-    return file.registers != nullptr ? static_cast<std::int64_t>(file.position)
-                                     : real().lseek(fd, 0, SEEK_CUR);
+std::int64_t Session::position(int fd) {
+    return real().lseek(fd, 0, SEEK_CUR);
 }
 
 Outcome Session::move(int fd, const OpenFile &file, std::span<std::uint8_t> out, At at) {
@@ -244,7 +262,7 @@ Outcome Session::move(int fd, const OpenFile &file, std::span<std::uint8_t> out,
         return Outcome::failure(EBADF);
     }
     const Store::Lock lock(machine_->store());
-    const std::uint64_t from = at ? static_cast<std::uint64_t>(*at) : file.position;
+    const std::uint64_t from = static_cast<std::uint64_t>(at ? *at : position(fd));
     machine_->settle();
     return {static_cast<std::int64_t>(file.registers->read(from, out)), 0};
 }
@@ -258,7 +276,7 @@ Outcome Session::move(int fd, const OpenFile &file, std::span<const std::uint8_t
         return Outcome::failure(EBADF);
     }
     const Store::Lock lock(machine_->store());
-    const std::uint64_t from = at ? static_cast<std::uint64_t>(*at) : file.position;
+    const std::uint64_t from = static_cast<std::uint64_t>(at ? *at : position(fd));
     machine_->settle();
     const std::size_t done = file.registers->write(from, in);
     machine_->settle();
@@ -274,14 +292,14 @@ Outcome Session::move_with_faults(Op op, int fd, OpenFile &file, std::span<Byte>
     if (file.registers != nullptr) {
         count_access();
     }
-    const std::int64_t offset = at ? *at : position(fd, file);
+    const std::int64_t offset = at ? *at : position(fd);
     const auto fault = faults_.take(op, file.place.path, -1, offset);
     const std::size_t count = allowed(fault, bytes.size());
     const Outcome outcome =
         fault && count == 0 ? from_fault(*fault) : move(fd, file, bytes.first(count), at);
     const auto done = static_cast<std::size_t>(std::max<std::int64_t>(outcome.result, 0));
-    if (!at && file.registers != nullptr) {
-        file.position += done;
+    if (!at && file.registers != nullptr && done != 0) {
+        real().lseek(fd, static_cast<off64_t>(done), SEEK_CUR);
     }
     const auto moved = bytes.first(std::min(done, bytes.size()));
     journal_.record({.op = op,

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string_view>
 #include <unordered_map>
 
 #include "faults.h"
@@ -48,6 +49,10 @@ class Session {
     Outcome open(const Place &place, int flags, unsigned mode);
     // The descriptor is open already, by freopen().
     void opened(const Place &place, int flags, int fd) { record_open(place, flags, {fd, 0}); }
+    // How links in /proc to descriptors of devices begin.
+    static constexpr std::string_view kStandInLink = "/memfd:vchassis:";
+    // The descriptor is a device that the program before has opened.
+    void inherited(int fd, std::string_view link);
     Outcome access(const Place &place, int mode);
     Outcome close(int fd);
     // The descriptor is closed already, by fclose() with this result.
@@ -71,7 +76,6 @@ class Session {
         int flags = 0;
         RegisterSpace *registers = nullptr;
         Bus *bus = nullptr;
-        std::uint64_t position = 0;
         I2cPort port;
     };
     using At = std::optional<std::int64_t>;
@@ -79,6 +83,7 @@ class Session {
     void track(int fd, std::shared_ptr<OpenFile> file);
     std::shared_ptr<OpenFile> forget(int fd);
     void count_access();
+    std::shared_ptr<OpenFile> make_open_file(const Place &place, int flags) const;
     Outcome record_open(const Place &place, int flags, Outcome outcome);
     void record_close(const std::shared_ptr<OpenFile> &file, Outcome outcome);
     Outcome open_device(const Place &place, int flags);
@@ -89,7 +94,7 @@ class Session {
     Outcome move(int fd, const OpenFile &file, std::span<const std::uint8_t> in, At at);
     template <class Byte>
     Outcome move_with_faults(Op op, int fd, OpenFile &file, std::span<Byte> bytes, At at);
-    std::int64_t position(int fd, const OpenFile &file) const;
+    static std::int64_t position(int fd);
     Transact transact_on(const OpenFile &file);
     Outcome transfer(const OpenFile &file, std::vector<Message> &messages, std::int64_t success);
 
