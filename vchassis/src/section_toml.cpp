@@ -2,8 +2,6 @@
 // TOML to sections; the only file that sees the TOML parser.
 #include <fmt/format.h>
 
-#define TOML_EXCEPTIONS 0
-#define TOML_HEADER_ONLY 1
 #include <toml++/toml.h>
 
 #include "section.h"
@@ -75,13 +73,13 @@ class Converter {
 }  // namespace
 
 std::shared_ptr<Section> parse_description(std::string_view text, const std::string &file) {
-    const toml::parse_result result = toml::parse(text, file);
-    if (!result) {
-        const auto &where = result.error().source().begin;
-        throw DescriptionError(fmt::format("{}:{}:{}: {}", file, where.line, where.column,
-                                           result.error().description()));
+    try {
+        return Converter(file).section(toml::parse(text, file), "the description");
+    } catch (const toml::parse_error &error) {
+        const auto &where = error.source().begin;
+        throw DescriptionError(
+            fmt::format("{}:{}:{}: {}", file, where.line, where.column, error.description()));
     }
-    return Converter(file).section(result.table(), "the description");
 }
 
 }  // namespace vchassis
