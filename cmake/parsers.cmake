@@ -3,13 +3,12 @@
 # and the virtual chassis and linked into them: a program for a chassis then needs no library of its own
 # there, and starts faster.
 find_package(CLI11 REQUIRED)
-find_package(fmt REQUIRED)
 find_package(nlohmann_json REQUIRED)
+find_path(DFD_FMT_INCLUDE fmt/format-inl.h REQUIRED)
 find_path(DFD_TOML_INCLUDE toml++/toml.h REQUIRED)
-get_target_property(dfd_fmt_include fmt::fmt INTERFACE_INCLUDE_DIRECTORIES)
 
 add_library(dfd_fmt STATIC cmake/fmt.cpp)
-target_include_directories(dfd_fmt SYSTEM PUBLIC ${dfd_fmt_include})
+target_include_directories(dfd_fmt SYSTEM PUBLIC ${DFD_FMT_INCLUDE})
 add_library(dfd_toml STATIC cmake/toml.cpp)
 target_include_directories(dfd_toml SYSTEM PUBLIC ${DFD_TOML_INCLUDE})
 target_compile_definitions(dfd_toml PUBLIC TOML_HEADER_ONLY=0)

@@ -40,7 +40,7 @@ bool is_number_missing(const SourceLine &line) {
 std::string printable(std::string text) {
     constexpr char kDelete = '\x7F';
     std::ranges::replace_if(
-        text, [](char c) { return (c >= '\0' && c < ' ') || c == kDelete; }, '?');
+        text, [](char c) { return static_cast<unsigned char>(c) < ' ' || c == kDelete; }, '?');
     return text;
 }
 

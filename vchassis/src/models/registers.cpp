@@ -74,15 +74,19 @@ std::size_t RegisterSpace::read(std::uint64_t offset, std::span<std::uint8_t> ou
     if (offset >= contents().size()) {
         return 0;
     }
-    const auto from = contents().subspan(offset);
+    const auto from = contents().subspan(static_cast<std::size_t>(offset));
     const std::size_t count = std::min(from.size(), out.size());
     std::copy_n(from.begin(), count, out.begin());
     return count;
 }
 
 std::size_t RegisterSpace::write(std::uint64_t offset, std::span<const std::uint8_t> bytes) {
+    if (offset >= contents().size()) {
+        return 0;
+    }
     std::size_t count = 0;
-    for (std::uint64_t reg = offset; reg < contents().size() && count < bytes.size(); ++reg) {
+    for (auto reg = static_cast<std::size_t>(offset);
+         reg < contents().size() && count < bytes.size(); ++reg) {
         table_.write(reg, contents()[reg], bytes[count++]);
     }
     return count;

@@ -1,0 +1,49 @@
+#!/bin/sh
+# SPDX-License-Identifier: MIT
+# chroot.sh DIRECTORY: the Debian packages there install into a fresh system, the demo runs from them
+# alone, and nothing is left of them when they are purged. Takes root, mmdebstrap and a Debian mirror;
+# where the system cannot be made, exit status 77.
+set -eu
+packages=$(realpath -e "$1")
+work=$(mktemp -d)
+trap 'umount "$work/root/proc" 2> /dev/null; rm -rf "$work"' EXIT
+root=$work/root
+
+mmdebstrap --quiet --variant=apt bookworm "$root" > "$work/log" 2>&1 || {
+    tail -n 3 "$work/log"
+    echo "a fresh Debian system cannot be made here"
+    exit 77
+}
+inside() { chroot "$root" env DEBIAN_FRONTEND=noninteractive "$@"; }
+everything() { (cd "$root" && find etc usr lib bin sbin -xdev ! -path '*/__pycache__*' ! -type d | sort); }
+
+inside apt-get install -y -qq --no-install-recommends adduser > /dev/null 2>&1
+everything > "$work/before"
+cp "$packages"/*.deb "$root/tmp/"
+inside sh -c 'apt-get install -y -qq --no-install-recommends /tmp/*.deb' > "$work/log" 2>&1 ||
+    { tail -n 20 "$work/log"; exit 1; }
+rm "$root"/tmp/*.deb
+
+# Supply 4 of the demo chassis has no input.
+status=0
+inside vchassis run --state /tmp/state /usr/share/dfd/boards/demo -- dfdctl check > "$work/page" || status=$?
+cat "$work/page"
+[ "$status" -eq 1 ]
+grep -q 'supply 4: NO INPUT' "$work/page"
+inside getent group dfd > /dev/null
+
+names=$(cd "$packages" && for file in *.deb; do echo "${file%%_*}"; done | grep -v dbgsym)
+# shellcheck disable=SC2086  # names are words
+inside apt-get purge -y -qq $names > "$work/log" 2>&1 || { tail -n 20 "$work/log"; exit 1; }
+inside apt-get autoremove -y -qq > /dev/null 2>&1
+everything > "$work/after"
+# What belongs to the package manager changes: lists, caches and the backups of the group file.
+if diff "$work/before" "$work/after" | grep '^>' | grep -vE ' (etc/(group|gshadow)-|etc/ld\.so\.cache)'; then
+    echo "left of the packages when they are purged"
+    exit 1
+fi
+if inside getent group dfd; then
+    echo "the group dfd is left"
+    exit 1
+fi
+echo "installed, run and purged without a rest"
