@@ -21,7 +21,8 @@ foreach(parser dfd_fmt dfd_toml)
   target_compile_options(${parser} PRIVATE $<$<CONFIG:Release>:-O1>)
 endforeach()
 
-# For programs that are installed. A sanitizer wants the C++ library shared.
+# For programs that are installed; not for the preload library, whose handle for tests passes containers
+# of the C++ library. A sanitizer wants that shared, too.
 add_library(dfd_self_contained INTERFACE)
 if(NOT DFD_SANITIZE)
   target_link_options(dfd_self_contained INTERFACE -static-libstdc++ -static-libgcc)
