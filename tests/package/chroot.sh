@@ -14,6 +14,8 @@ mmdebstrap --quiet --variant=apt bookworm "$root" > "$work/log" 2>&1 || {
     echo "a fresh Debian system cannot be made here"
     exit 77
 }
+mkdir -p "$root/proc"
+mount -t proc proc "$root/proc" || { echo "/proc cannot be mounted here"; exit 77; }
 inside() { chroot "$root" env DEBIAN_FRONTEND=noninteractive "$@"; }
 everything() { (cd "$root" && find etc usr lib bin sbin -xdev ! -path '*/__pycache__*' ! -type d | sort); }
 
