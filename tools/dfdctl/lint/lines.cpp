@@ -36,12 +36,17 @@ bool ends_line(const std::string &raw, std::size_t byte) {
 }
 
 bool is_control(char c) {
-    return (c >= '\0' && c < ' ' && kBlanks.find(c) == std::string_view::npos) || c == '\x7F';
+    return (static_cast<unsigned char>(c) < ' ' && kBlanks.find(c) == std::string_view::npos) ||
+           c == '\x7F';
 }
 
 /// The first byte of a line that is neither printable ASCII nor blank.
 std::size_t find_odd_byte(std::string_view raw) {
-    const auto odd = [](char c) { return c < '\0' || is_control(c) || c == '\v' || c == '\f'; };
+    constexpr unsigned char kLastAscii = 0x7F;
+    const auto odd = [](char c) {
+        return static_cast<unsigned char>(c) > kLastAscii || is_control(c) || c == '\v' ||
+               c == '\f';
+    };
     return static_cast<std::size_t>(std::find_if(raw.begin(), raw.end(), odd) - raw.begin());
 }
 

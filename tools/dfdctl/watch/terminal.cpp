@@ -87,7 +87,7 @@ Events Signals::wait(int descriptor, bool has_keys, std::chrono::milliseconds ti
     constexpr long kNsPerMs = 1000000;
     std::array<pollfd, 2> polled = {pollfd{descriptor, POLLIN, 0},
                                     pollfd{has_keys ? STDIN_FILENO : -1, POLLIN, 0}};
-    const long ms = std::max<long>(time.count(), 0);
+    const long ms = std::max(static_cast<long>(time.count()), 0L);
     const timespec timeout = {ms / kMsPerSecond, ms % kMsPerSecond * kNsPerMs};
     Events events;
     if (ppoll(polled.data(), polled.size(), &timeout, &mask_) > 0) {
