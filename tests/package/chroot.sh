@@ -9,6 +9,7 @@ work=$(mktemp -d)
 trap 'umount "$work/root/proc" 2> /dev/null; rm -rf "$work"' EXIT
 root=$work/root
 
+[ "$(id -u)" -eq 0 ] || { echo "only root can make a fresh system"; exit 77; }
 mmdebstrap --quiet --variant=apt bookworm "$root" > "$work/log" 2>&1 || {
     tail -n 3 "$work/log"
     echo "a fresh Debian system cannot be made here"
