@@ -32,7 +32,7 @@ constexpr mode_t kTraceMode = 0666;
 
 fs::path preload_library() {
     const fs::path here = fs::read_symlink("/proc/self/exe").parent_path();
-    const fs::path places[] = {here, here / ".." / "lib", here / ".." / VCHASSIS_LIBDIR};
+    const fs::path places[] = {here, here / ".." / VCHASSIS_LIBDIR};
     for (const fs::path &place : places) {
         if (fs::exists(place / "libvchassis.so")) {
             return fs::canonical(place / "libvchassis.so");
