@@ -72,6 +72,18 @@ class HelpFormatter : public CLI::Formatter {
 
 }  // namespace
 
+int reporting_failure(const Action &action) {
+    try {
+        return action();
+    } catch (const UsageError &error) {
+        complain(error.what());
+        return kExitUsage;
+    } catch (const std::exception &error) {
+        complain(error.what());
+        return kExitIo;
+    }
+}
+
 void set_up_help(CLI::App &app) {
     app.formatter(std::make_shared<HelpFormatter>());
 }

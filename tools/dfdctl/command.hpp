@@ -41,6 +41,9 @@ struct Options {
 /// What the command line asks for; set by the chosen subcommand, run after parsing.
 using Action = std::function<int()>;
 
+/// What the action returns; a failure of it is a message and its exit status.
+int reporting_failure(const Action &action);
+
 /// A command under construction. Keeps the headers of the command-line library out of the files
 /// that use it: they take seconds to compile. Values must outlive the parsing.
 class Command {

@@ -323,17 +323,11 @@ int close_output(std::FILE *out, int status) {
 }  // namespace
 
 int main(int argc, char **argv) {
-    Options options;
-    try {
+    return reporting_failure([argc, argv] {
+        Options options;
         options.out = take_stdout();
         std::vector<char *> words = words_of(std::span(argv, static_cast<std::size_t>(argc)));
         return close_output(options.out,
                             run(static_cast<int>(words.size()), words.data(), options));
-    } catch (const UsageError &error) {
-        complain(error.what());
-        return kExitUsage;
-    } catch (const std::exception &error) {
-        complain(error.what());
-        return kExitIo;
-    }
+    });
 }

@@ -89,17 +89,11 @@ Request request_of(const Arguments &arguments) {
 
 /// In the process of a pass.
 int read_once(const Options &options, const Request &request) {
-    try {
+    return reporting_failure([&options, &request] {
         return request.page == kCheck
                    ? check::check_chassis(options)
                    : show(options, request.page, request.unit, Order::worst_first);
-    } catch (const UsageError &error) {
-        complain(error.what());
-        return kExitUsage;
-    } catch (const std::exception &error) {
-        complain(error.what());
-        return kExitIo;
-    }
+    });
 }
 
 /// A process that reads the page once; it is ended with this object.
