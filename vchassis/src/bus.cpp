@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "bus.h"
 
-#include <linux/i2c.h>
-
 #include <algorithm>
 #include <set>
 
@@ -10,9 +8,7 @@ namespace vchassis {
 
 namespace {
 
-bool reads(const Message &message) {
-    return (message.flags & I2C_M_RD) != 0;
-}
+constexpr unsigned kSevenBits = 0x7f;
 
 void drop_unread(std::span<Message> messages) {
     for (Message &message : messages) {
@@ -40,9 +36,11 @@ Slave *Bus::at(int addr) const {
     return found == slaves_.end() ? nullptr : found->second.get();
 }
 
-// Ten-bit addresses are a space of their own, in which nothing stands.
+// Ten-bit addresses are a space of their own, in which nothing stands. Of any other address seven
+// bits go over the wire, whatever stands above them.
 Slave *Bus::address(const Message &message) const {
-    Slave *slave = (message.flags & I2C_M_TEN) != 0 ? nullptr : at(message.addr);
+    const bool ten_bit = ten_bit_ && (message.flags & I2C_M_TEN) != 0;
+    Slave *slave = ten_bit ? nullptr : at(message.addr & kSevenBits);
     const bool answers = slave != nullptr && slave->present() && slave->start(reads(message));
     return answers ? slave : nullptr;
 }

@@ -2,6 +2,8 @@
 // One I2C bus and its slaves: messages in, acknowledges and bytes out.
 #pragma once
 
+#include <linux/i2c.h>
+
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -20,6 +22,10 @@ struct Outcome {
     static Outcome failure(int error) { return {-1, error}; }
 };
 
+inline bool reads(const Message &message) {
+    return (message.flags & I2C_M_RD) != 0;
+}
+
 class Bus {
   public:
     explicit Bus(int number) : number_(number) {}
@@ -35,6 +41,9 @@ class Bus {
     // An adapter without I2C_M_NOSTART ignores the flag, as those of the kernel do.
     void set_nostart(bool knows_it) { nostart_ = knows_it; }
     bool nostart() const { return nostart_; }
+    // Without ten-bit addresses it ignores their flag too.
+    void set_ten_bit(bool knows_it) { ten_bit_ = knows_it; }
+    bool ten_bit() const { return ten_bit_; }
 
     // Null when the address is taken.
     Slave *add(int addr, std::unique_ptr<Slave> slave);
@@ -59,6 +68,7 @@ class Bus {
     int absent_error_ = ENXIO;
     std::uint64_t absent_us_ = 0;
     bool nostart_ = true;
+    bool ten_bit_ = true;
     std::map<int, std::unique_ptr<Slave>> slaves_;
 };
 

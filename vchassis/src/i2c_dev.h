@@ -2,6 +2,8 @@
 // The requests of the I2C character device, reduced to transfers.
 #pragma once
 
+#include <linux/i2c.h>
+
 #include <cstdint>
 #include <functional>
 #include <vector>
@@ -14,6 +16,11 @@ namespace vchassis {
 struct I2cPort {
     std::uint16_t addr = 0;
     bool ten_bit = false;
+    bool pec = false;
+
+    std::uint16_t flags(bool read) const {
+        return static_cast<std::uint16_t>((read ? I2C_M_RD : 0) | (ten_bit ? I2C_M_TEN : 0));
+    }
 };
 
 // Carries out the messages; a success is reported as `success`, or as the number of messages done

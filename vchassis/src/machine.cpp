@@ -190,6 +190,7 @@ void Machine::build_buses(const Section &root) {
         const std::int64_t absent_ms = section->integer_or("absent_ms", kAbsentMs, 0);
         bus.set_absent_us(static_cast<std::uint64_t>(absent_ms) * kUsPerMs);
         bus.set_nostart(section->flag_or("nostart", true));
+        bus.set_ten_bit(section->flag_or("ten_bit", true));
         section->refuse_unknown();
     }
 }

@@ -11,6 +11,7 @@
 #include <algorithm>
 
 #include "real.h"
+#include "user_memory.h"
 
 namespace vchassis {
 
@@ -62,7 +63,7 @@ std::size_t allowed(const std::optional<Fault> &fault, std::size_t wanted) {
 }
 
 std::int64_t first_byte(const std::vector<Message> &messages) {
-    const bool writes = !messages.empty() && (messages[0].flags & I2C_M_RD) == 0;
+    const bool writes = !messages.empty() && !reads(messages[0]);
     return writes && !messages[0].bytes.empty() ? messages[0].bytes[0] : -1;
 }
 
@@ -162,10 +163,7 @@ std::shared_ptr<Session::OpenFile> Session::make_open_file(const Place &place, i
 
 Outcome Session::record_open(const Place &place, int flags, Outcome outcome) {
     if (outcome.result >= 0) {
-        track(
-            static_cast<int>(outcome.result),
-            std::make_shared<OpenFile>(OpenFile{
-                place, flags, machine_->registers(place.path), machine_->bus(place.path), 0, {}}));
+        track(static_cast<int>(outcome.result), make_open_file(place, flags));
     }
     journal_.record({.op = Op::open,
                      .path = place.path,
@@ -264,7 +262,11 @@ Outcome Session::move(int fd, const OpenFile &file, std::span<std::uint8_t> out,
     const Store::Lock lock(machine_->store());
     const std::uint64_t from = static_cast<std::uint64_t>(at ? *at : position(fd));
     machine_->settle();
-    return {static_cast<std::int64_t>(file.registers->read(from, out)), 0};
+    std::vector<std::uint8_t> bytes(std::min(out.size(), file.registers->contents().size()));
+    const std::size_t done = file.registers->read(from, bytes);
+    return give_to_user(out.data(), bytes.data(), done)
+               ? Outcome{static_cast<std::int64_t>(done), 0}
+               : Outcome::failure(EFAULT);
 }
 
 Outcome Session::move(int fd, const OpenFile &file, std::span<const std::uint8_t> in, At at) {
@@ -277,8 +279,12 @@ Outcome Session::move(int fd, const OpenFile &file, std::span<const std::uint8_t
     }
     const Store::Lock lock(machine_->store());
     const std::uint64_t from = static_cast<std::uint64_t>(at ? *at : position(fd));
+    std::vector<std::uint8_t> bytes(std::min(in.size(), file.registers->contents().size()));
+    if (!take_from_user(bytes.data(), in.data(), bytes.size())) {
+        return Outcome::failure(EFAULT);
+    }
     machine_->settle();
-    const std::size_t done = file.registers->write(from, in);
+    const std::size_t done = file.registers->write(from, bytes);
     machine_->settle();
     return done == 0 && !in.empty() ? Outcome::failure(ENXIO)
                                     : Outcome{static_cast<std::int64_t>(done), 0};
@@ -313,14 +319,20 @@ Outcome Session::move_with_faults(Op op, int fd, OpenFile &file, std::span<Byte>
 
 Outcome Session::read_at(int fd, std::span<std::uint8_t> out, At at) {
     const std::shared_ptr<OpenFile> file = files_.at(fd);
-    return file->bus != nullptr ? i2c_read(file->port, out, transact_on(*file))
-                                : move_with_faults(Op::read, fd, *file, out, at);
+    if (file->bus == nullptr) {
+        return move_with_faults(Op::read, fd, *file, out, at);
+    }
+    return readable(file->flags) ? i2c_read(file->port, out, transact_on(*file))
+                                 : Outcome::failure(EBADF);
 }
 
 Outcome Session::write_at(int fd, std::span<const std::uint8_t> bytes, At at) {
     const std::shared_ptr<OpenFile> file = files_.at(fd);
-    return file->bus != nullptr ? i2c_write(file->port, bytes, transact_on(*file))
-                                : move_with_faults(Op::write, fd, *file, bytes, at);
+    if (file->bus == nullptr) {
+        return move_with_faults(Op::write, fd, *file, bytes, at);
+    }
+    return writable(file->flags) ? i2c_write(file->port, bytes, transact_on(*file))
+                                 : Outcome::failure(EBADF);
 }
 
 Outcome Session::read(int fd, void *out, std::size_t size) {
@@ -358,7 +370,7 @@ Outcome Session::transfer(const OpenFile &file, std::vector<Message> &messages,
                                     messages.empty() ? -1 : messages[0].addr, first_byte(messages));
     const std::size_t count = allowed(fault, messages.size());
     for (std::size_t i = count; i < messages.size(); ++i) {
-        if ((messages[i].flags & I2C_M_RD) != 0) {
+        if (reads(messages[i])) {
             messages[i].bytes.clear();
         }
     }
