@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "framework/log.h"
 
+#include <atomic>
+
 static constexpr char kLogFile[] = "framework/dfd_debug.cpp";
 
 uint32_t dfd_debug = 0;
@@ -15,6 +17,12 @@ constexpr uint32_t kAllLevels = 0x1F;
 constexpr uint32_t kLevelBits[] = {0, DFD_DEBUG_ERR | DFD_DEBUG_WARN | DFD_DEBUG_VBOSE,
                                    DFD_DEBUG_SPARE, kAllLevels, DFD_DEBUG_VOL_LOCK};
 
+void change_gate(uint32_t set, uint32_t cleared) {
+    const std::atomic_ref gate(dfd_debug);
+    gate.fetch_or(set);
+    gate.fetch_and(~cleared);
+}
+
 }  // namespace
 
 int dfd_debug_set(int type, int on) {
@@ -23,7 +31,7 @@ int dfd_debug_set(int type, int on) {
         return DFD_ERR_UNUSABLE;
     }
     const uint32_t bit = uint32_t{1} << type;
-    dfd_debug = on != 0 ? dfd_debug | bit : dfd_debug & ~bit;
+    change_gate(on != 0 ? bit : 0, on != 0 ? 0 : bit);
     return DFD_OK;
 }
 
@@ -32,9 +40,9 @@ void dfd_open_debug(uint32_t level) {
         return;
     }
     if (level >= 1 && level < sizeof kLevelBits / sizeof kLevelBits[0]) {
-        dfd_debug |= kLevelBits[level];
+        change_gate(kLevelBits[level], 0);
     } else {
-        dfd_debug &= ~kAllLevels;
+        change_gate(0, kAllLevels);
     }
 }
 

@@ -5,13 +5,23 @@
 
 #include <dfd/framework.h>
 
+#include <atomic>
 #include <cstdio>
+
+namespace dfd {
+
+// One thread may change the gate while others test it.
+inline bool is_logged(uint32_t bit) {
+    return (std::atomic_ref(dfd_debug).load(std::memory_order_relaxed) & bit) != 0;
+}
+
+}  // namespace dfd
 
 // The gate is tested before any argument is computed. `func` is the function that a reader of the
 // log knows: a family's shared worker passes the name of the member it works for.
 #define DFD_LOG_IN(bit, word, func, format, ...)                                               \
     do {                                                                                       \
-        if ((dfd_debug & (bit)) != 0) {                                                        \
+        if (dfd::is_logged(bit)) {                                                             \
             std::printf("[%s-%s]:<File:%s, Func:%s, Line:%d>\n" format, "DFD", word, kLogFile, \
                         func, __LINE__ __VA_OPT__(, ) __VA_ARGS__);                            \
         }                                                                                      \

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Backplane inventory: one EEPROM record, or fields from any configured source.
+#include <atomic>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -23,9 +24,28 @@ constexpr int kMacTextSize = 32;
 constexpr int kMacBytes = 6;
 constexpr int kSerials = 4;
 
+// Written by the one call that takes it from empty to in_work, and read once it is whole, so that
+// threads that ask for the first time together never see half a record.
 struct CachedRecord {
-    bool is_valid;
+    enum State : uint32_t { empty, in_work, whole };
+    std::atomic<State> state;
     backplane_info_t record;
+
+    bool get(backplane_info_t *rec) const {
+        if (state.load(std::memory_order_acquire) != whole) {
+            return false;
+        }
+        *rec = record;
+        return true;
+    }
+    // The first record stays: callers rely on one answer for the life of the process.
+    void keep(const backplane_info_t &rec) {
+        State expected = empty;
+        if (state.compare_exchange_strong(expected, in_work, std::memory_order_relaxed)) {
+            record = rec;
+            state.store(whole, std::memory_order_release);
+        }
+    }
 };
 
 DFD_STATE CachedRecord g_cache[dfd::kLastBackplane + 1];
@@ -90,8 +110,7 @@ int sdd_get_backplane_info(uint32_t id, backplane_info_t *rec) {
         return DFD_ERR_UNUSABLE;
     }
     CachedRecord &cached = g_cache[id];
-    if (cached.is_valid) {
-        *rec = cached.record;
+    if (cached.get(rec)) {
         return DFD_OK;
     }
     if (const i2c_dev_t *const e2prom = find_e2prom(id)) {
@@ -99,9 +118,8 @@ int sdd_get_backplane_info(uint32_t id, backplane_info_t *rec) {
     } else {
         read_fields(id, rec);
     }
-    // A failed read is not reported and is cached like a good one: callers rely on one answer for
-    // the life of the process.
-    cached = {true, *rec};
+    // A failed read is not reported and is cached like a good one.
+    cached.keep(*rec);
     return DFD_OK;
 }
 

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What board this is, and what chassis it sits in.
+#include <atomic>
+
 #include "framework/platform.h"
 #include "framework/state.h"
 #include "hal/board_bus.h"
@@ -14,8 +16,9 @@ constexpr uint32_t kBoardE2promBytes = 128;
 constexpr uint8_t kLayout1 = 1;
 constexpr uint8_t kLayout2 = 2;
 
-DFD_STATE int g_board_type;    // 0: not yet known
-DFD_STATE int g_chassis_type;  // 0: not yet known
+// 0: not yet known. Threads that ask first together each find the type out.
+DFD_STATE std::atomic<int> g_board_type;
+DFD_STATE std::atomic<int> g_chassis_type;
 
 // Offsets of the bytes that give the board type.
 constexpr int kLayoutAt = 0;
@@ -124,31 +127,29 @@ int dfd_my_type_from_e2(void) {
 }
 
 int sdd_get_my_card_type(void) {
-    if (g_board_type == 0) {
-        const int type = dfd_get_dev_type();
-        if (type == DFD_ERR) {
-            return DFD_ERR;
-        }
+    if (const int known = g_board_type; known != 0) {
+        return known;
+    }
+    const int type = dfd_get_dev_type();
+    if (type != DFD_ERR) {
         // Other negative codes are kept as well: every later call gives the same answer.
         g_board_type = type;
     }
-    return g_board_type;
+    return type;
 }
 
 int sdd_get_my_chassis_type(void) {
-    if (g_chassis_type != 0) {
-        return g_chassis_type;
+    if (const int known = g_chassis_type; known != 0) {
+        return known;
     }
     for (uint32_t source = dfd::kFirstBackplane; source <= dfd::kLastBackplane; ++source) {
         backplane_info_t record{};
         const int rv = get_backplane_info_from_e2(source, &record);
         if (rv == DFD_ERR_NOT_SUPPORTED) {
-            g_chassis_type = sdd_get_my_card_type();
-            return g_chassis_type;
+            return g_chassis_type = sdd_get_my_card_type();
         }
         if (rv >= 0) {
-            g_chassis_type = record.chassis_type;
-            return g_chassis_type;
+            return g_chassis_type = record.chassis_type;
         }
     }
     return DFD_ERR;

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Whether the board is of the type that the setmac file says it is.
+#include <atomic>
+
 #include "framework/state.h"
 #include "framework/text.h"
 #include "hal/core/module.h"
@@ -10,7 +12,7 @@ constexpr int kSetmacBytes = 10;
 constexpr int kSetmacTypeBase = 47;
 constexpr int kBase16 = 16;
 
-DFD_STATE int g_setmac_type;  // 0: not yet known
+DFD_STATE std::atomic<int> g_setmac_type;  // 0: not yet known
 
 }  // namespace
 
@@ -19,9 +21,9 @@ int sdd_get_my_type_from_setmac(void) {
     if (path == nullptr) {
         return DFD_ERR_NOT_SUPPORTED;
     }
-    if (g_setmac_type != 0) {
-        LOG_VBOSE("already get, setmac_e2type 0x%x.\n", static_cast<unsigned>(g_setmac_type));
-        return g_setmac_type;
+    if (const int known = g_setmac_type; known != 0) {
+        LOG_VBOSE("already get, setmac_e2type 0x%x.\n", static_cast<unsigned>(known));
+        return known;
     }
     char text[kSetmacBytes + 1] = "";
     const int rv = sdd_device_read(path, 0, reinterpret_cast<uint8_t *>(text), kSetmacBytes);
@@ -29,8 +31,7 @@ int sdd_get_my_type_from_setmac(void) {
         LOG_ERR("dfd_read_file_info failed ret %d.\n", rv);
         return DFD_ERR;
     }
-    g_setmac_type = dfd::add_wrapping(dfd::number_in_base(text, kBase16), kSetmacTypeBase);
-    return g_setmac_type;
+    return g_setmac_type = dfd::add_wrapping(dfd::number_in_base(text, kBase16), kSetmacTypeBase);
 }
 
 int sdd_check_mycard_is_conflict(void) {

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Chip family and fabric mode: what the platform installs, kept for the life of the process.
+#include <atomic>
+
 #include "framework/state.h"
 #include "hal/core/module.h"
 
@@ -8,8 +10,8 @@ namespace {
 constexpr uint32_t kMaxChipMode = 7;
 
 // One word for both names, chip family and system chip mode: platforms set one and read the other.
-DFD_STATE uint32_t g_chip_mode;
-DFD_STATE uint32_t g_fabric_mode;
+DFD_STATE std::atomic<uint32_t> g_chip_mode;
+DFD_STATE std::atomic<uint32_t> g_fabric_mode;
 
 bool is_fabric_mode(uint32_t mode) {
     return (mode >= 81 && mode <= 88) || mode == 102;
@@ -18,8 +20,8 @@ bool is_fabric_mode(uint32_t mode) {
 }  // namespace
 
 int sdd_install_card_chip_family(uint32_t mask) {
-    if (g_chip_mode != 0) {
-        return (g_chip_mode & mask) != 0 ? DFD_OK : DFD_ERR_CONFLICT;
+    if (const uint32_t installed = g_chip_mode; installed != 0) {
+        return (installed & mask) != 0 ? DFD_OK : DFD_ERR_CONFLICT;
     }
     const int *const family = dfd::get_item<int>(DFD_MAKE_KEY(DFD_KEY_CHIP_FAMILY, 0, 0));
     if (family == nullptr) {
@@ -50,10 +52,9 @@ int sdd_install_ca_fe(uint32_t mode) {
     if (!is_fabric_mode(mode)) {
         return DFD_ERR_ARG;
     }
-    if (g_fabric_mode == 0) {
-        g_fabric_mode = mode;
-    }
-    return g_fabric_mode == mode ? DFD_OK : DFD_ERR_CONFLICT;
+    uint32_t installed = 0;
+    const bool is_first = g_fabric_mode.compare_exchange_strong(installed, mode);
+    return is_first || installed == mode ? DFD_OK : DFD_ERR_CONFLICT;
 }
 
 int sdd_set_ca_sys_fe_mode(uint32_t mode) {

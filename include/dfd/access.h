@@ -149,7 +149,9 @@ DFD_API int dfd_info_get_buf(uint32_t key, void *buf, uint32_t buf_len, dfd_info
  * value. On an I2C source a bit field is written as the whole byte, so the other bits are lost.
  * Each write to I2C is logged as an error, also when it succeeds.
  * A write of a whole byte to a local-bus device that cannot be opened succeeds and writes nothing;
- * a bit field of less than 8 bits is read first and fails there (-7).
+ * a bit field of less than 8 bits is read first and fails there (-7), as it does where the device
+ * ends before the register: nothing is written then.
+ * Reading and writing a bit field is not atomic: serialise the writers of one register.
  * Returns 0. -8: another key type. -6: not configured. -5: another mode, .bit_offset over 7, .len
  * outside 1 to 31 (not for bit), or format none or buf. -1: format num_str. -7: the write failed,
  * or the source is a file, none or unknown. May sleep 50 ms (I2C).
@@ -175,10 +177,10 @@ DFD_API int dfd_read_info(int src, const char *path, uint16_t addr, uint32_t reg
                           uint8_t *buf);
 
 /*
- * One write: localbus merges the masked bits into the register; I2C writes one byte and ignores
- * the mask. Returns 0 for localbus and the result of sdd_write_i2c, 2, for I2C; -1 for another
- * src, a null value, more than one byte on I2C, or a failed localbus access; the negative result
- * of the I2C transfer. May sleep 50 ms (I2C).
+ * One write: localbus merges the masked bits into the register, which is not atomic; I2C writes one
+ * byte and ignores the mask. Returns 0 for localbus and the result of sdd_write_i2c, 2, for I2C; -1
+ * for another src, a null value, more than one byte on I2C, or a failed localbus access; the
+ * negative result of the I2C transfer. May sleep 50 ms (I2C).
  */
 DFD_API int dfd_write_info(int src, const char *path, uint16_t addr, uint32_t reg, int len,
                            const uint8_t *value, uint8_t mask);
@@ -190,7 +192,7 @@ DFD_API int sdd_read_info_localbus(const char *path, uint32_t reg, int len, uint
 /* One register, whatever len: with mask 0xFF *value as it is, else merged under the mask with what
  * the register holds. Returns 0, also where a device for a whole byte cannot be opened; -1 for a
  * null value, or when the write fails or the read, also one without a byte; nothing is written
- * then. */
+ * then. Another writer between the read and the write is lost: serialise them. */
 DFD_API int sdd_write_info_localbus(const char *path, uint32_t reg, int len, const uint8_t *value,
                                     uint8_t mask);
 

@@ -48,8 +48,9 @@ DFD_API int sdd_get_my_rate_power(int *power);
  * reference. */
 DFD_API int sdd_get_card_vol_num(void);
 
-/* Takes (1) or releases (0) the lock of the ADC: item card_vol_lock. A failure is only printed,
- * when bit DFD_DEBUG_VOL_LOCK of dfd_debug is set. */
+/* Takes (1) or releases (0) the lock of the ADC: item card_vol_lock. It keeps the ADC's bytes
+ * together and no thread out. A failure is only printed, when bit DFD_DEBUG_VOL_LOCK of dfd_debug
+ * is set. */
 DFD_API void dfd_card_vol_lock(int on);
 
 /*
@@ -57,7 +58,8 @@ DFD_API void dfd_card_vol_lock(int on);
  * slot, index2 channel 0 and the channel, read under the lock. Returns it, 0 for a reference of 0;
  * -6: no channels are configured; -1: channel above their number; otherwise the result of the
  * reading that failed (3 or 4 for an item in mode tlv or fru), and the lock stays taken until a
- * later call succeeds.
+ * later call succeeds. It writes the lock, and so is no call that only reads: serialise the voltage
+ * readings of all channels with each other and with writers of the lock's register.
  */
 DFD_API int sdd_get_card_vol(int slot, int channel);
 

@@ -106,7 +106,8 @@ DFD_API int sdd_get_cpld_ver_date(char *text, int *len);
 DFD_API int sdd_get_fpga_ver_date(char *text, int *len);
 
 /* Keeps the card's hardware version text, len bytes of ver with the terminator among them, for
- * dfd_check_fwed_v100. Initially "0.00". Returns 0; -1 for null ver or a len outside 0 to 21. */
+ * dfd_check_fwed_v100; call it before threads do. Initially "0.00". Returns 0; -1 for null ver or a
+ * len outside 0 to 21. */
 DFD_API int dfd_cfg_card_hw_ver(const char *ver, int len);
 
 /* 1 when the board type is 74 or 75 and the kept hardware version is "1.00"; else 0. Looks for the

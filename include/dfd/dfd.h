@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: MIT */
-/* libdfd: everything. Begin with the conventions in types.h and dev_drv_init in framework.h. */
+/* libdfd: everything. Begin with the conventions in types.h, which also say what threads may call,
+ * and dev_drv_init in framework.h. */
 #ifndef DFD_DFD_H
 #define DFD_DFD_H
 

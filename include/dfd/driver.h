@@ -91,7 +91,7 @@ DFD_API int drv_set_sub_unintlg_info(uint32_t sslot, const char *sn, const char 
 DFD_API int drv_get_card_power_consume(int slot, int *power);
 /* sdd_get_card_power_status. */
 DFD_API int drv_get_card_power_status(int slot, int *status);
-/* sdd_get_card_vol. */
+/* sdd_get_card_vol, which writes the lock of the ADC: serialise it. */
 DFD_API int drv_get_card_vol(int slot, int channel);
 /* sdd_get_card_vol_waterline. */
 DFD_API int drv_get_card_vol_waterline(int slot, int channel, int *level);
@@ -259,7 +259,7 @@ DFD_API int drv_check_mycard_is_conflict(void);
 DFD_API int drv_get_my_rate_power(int *power);
 
 /* sdd_get_card_vol (card.h), whose result, a negative code too, also goes to *voltage, in
- * millivolts. -1: null voltage. */
+ * millivolts. It writes the lock of the ADC: serialise it. -1: null voltage. */
 DFD_API int dfd_get_card_vol(int slot, int channel, int *voltage);
 
 /* Temperature of a supply in whole degrees Celsius (sdd_get_power_temp, power.h): the value itself

@@ -2,7 +2,8 @@
 /*
  * Interrupts: a cascade of status registers up to three levels deep. The caller owns the interrupt
  * line; when it fires, it calls the dispatch, which walks the registers and reports each pending
- * source. Positions are (i, j, k): the bits of the first, second and third level.
+ * source. Positions are (i, j, k): the bits of the first, second and third level. One thread at a
+ * time dispatches and changes masks.
  */
 #ifndef DFD_IRQ_H
 #define DFD_IRQ_H
@@ -25,10 +26,10 @@ typedef int (*dfd_irq_handler_t)(const irq_info_t *source);
 /* Number of interrupt controllers as item irq_ctrl_num says. Returns it; -6: not configured. */
 DFD_API int sdd_get_irq_ctrl_num(void);
 
-/* Sets up the controllers from item irq_ctrl_info; call it once after dev_drv_init and before the
- * first dispatch. Returns the number of controllers, as configured where that is negative; -6:
- * irq_ctrl_num is not configured; -1: irq_ctrl_info is not configured, or there are more than
- * DFD_IRQ_CONTROLLERS_MAX controllers. */
+/* Sets up the controllers from item irq_ctrl_info; call it once after dev_drv_init, before the
+ * first dispatch and before threads use the library. Returns the number of controllers, as
+ * configured where that is negative; -6: irq_ctrl_num is not configured; -1: irq_ctrl_info is not
+ * configured, or there are more than DFD_IRQ_CONTROLLERS_MAX controllers. */
 DFD_API int drv_irq_cfg_init(void);
 
 /*

@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: MIT */
 /* LEDs. States are those of enum led_state; which of them an LED has, and with what register
- * values, its led_info item says. A call that reads or writes an LED on I2C may sleep 50 ms. */
+ * values, its led_info item says. LEDs that share a register are set by one caller at a time: a bit
+ * field is read, merged and written. A call that reads or writes an LED on I2C may sleep 50 ms. */
 #ifndef DFD_LED_H
 #define DFD_LED_H
 

@@ -15,10 +15,19 @@
  *     the library, live as long as the process and are read in place.
  *  6. Blocking. Every call runs on the caller's thread: it opens the device that it needs,
  *     transfers, closes and returns. A call that can sleep says so.
- *  7. Threads. Nothing is locked. After start-up, calls that only read may run concurrently;
- *     calls that fill a cache or write hardware are for the caller to serialise. Kept between calls
- *     are board, chassis and setmac type, the backplane records, chip family, fabric mode, the
- *     card's hardware version, and the interrupt controllers.
+ *  7. Threads. Nothing is locked.
+ *     Before the threads begin: start-up (dev_drv_init), drv_irq_cfg_init, dfd_cfg_card_hw_ver, and
+ *     what changes items, conversion lists and interrupt types by hand. After that nothing of them
+ *     is written.
+ *     From any thread, beside all other calls: every call that only reads, and the log gate. What
+ *     is kept at the first reading (board, chassis and setmac type, backplane records) is kept
+ *     whole: a thread sees nothing or all of it. Threads that ask first together each ask the
+ *     hardware. Chip family and fabric mode are single words, written at once.
+ *     For the caller to serialise: calls that write hardware. A bit field on a local bus is read,
+ *     merged and written, which is not atomic: of two writers of one register, of whatever items,
+ *     one can be lost. These are the setters and controls, LEDs, resets, write protection,
+ *     interrupt masks, sdd_irq_dispatch, updates of an EEPROM (one at a time) - and the readings of
+ *     voltages, which take and release the lock of their ADC. Other processes are writers too.
  *  8. On failure, results that go through pointers are left as they were unless the function says
  *     otherwise.
  */

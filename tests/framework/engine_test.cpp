@@ -7,6 +7,7 @@
 namespace {
 
 using dfd_test::Bytes;
+using dfd_test::in_own_process;
 using dfd_test::logged_by;
 using testing::AllOf;
 using testing::ElementsAre;
@@ -61,6 +62,11 @@ class EngineTest : public dfd_test::LibraryTest {
             "[[registers]]\npath = \"/dev/cpld0\"\nsize = 256\n"
             "[[i2c]]\nbus = 1\naddr = 0x48\nmodel = \"registers\"\nsize = 256\n");
         chassis.write_file("/tmp/bspinfo/count", " 42 apples");
+    }
+    static std::uint8_t byte_at(const char *path, unsigned offset) {
+        std::uint8_t byte = 0;
+        EXPECT_EQ(sdd_device_read(path, static_cast<int>(offset), &byte, 1), 1);
+        return byte;
     }
     // Starts with these items as slot_online 0, 1, ...
     void start_items(const std::vector<Item> &items) {
@@ -271,6 +277,38 @@ TEST_F(EngineTest, ARegisterThatDeliversNoByteFails) {
     EXPECT_EQ(dfd_info_set_int(slot_online(2), 1), -7);
     EXPECT_EQ(count(Op::write), 0U);
     EXPECT_EQ(dfd_info_set_int(slot_online(3), 1), 0) << "a whole byte needs no reading";
+}
+
+// One register too far: no neighbour changes, whatever is asked for.
+TEST_F(EngineTest, TheRegisterBehindTheLastOneFails) {
+    chassis.write_file("/tmp/bspinfo/registers", std::string(16, '5'));
+    for (const char *path : {"/dev/cpld0", "/tmp/bspinfo/registers"}) {
+        const unsigned end = path[1] == 'd' ? 256 : 16;
+        in_own_process(path, [&] {
+            start_items({{.frmt = "byte", .reg = end, .path = path},
+                         {.frmt = "bit", .bit = 5, .reg = end, .path = path},
+                         {.frmt = "num_str", .len = 2, .reg = end - 1, .path = path},
+                         {.frmt = "num_buf", .len = 2, .reg = end - 1, .path = path},
+                         {.frmt = "buf", .len = 2, .reg = end - 1, .path = path},
+                         {.frmt = "bit", .bit = 5, .reg = end - 1, .path = path}});
+            const std::uint8_t last = byte_at(path, end - 1);
+            for (const unsigned slot : {0U, 1U, 2U, 3U}) {
+                int value = 9;
+                EXPECT_EQ(dfd_info_get_int(slot_online(slot), &value, sum_processor), -7) << slot;
+                EXPECT_EQ(value, 9) << slot;
+            }
+            int value = 9;
+            EXPECT_EQ(dfd_info_get_int_by_index(slot_online(5), 1, &value, nullptr), -7);
+            Bytes bytes(2, 0x77);
+            EXPECT_EQ(dfd_info_get_buf(slot_online(4), bytes.data(), 2, nullptr), -7);
+            EXPECT_EQ(bytes, Bytes(2, 0x77));
+            chassis.clear_log();
+            EXPECT_EQ(dfd_info_set_int(slot_online(1), 1), -7);
+            EXPECT_EQ(count(Op::write), 0U);
+            EXPECT_EQ(dfd_info_set_int(slot_online(5), 1), 0) << "the last register is one";
+            EXPECT_EQ(byte_at(path, end - 1), last | 1 << 5);
+        });
+    }
 }
 
 TEST_F(EngineTest, SuccessIsTraced) {

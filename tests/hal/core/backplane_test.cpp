@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "support/libc_calls.h"
 #include "support/library_test.h"
 
 namespace {
@@ -101,6 +102,30 @@ TEST_F(BackplaneTest, FailedReadsAreCachedAndNotReported) {
     record = {};
     EXPECT_EQ(sdd_get_backplane_info(1, &record), 0);
     EXPECT_EQ(record.chassis_type, 0x77);
+}
+
+// Two first readers at a time, one while the other waits for its chip: a record that is kept is
+// whole, and never written again.
+TEST_F(BackplaneTest, TheRecordThatIsWholeFirstStays) {
+    add_sample_e2prom();
+    start(kE2prom);
+    chassis.fail({.addr = 0x56, .offset = 8});
+    backplane_info_t slow{};
+    backplane_info_t fast{};
+    {
+        const dfd_test::DuringPauses waiting([&] {
+            chassis.set_slave(4, 0x56, 0, Bytes{6});
+            EXPECT_EQ(sdd_get_backplane_info(1, &fast), 0);
+            chassis.set_slave(4, 0x56, 9, bytes_of("again"));
+        });
+        EXPECT_EQ(sdd_get_backplane_info(1, &slow), 0);
+    }
+    EXPECT_EQ(fast.chassis_type, 6);
+    EXPECT_EQ(slow.chassis_type, 5) << "each has what it read";
+    EXPECT_STREQ(reinterpret_cast<char *>(slow.sn), "again");
+    backplane_info_t later{};
+    EXPECT_EQ(sdd_get_backplane_info(1, &later), 0);
+    EXPECT_EQ(memcmp(&later, &fast, sizeof later), 0);
 }
 
 TEST_F(BackplaneTest, RecordFieldByField) {
