@@ -4,6 +4,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 #include "framework/watch.h"
 
 namespace dfd {
@@ -43,7 +45,11 @@ LineReader::~LineReader() {
 }
 
 bool LineReader::next(char *line, int size) {
-    return std::fgets(line, size, file_) != nullptr;
+    if (std::fgets(line, size, file_) != nullptr) {
+        return true;
+    }
+    error_ = std::ferror(file_) != 0 ? errno : 0;
+    return false;
 }
 
 int read_file(const char *path, void *buf, int len) {

@@ -15,11 +15,15 @@ class LineReader {
     LineReader &operator=(const LineReader &) = delete;
 
     bool is_open() const { return file_ != nullptr; }
-    // At most size - 1 characters of the next line, its line end included; false at the end.
+    // At most size - 1 characters of the next line, its line end included; false at the end, and
+    // when reading fails.
     bool next(char *line, int size);
+    // The errno of the read that failed; 0 for none.
+    int error() const { return error_; }
 
   private:
     std::FILE *file_;
+    int error_ = 0;
 };
 
 inline constexpr int kCannotOpen = -2;

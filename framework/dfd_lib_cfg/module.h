@@ -19,5 +19,9 @@ int dfd_lib_cfg_get_value_from_char(const char *text, uint32_t *result, int line
 // line that fails, where reading stops.
 int dfd_lib_cfg_analyse_config_file(const char *path);
 
+// Logs that reading a file ended with this errno, not at its end; 0 is no error. The lines before
+// it stay, and loading goes on: boards start with what can be read.
+void dfd_lib_cfg_report_broken_file(const char *func, const char *path, int error);
+
 // Deletes carriage returns, line feeds and spaces anywhere in a line; tabs stay.
 void dfd_lib_cfg_trim(char *line);

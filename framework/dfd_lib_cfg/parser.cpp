@@ -269,6 +269,12 @@ void dfd_lib_cfg_trim(char *line) {
     *out = '\0';
 }
 
+void dfd_lib_cfg_report_broken_file(const char *func, const char *path, int error) {
+    if (error != 0) {
+        LOG_ERR_IN(func, "read config file[%s] fail, error=%s\n", path, std::strerror(error));
+    }
+}
+
 int dfd_lib_cfg_analyse_config_file(const char *path) {
     dfd::LineReader file(path);
     DFD_WATCH(file_opened, path, file.is_open() ? 0 : errno);
@@ -288,6 +294,7 @@ int dfd_lib_cfg_analyse_config_file(const char *path) {
             rv = DFD_WATCH_FLAG(goes_on) ? DFD_OK : rv;
         }
     }
+    dfd_lib_cfg_report_broken_file(__func__, path, file.error());
     DFD_WATCH(file_closed, path, rv);
     return rv;
 }

@@ -21,18 +21,20 @@ constexpr int kListLineSize = 32;
 
 // The files that the board's list names, up to the first that fails. -1 when there is no list.
 int load_listed_files(int board_type) {
-    char path[kPathSize];
-    std::snprintf(path, sizeof path, "%s0x%x", kListDirectory, static_cast<unsigned>(board_type));
-    dfd::LineReader list(path);
-    DFD_WATCH(list_opened, path, list.is_open() ? 0 : errno);
+    char list_path[kPathSize];
+    std::snprintf(list_path, sizeof list_path, "%s0x%x", kListDirectory,
+                  static_cast<unsigned>(board_type));
+    dfd::LineReader list(list_path);
+    DFD_WATCH(list_opened, list_path, list.is_open() ? 0 : errno);
     if (!list.is_open()) {
-        LOG_ERR_IN("dfd_lib_cfg_init", "open config file[%s] fail, error=%s\n", path,
+        LOG_ERR_IN("dfd_lib_cfg_init", "open config file[%s] fail, error=%s\n", list_path,
                    std::strerror(errno));
         return DFD_ERR;
     }
     char name[kListLineSize] = "";
+    char path[kPathSize];
     for (int line = 1; list.next(name, sizeof name); ++line) {
-        DFD_WATCH_BEGIN_LINE(path, line, name);
+        DFD_WATCH_BEGIN_LINE(list_path, line, name);
         dfd_lib_cfg_trim(name);
         std::snprintf(path, sizeof path, "%s%s.cfg", kFileDirectory, name);
         LOG_VBOSE_IN("dfd_lib_cfg_init", "start parsing config file[%s]\r\n", path);
@@ -41,6 +43,7 @@ int load_listed_files(int board_type) {
             break;
         }
     }
+    dfd_lib_cfg_report_broken_file("dfd_lib_cfg_init", list_path, list.error());
     return DFD_OK;
 }
 

@@ -13,16 +13,17 @@ DFD_BEGIN_DECLS
 /* ---- Start-up ----------------------------------------------------------------------------- */
 
 /*
- * Prepares the library; call it once, before anything else. Creates the item store, loads
- * /etc/cfg/dfd/cfg_file/card_pid.cfg, finds out the board type, loads every file that
- * /etc/cfg/dfd/file_name/0x<board type> lists from /etc/cfg/dfd/cfg_file/, then
+ * Prepares the library; call it once, before anything else and before threads use it. Creates the
+ * item store, loads /etc/cfg/dfd/cfg_file/card_pid.cfg, finds out the board type, loads every file
+ * that /etc/cfg/dfd/file_name/0x<board type> lists from /etc/cfg/dfd/cfg_file/, then
  * /etc/cfg/dfd/chassis/<chassis type>.cfg. A second call begins with an empty store, but keeps the
  * two types and adds to the conversion lists.
  * Returns 0, also without PID table or chassis file, and when one of the listed files fails: what
- * was loaded until then stays, the files after it are not loaded. -1: the store cannot be created,
- * the board type cannot be found or is negative, or the list of the board cannot be opened. A line
- * that fails a file is printed whatever the log gate; open the gate to learn the rest. May sleep
- * 50 ms for each transfer to an EEPROM that does not answer.
+ * was loaded until then stays, the files after it are not loaded. A file whose reading fails in the
+ * middle is logged with the errno: the lines before count, and loading goes on behind it. -1: the
+ * store cannot be created, the board type cannot be found or is negative, or the list of the board
+ * cannot be opened. A line that fails a file is printed whatever the log gate; open the gate to
+ * learn the rest. May sleep 50 ms for each transfer to an EEPROM that does not answer.
  */
 DFD_API int dev_drv_init(void);
 
@@ -86,7 +87,8 @@ enum dfd_debug_bit {
 };
 
 /* What is logged to standard output; 0, the initial value, is silence but for the dumps below and
- * for a configuration line that fails its file. */
+ * for a configuration line that fails its file. The functions below change it beside other
+ * threads. */
 extern DFD_API uint32_t dfd_debug;
 /* While this is 0, dfd_open_debug does nothing; initially 1. */
 extern DFD_API uint32_t dfd_debug_sw;
@@ -164,8 +166,8 @@ extern DFD_API dfd_list_head_t dfd_lib_cfg_pid_str_conv_lst;    /* items card_pi
 extern DFD_API dfd_list_head_t dfd_lib_cfg_power_name_conv_lst; /* items power_name */
 extern DFD_API dfd_list_head_t dfd_lib_cfg_fan_name_conv_lst;   /* items fan_name */
 
-/* Appends a node to a list (null: nothing is done); at most 63 characters of str_val (may be null)
- * are kept. Without memory nothing is added. */
+/* Appends a node to a list (null: nothing is done), before threads look there; at most 63
+ * characters of str_val (may be null) are kept. Without memory nothing is added. */
 DFD_API void dfd_lib_cfg_regval_conv_lst_add(dfd_list_head_t *list, uint32_t int_val,
                                              const char *str_val, uint32_t index1, uint32_t index2);
 

@@ -229,6 +229,44 @@ TEST_F(StartupTest, AFailingFileEndsTheListNotTheStart) {
     }
 }
 
+// Reading that fails is not the end of a file: it is logged, and loading goes on with what was
+// read.
+TEST_F(StartupTest, ReadingThatFailsInTheMiddleIsLogged) {
+    struct Row {
+        const char *what;
+        unsigned good_reads;
+        const char *message;
+        int slot_base, fan_num, sslot_base;
+    };
+    write_board("ABC", "card_pid_str_42_0=ABC\n");
+    write_list(42, "one\ntwo\n");
+    write_config("one", "slot_base=1\nfan_num=1\n");
+    write_config("two", "sslot_base=1\n");
+    chassis.write_file("/etc/cfg/dfd/chassis/42.cfg", "");
+    constexpr char kOne[] =
+        "read config file[/etc/cfg/dfd/cfg_file/one.cfg] fail, error=Input/output error\n";
+    constexpr char kList[] =
+        "read config file[/etc/cfg/dfd/file_name/0x2a] fail, error=Input/output error\n";
+    // Before the first file of the list: two reads of the PID table, one of the list.
+    for (const Row &row :
+         {Row{"first line of a file", 3, kOne, -999, -999, 1},
+          Row{"second line of a file", 4, kOne, 1, -999, 1}, Row{"end of a file", 5, kOne, 1, 1, 1},
+          Row{"second line of the list", 6, kList, 1, 1, -999}, Row{"nothing", 99, "", 1, 1, 1}}) {
+        in_own_process(row.what, [&] {
+            const dfd_test::FailingCalls failing(dfd_test::LibcCall::fgets, row.good_reads);
+            EXPECT_EQ(logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(dev_drv_init(), 0); }), row.message);
+            EXPECT_EQ(number(kSlotBase), row.slot_base);
+            EXPECT_EQ(number(kFanNum), row.fan_num);
+            EXPECT_EQ(number(kSslotBase), row.sslot_base);
+            EXPECT_EQ(count(Op::open), count(Op::close));
+        });
+    }
+    chassis.remove_file("/etc/cfg/dfd/cfg_file/two.cfg");
+    chassis.write_file("/etc/cfg/dfd/cfg_file/two.cfg/file", "");
+    EXPECT_EQ(logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(dev_drv_init(), 0); }),
+              "read config file[/etc/cfg/dfd/cfg_file/two.cfg] fail, error=Is a directory\n");
+}
+
 TEST_F(StartupTest, WithoutListFileStartFails) {
     write_board("ABC", "card_pid_str_0x2A_0=ABC\n");
     EXPECT_EQ(logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(dev_drv_init(), -1); }),

@@ -7,8 +7,10 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstddef>
+#include <cstdio>
 #include <cstring>
 #include <utility>
 
@@ -98,6 +100,17 @@ int ioctl(int fd, unsigned long request, ...) noexcept {
     va_end(arguments);
     const int result = real(fd, request, argument);
     return fails(dfd_test::LibcCall::ioctl, __builtin_return_address(0)) ? g_plan.result : result;
+}
+
+char *fgets(char *line, int size, FILE *stream) {
+    constexpr int kErrorSeen = 0x20;  // what ferror asks for
+    static auto *const real = next<decltype(fgets)>("fgets");
+    if (!fails(dfd_test::LibcCall::fgets, __builtin_return_address(0))) {
+        return real(line, size, stream);
+    }
+    stream->_flags |= kErrorSeen;
+    errno = EIO;
+    return nullptr;
 }
 
 int usleep(useconds_t us) {

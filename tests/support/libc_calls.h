@@ -7,10 +7,10 @@
 
 namespace dfd_test {
 
-enum class LibcCall { allocation, tsearch, rwlock_init, ioctl };
+enum class LibcCall { allocation, tsearch, rwlock_init, ioctl, fgets };
 
 // While it lives, calls of this kind fail: `count` of them, behind `skip` that pass. An ioctl is
-// carried out and answers `result`.
+// carried out and answers `result`; a line is not read, for EIO.
 class FailingCalls {
   public:
     explicit FailingCalls(LibcCall call, unsigned skip = 0, unsigned count = 1, int result = 0);
