@@ -20,10 +20,11 @@ using dfd::fru::kProductOffsetAt;
 // A common header. The check of a broken one prints the byte behind it.
 using HeaderBytes = uint8_t[DFD_FRU_HEADER_SIZE + 1];
 
-// The area length byte of the product info area.
+// The area length byte of the product info area. An offset behind the EEPROM's end is refused: the
+// bus would cut it to eight bits, and something else would be read.
 int read_area_length(const E2prom &e2prom, const uint8_t *hdr, uint8_t *blocks) {
-    const int area_at = hdr[kProductOffsetAt] * kBlockBytes;
-    if (e2prom.load(area_at + kAreaLengthAt, {blocks, 1}) != DFD_OK) {
+    const int length_at = hdr[kProductOffsetAt] * kBlockBytes + kAreaLengthAt;
+    if (length_at >= dfd::kE2promSize || e2prom.load(length_at, {blocks, 1}) != DFD_OK) {
         LOG_ERR_IN(e2prom.func,
                    "read eeprom info product_offset(dev: %s, addr: %02x, product offset:%d).\n",
                    e2prom.dev, e2prom.addr, hdr[kProductOffsetAt]);

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "hal/e2prom/device_type.h"
 #include "hal/e2prom/tlv_image.h"
 
 namespace {
@@ -31,6 +32,31 @@ bool deliver_header_version(uint8_t version, void *buf, int *len) {
     std::memcpy(buf, text, static_cast<std::size_t>(count));
     *len = count;
     return true;
+}
+
+// A device type of a TLV image arrives as an integer. Where it goes for a text, its bytes are the
+// same on every CPU, the lowest first. From host order to these bytes and back is one exchange.
+void exchange_order(void *integer) {
+    uint32_t value = 0;
+    std::memcpy(&value, integer, sizeof value);
+    for (std::size_t i = 0; i < sizeof value; ++i) {
+        static_cast<uint8_t *>(integer)[i] = static_cast<uint8_t>(value >> 8 * i);
+    }
+}
+
+// The FRU query, and whether it delivered such an integer.
+int query_fru(const char *dev, uint32_t type, uint16_t addr, void *buf, int *len,
+              bool *is_integer) {
+    *is_integer = false;
+    if (dfd_get_fru_data(dev, addr, type, buf, len) == DFD_OK) {
+        LOG_VBOSE_IN("sdd_get_e2prom_info_by_type_fru",
+                     "Read eeprom fru success(dev: %s, addr: %02x, buf: %p, len: %d).\n", dev, addr,
+                     buf, *len);
+        return DFD_OK;
+    }
+    const int rv = sdd_get_e2prom_info_by_type(dev, type, addr, buf, len);
+    *is_integer = rv == DFD_OK && type == E2PROM_INFO_DEV_TYPE;
+    return rv;
 }
 
 constexpr int kScratchSize = 256;
@@ -73,12 +99,8 @@ int sdd_get_e2prom_info_by_type_fru(const char *dev, uint32_t type, uint16_t add
         LOG_ERR("Invalid parameter info by type form e2prom!\n");
         return DFD_ERR_PARAM;
     }
-    if (dfd_get_fru_data(dev, addr, type, buf, len) == DFD_OK) {
-        LOG_VBOSE("Read eeprom fru success(dev: %s, addr: %02x, buf: %p, len: %d).\n", dev, addr,
-                  buf, *len);
-        return DFD_OK;
-    }
-    return sdd_get_e2prom_info_by_type(dev, type, addr, buf, len);
+    bool is_integer = false;
+    return query_fru(dev, type, addr, buf, len, &is_integer);
 }
 
 int sdd_get_e2prom_info_by_type_fru_compatible(const char *dev, uint32_t type, uint16_t addr,
@@ -89,9 +111,13 @@ int sdd_get_e2prom_info_by_type_fru_compatible(const char *dev, uint32_t type, u
     }
     char scratch[kScratchSize] = "";
     int delivered = std::min(*len, kScratchSize);
-    const int rv = sdd_get_e2prom_info_by_type_fru(dev, type, addr, scratch, &delivered);
+    bool is_integer = false;
+    const int rv = query_fru(dev, type, addr, scratch, &delivered, &is_integer);
     if (rv != DFD_OK) {
         return rv;
+    }
+    if (is_integer) {
+        exchange_order(scratch);
     }
     if (type == E2PROM_INFO_HW_VER && delivered == kPlainVersionLength &&
         strnlen(scratch, sizeof scratch) == kPlainVersionLength) {
@@ -110,6 +136,22 @@ int sdd_get_e2prom_info_by_type_fru_compatible(const char *dev, uint32_t type, u
     const std::size_t text_len = strnlen(scratch, static_cast<std::size_t>(delivered));
     std::memset(buf, 0, static_cast<std::size_t>(delivered));
     std::memcpy(buf, scratch, text_len);
+    if (is_integer) {
+        exchange_order(buf);
+    }
     *len = delivered;
     return DFD_OK;
+}
+
+int dfd::get_type_bytes(const info_ctrl_t &ctrl, uint8_t *bytes, int *len) {
+    const auto addr = static_cast<uint16_t>(ctrl.addr);
+    bool is_integer = true;
+    const int rv =
+        ctrl.mode == INFO_CTRL_MODE_FRU
+            ? query_fru(ctrl.fpath, E2PROM_INFO_DEV_TYPE, addr, bytes, len, &is_integer)
+            : sdd_get_e2prom_info_by_type(ctrl.fpath, E2PROM_INFO_DEV_TYPE, addr, bytes, len);
+    if (rv == DFD_OK && is_integer) {
+        exchange_order(bytes);
+    }
+    return rv;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Type and airflow of a tray.
 #include "framework/text.h"
+#include "hal/e2prom/device_type.h"
 #include "hal/fan/module.h"
 
 namespace {
@@ -31,8 +32,7 @@ int type_from_bytes(const char *bytes) {
 int type_from_fru(const char *func, uint32_t fan_id, const info_ctrl_t &ctrl, int *type) {
     char name[kNameBytes + 1] = "";
     int len = kNameBytes;
-    const int rv = sdd_get_e2prom_info_by_type_fru(ctrl.fpath, E2PROM_INFO_DEV_TYPE,
-                                                   e2prom_addr(ctrl), name, &len);
+    const int rv = dfd::get_type_bytes(ctrl, reinterpret_cast<uint8_t *>(name), &len);
     if (rv < 0) {
         return rv;
     }

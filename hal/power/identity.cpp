@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "framework/text.h"
+#include "hal/e2prom/device_type.h"
 #include "hal/facts.h"
 #include "hal/power/module.h"
 
@@ -29,14 +30,11 @@ int read_legacy(const info_ctrl_t &ctrl, uint32_t type, void *buf, int *len) {
 // A FRU image answers the device type with its product name. A TLV image answers with four bytes of
 // an integer, which go for a name: boards rely on their power_name items matching those bytes.
 int read_name(const info_ctrl_t &ctrl, NameBytes &name) {
-    const auto addr = static_cast<uint16_t>(ctrl.addr);
     int len = sizeof name;
     switch (ctrl.mode) {
         case INFO_CTRL_MODE_TLV:
-            return sdd_get_e2prom_info_by_type(ctrl.fpath, E2PROM_INFO_DEV_TYPE, addr, name, &len);
         case INFO_CTRL_MODE_FRU:
-            return sdd_get_e2prom_info_by_type_fru(ctrl.fpath, E2PROM_INFO_DEV_TYPE, addr, name,
-                                                   &len);
+            return dfd::get_type_bytes(ctrl, name, &len);
         case INFO_CTRL_MODE_LEGACY:
             return read_legacy(ctrl, E2PROM_INFO_NAME, name, &len);
         default:

@@ -30,15 +30,16 @@ enum {
 /*
  * One item of inventory, by information type or, in a TLV image, any entry type. *len is the
  * capacity of buf in and the bytes delivered out; a device type arrives as a 32-bit integer in host
- * order (*len 4), texts without terminator. The layout that an item's .mode names decides which of
- * them to call.
+ * order (*len 4), the same number on every CPU, texts without terminator. The layout that an item's
+ * .mode names decides which of them to call.
  *
  * ..._by_type: a TLV image. Device type from header byte 3, or entry 6 when that byte is 0xF1; a
  * hardware version without entry 5 from header byte 2 ("1.20" for 0x12).
  * ..._fru: the product info area of a FRU image; name and device type both give the product name.
  * After any failure the EEPROM is read as a TLV image.
  * ..._fru_compatible: the same for texts of at most 256 bytes, which end at a NUL (the rest of the
- * length is zero), and a hardware version of three characters is spread to "x.yz".
+ * length is zero), and a hardware version of three characters is spread to "x.yz". Of the device
+ * type of a TLV image the bytes above its lowest zero byte are lost: 0x01000304 becomes 0x304.
  *
  * A FRU field that is longer than the capacity is cut, a TLV entry passed over.
  * Return 0; -22: null dev, buf or len, no capacity, an empty data area, an empty FRU field
@@ -72,9 +73,20 @@ DFD_API int sdd_get_e2prom_legacy_power_info_by_type(const char *dev, uint32_t t
 
 /* ---- Updates ------------------------------------------------------------------------------ */
 
-/* On a bus whose adapter does not know I2C_M_NOSTART (see access.h) every update reports success
+/*
+ * On a bus whose adapter does not know I2C_M_NOSTART (see access.h) every update reports success
  * and destroys the image. Ask the bus before, or write with `dfdctl eeprom set`, which is right on
- * all. */
+ * all.
+ *
+ * An update that ends too early (a unit is pulled, power fails, the EEPROM stops answering) reports
+ * a failure where the process lives to see it, and leaves the new bytes up to there and the old
+ * ones behind. A reader then gets the old texts, the new ones, or a refusal, and seldom a mixture
+ * that no check notices. Of updates that were cut behind each byte that they write: TLV of version
+ * 1, 2 of 344 left such a mixture (of its sum, digits that change places are no change); of version
+ * 2, which has no check, 136 of 344; FRU, 15 of 4096. Fan and power legacy layouts have no check
+ * either. Read back what was written; a damaged image is no longer updated here (-1), but by
+ * `dfdctl eeprom restore`, or `set --force`. One update of an EEPROM at a time.
+ */
 
 /*
  * Serial number and hardware version of a TLV image: written over the values of entries 3 and 5,
@@ -92,12 +104,18 @@ DFD_API int dfd_set_card_info_tlv(const char *dev, uint16_t addr, const char *sn
  * Serial number, then product version of a FRU image's product info area. A null or empty string
  * leaves its field. One that cannot be stored (over 63 characters, no room, a field that is not
  * 8-bit text) leaves it too, and the version is then not tried after the serial number; that is
- * not reported. The area, changed or not, is written back to the end of the EEPROM, 4 bytes at a
- * time, 10 ms apart. Five bits of the length byte count: an area of more than 248 bytes is taken
- * for a shorter one, whose checksum as a rule does not fit. Both names are the same
- * operation.
- * Return 0; -1: invalid header or area, or a failed write; -22: null dev, or the area length
- * cannot be read; -12: no memory; the negative result of a transfer.
+ * not reported. A text of one character ends the area's fields: it and those behind it read as
+ * empty. The area, changed or not, is written back to the end of the EEPROM, 4 bytes at a time, 10
+ * ms apart.
+ * A text that is shorter than the one before it, by n bytes, moves the checksum n bytes forward;
+ * the area's length byte stays. The area then ends in n bytes from behind it, and reads as valid
+ * only where they add up to 0 modulo 256: with zeros there always, in an erased EEPROM (0xFF)
+ * never. Such an area can be neither read nor updated again. To shorten a text, fill it with blanks
+ * to its old length, or write with `dfdctl eeprom set`, which keeps the area valid. Five bits of
+ * the length byte count: an area of more than 248 bytes is taken for a shorter one, whose checksum
+ * as a rule does not fit. Both names are the same operation. Return 0; -1: invalid header or area,
+ * or a failed write; -22: null dev, or the area length cannot be read, or lies behind byte 255;
+ * -12: no memory; the negative result of a transfer.
  */
 DFD_API int dfd_set_fan_info_fru(const char *dev, uint16_t addr, const char *sn, const char *hw);
 DFD_API int dfd_set_card_info_fru(const char *dev, uint16_t addr, const char *sn, const char *hw);
@@ -149,7 +167,8 @@ typedef struct backplane_info {
  * else field by field from backplane_hw_ver (at most 7 bytes), _sn (at most 18), _mac, _serial0 to
  * 3 (chassis_type and reserved then stay, and so do the fields from the first that fails on).
  * Cached for the life of the process at the first call, failed reads too: those are not reported,
- * rec keeps what it held (zero it first). May sleep 50 ms for each field on I2C. Returns 0; -5:
+ * rec keeps what it held (zero it first). Of first calls from several threads the first that ends
+ * fills the cache; each gets what it read. May sleep 50 ms for each field on I2C. Returns 0; -5:
  * another id or null rec.
  */
 DFD_API int sdd_get_backplane_info(uint32_t id, backplane_info_t *rec);
@@ -312,7 +331,8 @@ DFD_API int dfd_set_fru_product_info(fru_product_info_t *info, fru_field_t *dest
  * One field of the product info area of a FRU EEPROM, without terminator; *len capacity in, length
  * out. A capacity below the field's length cuts it; a field that the area lacks has 0 bytes.
  * Returns 0; -1: invalid header or area, or another type; -22: null pointer, no capacity, or the
- * area's length cannot be read; -12: no memory; the negative result of another read.
+ * area's length cannot be read, or lies behind byte 255; -12: no memory; the negative result of
+ * another read.
  */
 DFD_API int dfd_get_fru_data(const char *dev, uint16_t addr, uint32_t type, void *buf, int *len);
 

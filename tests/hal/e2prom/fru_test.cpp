@@ -23,6 +23,7 @@ using dfd_test::operator+;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
+using vchassis::Op;
 
 TEST_F(FruTest, FieldsByInformationType) {
     put(product_area(kFields, 8));
@@ -260,6 +261,56 @@ TEST_F(FruTest, AnswersFromATlvImageWhenThereIsNoFru) {
     EXPECT_EQ(query(sdd_get_e2prom_info_by_type_fru, 3), Found(0, "TLVSN"));
     EXPECT_EQ(query(sdd_get_e2prom_info_by_type_fru_compatible, 5), Found(0, "1.20"));
     EXPECT_EQ(query(sdd_get_e2prom_info_by_type_fru, 2), Found(-1, ""));
+}
+
+// The device type of a TLV image is an integer, also where it is copied like a text, which ends at
+// its first zero byte.
+TEST_F(FruTest, DeviceTypeOfATlvImageIsAnIntegerInBothQueries) {
+    struct Row {
+        Bytes entry;
+        std::uint32_t type, compatible_type;
+    };
+    for (const Row &row :
+         {Row{{0, 0, 1, 0x2C}, 300, 300}, Row{{1, 2, 3, 4}, 0x01020304, 0x01020304},
+          Row{{1, 0, 3, 4}, 0x01000304, 0x0304}, Row{{1, 2, 3, 0}, 0x01020300, 0}}) {
+        chassis.set_slave(2, kAddr, 0, tlv_image(1, 0x12, 0xF1, tlv_entry(6, row.entry)));
+        for (const auto &[function, type] :
+             {std::pair<Query, std::uint32_t>{sdd_get_e2prom_info_by_type_fru, row.type},
+              {sdd_get_e2prom_info_by_type_fru_compatible, row.compatible_type}}) {
+            std::uint32_t value = 9;
+            int len = sizeof value;
+            EXPECT_EQ(function(kBus, 6, kAddr, &value, &len), 0);
+            EXPECT_EQ(value, type);
+            EXPECT_EQ(len, 4);
+        }
+    }
+}
+
+// The bus would cut such an offset, and read what lies at the chip's start.
+TEST_F(FruTest, AreasBehindTheEndOfTheChipAreRefused) {
+    const Bytes area = product_area(kFields, 8);
+    for (const auto &[blocks, code] :
+         {std::pair{24, 0}, {31, -1}, {32, -22}, {33, -22}, {255, -22}}) {
+        Bytes image(256, 0);
+        for (std::size_t i = 0; i < area.size(); ++i) {
+            image[(static_cast<std::size_t>(blocks) * 8 + i) % 256] = area[i];
+        }
+        const Bytes header = common_header(static_cast<std::uint8_t>(blocks));
+        std::copy(header.begin(), header.end(), image.begin());
+        chassis.set_slave(2, kAddr, 0, image);
+        chassis.clear_log();
+        const std::string log = logged_by(DFD_DEBUG_ERR, [&, expected = code] {
+            EXPECT_EQ(query(fru_data, 3).first, expected);
+            EXPECT_EQ(dfd_set_fan_info_fru(kBus, kAddr, "SN0009", nullptr), expected);
+        });
+        const std::string message =
+            "read eeprom info product_offset(dev: /dev/i2c-2, addr: 52, "
+            "product offset:" +
+            std::to_string(blocks) + ").\n";
+        EXPECT_EQ(log, code == -22 ? message + message : log) << blocks;
+        EXPECT_EQ(count(Op::transfer) == 2, code == -22) << "the header is all that is read";
+        chassis.advance_us(100000);
+    }
 }
 
 TEST_F(FruTest, CompatibleVersionIsSpread) {
