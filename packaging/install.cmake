@@ -22,6 +22,7 @@ install(FILES ${PROJECT_SOURCE_DIR}/packaging/dfdConfig.cmake
 install(FILES LICENSE README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN *.md)
 install(FILES examples/platform.c DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
+install(FILES packaging/valgrind/libdfd.supp DESTINATION ${CMAKE_INSTALL_DATADIR}/dfd)
 
 # Where udev looks for rules, and systemd for units, below /usr and /usr/local, on each architecture.
 if(DFD_TOOLS)

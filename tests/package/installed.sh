@@ -52,6 +52,7 @@ the chassis MAC ends in 0
 EOF
 diff -u expected output
 
-for file in share/doc/libdfd/LICENSE share/doc/libdfd/configuration/README.md share/doc/libdfd/examples/platform.c; do
+for file in share/doc/libdfd/LICENSE share/doc/libdfd/configuration/README.md share/doc/libdfd/examples/platform.c \
+    share/dfd/libdfd.supp; do
     [ -s "$work/usr/$file" ] || { echo "not installed: $file"; exit 1; }
 done

@@ -429,7 +429,7 @@ void check_registers(Check &check, const Rows &rows, const std::set<std::uint32_
 }
 
 /// EEPROM images of two units at one address.
-void check_images(Check &check) {
+void check_shared_images(Check &check) {
     std::map<std::tuple<std::uint32_t, std::string, std::uint32_t, std::uint32_t>, Item> seen;
     for (const Item &item : configured(check, Kind::info_ctrl)) {
         const auto &ctrl = *record_of<info_ctrl_t>(item);
@@ -453,7 +453,7 @@ void check_images(Check &check) {
 void check_addresses(Check &check) {
     check_buses(check);
     check_missing_registers(check);
-    check_images(check);
+    check_shared_images(check);
     const std::map<Device, std::vector<Claim>> devices = claims_of(check);
     const Rows rows(devices);
     std::set<std::uint32_t> said;

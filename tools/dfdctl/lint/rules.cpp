@@ -76,6 +76,7 @@ constexpr std::array kRules = {
     Rule{"i2c-bit-write", warning, kItem, "A write over I2C writes the whole register, not only the field", "info_ctrl"},
     Rule{"i2c-bus-missing", warning, kItem, "Without a number the device is on bus 0", "info_ctrl"},
     Rule{"i2c-path", warning, kItem, "An I2C bus is /dev/i2c-N", "info_ctrl"},
+    Rule{"image-unchecked", note, kBoard, "A TLV image of version 2 has no check: an update that is cut goes unnoticed", "inventory"},
     Rule{"index-collision", error, kLine, "Items whose indexes differ only in bits that the key does not keep are one item", "format"},
     Rule{"index-cut", note, kLine, "The key of an item keeps 16 bits of the first index and 8 of the second", "format"},
     Rule{"index-empty", error, kLine, "An index without digits is read as 0 or -1", "format"},

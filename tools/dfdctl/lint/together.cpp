@@ -161,7 +161,7 @@ void check_needs(Check &check) {
 void check_together(Check &check) {
     for (const auto part :
          {check_needs, check_leds, check_sensors, check_fans, check_power, check_cards,
-          check_inventory, check_irq_sources, check_irq_masks, check_numbers}) {
+          check_inventory, check_images, check_irq_sources, check_irq_masks, check_numbers}) {
         part(check);
     }
 }

@@ -13,6 +13,7 @@ void check_fans(Check &check);
 void check_power(Check &check);
 void check_cards(Check &check);
 void check_inventory(Check &check);
+void check_images(Check &check);
 void check_numbers(Check &check);
 void check_irq_sources(Check &check);
 void check_irq_masks(Check &check);
