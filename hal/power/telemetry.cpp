@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Measurements of one supply: PMBus words to volts, amperes, watts and degrees.
+#include "framework/dfd_info/bits.h"
 #include "hal/power/linear.h"
 #include "hal/power/module.h"
 
@@ -103,8 +104,10 @@ int sdd_get_power_rated_supply(uint32_t power_id) {
     int value = 0;
     int rv = dfd_info_get_int(key, &value, kRatedPower.proc);
     if (rv == DFD_FROM_TLV) {
-        int len = sizeof value;
-        rv = dfd::power::read_tlv(*ctrl, &value, &len);
+        uint8_t bytes[sizeof value] = {};
+        int len = sizeof bytes;
+        rv = dfd::power::read_tlv(*ctrl, bytes, &len);
+        value = static_cast<int>(dfd::join_bytes(bytes, true));
     }
     return rv < 0 ? rv : value;
 }

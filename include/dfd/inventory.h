@@ -83,7 +83,7 @@ DFD_API int sdd_get_e2prom_legacy_power_info_by_type(const char *dev, uint32_t t
  * ones behind. A reader then gets the old texts, the new ones, or a refusal, and seldom a mixture
  * that no check notices. Of updates that were cut behind each byte that they write: TLV of version
  * 1, 2 of 344 left such a mixture (of its sum, digits that change places are no change); of version
- * 2, which has no check, 136 of 344; FRU, 15 of 4096. Fan and power legacy layouts have no check
+ * 2, which has no check, 136 of 344; FRU, 15 of 2304. Fan and power legacy layouts have no check
  * either. Read back what was written; a damaged image is no longer updated here (-1), but by
  * `dfdctl eeprom restore`, or `set --force`. One update of an EEPROM at a time.
  */

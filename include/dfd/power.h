@@ -165,9 +165,9 @@ DFD_API int sdd_get_power_osupply(uint32_t power_id);
 
 /*
  * Rated output power in W (item power_rate_supply): a LINEAR11 word, cut to whole units towards
- * zero; in mode tlv entry 0 of the TLV image, of at most four bytes, as it is; a longer one is not
- * found. Returns the value; -6: not configured; the negative code of the reading or of the EEPROM
- * query.
+ * zero; in mode tlv entry 0 of the TLV image, of at most four bytes, lowest first; a longer one is
+ * not found. Returns the value; -6: not configured; the negative code of the reading or of the
+ * EEPROM query.
  */
 DFD_API int sdd_get_power_rated_supply(uint32_t power_id);
 

@@ -306,11 +306,12 @@ TEST_F(PowerTest, OutputPowerFromCurrentThenVoltage) {
 
 TEST_F(PowerTest, RatedPowerFromATlvImage) {
     start(chip(1, "power_rate_supply", 0, "mode=tlv"));
-    const std::uint32_t stored = 0x80000123;
-    Bytes value(sizeof stored);
-    memcpy(value.data(), &stored, sizeof stored);
-    put(0, tlv_image(1, 0, 0xF1, tlv_entry(3, bytes_of("SN")) + tlv_entry(0, value)));
-    EXPECT_EQ(sdd_get_power_rated_supply(1), static_cast<int>(stored));
+    // The lowest byte first on every CPU, and the bytes that a short entry lacks are 0.
+    for (const auto &[entry, value] :
+         {std::pair{Bytes{0x23, 0x01, 0, 0x80}, 0x80000123U}, {Bytes{0x84, 0x03}, 0x384U}}) {
+        put(0, tlv_image(1, 0, 0xF1, tlv_entry(3, bytes_of("SN")) + tlv_entry(0, entry)));
+        EXPECT_EQ(sdd_get_power_rated_supply(1), static_cast<int>(value));
+    }
     put(0, tlv_image(1, 0, 0xF1, tlv_entry(0, {1, 2, 3, 4, 5})));
     EXPECT_EQ(sdd_get_power_rated_supply(1), -1) << "an entry of over four bytes";
 }

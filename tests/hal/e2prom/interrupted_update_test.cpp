@@ -158,12 +158,14 @@ Bytes tlv(std::uint8_t version) {
                                            tlv_entry(5, bytes_of("1.20") + Bytes(2, 0)))}});
 }
 
-// Its area ends before the chip does; `behind` is what stands there.
+// Its area ends a block before the chip does; `behind` is what stands there.
 Bytes fru(std::uint8_t behind) {
     const Bytes area =
         product_area({"MAKER", "PSU-650", "P/N", "1.20", "CM8A0240617001", "", "FID"}, 8);
-    return e2prom_image(
-        {{0, common_header(16)}, {128, area}, {128 + area.size(), Bytes(64, behind)}});
+    constexpr std::uint8_t kBlock = 23;
+    return e2prom_image({{0, common_header(kBlock)},
+                         {kBlock * 8, area},
+                         {kBlock * 8 + area.size(), Bytes(8, behind)}});
 }
 
 // Serial numbers as they come: the same maker and year, another week and number.
