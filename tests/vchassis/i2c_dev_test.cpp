@@ -222,11 +222,11 @@ TEST_F(I2cDev, AnswersItsSmallRequests) {
     for (const Row row :
          {Row{I2C_SLAVE, 0x20, 0}, Row{I2C_SLAVE, 0x80, EINVAL}, Row{I2C_SLAVE, kEeprom, EBUSY},
           Row{I2C_SLAVE_FORCE, kEeprom, 0}, Row{I2C_SLAVE, 0x77, 0}, Row{I2C_TENBIT, 1, 0},
-          Row{I2C_SLAVE, 0x3ff, 0}, Row{I2C_SLAVE, 0x400, EINVAL}, Row{I2C_TENBIT, 0, 0},
-          Row{I2C_PEC, 0, 0}, Row{I2C_TIMEOUT, 10, 0}, Row{I2C_RETRIES, 3, 0},
-          Row{I2C_TIMEOUT, 0x7fffffff, 0}, Row{I2C_TIMEOUT, 0x80000000, EINVAL},
-          Row{I2C_RETRIES, 0x7fffffff, 0}, Row{I2C_RETRIES, ~0UL, EINVAL}, Row{0x5401, 0, ENOTTY},
-          Row{0x070f, 0, ENOTTY}}) {
+          Row{I2C_SLAVE, 0x3ff, 0}, Row{I2C_SLAVE, kEeprom, EBUSY}, Row{I2C_SLAVE, 0x400, EINVAL},
+          Row{I2C_TENBIT, 0, 0}, Row{I2C_PEC, 0, 0}, Row{I2C_TIMEOUT, 10, 0},
+          Row{I2C_RETRIES, 3, 0}, Row{I2C_TIMEOUT, 0x0ccccccc, 0},
+          Row{I2C_TIMEOUT, 0x0ccccccd, EINVAL}, Row{I2C_RETRIES, 0x7fffffff, 0},
+          Row{I2C_RETRIES, ~0UL, EINVAL}, Row{0x5401, 0, ENOTTY}, Row{0x070f, 0, ENOTTY}}) {
         SCOPED_TRACE(row.request);
         EXPECT_EQ(error_of(ioctl(file.fd, row.request, row.argument)), row.error);
     }

@@ -18,6 +18,7 @@ constexpr std::size_t kMaxMessages = I2C_RDWR_IOCTL_MAX_MSGS;
 constexpr std::size_t kMaxLength = 8192;
 constexpr std::uintptr_t kSevenBitMax = 0x7f;
 constexpr std::uintptr_t kTenBitMax = 0x3ff;
+constexpr std::uintptr_t kMsPerTimeout = 10;
 // What every adapter can do here; host notify is not among it.
 constexpr unsigned long kFunctions = I2C_FUNC_I2C | I2C_FUNC_SMBUS_EMUL |
                                      I2C_FUNC_SMBUS_READ_BLOCK_DATA |
@@ -89,7 +90,8 @@ Outcome set_address(I2cPort &port, const Bus &bus, std::uintptr_t addr, bool for
     if (addr > (port.ten_bit ? kTenBitMax : kSevenBitMax)) {
         return refuse(EINVAL);
     }
-    const Slave *slave = port.ten_bit ? nullptr : bus.at(static_cast<int>(addr));
+    // A driver's address is taken, also as a ten-bit one.
+    const Slave *slave = bus.at(static_cast<int>(addr));
     if (!force && slave != nullptr && slave->driver_bound()) {
         return refuse(EBUSY);
     }
@@ -126,8 +128,9 @@ Outcome i2c_ioctl(I2cPort &port, const Bus &bus, unsigned long request, void *ar
             port.pec = number != 0;
             return {};
         case I2C_RETRIES:
-        case I2C_TIMEOUT:
             return number > INT_MAX ? refuse(EINVAL) : Outcome{};
+        case I2C_TIMEOUT:
+            return number > INT_MAX / kMsPerTimeout ? refuse(EINVAL) : Outcome{};
         case I2C_FUNCS:
             return functions(bus, argument);
         case I2C_RDWR:
