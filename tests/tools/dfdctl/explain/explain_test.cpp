@@ -33,8 +33,8 @@ TEST(Explain, OfflineAFunctionOrAnItem) {
         {"drv_get_fan_status 2",
          0,
          {"1. fan_state_2\n", "localbus /dev/fpga0 register 0x41, bit 1 width 1, inverted",
-          "mode=config cm8_fans.cfg:", "10. fan_line_fail_2\n", "fan_state_2 = 1",
-          "Nothing was read or written."}},
+          "mode=config cm8_fans.cfg:", ", src=localbus :", "10. fan_line_fail_2\n",
+          "fan_state_2 = 1", "Nothing was read or written."}},
         {"drv_get_card_temp", 0, {"drv_get_card_temp(11, 1)", "card_temp_ctrl_0_1"}},
         {"drv_fpga_self_test", 0, {"Asks for no item and no device.\n"}},
         // A constant is no assumption.
@@ -43,6 +43,10 @@ TEST(Explain, OfflineAFunctionOrAnItem) {
         {"drv_get_card_vol --answer my_slotid=4", 0, {"drv_get_card_vol(5, 1)"}},
         // Minus six degrees, not "not configured".
         {"drv_get_power_temp 1 --answer 'power_temp 1=2042'", 0, {"Result then: -6 C\n"}},
+        // The later answer counts; only one temperature says that the reading failed.
+        {"sdd_get_fan_temp 1 --answer 'fan_temp 1=45' --answer 'fan_temp 1=46'",
+         0,
+         {"Result then: 46 C\n"}},
         {"dfd_set_card_temp_cfg 0 3",
          3,
          {"card_temp_ctrl (there is no such slot): not configured"}},

@@ -4,6 +4,7 @@
 
 #include <dfd/driver.h>
 #include <dfd/framework.h>
+#include <dfd/records.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -160,6 +161,15 @@ TEST_F(ObserverOnDemo, BoardUseKnowsReadersWritersAndLists) {
             EXPECT_FALSE(refused) << item_of_key(key).name() << ": " << use.refused;
         }
     }
+}
+
+TEST_F(ObserverOnDemo, UnitsAreThoseThatTheBoardDescribes) {
+    std::set<std::string> types;
+    for (const Args &args : units.all_args(*find_call("drv_irq_set_cfg"))) {
+        types.insert(g_irq_type_name[args.numbers.front()].name);
+    }
+    EXPECT_THAT(types, ElementsAre("card", "fan", "fe_offline", "heartbeat", "power",
+                                   "reset_button", "sfp", "system_power"));
 }
 
 TEST(Observer, LeavesTheLibraryAsItWas) {
