@@ -42,7 +42,8 @@ struct Answers {
     const ItemAnswer *find(std::uint32_t key) const;
 };
 
-/// From "fan_state_1=0" and the like; throws UsageError for items that nothing is read of.
+/// From "fan_state_1=0" and the like, of one item the last; throws UsageError for items that
+/// nothing is read of.
 std::vector<ItemAnswer> parse_answers(const std::vector<std::string> &texts);
 
 /// Bytes of a source.

@@ -51,11 +51,11 @@ ItemAnswer parse_answer(const std::string &text) {
 }  // namespace
 
 std::vector<ItemAnswer> parse_answers(const std::vector<std::string> &texts) {
-    std::vector<ItemAnswer> answers;
+    Answers answers;
     for (const std::string &text : texts) {
-        answers.push_back(parse_answer(text));
+        answers = answers.with(parse_answer(text));
     }
-    return answers;
+    return answers.items;
 }
 
 }  // namespace dfdctl::observe
