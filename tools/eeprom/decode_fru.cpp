@@ -182,7 +182,8 @@ void describe_head(Parts &parts, const Place &place) {
         return;
     }
     const View date = place.bytes.subspan(kSecondByte + 1, fru::kDateSize);
-    const std::uint32_t minutes = date[0] | date[1] << 8U | date[2] << 16U;
+    const std::uint32_t minutes =
+        date[0] | std::uint32_t{date[1]} << 8U | std::uint32_t{date[2]} << 16U;
     if (minutes != 0) {
         parts.line(fmt::format("mfg_date = {}  # {}", minutes, date_text(minutes)));
         parts.out.fields.push_back({std::string(place.shape.key) + ".mfg_date",
