@@ -136,7 +136,10 @@ class LinesTest : public dfd_test::LibraryTest {
 
 TEST_F(LinesTest, NameAndValueAreTheWordsThatScanfFinds) {
     for (const char *const locale : {"C", "C.UTF-8"}) {
-        ASSERT_NE(std::setlocale(LC_ALL, locale), nullptr);
+        // Without the files of a locale the plain one has been tried.
+        if (std::setlocale(LC_ALL, locale) == nullptr) {
+            GTEST_SKIP() << "no locale " << locale;
+        }
         Maker make;
         std::string config;
         std::string expected;
