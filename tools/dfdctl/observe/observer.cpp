@@ -2,150 +2,19 @@
 #include "dfdctl/observe/observer.hpp"
 
 #include <dfd/framework.h>
-#include <dfd/inventory.h>
 #include <dfd/irq.h>
 #include <dfd/keys.h>
 #include <algorithm>
-#include <cstring>
 #include <stdexcept>
 #include <unordered_set>
 
 #include "dfdctl/board/keys.hpp"
+#include "dfdctl/observe/frame.hpp"
 #include "dfdctl/observe/recorder.hpp"
 
 namespace dfdctl::observe {
 
 namespace {
-
-constexpr std::size_t kBufferSize = 512;
-constexpr std::uint32_t kCapacity = kMaxLength;
-constexpr std::size_t kMacSize = 6;
-constexpr std::size_t kRecordSize = sizeof(backplane_info_t);
-
-int ignore_interrupt(const irq_info_t * /*source*/) {
-    return 0;
-}
-
-/// What a function works on while it runs.
-class Frame {
-  public:
-    Frame(const Call &call, const Args &args) : call_(call) {
-        for (const Param &param : call.params()) {
-            words_[count_] = word_of(param, args);
-            ++count_;
-        }
-    }
-    Frame(const Frame &) = delete;
-    Frame &operator=(const Frame &) = delete;
-
-    int run() const { return static_cast<int>(call_.run(words_.data())); }
-
-    std::vector<Output> outputs(int result) const {
-        std::vector<Output> found;
-        for (std::size_t i = 0; i < count_; ++i) {
-            const Param &param = call_.slots[i];
-            if (facts_of(param.role).kind == RoleKind::output) {
-                found.push_back(output_of(param, words_[i], result));
-            }
-        }
-        return found;
-    }
-
-  private:
-    struct Buffer {
-        alignas(std::max_align_t) std::array<char, kBufferSize> bytes;
-    };
-
-    Word word_of(const Param &param, const Args &args) {
-        const RoleFacts &facts = facts_of(param.role);
-        switch (facts.kind) {
-            case RoleKind::index:
-            case RoleKind::number:
-                return next_number_ < args.numbers.size() ? args.numbers[next_number_++]
-                                                          : facts.standard;
-            case RoleKind::text:
-                return text_word(next_text_ < args.texts.size()
-                                     ? std::string_view(args.texts[next_text_++])
-                                     : facts.text);
-            default:
-                return support_of(param);
-        }
-    }
-
-    /// Of a copy with room behind it: some functions are told how long a text is.
-    Word text_word(std::string_view text) {
-        Buffer &buffer = buffers_[next_buffer_++];
-        buffer.bytes.fill('\0');
-        std::copy_n(text.begin(), std::min<std::size_t>(text.size(), kMaxLength),
-                    buffer.bytes.begin());
-        return reinterpret_cast<Word>(&buffer);
-    }
-
-    Word support_of(const Param &param) {
-        switch (param.role) {
-            case Role::handler:
-                return reinterpret_cast<Word>(&ignore_interrupt);
-            case Role::capacity:
-                capacity_ = kCapacity;
-                return param.is_pointer ? reinterpret_cast<Word>(&capacity_) : kCapacity;
-            case Role::ignored:
-            case Role::none:
-                return 0;
-            case Role::out:
-                return reinterpret_cast<Word>(&numbers_[next_out_++]);
-            default: {
-                Buffer &buffer = buffers_[next_buffer_++];
-                buffer.bytes.fill('\0');
-                return reinterpret_cast<Word>(&buffer);
-            }
-        }
-    }
-
-    std::size_t text_size(const char *text, int result) const {
-        if (capacity_ != static_cast<int>(kCapacity) && capacity_ > 0) {
-            return std::min<std::size_t>(static_cast<std::size_t>(capacity_), kCapacity);
-        }
-        // Left as it was: the text ends at a NUL, or the result is its length.
-        return call_.returns_value && result > 0
-                   ? std::min<std::size_t>(static_cast<std::size_t>(result), kCapacity)
-                   : strnlen(text, kCapacity);
-    }
-
-    Output output_of(const Param &param, Word word, int result) const {
-        const char *bytes = reinterpret_cast<const char *>(word);
-        switch (param.role) {
-            case Role::out:
-                return {.param = &param, .number = number_at(param, word)};
-            case Role::bytes6:
-                return {.param = &param, .bytes = std::string(bytes, kMacSize)};
-            case Role::bytes8:
-                return {.param = &param, .bytes = std::string(bytes, DFD_FRU_HEADER_SIZE)};
-            case Role::bytes10:
-                return {.param = &param, .bytes = std::string(bytes, DFD_TLV_HEADER_SIZE)};
-            case Role::record:
-                return {.param = &param, .bytes = std::string(bytes, kRecordSize)};
-            default:
-                return {.param = &param, .bytes = std::string(bytes, text_size(bytes, result))};
-        }
-    }
-
-    static std::int64_t number_at(const Param &param, Word word) {
-        std::uint64_t raw = 0;
-        std::memcpy(&raw, reinterpret_cast<const void *>(word), param.size);
-        return param.is_signed ? static_cast<std::int32_t>(raw) : static_cast<std::int64_t>(raw);
-    }
-
-    const Call &call_;
-    std::array<Word, kMaxParams> words_ = {};
-    std::size_t count_ = 0;
-    std::size_t next_number_ = 0;
-    std::size_t next_text_ = 0;
-    std::array<std::uint64_t, kMaxParams> numbers_ = {};
-    std::size_t next_out_ = 0;
-    std::array<Buffer, kMaxParams> buffers_;
-    std::size_t next_buffer_ = 0;
-    int capacity_ = kCapacity;
-};
 
 void check(const Call &call, const Answers &answers) {
     if (!call.can_be_observed()) {

@@ -9,7 +9,7 @@
 
 #include "dfdctl/board/offline.hpp"
 #include "dfdctl/observe/answers.hpp"
-#include "dfdctl/observe/calls.hpp"
+#include "dfdctl/observe/frame.hpp"
 
 namespace dfdctl::observe {
 
@@ -54,13 +54,6 @@ struct Repeat {
     std::size_t first;
     std::size_t count;
     std::size_t times;
-};
-
-/// What came out through a pointer.
-struct Output {
-    const Param *param;
-    std::int64_t number = 0;  ///< of role out
-    std::string bytes = {};   ///< of the others
 };
 
 struct Observation {
