@@ -117,30 +117,32 @@ INTERPOSED int fstat64(int fd, struct stat64 *out) noexcept {
     return show_descriptor(fd, out);
 }
 
-// Programs linked with an older libc call these, and say which layout they mean: there is one.
+// Programs linked with an older libc call these, and say which layout they mean: there is one. None
+// calls the function above by its name: that of a sanitizer may stand before it, and come back
+// here.
 INTERPOSED int __xstat(int, const char *path, struct stat *out) {
-    return stat(path, out);
+    return show_stat(AT_FDCWD, path, out, 0);
 }
 INTERPOSED int __xstat64(int, const char *path, struct stat64 *out) {
-    return stat64(path, out);
+    return show_stat(AT_FDCWD, path, out, 0);
 }
 INTERPOSED int __lxstat(int, const char *path, struct stat *out) {
-    return lstat(path, out);
+    return show_stat(AT_FDCWD, path, out, AT_SYMLINK_NOFOLLOW);
 }
 INTERPOSED int __lxstat64(int, const char *path, struct stat64 *out) {
-    return lstat64(path, out);
+    return show_stat(AT_FDCWD, path, out, AT_SYMLINK_NOFOLLOW);
 }
 INTERPOSED int __fxstat(int, int fd, struct stat *out) {
-    return fstat(fd, out);
+    return show_descriptor(fd, out);
 }
 INTERPOSED int __fxstat64(int, int fd, struct stat64 *out) {
-    return fstat64(fd, out);
+    return show_descriptor(fd, out);
 }
 INTERPOSED int __fxstatat(int, int dirfd, const char *path, struct stat *out, int flags) {
-    return fstatat(dirfd, path, out, flags);
+    return show_stat(dirfd, path, out, flags);
 }
 INTERPOSED int __fxstatat64(int, int dirfd, const char *path, struct stat64 *out, int flags) {
-    return fstatat64(dirfd, path, out, flags);
+    return show_stat(dirfd, path, out, flags);
 }
 
 INTERPOSED int statx(int dirfd, const char *path, int flags, unsigned mask,

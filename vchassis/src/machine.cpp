@@ -71,6 +71,15 @@ std::string area_name(const std::string &path) {
     return name;
 }
 
+// What a program can open, what "/dev/i2c-0:0x57" is not taken for, and whose area is a file.
+bool is_device_file(const std::string &path) {
+    constexpr std::size_t kMaxLength = 200;
+    return path.starts_with("/dev/") && !path.starts_with("/dev/i2c") &&
+           path.size() <= kMaxLength && std::all_of(path.begin(), path.end(), [](unsigned char c) {
+               return c >= ' ' && c != ':' && c != 0x7f;
+           });
+}
+
 std::string bus_path(int number) {
     return fmt::format("/dev/i2c-{}", number);
 }
@@ -198,13 +207,20 @@ void Machine::build_buses(const Section &root) {
 void Machine::build_registers(const Section &section, Built &built) {
     auto space = std::make_unique<RegisterSpace>(section);
     const std::string path = space->path();
-    if (!path.starts_with("/dev/") || path.starts_with("/dev/i2c")) {
+    if (!is_device_file(path)) {
         section.fail_at("path", fmt::format("'{}' must be a device file such as /dev/cpld0", path));
     }
     section.refuse_unknown();
     const auto [place, added] = spaces_.emplace(path, std::move(space));
     if (!added) {
         section.fail_at("path", fmt::format("{} is already described", path));
+    }
+    for (const auto &[other, unused] : spaces_) {
+        if (other != path && area_name(other) == area_name(path)) {
+            section.fail_at("path",
+                            fmt::format("{} and {} have one name in the state directory, {}", path,
+                                        other, area_name(path)));
+        }
     }
     built.push_back(place->second.get());
 }
