@@ -99,18 +99,8 @@ void check_update(const MemoryBytes &image, const FruArea &before, const std::st
 
 }  // namespace
 
-// Parameters: whether the image is made valid; capacity of the buffer; serial number; version;
-// image.
 void fru(Input input) {
-    Parameters parameters(input);
-    const bool is_made_valid = parameters.byte() % 2 != 0;
-    const std::size_t capacity = parameters.byte() + std::size_t{1};
-    const std::string sn = parameters.text();
-    const std::string hw = parameters.text();
-    MemoryBytes image = memory_bytes(parameters.rest());
-    if (is_made_valid) {
-        make_fru_valid(image);
-    }
+    const auto [capacity, sn, hw, image] = UpdateCase(input, make_fru_valid);
     const FruArea area = read_fru(image);
     {
         const Memory memory(image);

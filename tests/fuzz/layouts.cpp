@@ -252,4 +252,16 @@ void make_fru_valid(MemoryBytes &memory) {
     repair_fru_sums(memory);
 }
 
+UpdateCase::UpdateCase(Input input, void (*make_valid)(MemoryBytes &)) {
+    Parameters parameters(input);
+    const bool is_made_valid = parameters.byte() % 2 != 0;
+    capacity = parameters.byte() + std::size_t{1};
+    sn = parameters.text();
+    hw = parameters.text();
+    image = memory_bytes(parameters.rest());
+    if (is_made_valid) {
+        make_valid(image);
+    }
+}
+
 }  // namespace dfd_fuzz

@@ -78,4 +78,15 @@ void repair_fru_sums(MemoryBytes &memory);
 // Gives it the versions of a valid one, too.
 void make_fru_valid(MemoryBytes &memory);
 
+// What the targets of images that can be updated take: whether the image is made valid, the
+// capacity of the buffer, serial number, version, image.
+struct UpdateCase {
+    UpdateCase(Input input, void (*make_valid)(MemoryBytes &));
+
+    std::size_t capacity;
+    std::string sn;
+    std::string hw;
+    MemoryBytes image;
+};
+
 }  // namespace dfd_fuzz

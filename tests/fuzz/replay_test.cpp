@@ -9,6 +9,15 @@
 
 #include "fuzz/targets.h"
 
+namespace dfd_fuzz {
+
+// In the names of the tests.
+static void PrintTo(const Target &target, std::ostream *out) {
+    *out << target.name;
+}
+
+}  // namespace dfd_fuzz
+
 namespace {
 
 namespace fs = std::filesystem;

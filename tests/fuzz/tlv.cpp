@@ -26,18 +26,8 @@ Answer ask_tlv(std::uint32_t type, std::size_t capacity) {
 
 }  // namespace
 
-// Parameters: whether the image is made valid; capacity of the buffer; serial number; version;
-// image.
 void tlv(Input input) {
-    Parameters parameters(input);
-    const bool is_made_valid = parameters.byte() % 2 != 0;
-    const std::size_t capacity = parameters.byte() + std::size_t{1};
-    const std::string sn = parameters.text();
-    const std::string hw = parameters.text();
-    MemoryBytes image = memory_bytes(parameters.rest());
-    if (is_made_valid) {
-        make_tlv_valid(image);
-    }
+    const auto [capacity, sn, hw, image] = UpdateCase(input, make_tlv_valid);
     Memory memory(image);
     std::set<std::uint32_t> types = {0, 1, 2, 3, 4, 5, 6, 7, 255, 256, 0x103};
     for (const TlvEntry &entry : read_tlv(image).entries) {

@@ -26,7 +26,7 @@ constexpr Row kRows[] = {
     {"[[registers]]\nsize = 4\n", "1:1: [[registers]] lacks the key 'path'"},
     {"[[registers]]\npath = '/dev/i2c-0'\n", "2:1: '/dev/i2c-0' must be a device file"},
     {"[[registers]]\npath = '/dev/fpga:'\n", "2:1: '/dev/fpga:' must be a device file"},
-    {"[[registers]]\npath = \"/dev/a\\tb\"\n", "must be a device file"},
+    {"[[registers]]\npath = \"/dev/a\\tb\"\n", "2:1: '/dev/a\tb' must be a device file"},
     {"[[registers]]\npath = '/dev/a/b'\n[[registers]]\npath = '/dev/a-b'\n",
      "4:1: /dev/a-b and /dev/a/b have one name in the state directory, dev-a-b"},
     {"[[registers]]\npath = '/dev/cpld0'\nsize = 0\n",
