@@ -161,6 +161,11 @@ void Chassis::set_slave(int bus, int addr, std::uint32_t offset,
     impl_->settle();
 }
 
+void Chassis::reset() {
+    const Inside inside;
+    impl_->session.machine().reset();
+}
+
 void Chassis::fail(const Fault &fault) {
     const Inside inside;
     impl_->session.faults().add(fault);

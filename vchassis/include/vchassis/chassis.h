@@ -85,6 +85,9 @@ class VCHASSIS_EXPORT Chassis {
     std::vector<std::uint8_t> slave(int bus, int addr) const;
     void set_slave(int bus, int addr, std::uint32_t offset, std::span<const std::uint8_t> bytes);
 
+    // Initial contents of all devices, nothing busy, time zero; files, faults and the log stay.
+    void reset();
+
     void fail(const Fault &fault);
     void clear_faults();
 
