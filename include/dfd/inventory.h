@@ -34,7 +34,8 @@ enum {
  * .mode names decides which of them to call.
  *
  * ..._by_type: a TLV image. Device type from header byte 3, or entry 6 when that byte is 0xF1; a
- * hardware version without entry 5 from header byte 2 ("1.20" for 0x12).
+ * hardware version whose entry 5 is not there, or cannot be read, from header byte 2 ("1.20" for
+ * 0x12).
  * ..._fru: the product info area of a FRU image; name and device type both give the product name.
  * After any failure the EEPROM is read as a TLV image.
  * ..._fru_compatible: the same for texts of at most 256 bytes, which end at a NUL (the rest of the

@@ -60,6 +60,19 @@ std::string outcomes(std::uint8_t reg, int tries, std::uint16_t addr = 0x50) {
 
 }  // namespace
 
+TEST_F(Faults, ResetPutsTheDevicesBackAndKeepsFaultsAndLog) {
+    chassis.set_reg(kCpld, 0x10, 5);
+    chassis.set_slave(0, 0x50, 0x10, Bytes{1, 2});
+    chassis.fail({.op = Op::transfer, .addr = 0x50});
+    EXPECT_EQ(read_register(kCpld, 0x10), 5);
+    const std::size_t noted = chassis.log().size();
+    chassis.reset();
+    EXPECT_EQ(chassis.reg(kCpld, 0x10), 0);
+    EXPECT_EQ(chassis.slave(0, 0x50).at(0x11), 0xa1);
+    EXPECT_EQ(chassis.log().size(), noted);
+    EXPECT_EQ(outcomes(0x10, 2), "10");
+}
+
 TEST_F(Faults, HitTheAccessesTheyName) {
     struct Row {
         Fault fault;

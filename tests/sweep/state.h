@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: MIT
+// What the library remembers, in two parts: what it has loaded, and what it has found out.
+#pragma once
+
+namespace sweep_test {
+
+// Back to the answers of a library that was never called; the items stay.
+void forget_answers();
+// The items go, and nothing of them stays allocated; the answers stay.
+void forget_items();
+
+}  // namespace sweep_test

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+// Runs a call once, then once for every fault at every position, and judges each run.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "sweep/board.h"
+
+namespace sweep_test {
+
+struct Counts {
+    std::size_t functions = 0;
+    std::size_t calls = 0;  // functions with arguments
+    std::size_t positions = 0;
+    std::size_t faults = 0;  // runs with a fault
+};
+
+// "Sweep of BOARD: ..." on standard output.
+void print_counts(const std::string &what, const Counts &counts);
+
+// Every function of the board at every position.
+Counts sweep(Board &board, dfd_test::Positions positions);
+
+}  // namespace sweep_test
