@@ -40,7 +40,7 @@ Slave *Bus::at(int addr) const {
 // bits go over the wire, whatever stands above them.
 Slave *Bus::address(const Message &message) const {
     const bool ten_bit = ten_bit_ && (message.flags & I2C_M_TEN) != 0;
-    Slave *slave = ten_bit ? nullptr : at(message.addr & kSevenBits);
+    Slave *slave = ten_bit ? nullptr : at(static_cast<int>(message.addr & kSevenBits));
     const bool answers = slave != nullptr && slave->present() && slave->start(reads(message));
     return answers ? slave : nullptr;
 }

@@ -58,8 +58,8 @@ class Collection {
         for (Known &known : known_) {
             std::erase(known.prefixes, "");
             // As in the tables: the driver interface first.
-            std::ranges::stable_partition(known.prefixes,
-                                          [](const auto &prefix) { return prefix != "dfd"; });
+            std::stable_partition(known.prefixes.begin(), known.prefixes.end(),
+                                  [](const auto &prefix) { return prefix != "dfd"; });
             if (!known.prefixes.empty()) {
                 known.gap.function += fmt::format(" ({})", fmt::join(known.prefixes, " "));
             }

@@ -82,8 +82,7 @@ std::uint32_t value_of(const Item &item, const info_ctrl_t &record, const std::s
         if (text != led_state_name(state)) {
             continue;
         }
-        if (dfd_get_led_info_regval(DFD_MAKE_KEY(table, 0, 0), static_cast<int>(state), &value) !=
-            DFD_OK) {
+        if (dfd_get_led_info_regval(DFD_MAKE_KEY(table, 0, 0), state, &value) != DFD_OK) {
             refuse(item, fmt::format("the LED cannot show '{}'", text));
         }
         return value;
