@@ -70,11 +70,6 @@ int get_field(const E2prom &e2prom, const uint8_t *hdr, uint32_t type, fru_field
         "read eeprom info product_offset(dev: %s, addr: %02x, product offset:%d, fru len:%d).\n",
         e2prom.dev, e2prom.addr, area_at + kAreaLengthAt, blocks);
     const int area_len = blocks * kBlockBytes;
-    if (area_at + area_len > dfd::kE2promSize) {
-        // The chip would go on at its start, with bytes of something else.
-        LOG_ERR_IN(e2prom.func, "analysis FRU product info error.\n");
-        return DFD_ERR;
-    }
     HeapBytes area(static_cast<std::size_t>(area_len));
     if (const int rv = read_area(e2prom, area_at, area); rv != DFD_OK) {
         return rv;

@@ -331,9 +331,11 @@ DFD_API int dfd_set_fru_product_info(fru_product_info_t *info, fru_field_t *dest
 /*
  * One field of the product info area of a FRU EEPROM, without terminator; *len capacity in, length
  * out. A capacity below the field's length cuts it; a field that the area lacks has 0 bytes.
- * Returns 0; -1: invalid header or area, one that goes on behind byte 255, or another type; -22:
- * null pointer, no capacity, or the area's length cannot be read, or lies behind byte 255; -12: no
- * memory; the negative result of another read.
+ * An area whose length leads behind byte 255 is read on from where the chip goes on, most at their
+ * start; its sum decides.
+ * Returns 0; -1: invalid header or area, or another type; -22: null pointer, no capacity, or the
+ * area's length cannot be read, or lies behind byte 255; -12: no memory; the negative result of
+ * another read.
  */
 DFD_API int dfd_get_fru_data(const char *dev, uint16_t addr, uint32_t type, void *buf, int *len);
 

@@ -69,8 +69,9 @@ void check_update(const MemoryBytes &image, const FruArea &before, const std::st
     Memory memory(image);
     const int result = dfd_set_fan_info_fru(kBus, kAddr, sn.c_str(), hw.c_str());
     demand(!memory.crossed_page(), "a write crosses a page");
-    if (!before.is_accepted || before.at == 0 || before.size > kMaxUpdated) {
-        demand(before.size > kMaxUpdated || result < 0, "an update of no image is a success");
+    const bool is_too_long = before.size > kMaxUpdated || before.at + before.size > kMemorySize;
+    if (!before.is_accepted || before.at == 0 || is_too_long) {
+        demand(is_too_long || result < 0, "an update of no image is a success");
         demand(result == 0 || memory.bytes() == image, "a refused update wrote");
         return;
     }

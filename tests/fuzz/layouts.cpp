@@ -190,10 +190,14 @@ FruArea read_fru(const MemoryBytes &memory) {
         return area;
     }
     area.size = memory[area.at + 1] * kFruBlock;
-    if (area.size == 0 || area.at + area.size > kMemorySize) {
+    if (area.size == 0) {
         return area;
     }
-    const Input bytes = all.subspan(area.at, area.size);
+    // A chip goes on at its beginning behind the last byte.
+    Bytes bytes(area.size);
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        bytes[i] = memory[(area.at + i) % kMemorySize];
+    }
     if (bytes[0] != 1 || fru_sum(bytes) != 0) {
         return area;
     }
