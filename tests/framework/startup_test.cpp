@@ -102,6 +102,8 @@ TEST_F(StartupTest, LegacyTypeAloneIgnoresTheTlvFlag) {
     chassis.set_slave(0, 0x57, 0, image);
     EXPECT_EQ(logged_by(DFD_DEBUG_VBOSE, [] { EXPECT_EQ(dfd_my_type_from_e2(), 130 + 47); }),
               "CA type is177\r\n");
+    EXPECT_EQ(dfd_test::functions_logged_by(DFD_DEBUG_VBOSE, [] { dfd_my_type_from_e2(); }),
+              "dfd_my_type_from_e2 ");
     chassis.fail({.addr = 0x57, .count = 0, .error = 0, .result = -9});
     EXPECT_EQ(dfd_my_type_from_e2(), -9);
 }

@@ -144,7 +144,8 @@ TEST_F(IrqTest, MasksByType) {
     // The parser takes index2 up to 8: only the first sub-entries of k = 0 can be configured by a
     // file.
     start(source(1, 2, 0) + source(1, 3, 0) + source(7, 7, 7, "sfp") + source(1, 2, 0, "sfp") +
-          mask_items(1, 2, 0, 0x200) + mask_items(1, 3, 0, 0x210) + mask_items(5, 5, 0, 0x220));
+          source(1, 3, 1, "poe") + mask_items(1, 2, 0, 0x200) + mask_items(1, 3, 0, 0x210) +
+          mask_items(5, 5, 0, 0x220));
     chassis.clear_log();
     EXPECT_EQ(dfd_irq_set_cfg(IRQ_TYPE_FAN, 0), 0);
     EXPECT_EQ(writes().size(), 9U);
@@ -153,6 +154,8 @@ TEST_F(IrqTest, MasksByType) {
     EXPECT_EQ(reg(0x200), 0) << "a later line made it an SFP source";
     EXPECT_EQ(dfd_irq_set_cfg(IRQ_TYPE_FAN, 1), 0);
     EXPECT_EQ(reg(0x210), 0);
+    EXPECT_EQ(dfd_irq_set_cfg(IRQ_TYPE_POE, 0), 0);
+    EXPECT_EQ(reg(0x218), 0) << "the ninth sub-entry of k = 0, none of k = 1";
     EXPECT_EQ(dfd_irq_set_cfg(IRQ_TYPE_SFP, 2), 0) << "anything but 1 masks";
     EXPECT_EQ(reg(0x200), 0xFF);
     EXPECT_EQ(dfd_irq_set_cfg(IRQ_TYPE_CARD, 0), 0);

@@ -292,18 +292,26 @@ TEST(TextFilter, EndsAtTheFirstCharacterThatIsNotGraphic) {
     }
 }
 
-TEST_F(BackplaneTest, CardVersionDecidesTheFwedCheck) {
-    write_board("TEST", "card_pid_str_74_0=TEST\n");
-    write_list(74, "");
-    ASSERT_EQ(dev_drv_init(), 0);
-    EXPECT_EQ(dfd_check_fwed_v100(), 0);
-    EXPECT_EQ(dfd_cfg_card_hw_ver("1.00", 22), -1);
-    EXPECT_EQ(dfd_cfg_card_hw_ver(nullptr, 5), -1);
-    EXPECT_EQ(dfd_check_fwed_v100(), 0);
-    EXPECT_EQ(dfd_cfg_card_hw_ver("1.00", 5), 0);
-    EXPECT_EQ(dfd_check_fwed_v100(), 1);
-    EXPECT_EQ(dfd_cfg_card_hw_ver("1.01", 5), 0);
-    EXPECT_EQ(dfd_check_fwed_v100(), 0);
+TEST_F(BackplaneTest, CardTypeAndVersionDecideTheFwedCheck) {
+    struct Row {
+        int type;
+        int is_fwed;
+    };
+    for (const Row &row : {Row{73, 0}, Row{74, 1}, Row{75, 1}, Row{76, 0}}) {
+        dfd_test::in_own_process(std::to_string(row.type), [&] {
+            write_board("TEST", "card_pid_str_" + std::to_string(row.type) + "_0=TEST\n");
+            write_list(static_cast<unsigned>(row.type), "");
+            ASSERT_EQ(dev_drv_init(), 0);
+            EXPECT_EQ(dfd_check_fwed_v100(), 0);
+            EXPECT_EQ(dfd_cfg_card_hw_ver("1.00", 22), -1);
+            EXPECT_EQ(dfd_cfg_card_hw_ver(nullptr, 5), -1);
+            EXPECT_EQ(dfd_check_fwed_v100(), 0);
+            EXPECT_EQ(dfd_cfg_card_hw_ver("1.00", 5), 0);
+            EXPECT_EQ(dfd_check_fwed_v100(), row.is_fwed);
+            EXPECT_EQ(dfd_cfg_card_hw_ver("1.01", 5), 0);
+            EXPECT_EQ(dfd_check_fwed_v100(), 0);
+        });
+    }
 }
 
 }  // namespace
