@@ -140,7 +140,7 @@ Bytes tlv_input(Random &random) {
 // ---- Judgement ---------------------------------------------------------------------------------
 
 // Where the decoders differ on purpose; none of these images is one that the standard allows.
-enum Reason : std::size_t { other_version, runs_over, no_end, kReasons };
+enum Reason : std::size_t { other_version, past_the_end, runs_over, no_end, kReasons };
 struct Difference {
     const char *what;
     std::size_t count = 0;
@@ -149,18 +149,22 @@ Difference g_differences[kReasons] = {
     {"a version byte is not 1: the library refuses it; libfreeipmi looks at four bits of the "
      "header's "
      "and at none of the area's"},
+    {"an area goes on behind the memory: the library goes on with the chip, at its start"},
     {"a field runs past the area, or over its sum: the library gives those before it"},
     {"there is no end mark: the library ends with the area"}};
 
 // Why one takes an image that the other refuses; kReasons: there is no reason.
 Reason reason_of(const MemoryBytes &image, bool is_taken) {
     const std::size_t at = image[4] * kBlock;
-    const Input area = Input(image).subspan(at, image[at + 1] * kBlock);
     if (!is_taken) {
-        return image[0] != 1 || area[0] != 1 ? other_version : kReasons;
+        return image[0] != 1 || image[at] != 1 ? other_version : kReasons;
+    }
+    const Bytes area = fru_area_bytes(image, at);
+    if (at + area.size() > image.size()) {
+        return past_the_end;
     }
     // The sum is no part of the fields.
-    const Input fields = area.first(area.size() - 1);
+    const Input fields = Input(area).first(area.size() - 1);
     FruArea strict;
     read_fru_fields(fields, &strict);
     if (strict.has_end) {
@@ -222,7 +226,7 @@ void compare_fru(Peer &peer, const MemoryBytes &image, Counts &counts) {
     const std::size_t at = image[4] * kBlock;
     std::vector<Bytes> ours;
     std::uint8_t our_language = 0;
-    demand(library_fields(Input(image).subspan(at, image[at + 1] * kBlock), &ours, &our_language),
+    demand(library_fields(fru_area_bytes(image, at), &ours, &our_language),
            "the parser of areas refuses");
     demand(
         ours[kFruName] == texts[0] && ours[kFruVersion] == texts[1] && ours[kFruSerial] == texts[2],

@@ -179,6 +179,14 @@ void read_fru_fields(Input area, FruArea *out) {
     }
 }
 
+Bytes fru_area_bytes(const MemoryBytes &memory, std::size_t at) {
+    Bytes bytes(memory[at + 1] * kFruBlock);
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        bytes[i] = memory[(at + i) % kMemorySize];
+    }
+    return bytes;
+}
+
 FruArea read_fru(const MemoryBytes &memory) {
     FruArea area;
     const Input all(memory);
@@ -193,11 +201,7 @@ FruArea read_fru(const MemoryBytes &memory) {
     if (area.size == 0) {
         return area;
     }
-    // A chip goes on at its beginning behind the last byte.
-    Bytes bytes(area.size);
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        bytes[i] = memory[(area.at + i) % kMemorySize];
-    }
+    const Bytes bytes = fru_area_bytes(memory, area.at);
     if (bytes[0] != 1 || fru_sum(bytes) != 0) {
         return area;
     }

@@ -68,6 +68,8 @@ struct FruArea {
     bool has_end = false;               // the end mark was found
 };
 
+// The product area as a look-up reads it: a chip goes on at its beginning behind the last byte.
+Bytes fru_area_bytes(const MemoryBytes &memory, std::size_t at);
 FruArea read_fru(const MemoryBytes &memory);
 // The fields of an area, whatever its sum says.
 void read_fru_fields(Input area, FruArea *out);
