@@ -174,19 +174,14 @@ class FileHabits {
                            "the last line has no line end: it counts, but a line appended to the "
                            "file will be joined to it");
         }
-        *this = FileHabits(check_);
+        crlf_ = {};
+        tabs_ = {};
+        zeros_ = {};
+        last_ = nullptr;
     }
 
     /// Of the file of the last line seen.
     Encoding encoding() const { return encoding_; }
-
-    FileHabits &operator=(const FileHabits &other) {
-        crlf_ = other.crlf_;
-        tabs_ = other.tabs_;
-        zeros_ = other.zeros_;
-        last_ = other.last_;
-        return *this;
-    }
 
   private:
     Check &check_;

@@ -74,7 +74,8 @@ void check_origins(Check &check, const std::vector<Origin> &origins,
         if (misread.contains(check.place_of(line))) {
             continue;  // the cause is told
         }
-        const SourceLine *&earlier = last[static_cast<std::size_t>(origin.member + 1)];
+        const int at = origin.member + 1;
+        const SourceLine *&earlier = last[static_cast<std::size_t>(at)];
         if (earlier != nullptr) {
             check_pair(check, *earlier, line);
         }
