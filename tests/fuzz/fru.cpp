@@ -79,8 +79,10 @@ void check_update(const MemoryBytes &image, const FruArea &before, const std::st
     demand(std::equal(image.begin(), image.begin() + static_cast<std::ptrdiff_t>(before.at),
                       memory.bytes().begin()),
            "an update changed what stands before the area");
-    if (!before.has_end) {
-        return;  // what follows the last field is a field of no meaning
+    FruArea without_sum;
+    read_fru_fields(Input(image).subspan(before.at, before.size - 1), &without_sum);
+    if (!without_sum.has_end) {
+        return;  // what follows the last field, or the sum, is a field of no meaning
     }
     Wanted wanted{before, before.size};
     if (wanted.put(kFruSerial, sn)) {
