@@ -273,11 +273,13 @@ int run(int argc, char **argv, Options &options) {
     if (const std::optional<int> status = run_first_word(argc, argv, options)) {
         return *status;
     }
-    CommandLine line(options);
-    for (const CommandRow &row : kCommands) {
-        line.add(row);
-    }
     const std::span words = std::span(argv, static_cast<std::size_t>(argc)).subspan(1);
+    CommandLine line(options);
+    if (words.size() != 1 || words.front() != std::string_view("--version")) {
+        for (const CommandRow &row : kCommands) {
+            line.add(row);
+        }
+    }
     if (const auto text =
             dfd_tools::told_of_itself(line.app(), {words.begin(), words.end()}, known_values)) {
         fmt::print(options.out, "{}", *text);
