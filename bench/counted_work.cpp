@@ -32,7 +32,8 @@ int look_up() {
     for (uint32_t slot = 0; slot < kSlots; ++slot) {
         found += dfd_lib_cfg_get_item(kFirstSlot + (slot << 8)) != nullptr;
     }
-    return found == kSlots ? 0 : -1;
+    // The board has some of them: functions also ask for what is not configured.
+    return found > 0 && found < kSlots ? 0 : -1;
 }
 
 int read_register() {

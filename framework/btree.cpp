@@ -5,6 +5,8 @@
 
 #include <cstdlib>
 
+#include "framework/btree.h"
+
 int compare_node(const void *a, const void *b) {
     const auto key_a = static_cast<int32_t>(static_cast<const btree_entry *>(a)->key);
     const auto key_b = static_cast<int32_t>(static_cast<const btree_entry *>(b)->key);
@@ -37,13 +39,15 @@ int btree_insert_node(btree_root *root, uint32_t key, void *record) {
     return node != nullptr ? DFD_EXISTS : DFD_ERR;
 }
 
-void *btree_find_node(const btree_root *root, uint32_t key) {
-    if (root == nullptr) {
-        return nullptr;
-    }
+const btree_entry *dfd::find_entry(const btree_root &root, uint32_t key) {
     const btree_entry wanted = {key, nullptr};
-    auto *const node = static_cast<btree_entry *const *>(tfind(&wanted, &root->tree, compare_node));
-    return node != nullptr ? (*node)->record : nullptr;
+    auto *const node = static_cast<btree_entry *const *>(tfind(&wanted, &root.tree, compare_node));
+    return node != nullptr ? *node : nullptr;
+}
+
+void *btree_find_node(const btree_root *root, uint32_t key) {
+    const btree_entry *const entry = root != nullptr ? dfd::find_entry(*root, key) : nullptr;
+    return entry != nullptr ? entry->record : nullptr;
 }
 
 int btree_delete_node(btree_root *root, uint32_t key) {

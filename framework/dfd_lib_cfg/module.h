@@ -11,6 +11,13 @@ static constexpr char kLogFile[] = "framework/dfd_lib_cfg.cpp";
 // The store that dfd_lib_cfg_get_item reads and the parser fills.
 extern btree_root g_item_root;
 
+namespace dfd {
+
+// Makes the store empty. The result is that of btree_init_root.
+int init_items();
+
+}  // namespace dfd
+
 // The number rule: "0x" and at least one more character is base 16, anything else decimal; both
 // stop at the first character that is no digit. Empty text gives 0xFFFFFFFF. Always 0.
 int dfd_lib_cfg_get_value_from_char(const char *text, uint32_t *result, int line);

@@ -70,7 +70,7 @@ void dfd_lib_cfg_chassic_init(void) {
 }
 
 int dfd_lib_cfg_init(void) {
-    const int rv = btree_init_root(&g_item_root);
+    const int rv = dfd::init_items();
     if (rv != DFD_OK) {
         LOG_ERR("init btree root fail, rv=%d\r\n", rv);
         return DFD_ERR;

@@ -106,7 +106,8 @@ DFD_API void dfd_debug_switch(uint32_t value);
 /* ---- Item store --------------------------------------------------------------------------- */
 
 /* The record of a key, or null when it is not configured; what kind it is follows from the key's
- * type (records.h). The record is the library's: read it in place, do not free it. */
+ * type (records.h). The record is the library's: read it in place, do not free it. Where the items
+ * asked for last were found is remembered: to ask for them again is cheap. */
 DFD_API void *dfd_lib_cfg_get_item(uint32_t key);
 
 /* A tree of records by key. The lock is initialised and never taken. */

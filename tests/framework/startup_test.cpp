@@ -332,4 +332,29 @@ TEST_F(StartupTest, ChassisTypeFromTheBackplane) {
     }
 }
 
+// Look-ups remember more than one item, but not all that a board can have.
+TEST_F(StartupTest, EachItemIsFoundAmongManyAndNoneOfAnEarlierStart) {
+    constexpr int kItems = 3000;
+    const auto key = [](int index) {
+        return DFD_MAKE_KEY(DFD_KEY_PORT_SFP_STATE, static_cast<std::uint32_t>(index), 0);
+    };
+    std::string config;
+    for (int i = 1; i <= kItems; ++i) {
+        const std::string index = "_" + std::to_string(i) + "=";
+        config += "port_sfp_state.int_cons" + index + std::to_string(i) + "\n";
+    }
+    start(config);
+    for (int i = 1; i <= kItems; ++i) {
+        for (const int asked : {i, i / 2 + 1, kItems + i, i}) {
+            const auto *const record =
+                static_cast<const info_ctrl_t *>(dfd_lib_cfg_get_item(key(asked)));
+            EXPECT_EQ(record != nullptr ? record->int_cons : -1, asked <= kItems ? asked : -1);
+        }
+    }
+    start("port_sfp_state.int_cons_1=7\n");
+    for (int i = 1; i <= kItems; ++i) {
+        EXPECT_EQ(dfd_lib_cfg_get_item(key(i)) != nullptr, i == 1) << i;
+    }
+}
+
 }  // namespace
