@@ -44,7 +44,7 @@ std::string read_text(const fs::path &path) {
                                            path.string(), std::strerror(errno),
                                            Machine::kDescription));
     }
-    return {std::istreambuf_iterator<char>(in), {}};
+    return read_all(in);
 }
 
 // FNV-1a over the description and the initial contents of all devices.

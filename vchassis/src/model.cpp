@@ -42,7 +42,7 @@ void store(std::span<std::uint8_t> bytes, std::uint64_t value) {
 void load_image(const Section &section, std::vector<std::uint8_t> &bytes) {
     const std::string image = section.beside(section.text("image"));
     std::ifstream in(image, std::ios::binary);
-    const std::vector<char> data{std::istreambuf_iterator<char>(in), {}};
+    const std::string data = read_all(in);
     if (!in) {
         section.fail_at("image", fmt::format("cannot read the image {}", image));
     }

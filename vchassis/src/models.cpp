@@ -35,13 +35,15 @@ constexpr std::array kModels{
 
 std::unique_ptr<Slave> make_slave(std::string path, const Section &section) {
     const std::string wanted = section.text("model");
-    std::set<std::string> names;
     for (const Row &row : kModels) {
         if (wanted == row.name) {
             std::unique_ptr<Slave> slave = row.make(std::move(path), section);
             slave->set_model(row.name);
             return slave;
         }
+    }
+    std::set<std::string> names;
+    for (const Row &row : kModels) {
         names.insert(row.name);
     }
     const std::string guess = nearest(wanted, names);

@@ -4,24 +4,31 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cassert>
 #include <filesystem>
+#include <set>
 #include <utility>
 
 #include "text.h"
 
 namespace vchassis {
 
-Section::Section(std::string file, std::string title, Mark mark)
+Section::Section(std::shared_ptr<const std::string> file, std::string title, Mark mark)
     : file_(std::move(file)), title_(std::move(title)), mark_(mark) {}
 
-void Section::add(const std::string &key, Value value) {
-    values_[key] = std::move(value);
+void Section::add(std::string key, Value value) {
+    assert(pairs_.empty() || pairs_.back().key < key);
+    pairs_.push_back({std::move(key), std::move(value)});
 }
 
 const Value *Section::find(const std::string &key) const {
-    asked_.insert(key);
-    const auto found = values_.find(key);
-    return found == values_.end() ? nullptr : &found->second;
+    const auto found = std::ranges::lower_bound(pairs_, key, {}, &Pair::key);
+    if (found == pairs_.end() || found->key != key) {
+        missed_.push_back(key);
+        return nullptr;
+    }
+    found->is_asked = true;
+    return &found->value;
 }
 
 const Value &Section::need(const std::string &key) const {
@@ -96,6 +103,11 @@ bool Section::flag_or(const std::string &key, bool otherwise) const {
     return *flag;
 }
 
+bool Section::is_flag(const std::string &key) const {
+    const Value *value = find(key);
+    return value != nullptr && std::holds_alternative<bool>(value->data);
+}
+
 std::size_t Section::choice(const std::string &key, std::span<const std::string_view> words) const {
     const std::string word = text_or(key, std::string(words.front()));
     const auto found = std::find(words.begin(), words.end(), word);
@@ -154,8 +166,8 @@ std::vector<const Section *> Section::tables(const std::string &key) const {
 
 std::vector<Section::Entry> Section::entries() const {
     std::vector<Entry> out;
-    for (const auto &[key, value] : values_) {
-        out.push_back({key, &value});
+    for (const Pair &pair : pairs_) {
+        out.push_back({pair.key, &pair.value});
     }
     return out;
 }
@@ -174,16 +186,21 @@ std::vector<std::uint8_t> Section::byte_list(const Value &value) const {
 }
 
 void Section::refuse_unknown() const {
-    for (const auto &[key, value] : values_) {
-        if (asked_.contains(key)) {
-            continue;
-        }
-        const std::string guess = nearest(key, asked_);
-        fail(value.mark,
-             fmt::format("{} knows no key '{}'; {}", title_, key,
-                         guess.empty() ? fmt::format("valid are {}", fmt::join(asked_, ", "))
-                                       : fmt::format("did you mean '{}'?", guess)));
+    const auto unknown = std::ranges::find(pairs_, false, &Pair::is_asked);
+    if (unknown == pairs_.end()) {
+        return;
     }
+    std::set<std::string> valid(missed_.begin(), missed_.end());
+    for (const Pair &pair : pairs_) {
+        if (pair.is_asked) {
+            valid.insert(pair.key);
+        }
+    }
+    const std::string guess = nearest(unknown->key, valid);
+    fail(unknown->value.mark,
+         fmt::format("{} knows no key '{}'; {}", title_, unknown->key,
+                     guess.empty() ? fmt::format("valid are {}", fmt::join(valid, ", "))
+                                   : fmt::format("did you mean '{}'?", guess)));
 }
 
 const Mark &Section::mark_of(const std::string &key) const {
@@ -192,15 +209,15 @@ const Mark &Section::mark_of(const std::string &key) const {
 }
 
 std::string Section::where() const {
-    return fmt::format("{}:{}:{}", file_, mark_.line, mark_.column);
+    return fmt::format("{}:{}:{}", *file_, mark_.line, mark_.column);
 }
 
 std::string Section::beside(const std::string &path) const {
-    return (std::filesystem::path(file_).parent_path() / path).string();
+    return (std::filesystem::path(*file_).parent_path() / path).string();
 }
 
 void Section::fail(const Mark &mark, const std::string &message) const {
-    throw DescriptionError(fmt::format("{}:{}:{}: {}", file_, mark.line, mark.column, message));
+    throw DescriptionError(fmt::format("{}:{}:{}: {}", *file_, mark.line, mark.column, message));
 }
 
 void Section::fail_at(const std::string &key, const std::string &message) const {

@@ -5,10 +5,8 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <optional>
-#include <set>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -48,9 +46,10 @@ inline constexpr std::uint64_t kUsPerMs = 1000;
 class Section {
   public:
     // `title` is what messages call this section, for example "[[i2c]]".
-    Section(std::string file, std::string title, Mark mark);
+    Section(std::shared_ptr<const std::string> file, std::string title, Mark mark);
 
-    void add(const std::string &key, Value value);
+    // In alphabetical order of the keys.
+    void add(std::string key, Value value);
 
     bool has(const std::string &key) const { return find(key) != nullptr; }
     std::int64_t integer(const std::string &key, Range range) const;
@@ -59,6 +58,7 @@ class Section {
     std::string text(const std::string &key) const;
     std::string text_or(const std::string &key, const std::string &otherwise) const;
     bool flag_or(const std::string &key, bool otherwise) const;
+    bool is_flag(const std::string &key) const;
     // Which of the words stands there; the first one where the key does not.
     std::size_t choice(const std::string &key, std::span<const std::string_view> words) const;
     std::vector<std::string> texts(const std::string &key) const;
@@ -67,7 +67,7 @@ class Section {
 
     // The keys of a table whose names are data, such as register addresses.
     struct Entry {
-        std::string key;
+        const std::string &key;
         const Value *value;
     };
     std::vector<Entry> entries() const;
@@ -90,11 +90,17 @@ class Section {
     const Value *find(const std::string &key) const;
     const Value &need(const std::string &key) const;
 
-    std::string file_;
+    struct Pair {
+        std::string key;
+        Value value;
+        mutable bool is_asked = false;
+    };
+
+    std::shared_ptr<const std::string> file_;
     std::string title_;
     Mark mark_;
-    std::map<std::string, Value> values_;
-    mutable std::set<std::string> asked_;
+    std::vector<Pair> pairs_;
+    mutable std::vector<std::string> missed_;  // asked for, and not there
 };
 
 // Throws DescriptionError with "file:line:column: ..." when the text is not TOML.

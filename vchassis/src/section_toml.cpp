@@ -16,16 +16,17 @@ Mark mark_of(const toml::node &node) {
 
 class Converter {
   public:
-    explicit Converter(std::string file) : file_(std::move(file)) {}
+    explicit Converter(const std::string &file)
+        : file_(std::make_shared<const std::string>(file)) {}
 
-    std::shared_ptr<Section> section(const toml::table &table, const std::string &title) const {
-        auto out = std::make_shared<Section>(file_, title, mark_of(table));
+    std::shared_ptr<Section> section(const toml::table &table, std::string title) const {
+        auto out = std::make_shared<Section>(file_, std::move(title), mark_of(table));
         for (const auto &[key, node] : table) {
-            const std::string name(key.str());
+            std::string name(key.str());
             Value converted = value(node, name);
             // Messages about a key point at the key, not behind its equals sign.
             converted.mark = {key.source().begin.line, key.source().begin.column};
-            out->add(name, std::move(converted));
+            out->add(std::move(name), std::move(converted));
         }
         return out;
     }
@@ -34,7 +35,7 @@ class Converter {
     Value value(const toml::node &node, const std::string &name) const {
         const Mark mark = mark_of(node);
         if (const auto *table = node.as_table()) {
-            return {section(*table, fmt::format("'{}'", name)), mark};
+            return {section(*table, "'" + name + "'"), mark};
         }
         if (const auto *array = node.as_array()) {
             return {list(*array, name), mark};
@@ -52,14 +53,15 @@ class Converter {
             return {text->get(), mark};
         }
         throw DescriptionError(fmt::format("{}:{}:{}: '{}' is a date or time, which no key takes",
-                                           file_, mark.line, mark.column, name));
+                                           *file_, mark.line, mark.column, name));
     }
 
     std::vector<Value> list(const toml::array &array, const std::string &name) const {
         std::vector<Value> out;
+        out.reserve(array.size());
         for (const toml::node &item : array) {
             if (const auto *table = item.as_table()) {
-                out.push_back({section(*table, fmt::format("[[{}]]", name)), mark_of(item)});
+                out.push_back({section(*table, "[[" + name + "]]"), mark_of(item)});
             } else {
                 out.push_back(value(item, name));
             }
@@ -67,7 +69,7 @@ class Converter {
         return out;
     }
 
-    std::string file_;
+    std::shared_ptr<const std::string> file_;
 };
 
 }  // namespace

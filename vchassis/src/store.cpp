@@ -11,8 +11,9 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
+
+#include "text.h"
 
 namespace vchassis {
 
@@ -32,7 +33,7 @@ constexpr const char *kAreaSuffix = ".bin";
 
 std::string slurp(const fs::path &path) {
     std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
+    return read_all(in);
 }
 
 void fill_file(int fd, std::span<const std::uint8_t> bytes, const fs::path &path) {
@@ -61,8 +62,10 @@ Store::Store(fs::path dir) : dir_(std::move(dir)) {}
 
 void Store::make() const {
     std::error_code error;
-    if (fs::is_directory(dir_) && !fs::is_empty(dir_, error) && !error &&
-        !fs::exists(dir_ / kLockFile)) {
+    if (fs::exists(dir_ / kLockFile, error)) {
+        return;
+    }
+    if (fs::is_directory(dir_) && !fs::is_empty(dir_, error) && !error) {
         throw std::runtime_error(fmt::format(
             "{} holds other files; give an empty or a new directory for the state", dir_.string()));
     }

@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <array>
 #include <charconv>
 
 #include "common/nearest.hpp"
@@ -43,6 +44,17 @@ std::string nearest(std::string_view word, const std::set<std::string> &candidat
         }
     }
     return found;
+}
+
+std::string read_all(std::istream &in) {
+    constexpr std::size_t kChunk = 4096;
+    std::string all;
+    std::array<char, kChunk> chunk;
+    for (std::streamsize count = 1; count > 0;) {
+        count = in.rdbuf()->sgetn(chunk.data(), chunk.size());
+        all.append(chunk.data(), static_cast<std::size_t>(count));
+    }
+    return all;
 }
 
 std::string hex_bytes(std::span<const std::uint8_t> bytes) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <istream>
 #include <optional>
 #include <set>
 #include <span>
@@ -16,6 +17,9 @@ std::optional<std::uint32_t> parse_number(std::string_view text);
 
 // The candidate with the fewest edits away from `word`; empty when none is similar.
 std::string nearest(std::string_view word, const std::set<std::string> &candidates);
+
+// All bytes up to the end; the state of the stream stays as it is.
+std::string read_all(std::istream &in);
 
 // "12 34 ab"
 std::string hex_bytes(std::span<const std::uint8_t> bytes);

@@ -16,10 +16,8 @@ constexpr std::uint8_t kAllBits = 0xff;
 
 // A mask, or `true` for all bits.
 std::uint8_t mask(const Section &reg, const std::string &key) {
-    for (const Section::Entry &entry : reg.entries()) {
-        if (entry.key == key && std::holds_alternative<bool>(entry.value->data)) {
-            return reg.flag_or(key, false) ? kAllBits : 0;
-        }
+    if (reg.is_flag(key)) {
+        return reg.flag_or(key, false) ? kAllBits : 0;
     }
     return static_cast<std::uint8_t>(reg.integer_or(key, kByte, 0));
 }
