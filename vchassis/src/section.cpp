@@ -4,7 +4,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cassert>
 #include <filesystem>
 #include <set>
 #include <utility>
@@ -16,13 +15,28 @@ namespace vchassis {
 Section::Section(std::shared_ptr<const std::string> file, std::string title, Mark mark)
     : file_(std::move(file)), title_(std::move(title)), mark_(mark) {}
 
-void Section::add(std::string key, Value value) {
-    assert(pairs_.empty() || pairs_.back().key < key);
-    pairs_.push_back({std::move(key), std::move(value)});
+std::vector<Section::Pair>::const_iterator Section::place_of(const std::string &key) const {
+    return std::ranges::lower_bound(pairs_, key, {}, &Pair::key);
+}
+
+bool Section::add(std::string key, Value value) {
+    const auto place = place_of(key);
+    const bool is_new = place == pairs_.end() || place->key != key;
+    if (is_new) {
+        pairs_.insert(place, {std::move(key), std::move(value)});
+    }
+    return is_new;
+}
+
+Value *Section::held(const std::string &key) {
+    const auto place = place_of(key);
+    return place != pairs_.end() && place->key == key
+               ? &pairs_[static_cast<std::size_t>(place - pairs_.begin())].value
+               : nullptr;
 }
 
 const Value *Section::find(const std::string &key) const {
-    const auto found = std::ranges::lower_bound(pairs_, key, {}, &Pair::key);
+    const auto found = place_of(key);
     if (found == pairs_.end() || found->key != key) {
         missed_.push_back(key);
         return nullptr;

@@ -48,8 +48,10 @@ class Section {
     // `title` is what messages call this section, for example "[[i2c]]".
     Section(std::shared_ptr<const std::string> file, std::string title, Mark mark);
 
-    // In alphabetical order of the keys.
-    void add(std::string key, Value value);
+    // False when the key is there already.
+    bool add(std::string key, Value value);
+    // Of a section under construction: the value of a key, or null.
+    Value *held(const std::string &key);
 
     bool has(const std::string &key) const { return find(key) != nullptr; }
     std::int64_t integer(const std::string &key, Range range) const;
@@ -90,6 +92,9 @@ class Section {
     const Value *find(const std::string &key) const;
     const Value &need(const std::string &key) const;
 
+    struct Pair;
+    std::vector<Pair>::const_iterator place_of(const std::string &key) const;
+
     struct Pair {
         std::string key;
         Value value;
@@ -105,5 +110,8 @@ class Section {
 
 // Throws DescriptionError with "file:line:column: ..." when the text is not TOML.
 std::shared_ptr<Section> parse_description(std::string_view text, const std::string &file);
+// The same by one of two ways: plain TOML only, null for any other text; all of it.
+std::shared_ptr<Section> parse_plain(std::string_view text, const std::string &file);
+std::shared_ptr<Section> parse_toml(std::string_view text, const std::string &file);
 
 }  // namespace vchassis

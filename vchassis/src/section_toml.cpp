@@ -75,6 +75,11 @@ class Converter {
 }  // namespace
 
 std::shared_ptr<Section> parse_description(std::string_view text, const std::string &file) {
+    std::shared_ptr<Section> plain = parse_plain(text, file);
+    return plain != nullptr ? plain : parse_toml(text, file);
+}
+
+std::shared_ptr<Section> parse_toml(std::string_view text, const std::string &file) {
     try {
         return Converter(file).section(toml::parse(text, file), "the description");
     } catch (const toml::parse_error &error) {
