@@ -57,6 +57,7 @@ Board::Board(const std::string &name) : name_(name), chassis_(BUILD_DIR "/boards
                                       : std::optional<std::uint32_t>());
     forget_answers();
     drv_irq_cfg_init();
+    forget_look_ups();
     const auto state = dfd::watch::state();
     started_.assign(state.begin(), state.end());
 }
@@ -80,6 +81,7 @@ void Board::restore() {
 }
 
 bool Board::is_as_started() const {
+    forget_look_ups();
     return std::ranges::equal(started_, dfd::watch::state());
 }
 

@@ -150,14 +150,15 @@ const Expected kExpected[] = {
      .why = "the result of the write is not reported"},
 
     // ---- EEPROMs ----
-    {.names = "sdd_get_e2prom_info_by_type", .codes = {kErr}, .hides_outputs = true,
-     .why = kHeaderVersion},
-    {.names = "sdd_get_e2prom_info_by_type_fru "
-              "sdd_get_e2prom_legacy_info_by_type sdd_get_e2prom_legacy_power_info_by_type "
+    {.names = "sdd_get_e2prom_info_by_type sdd_get_e2prom_info_by_type_fru", .codes = {kErr},
+     .hides_version = true, .why = kHeaderVersion},
+    {.names = "sdd_get_e2prom_legacy_info_by_type sdd_get_e2prom_legacy_power_info_by_type "
               "dfd_set_fan_info_tlv dfd_set_card_info_tlv dfd_set_fan_info_legacy "
               "dfd_set_power_info_legacy dfd_read_e2prom dfd_write_e2prom "
               "dfd_get_tlv_data", .codes = {kErr}},
-    {.names = "sdd_get_e2prom_info_by_type_fru_compatible dfd_set_fan_info_fru "
+    {.names = "sdd_get_e2prom_info_by_type_fru_compatible", .codes = {kErr, DFD_ERR_PARAM},
+     .hides_version = true, .why = kHeaderVersion},
+    {.names = "dfd_set_fan_info_fru "
               "dfd_set_card_info_fru dfd_get_fru_data", .codes = {kErr, DFD_ERR_PARAM}},
     {.names = "dfd_get_e2prom_info dfd_get_frue2prom_info", .codes = {kErr}, .fills = true,
      .why = "of an invalid image hdr is filled all the same"},

@@ -65,4 +65,10 @@ void forget_items() {
     put_back(empty);
 }
 
+void forget_look_ups() {
+    const btree_root items = g_item_root;
+    dfd::init_items();
+    g_item_root = items;
+}
+
 }  // namespace sweep_test

@@ -8,5 +8,7 @@ namespace sweep_test {
 void forget_answers();
 // The items go, and nothing of them stays allocated; the answers stay.
 void forget_items();
+// Where items lie that were asked for is looked up again.
+void forget_look_ups();
 
 }  // namespace sweep_test

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "sweep/board.h"
 
@@ -15,6 +16,12 @@ struct Counts {
     std::size_t positions = 0;
     std::size_t faults = 0;  // runs with a fault
 };
+
+// Whether nothing is left out: DFD_SWEEP=whole in the environment.
+bool is_whole();
+
+// All faults that the call at this position may meet.
+std::vector<dfd_test::CallFault> faults_at(std::size_t at, const dfd_test::MadeCall &call);
 
 // "Sweep of BOARD: ..." on standard output.
 void print_counts(const std::string &what, const Counts &counts);
