@@ -24,7 +24,7 @@ LoadWatcher &self(void *context) {
 }
 
 std::string unknown_key(const SourceLine &line) {
-    const std::string bare = line.name.substr(0, line.name.find('.'));
+    const std::string bare(line.name.substr(0, line.name.find('.')));
     return fmt::format("ignored: '{}' is no item or member{}", line.name,
                        dfd_tools::did_you_mean(bare, key_names()));
 }
@@ -36,6 +36,20 @@ bool is_number_missing(const SourceLine &line) {
 }
 
 }  // namespace
+
+std::string_view Texts::keep(std::string_view text) {
+    constexpr std::size_t kBlock = 16384;
+    const std::size_t size = text.size() + 1;
+    if (left_ < size) {
+        left_ = std::max(kBlock, size);
+        blocks_.push_back(std::make_unique_for_overwrite<char[]>(left_));
+        end_ = blocks_.back().get() + left_;
+    }
+    char *const kept = end_ - left_;
+    left_ -= size;
+    *std::copy(text.begin(), text.end(), kept) = '\0';
+    return {kept, text.size()};
+}
 
 std::string printable(std::string text) {
     constexpr char kDelete = '\x7F';
@@ -212,30 +226,44 @@ void LoadWatcher::file_opened(std::string_view path, int error) {
     begin_ = 0;
 }
 
+std::vector<Origin> &LoadWatcher::origins_of(std::uint32_t key) {
+    constexpr std::size_t kUsualMembers = 8;
+    if (origins_ == nullptr || key_ != key) {
+        origins_ = &log_.origins[key];
+        origins_->reserve(kUsualMembers);
+        key_ = key;
+    }
+    return *origins_;
+}
+
 void LoadWatcher::line(const dfd::watch::Line &line) {
     ConfigFile &file = log_.files.back();
     file.lines += begin_ == 0 ? 1 : 0;
-    log_.lines.push_back({.file = log_.files.size() - 1,
-                          .line = file.lines,
-                          .number = line.number,
-                          .begin = begin_,
-                          .raw = line.raw,
-                          .name = line.name != nullptr ? line.name : "",
-                          .value = line.value != nullptr ? line.value : "",
-                          .row = line.row,
-                          .member = line.member,
-                          .index1 = line.index1,
-                          .index2 = line.index2,
-                          .key = line.key,
-                          .step = line.step});
+    const std::string_view raw = log_.texts.keep(line.raw);
+    const std::string_view name = line.name != nullptr ? line.name : "";
+    log_.lines.push_back(
+        {.file = log_.files.size() - 1,
+         .line = file.lines,
+         .number = line.number,
+         .begin = begin_,
+         .raw = raw,
+         // Most lines have no spaces that the parser deletes.
+         .name = raw.starts_with(name) ? raw.substr(0, name.size()) : log_.texts.keep(name),
+         .value = log_.texts.keep(line.value != nullptr ? line.value : ""),
+         .row = line.row,
+         .member = line.member,
+         .index1 = line.index1,
+         .index2 = line.index2,
+         .key = line.key,
+         .step = line.step});
     const SourceLine &kept = log_.lines.back();
     // A shorter one without line end is the last, or is cut by a zero byte.
     const bool is_split = !kept.raw.ends_with('\n') && kept.raw.size() >= kReaderBytes;
     begin_ = is_split ? begin_ + kept.raw.size() : 0;
     if (line.step == Step::stored) {
-        auto &origins = log_.origins[line.key];
+        std::vector<Origin> &origins = origins_of(line.key);
         file.items += origins.empty() ? 1 : 0;
-        origins.push_back({kept.file, kept.line, kept.member, kept.value, log_.lines.size() - 1});
+        origins.push_back({kept.file, kept.line, kept.member, log_.lines.size() - 1});
     }
     if (line.step == Step::no_equals || line.step == Step::no_name) {
         file.failed_line = kept.line;

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -48,25 +49,37 @@ struct ConfigFile {
 
 /// A line that set an item or a member of it.
 struct Origin {
-    std::size_t file;  ///< index in LoadRecord::files
-    int line;          ///< as an editor counts
-    int member;        ///< dfd::watch::kNoMember for items without members
-    std::string value;
+    std::size_t file;    ///< index in LoadRecord::files
+    int line;            ///< as an editor counts
+    int member;          ///< dfd::watch::kNoMember for items without members
     std::size_t source;  ///< index in LoadRecord::lines
 };
 
 /// What the parser's reader takes of a line at a time.
 constexpr std::size_t kReaderBytes = 255;
 
-/// A line as the parser saw it; a line that is longer than its reader takes is several.
+/// Texts that stay where they are until all go: one allocation for hundreds.
+class Texts {
+  public:
+    /// A copy, with a NUL behind it.
+    std::string_view keep(std::string_view text);
+
+  private:
+    std::vector<std::unique_ptr<char[]>> blocks_;
+    char *end_ = nullptr;   ///< of the last block
+    std::size_t left_ = 0;  ///< bytes before it
+};
+
+/// A line as the parser saw it; a line that is longer than its reader takes is several. The texts
+/// are those of the LoadRecord.
 struct SourceLine {
     std::size_t file;
-    int line;           ///< as an editor counts
-    int number;         ///< as the library counts
-    std::size_t begin;  ///< bytes of the line before this part: not 0 where it was split
-    std::string raw;    ///< line end included
-    std::string name;   ///< empty where there is none
-    std::string value;
+    int line;                ///< as an editor counts
+    int number;              ///< as the library counts
+    std::size_t begin;       ///< bytes of the line before this part: not 0 where it was split
+    std::string_view raw;    ///< line end included
+    std::string_view name;   ///< empty where there is none
+    std::string_view value;  ///< with a NUL behind it
     const dfd::KeyRow *row;
     int member;
     std::uint32_t index1;
@@ -85,6 +98,7 @@ struct ListLine {
 };
 
 struct LoadRecord {
+    Texts texts;
     std::vector<ConfigFile> files;
     std::vector<SourceLine> lines;
     std::map<std::uint32_t, std::vector<Origin>> origins;  ///< by key, in the order of loading
@@ -150,13 +164,16 @@ class LoadWatcher {
     int unreadable(const std::string &path) const;
     void file_opened(std::string_view path, int error);
     void line(const dfd::watch::Line &line);
+    std::vector<Origin> &origins_of(std::uint32_t key);
 
     dfd::watch::Hooks hooks_;
     LoadRecord log_;
     std::string root_;
     std::string mapped_path_;
-    std::string refusal_;    ///< of the file that is opened next
-    std::size_t begin_ = 0;  ///< of the next part of a line
+    std::string refusal_;                     ///< of the file that is opened next
+    std::size_t begin_ = 0;                   ///< of the next part of a line
+    std::vector<Origin> *origins_ = nullptr;  ///< of the item that was set last
+    std::uint32_t key_ = 0;                   ///< of that
     std::function<void(const dfd::watch::EngineCall &)> engine_begin_;
     std::function<int(const dfd::watch::Transfer &)> answer_;
 };

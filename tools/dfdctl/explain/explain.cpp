@@ -88,7 +88,7 @@ std::vector<MemberLine> member_lines(const Item &item, const LoadRecord &loaded)
             line.replaced.push_back(fmt::format("{} of {}", line.value, line.place));
         }
         line.member = member_name(item, origin.member);
-        line.value = origin.value;
+        line.value = loaded.lines[origin.source].value;
         line.place = place_of(origin, loaded);
     }
     std::vector<MemberLine> result;

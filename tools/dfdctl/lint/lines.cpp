@@ -14,6 +14,7 @@ namespace {
 using dfd::watch::Step;
 
 constexpr std::string_view kBlanks = " \t\r\n\v\f";
+constexpr ByteSet kBlank(kBlanks);
 
 /// Kept for one finding a file, at the first of the lines.
 struct Habit {
@@ -31,21 +32,14 @@ struct Habit {
     std::string count() const { return fmt::format("{} line{}", lines, lines == 1 ? "" : "s"); }
 };
 
-bool ends_line(const std::string &raw, std::size_t byte) {
+bool ends_line(std::string_view raw, std::size_t byte) {
     return raw.find_first_not_of("\r\n", byte) == std::string::npos;
-}
-
-bool is_control(char c) {
-    return (static_cast<unsigned char>(c) < ' ' && kBlanks.find(c) == std::string_view::npos) ||
-           c == '\x7F';
 }
 
 /// The first byte of a line that is neither printable ASCII nor blank.
 std::size_t find_odd_byte(std::string_view raw) {
-    constexpr unsigned char kLastAscii = 0x7F;
     const auto odd = [](char c) {
-        return static_cast<unsigned char>(c) > kLastAscii || is_control(c) || c == '\v' ||
-               c == '\f';
+        return (c < ' ' || c > '~') && c != '\t' && c != '\r' && c != '\n';
     };
     return static_cast<std::size_t>(std::find_if(raw.begin(), raw.end(), odd) - raw.begin());
 }
@@ -90,7 +84,7 @@ bool check_length(Check &check, const SourceLine &line) {
         return true;
     }
     constexpr std::size_t kShown = 30;
-    std::string shown = rest->raw.substr(0, kShown);
+    std::string shown(rest->raw.substr(0, kShown));
     shown.erase(shown.find_last_not_of("\r\n") + 1);
     check.at_byte(
         "line-too-long", *rest, 0,
@@ -244,8 +238,10 @@ std::string_view flaw_of(Encoding encoding) {
 }
 
 std::string_view without_end(std::string_view text) {
-    const std::size_t last = text.find_last_not_of(kBlanks);
-    return text.substr(0, last == std::string_view::npos ? 0 : last + 1);
+    while (!text.empty() && kBlank.has(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
 }
 
 std::string loss(const Check &check, const SourceLine &line) {

@@ -2,9 +2,36 @@
 // What the checks of lines share.
 #pragma once
 
+#include <algorithm>
+#include <array>
+
 #include "dfdctl/lint/lint.hpp"
 
 namespace dfdctl::lint {
+
+/// Bytes as a table: every byte of every line is looked for in some.
+class ByteSet {
+  public:
+    constexpr explicit ByteSet(std::string_view bytes) {
+        for (const char c : bytes) {
+            has_[static_cast<unsigned char>(c)] = true;
+        }
+    }
+    constexpr bool has(char c) const { return has_[static_cast<unsigned char>(c)]; }
+    /// Where the first of them stands, or the size of the text.
+    constexpr std::size_t first_in(std::string_view text) const {
+        const auto found = std::ranges::find_if(text, [this](char c) { return has(c); });
+        return static_cast<std::size_t>(found - text.begin());
+    }
+    /// The same of the first other byte.
+    constexpr std::size_t first_not_in(std::string_view text) const {
+        const auto found = std::ranges::find_if(text, [this](char c) { return !has(c); });
+        return static_cast<std::size_t>(found - text.begin());
+    }
+
+  private:
+    std::array<bool, 256> has_ = {};
+};
 
 /// The name of a line: its key, member and indexes.
 void check_name(Check &check, const SourceLine &line);

@@ -147,26 +147,25 @@ void missing_index(Check &check, const SourceLine &line) {
                                takes(*line.row), example(line)));
 }
 
-/// The texts of the indexes, as the library splits them.
-std::vector<std::string_view> index_texts(const SourceLine &line) {
-    std::vector<std::string_view> texts;
-    std::string_view rest = without_end(index_part(line));
-    while (!rest.empty()) {
-        rest.remove_prefix(1);
-        const std::string_view text = rest.substr(0, rest.find('_'));
-        texts.push_back(text);
-        rest.remove_prefix(text.size());
-    }
-    return texts;
+/// Takes the text of the next index off, as the library splits them; not of an empty text.
+std::string_view take_index(std::string_view &rest) {
+    rest.remove_prefix(1);
+    const std::string_view text = rest.substr(0, rest.find('_'));
+    rest.remove_prefix(text.size());
+    return text;
 }
 
 /// Whether an index stands for what it looks like.
 void check_index(Check &check, const SourceLine &line, std::string_view text, int max) {
+    const Flaw flaw = judge_number(text).flaw;
+    if (flaw == Flaw::none) {
+        return;
+    }
     const auto at = static_cast<std::size_t>(text.data() - line.name.data());
     const bool skipped = line.step != Step::stored && line.step != Step::not_stored;
     const std::string made =
         skipped ? "the line is skipped" : fmt::format("it is read as {}", number_read(text));
-    switch (judge_number(text).flaw) {
+    switch (flaw) {
         case Flaw::empty:
             check.add("index-empty", line, at,
                       fmt::format("no digits behind the '_': {}; write the index",
@@ -191,33 +190,37 @@ void check_index(Check &check, const SourceLine &line, std::string_view text, in
 }
 
 void check_indexes(Check &check, const SourceLine &line) {
-    const std::vector<std::string_view> texts = index_texts(line);
     const std::array limits = {line.row->max_index1, line.row->max_index2};
-    for (std::size_t i = 0; i < texts.size(); ++i) {
+    std::string_view rest = without_end(index_part(line));
+    for (std::size_t i = 0; !rest.empty(); ++i) {
+        const std::string_view text = take_index(rest);
         if (i >= limits.size() || limits[i] < 0) {
-            const auto at = static_cast<std::size_t>(texts[i].data() - line.name.data()) - 1;
+            const auto at = static_cast<std::size_t>(text.data() - line.name.data()) - 1;
             check.add(
                 "index-surplus", line, at,
                 fmt::format("'{}' is ignored: '{}' {}", std::string_view(line.name).substr(at),
                             line.row->name, takes(*line.row)));
             return;
         }
-        check_index(check, line, texts[i], limits[i]);
+        check_index(check, line, text, limits[i]);
     }
 }
 
 void out_of_range(Check &check, const SourceLine &line) {
-    const auto texts = index_texts(line);
-    const std::size_t which = line.step == Step::index1_range ? 0 : 1;
-    const int max = which == 0 ? line.row->max_index1 : line.row->max_index2;
-    const bool is_plain = which < texts.size() && judge_number(texts[which]).flaw == Flaw::none;
-    if (!is_plain) {
+    const bool is_first = line.step == Step::index1_range;
+    const int max = is_first ? line.row->max_index1 : line.row->max_index2;
+    std::string_view rest = without_end(index_part(line));
+    std::string_view text;
+    for (int i = is_first ? 1 : 0; i < 2; ++i) {
+        text = rest.empty() ? std::string_view() : take_index(rest);
+    }
+    if (judge_number(text).flaw != Flaw::none) {
         check_indexes(check, line);
         return;
     }
-    check.add("index-range", line, static_cast<std::size_t>(texts[which].data() - line.name.data()),
+    check.add("index-range", line, static_cast<std::size_t>(text.data() - line.name.data()),
               fmt::format("the line is skipped: the {}index of '{}' is 0 to {}",
-                          line.row->max_index2 < 0 ? "" : (which == 0 ? "first " : "second "),
+                          line.row->max_index2 < 0 ? "" : (is_first ? "first " : "second "),
                           line.row->name, max));
 }
 

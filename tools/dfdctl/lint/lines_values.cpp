@@ -17,9 +17,11 @@ namespace {
 using dfd::Field;
 using Flaw = NumberText::Flaw;
 
-constexpr std::string_view kOtherBlanks = "\t\v\f";
-constexpr std::string_view kDecimal = "0123456789";
-constexpr std::string_view kHexadecimal = "0123456789abcdefABCDEF";
+constexpr ByteSet kOtherBlanks("\t\v\f");
+constexpr ByteSet kBlanks(" \t\v\f");
+constexpr ByteSet kBlanksAndEnds(" \t\v\f\r\n");
+constexpr ByteSet kDecimal("0123456789");
+constexpr ByteSet kHexadecimal("0123456789abcdefABCDEF");
 
 struct Meaning {
     Field field;
@@ -66,7 +68,7 @@ bool looks_octal(std::string_view digits) {
 void check_number(Check &check, const SourceLine &line) {
     const NumberText number = judge_number(line.value);
     const std::string_view value = line.value;
-    const std::string hint = hint_of_hex(value);
+    const std::string hint = number.flaw == Flaw::rubbish ? hint_of_hex(value) : "";
     switch (number.flaw) {
         case Flaw::none:
             break;
@@ -112,13 +114,13 @@ std::vector<std::string_view> names_of(const Meaning &meaning) {
 }
 
 /// The word that the library takes the value for; empty for none.
-std::string_view word_taken(const Meaning &meaning, const std::string &value) {
+std::string_view word_taken(const Meaning &meaning, const SourceLine &line) {
     if (meaning.field == Field::word) {
-        const int word = dfd::find_word(meaning.words, value.c_str());
+        const int word = dfd::find_word(meaning.words, line.value.data());
         return word == dfd::kNoWord ? "" : meaning.words[static_cast<std::size_t>(word)];
     }
-    const std::uint32_t type = dfd::find_irq_type(value.c_str());
-    return type == IRQ_TYPE_UNKNOWN ? "" : names_of(meaning)[type];
+    const std::uint32_t type = dfd::find_irq_type(line.value.data());
+    return type == IRQ_TYPE_UNKNOWN ? "" : g_irq_type_name[type].name;
 }
 
 std::string one_of(const std::vector<std::string_view> &names) {
@@ -130,8 +132,7 @@ std::string one_of(const std::vector<std::string_view> &names) {
 }
 
 void check_word(Check &check, const SourceLine &line, const Meaning &meaning) {
-    const std::string_view taken = word_taken(meaning, line.value);
-    const auto names = names_of(meaning);
+    const std::string_view taken = word_taken(meaning, line);
     if (taken == line.value && !taken.empty()) {
         return;
     }
@@ -142,6 +143,7 @@ void check_word(Check &check, const SourceLine &line, const Meaning &meaning) {
                                    line.value, taken));
         return;
     }
+    const auto names = names_of(meaning);
     const std::string guess = dfd_tools::did_you_mean(line.value, names);
     check.at_value("word-unknown", line,
                    fmt::format("'{}' is no word of this member: stored as {}{}", line.value,
@@ -177,8 +179,7 @@ void check_text(Check &check, const SourceLine &line, const Meaning &meaning) {
 std::string_view written_value(const SourceLine &line) {
     std::string_view text = line.raw;
     text.remove_prefix(text.find('=') + 1);
-    const std::size_t begin = text.find_first_not_of(" \t\v\f\r\n");
-    return begin == std::string_view::npos ? "" : without_end(text.substr(begin));
+    return without_end(text.substr(kBlanksAndEnds.first_not_in(text)));
 }
 
 std::size_t byte_in(const SourceLine &line, std::string_view part) {
@@ -187,9 +188,8 @@ std::size_t byte_in(const SourceLine &line, std::string_view part) {
 
 /// A tab ends the value; what it hides may be a comment.
 void check_end(Check &check, const SourceLine &line, std::string_view written) {
-    const std::size_t end = std::min(written.find_first_of(kOtherBlanks), written.size());
-    std::string_view rest = written.substr(end);
-    rest.remove_prefix(std::min(rest.find_first_not_of(" \t\v\f"), rest.size()));
+    std::string_view rest = written.substr(kOtherBlanks.first_in(written));
+    rest.remove_prefix(kBlanks.first_not_in(rest));
     if (!rest.empty() && rest.front() != '#') {
         check.at_byte("value-cut", line, byte_in(line, rest),
                       fmt::format("the value ends at the tab before: it is '{}', and '{}' is "
@@ -246,7 +246,7 @@ NumberText judge_number(std::string_view text) {
     const bool has_sign = !is_hex && (text[0] == '-' || text[0] == '+');
     const std::size_t begin = is_hex ? 2 : (has_sign ? 1 : 0);
     const std::size_t end =
-        std::min(text.find_first_not_of(is_hex ? kHexadecimal : kDecimal, begin), text.size());
+        begin + (is_hex ? kHexadecimal : kDecimal).first_not_in(text.substr(begin));
     if (end == begin) {
         return {Flaw::rubbish, 0};
     }
@@ -261,8 +261,8 @@ NumberText judge_number(std::string_view text) {
 }
 
 std::string hint_of_hex(std::string_view text) {
-    const bool is_hex = text.find_first_not_of(kHexadecimal) == std::string_view::npos &&
-                        text.find_first_not_of(kDecimal) != std::string_view::npos;
+    const bool is_hex = kHexadecimal.first_not_in(text) == text.size() &&
+                        kDecimal.first_not_in(text) != text.size();
     return is_hex ? fmt::format("; hexadecimal begins with 0x: write 0x{}", text) : "";
 }
 
@@ -277,8 +277,7 @@ void check_value(Check &check, const SourceLine &line) {
     const Meaning meaning = meaning_of(line);
     const std::string_view written = written_value(line);
     check_end(check, line, written);
-    const std::string_view used =
-        written.substr(0, std::min(written.find_first_of(kOtherBlanks), written.size()));
+    const std::string_view used = written.substr(0, kOtherBlanks.first_in(written));
     if (!check_comment(check, line, used, meaning) || !check_quotes(check, line) ||
         !check_equals(check, line, used)) {
         return;

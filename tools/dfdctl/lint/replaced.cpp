@@ -104,7 +104,7 @@ class Entries {
     /// Adds the entry of a line. The one that a look-up of its value ends at: of an earlier line,
     /// or of this.
     const SourceLine &add(const SourceLine &line) {
-        const std::string value = is_text_ ? line.value : number_of(line);
+        const std::string value = is_text_ ? std::string(line.value) : number_of(line);
         const SourceLine *first = first_.try_emplace(value, &line).first->second;
         // An entry that is shorter may still come before an equal one.
         for (std::size_t size = 0; is_text_ && size < value.size(); ++size) {
@@ -116,7 +116,7 @@ class Entries {
 
   private:
     static std::string number_of(const SourceLine &line) {
-        return std::to_string(dfd::number_from_text(line.value.c_str()));
+        return std::to_string(dfd::number_from_text(line.value.data()));
     }
 
     bool is_text_;

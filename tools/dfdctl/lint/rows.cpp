@@ -77,9 +77,9 @@ std::optional<std::uint32_t> as_hexadecimal(const SourceLine *line) {
     const bool is_decimal = line != nullptr && line->value.size() > 1 &&
                             line->value.size() <= kMostDigits &&
                             line->value.find_first_not_of("0123456789") == std::string::npos;
-    return is_decimal
-               ? std::optional(static_cast<std::uint32_t>(std::stoul(line->value, nullptr, kHex)))
-               : std::nullopt;
+    return is_decimal ? std::optional(static_cast<std::uint32_t>(
+                            std::stoul(std::string(line->value), nullptr, kHex)))
+                      : std::nullopt;
 }
 
 /// Whether a number could go on or complete a row of others, by their smallest step.
