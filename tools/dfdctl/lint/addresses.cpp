@@ -378,10 +378,10 @@ Conflict conflict_in_some_bits(const Uses &uses, const Device &device, const Cla
 
 Conflict conflict_of(const Uses &uses, const Rows &rows, const Device &device, const Claim &a,
                      const Claim &b) {
-    if (a == b) {
+    const bool meet = a.first < b.end() && b.first < a.end() && (a.mask & b.mask) != 0;
+    if ((meet || a.first == b.first) && a == b) {
         return conflict_in_same_bits(uses, rows, a, b);
     }
-    const bool meet = a.first < b.end() && b.first < a.end() && (a.mask & b.mask) != 0;
     return meet ? conflict_in_some_bits(uses, device, a, b) : Conflict{};
 }
 
@@ -406,6 +406,7 @@ auto kind_of(const Claim &claim) {
 void check_registers(Check &check, const Rows &rows, const std::set<std::uint32_t> &said,
                      const Device &device, const std::vector<Claim> &claims) {
     constexpr std::uint64_t kLongest = 255;
+    const Uses &uses = check.uses();
     std::set<decltype(kind_of(claims.front()))> kinds;
     std::deque<const Claim *> near;
     for (const Claim &claim : claims) {
@@ -416,7 +417,7 @@ void check_registers(Check &check, const Rows &rows, const std::set<std::uint32_
             near.pop_front();
         }
         for (const Claim *const other : near) {
-            const Conflict conflict = conflict_of(check.uses(), rows, device, *other, claim);
+            const Conflict conflict = conflict_of(uses, rows, device, *other, claim);
             if (!conflict.rule.empty()) {
                 add_conflict(check, claim, *other, conflict);
                 break;

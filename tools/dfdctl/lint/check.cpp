@@ -206,8 +206,11 @@ bool Check::has_mistakes() const {
 }
 
 bool Check::is_about(const Finding &finding, std::string_view rule, std::uint32_t key) const {
+    if (finding.rule->id != rule) {
+        return false;
+    }
     const auto origins = log_.origins.find(key);
-    return finding.rule->id == rule && origins != log_.origins.end() &&
+    return origins != log_.origins.end() &&
            std::ranges::any_of(origins->second, [&](const Origin &origin) {
                return finding.line == origin.line &&
                       finding.file == root_ + log_.files[origin.file].path;

@@ -195,10 +195,13 @@ void check_unasked(Check &check) {
     const std::set<Check::Place> spoken_of = check.places();
     std::set<std::uint32_t> said;
     for (const auto &[key, origins] : check.log().origins) {
+        if (check.is_explained(key) || is_asked(check.uses(), key)) {
+            continue;
+        }
         const bool is_known = std::ranges::any_of(origins, [&](const Origin &origin) {
             return spoken_of.contains({check.log().files[origin.file].path, origin.line});
         });
-        if (is_known || check.is_explained(key) || is_asked(check.uses(), key)) {
+        if (is_known) {
             continue;
         }
         const Item item = item_of_key(key);

@@ -71,7 +71,7 @@ void check_origins(Check &check, const std::vector<Origin> &origins,
     std::array<const SourceLine *, kMostMembers> last{};
     for (const Origin &origin : origins) {
         const SourceLine &line = check.log().lines[origin.source];
-        if (misread.contains(check.place_of(line))) {
+        if (!misread.empty() && misread.contains(check.place_of(line))) {
             continue;  // the cause is told
         }
         const int at = origin.member + 1;

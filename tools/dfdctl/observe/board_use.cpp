@@ -4,7 +4,8 @@
 #include <dfd/framework.h>
 #include <dfd/keys.h>
 #include <algorithm>
-#include <unordered_set>
+#include <functional>
+#include <map>
 
 namespace dfdctl::observe {
 
@@ -23,7 +24,6 @@ struct Finding {
     const Call &call;
     const Args &args;
     Exploration result = {};
-    std::unordered_set<std::uint32_t> known = {};
 
     /// Whether the run tells more than those before it: asks for other keys, or is the first
     /// success.
@@ -33,9 +33,20 @@ struct Finding {
         run.seen = observer.observe(call, args, run.answers);
         bool is_new = !worked && run.seen.result >= 0;
         for (const std::uint32_t key : run.seen.keys()) {
-            is_new = known.insert(key).second || is_new;
+            is_new = learn(key) || is_new;
         }
         result.runs.push_back(std::move(run));
+        return is_new;
+    }
+
+  private:
+    /// Whether the key is new. A call asks for few.
+    bool learn(std::uint32_t key) {
+        std::vector<std::uint32_t> &known = result.asked;
+        const bool is_new = std::find(known.begin(), known.end(), key) == known.end();
+        if (is_new) {
+            known.push_back(key);
+        }
         return is_new;
     }
 };
@@ -54,7 +65,7 @@ std::vector<std::uint32_t> integers_read(const Observation &seen) {
 }
 
 std::size_t configured_keys(const Observation &seen) {
-    const std::vector<std::uint32_t> keys = seen.keys();
+    const std::vector<std::uint32_t> &keys = seen.keys();
     return static_cast<std::size_t>(std::count_if(keys.begin(), keys.end(), [](std::uint32_t key) {
         return dfd_lib_cfg_get_item(key) != nullptr;
     }));
@@ -140,19 +151,6 @@ Answers with_own_slot(Answers answers, const Units &units) {
 
 }  // namespace
 
-std::vector<std::uint32_t> Exploration::keys() const {
-    std::vector<std::uint32_t> found;
-    std::unordered_set<std::uint32_t> known;
-    for (const Run &run : runs) {
-        for (const std::uint32_t key : run.seen.keys()) {
-            if (known.insert(key).second) {
-                found.push_back(key);
-            }
-        }
-    }
-    return found;
-}
-
 bool Exploration::works() const {
     return std::any_of(runs.begin(), runs.end(),
                        [](const Run &run) { return run.seen.result >= 0; });
@@ -181,8 +179,10 @@ Exploration explore(const Observer &observer, const Units &units, const Call &ca
         }
     }
     Exploration &result = finding.result;
+    auto deepest = depth_of(result.runs[0]);
     for (std::size_t i = 1; i < result.runs.size(); ++i) {
-        if (depth_of(result.runs[i]) > depth_of(result.runs[result.deepest])) {
+        if (const auto depth = depth_of(result.runs[i]); depth > deepest) {
+            deepest = depth;
             result.deepest = i;
         }
     }
@@ -193,10 +193,41 @@ bool is_of_board(const Call &call) {
     return call.does == Does::get || call.does == Does::set || call.does == Does::control;
 }
 
+namespace {
+
+/// By the function that they pass everything through to.
+using Names = std::multimap<std::string_view, const Call *>;
+
+/// Says of each name of a function what was observed of it, in the order of the table of calls.
+template <typename Told, typename CallOf>
+void tell_of_names(std::vector<Told> &all, const Names &names, CallOf call_of) {
+    const std::size_t count = all.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto [first, last] = names.equal_range(call_of(all[i])->name);
+        for (auto name = first; name != last; ++name) {
+            Told told = all[i];
+            call_of(told) = name->second;
+            all.push_back(std::move(told));
+        }
+    }
+    if (all.size() != count) {
+        std::stable_sort(all.begin(), all.end(), [&](const Told &a, const Told &b) {
+            return std::less<>()(call_of(a), call_of(b));
+        });
+    }
+}
+
+}  // namespace
+
 BoardUse observe_board(const Observer &observer, const Units &units) {
     BoardUse board;
+    Names names;
     for (const Call &call : calls()) {
         if (!is_of_board(call)) {
+            continue;
+        }
+        if (!call.passes_to.empty()) {
+            names.emplace(call.passes_to, &call);
             continue;
         }
         for (const Args &args : units.all_args(call)) {
@@ -206,6 +237,17 @@ BoardUse observe_board(const Observer &observer, const Units &units) {
                 note_run(board, board.calls.back(), run);
             }
         }
+    }
+    const auto call_of = [](auto &told) -> auto & {
+        return told.call;
+    };
+    tell_of_names(board.calls, names, call_of);
+    for (auto &[key, uses] : board.keys) {
+        tell_of_names(uses, names, call_of);
+    }
+    for (auto &[type, users] : board.lists) {
+        tell_of_names(
+            users, names, [](auto &call) -> auto & { return call; });
     }
     return board;
 }

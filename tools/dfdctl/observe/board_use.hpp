@@ -19,11 +19,12 @@ struct Run {
 /// on what it reads.
 struct Exploration {
     std::vector<Run> runs;
-    std::size_t deepest = 0;  ///< of the runs: asks for the most keys
+    std::size_t deepest = 0;           ///< of the runs: asks for the most keys
+    std::vector<std::uint32_t> asked;  ///< keys that a run asks for
 
     const Run &best() const { return runs[deepest]; }
     /// All keys of all runs, in the order of their discovery.
-    std::vector<std::uint32_t> keys() const;
+    const std::vector<std::uint32_t> &keys() const { return asked; }
     /// Some run was a success: the result is not negative.
     bool works() const;
     /// 0 where some run was a success; otherwise the result of the deepest run.

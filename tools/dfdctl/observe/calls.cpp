@@ -50,6 +50,7 @@ Call forwarding(const PassThrough &row, std::span<const Call> calls) {
     Call call = *to;
     call.name = row.name;
     call.run = row.run;
+    call.passes_to = to->passes_to.empty() ? to->name : to->passes_to;
     // What a board must have, and what is polled, is said of the driver interface.
     const bool is_driver = row.name.starts_with("drv_");
     call.is_essential = call.is_essential && is_driver;

@@ -143,6 +143,7 @@ struct Call {
     bool is_polled = false;     ///< part of a pass of monitoring software
     std::string_view unit = {};  ///< of such a result
     std::int64_t (*run)(const Word *words) = nullptr;
+    std::string_view passes_to = {};  ///< the function that this one passes everything through to
 
     std::span<const Param> params() const { return std::span(slots).first(count); }
     /// Whether a run leaves nothing behind that putting the library's state back does not undo.

@@ -6,7 +6,6 @@
 #include <dfd/keys.h>
 #include <algorithm>
 #include <stdexcept>
-#include <unordered_set>
 
 #include "dfdctl/board/keys.hpp"
 #include "dfdctl/observe/frame.hpp"
@@ -41,17 +40,6 @@ void check_lengths(const Call &call, const Args &args) {
 }
 
 }  // namespace
-
-std::vector<std::uint32_t> Observation::keys() const {
-    std::vector<std::uint32_t> found;
-    std::unordered_set<std::uint32_t> known;
-    for (const Event &event : events) {
-        if (event.kind == Event::Kind::lookup && known.insert(event.key).second) {
-            found.push_back(event.key);
-        }
-    }
-    return found;
-}
 
 std::uint32_t list_type(const dfd_list_head_t *list) {
     if (list == &dfd_lib_cfg_pid_str_conv_lst) {

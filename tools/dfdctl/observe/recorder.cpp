@@ -40,11 +40,13 @@ Recorder::Recorder(const Answers &answers, const Plausible &plausible, const Log
     : answerer_(answers, plausible),
       makes_pauses_(answers.from == Answers::From::hardware),
       log_(log) {
+    constexpr std::size_t kUsualEvents = 24;
+    seen_.events.reserve(kUsualEvents);
     hooks_.context = this;
     hooks_.looked_up = [](void *context, std::uint32_t key, const void *record) {
         Recorder &recorder = self(context);
         recorder.answerer_.looked_up(key, record);
-        recorder.add({.kind = Event::Kind::lookup, .key = key, .found = record != nullptr});
+        recorder.looked_up(key, record != nullptr);
     };
     hooks_.converted = [](void *context, const dfd_list_head_t &list, const char *text,
                           std::uint32_t number, const val_convert_node_t *found) {
@@ -87,7 +89,15 @@ Recorder::Recorder(const Answers &answers, const Plausible &plausible, const Log
     };
 }
 
-bool Recorder::add(Event event) {
+void Recorder::looked_up(std::uint32_t key, bool found) {
+    std::vector<std::uint32_t> &keys = seen_.asked;
+    if (add({.kind = Event::Kind::lookup, .key = key, .found = found}) &&
+        std::find(keys.begin(), keys.end(), key) == keys.end()) {
+        keys.push_back(key);
+    }
+}
+
+bool Recorder::add(Event &&event) {
     if (seen_.events.size() >= kMaxEvents) {
         ++seen_.dropped;
         return false;

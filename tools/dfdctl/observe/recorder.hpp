@@ -18,7 +18,8 @@ class Recorder {
 
   private:
     /// False when there is no room for it.
-    bool add(Event event);
+    bool add(Event &&event);
+    void looked_up(std::uint32_t key, bool found);
     void fold();
     bool fold_period(std::size_t period);
     void engine_end(const dfd::watch::EngineCall &call, int result, std::uint32_t value);
