@@ -130,15 +130,12 @@ TEST_F(LedTest, FanAndPowerAreHandedToSoftwareFirst) {
 }
 
 TEST_F(LedTest, WhatIsMissingDecidesTheCode) {
-    start(register_item("mb_status_led_ctrl", 0x10) + table("mb_primary_led_info", 1) +
-          dfd_test::broken_item("mb_alarm_led_ctrl") + table("mb_alarm_led_info", 1));
+    start(register_item("mb_status_led_ctrl", 0x10) + table("mb_primary_led_info", 1));
     std::uint32_t state = 99;
     EXPECT_EQ(sdd_set_mymb_status_led(1), -6) << "no table";
     EXPECT_EQ(sdd_get_mymb_status_led(&state), -6);
     EXPECT_EQ(sdd_set_mymb_primary_led(1), -6) << "no control";
     EXPECT_EQ(sdd_get_mymb_primary_led(&state), -6);
-    EXPECT_EQ(sdd_set_mymb_alarm_led(1, 0), -7) << "the write fails";
-    EXPECT_EQ(sdd_get_mymb_alarm_led(&state), -7);
     EXPECT_EQ(state, 99U);
 }
 

@@ -29,9 +29,13 @@ std::string base_of(std::string_view name) {
     return std::string(row == std::end(kPassThrough) ? name : row->to);
 }
 
-// What the platform does before the call.
+// What the platform does before the call. A number that is no answer shows whether it stays.
 void prepare(const Asked &asked, const dfdctl::observe::Frame &frame) {
     using dfdctl::observe::Role;
+    constexpr std::uint8_t kNoAnswer = 0x5A;
+    if (std::uint8_t *const out = frame.bytes_of(Role::out); out != nullptr) {
+        *out = kNoAnswer;
+    }
     if (asked.call->name == "dfd_check_e2prom_info" || asked.call->name == "dfd_get_tlv_data") {
         dfd_get_e2prom_info(asked.args.texts[0].c_str(),
                             static_cast<std::uint16_t>(asked.args.numbers[0]),
@@ -89,11 +93,13 @@ Answer Board::call(const Asked &asked, dfd_test::Positions positions,
                    std::optional<dfd_test::CallFault> fault) {
     const dfdctl::observe::Frame frame(*asked.call, asked.args);
     prepare(asked, frame);
+    std::vector<dfdctl::observe::Output> before = frame.outputs(0);
     chassis_.clear_log();
     dfd_test::WatchedCalls watched(positions, fault);
     const int result = frame.run();
     watched.end();
     return {.result = asked.call->returns_nothing ? 0 : result,
+            .before = std::move(before),
             .outputs = frame.outputs(result),
             .made = watched.made(),
             .wrong = watched.wrong(),

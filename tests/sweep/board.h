@@ -31,6 +31,7 @@ struct Asked {
 // What became of it.
 struct Answer {
     int result = 0;
+    std::vector<dfdctl::observe::Output> before = {};  // what the outputs held
     std::vector<dfdctl::observe::Output> outputs = {};
     std::vector<dfd_test::MadeCall> made = {};
     std::vector<std::string> wrong = {};
