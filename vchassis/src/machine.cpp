@@ -102,9 +102,11 @@ void Machine::load_directory() {
     }
     store_.make();
     const Store::Lock lock(store_);
-    store_.prepare(fingerprint.text());
+    const bool is_known = store_.prepare(fingerprint.text());
     attach(built);
-    store_.commit(fingerprint.text());
+    if (!is_known) {
+        store_.commit(fingerprint.text());
+    }
 }
 
 void Machine::load_text(std::string_view toml, const std::string &file) {

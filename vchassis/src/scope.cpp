@@ -122,6 +122,9 @@ __attribute__((constructor)) void handle_forks() {
 // use low descriptors, and every program pays for looking.
 __attribute__((constructor)) void take_over_devices() {
     for (int fd = 0; fd < kInheritedFds && std::getenv(kDirVariable) != nullptr; ++fd) {
+        if (real().fcntl(fd, F_GETFD) < 0) {
+            continue;
+        }
         char link[PATH_MAX];
         const std::string name = fmt::format("/proc/self/fd/{}", fd);
         const ssize_t size = real().readlinkat(AT_FDCWD, name.c_str(), link, sizeof link);

@@ -50,9 +50,9 @@ std::string read_all(std::istream &in) {
     constexpr std::size_t kChunk = 4096;
     std::string all;
     std::array<char, kChunk> chunk;
-    for (std::streamsize count = 1; count > 0;) {
-        count = in.rdbuf()->sgetn(chunk.data(), chunk.size());
-        all.append(chunk.data(), static_cast<std::size_t>(count));
+    for (std::size_t count = kChunk; count == kChunk;) {
+        count = static_cast<std::size_t>(in.rdbuf()->sgetn(chunk.data(), kChunk));
+        all.append(chunk.data(), count);
     }
     return all;
 }
