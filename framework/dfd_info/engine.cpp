@@ -24,7 +24,9 @@ using NumberBytes = std::array<uint8_t, kMaxNumberBytes + 1>;
 using BufferBytes = std::array<uint8_t, kMaxBufferBytes + 1>;
 
 bool is_info_ctrl_key(uint32_t key) {
-    return dfd::kind_of_key(key) == dfd::Kind::info_ctrl;
+    constexpr dfd::KindBlock kBlock = dfd::block_of_kind(dfd::Kind::info_ctrl);
+    const uint32_t type = DFD_KEY_TYPE(key);
+    return type >= kBlock.first && type < kBlock.end;
 }
 
 const info_ctrl_t *find_info_ctrl(uint32_t key) {

@@ -52,6 +52,15 @@ inline constexpr std::array<KindBlock, 8> kKindBlocks = {{
     {DFD_KEY_END_LED_INFO + 1, DFD_KEY_END_TEMP_INFO, Kind::temp_info},
 }};
 
+constexpr KindBlock block_of_kind(Kind kind) {
+    for (const KindBlock &block : kKindBlocks) {
+        if (block.kind == kind) {
+            return block;
+        }
+    }
+    return {0, 0, kind};
+}
+
 constexpr Kind kind_of_type(uint32_t type) {
     for (const KindBlock &block : kKindBlocks) {
         if (type >= block.first && type < block.end) {
