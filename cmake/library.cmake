@@ -52,6 +52,8 @@ add_library(dfd_objects OBJECT
   service/intf/driver.cpp
   service/intf/forward.cpp)
 add_library(dfd_plain_objects OBJECT ${dfd_watched_sources})
+# What most of it includes of the C++ library.
+target_precompile_headers(dfd_plain_objects PRIVATE <algorithm> <array> <atomic> <span> <string_view>)
 add_library(dfd_watched_objects OBJECT EXCLUDE_FROM_ALL ${dfd_watched_sources} framework/watch.cpp)
 target_compile_definitions(dfd_watched_objects PRIVATE DFD_WATCHED)
 foreach(objects dfd_objects dfd_plain_objects dfd_watched_objects)
@@ -65,6 +67,9 @@ foreach(objects dfd_objects dfd_plain_objects dfd_watched_objects)
     UNITY_BUILD OFF
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON)
+  if(NOT objects STREQUAL dfd_plain_objects)
+    target_precompile_headers(${objects} REUSE_FROM dfd_plain_objects)
+  endif()
   if(DFD_SANITIZE)
     # Checks of types at run time need what the library is built without.
     target_compile_options(${objects} PRIVATE -fno-sanitize=vptr

@@ -2,7 +2,7 @@
 # Presets that build everything compile the files of a tool or test together (CMAKE_UNITY_BUILD):
 # most of their time goes into headers. Files whose own names clash are left out of that, and so is
 # the library, whose files each say which module they log for.
-set(CMAKE_UNITY_BUILD_BATCH_SIZE 12)
+set(CMAKE_UNITY_BUILD_BATCH_SIZE 24)
 function(dfd_compile_alone)
   set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
 endfunction()

@@ -9,6 +9,9 @@
 
 namespace eeprom {
 
+constexpr unsigned kNibbleBits = 4;
+constexpr unsigned kLowNibble = 0xF;
+
 using Bytes = std::vector<std::uint8_t>;
 
 /// What is wrong with a description; the text begins with file:line:column, `reason` does not.

@@ -31,11 +31,9 @@ bool adds_up(View bytes) {
 
 /// Nothing where a nibble stands for no digit.
 std::optional<std::string> bcd_plus_text(View data) {
-    constexpr unsigned kNibble = 4;
-    constexpr unsigned kLow = 0xF;
     std::string text;
     for (const std::uint8_t byte : data) {
-        for (const unsigned digit : {unsigned{byte} >> kNibble, byte & kLow}) {
+        for (const unsigned digit : {unsigned{byte} >> kNibbleBits, byte & kLowNibble}) {
             if (digit >= fru::kBcdDigits.size()) {
                 return std::nullopt;
             }

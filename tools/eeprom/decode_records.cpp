@@ -13,9 +13,6 @@ namespace eeprom {
 
 namespace {
 
-constexpr unsigned kNibble = 4;
-constexpr unsigned kLow = 0xF;
-
 /// Whether the memory is large enough for the record.
 bool fits(Parts &parts, std::size_t size, const char *what) {
     if (parts.image.size() < size) {
@@ -76,8 +73,10 @@ void decode_fan_legacy(Parts &parts) {
     const std::uint8_t major = parts.image[kMajorAt];
     const std::uint8_t minor = parts.image[kMajorAt + 1];
     // The digits behind the point are stored with the first one in the low four bits.
-    const std::string version = fmt::format("{:x}.{:x}{:x}", major, minor & kLow, minor >> kNibble);
-    text(parts, kMajorAt, 2, "hw_version", major <= kLow ? std::optional(version) : std::nullopt);
+    const std::string version =
+        fmt::format("{:x}.{:x}{:x}", major, minor & kLowNibble, minor >> kNibbleBits);
+    text(parts, kMajorAt, 2, "hw_version",
+         major <= kLowNibble ? std::optional(version) : std::nullopt);
 }
 
 void decode_power_legacy(Parts &parts, const Hint &hint) {

@@ -57,10 +57,8 @@ void describe_header(Parts &parts, const TlvHeader &header) {
         parts.fault(1, fmt::format("the flag is 0x{:02x}, it should be 0x{:02x}", header.flag,
                                    dfd::tlv::kFlag));
     }
-    constexpr unsigned kNibble = 4;
-    constexpr unsigned kLow = 0xF;
-    parts.line(fmt::format("hw_version = \"{:x}.{:x}\"", header.hw_version >> kNibble,
-                           header.hw_version & kLow));
+    parts.line(fmt::format("hw_version = \"{:x}.{:x}\"", header.hw_version >> kNibbleBits,
+                           header.hw_version & kLowNibble));
     parts.line(fmt::format("device_type = {}", header.device_type));
     if (std::ranges::any_of(header.reserved, [](std::uint8_t byte) { return byte != 0; })) {
         parts.line(fmt::format("reserved = \"{}\"", hex_text(header.reserved)));

@@ -20,7 +20,6 @@ using fru::kCodeNames;
 
 /// A blank fills an odd end.
 Bytes encode_bcd_plus(std::string text, const toml::source_region &where) {
-    constexpr int kNibble = 4;
     if (text.size() % 2 != 0) {
         text += ' ';
     }
@@ -31,7 +30,7 @@ Bytes encode_bcd_plus(std::string text, const toml::source_region &where) {
         if (high == std::string_view::npos || low == std::string_view::npos) {
             fail(where, "a bcd_plus field holds digits, blanks, '-' and '.' only");
         }
-        bytes.push_back(static_cast<std::uint8_t>(high << kNibble | low));
+        bytes.push_back(static_cast<std::uint8_t>(high << kNibbleBits | low));
     }
     return bytes;
 }

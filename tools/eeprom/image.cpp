@@ -12,7 +12,6 @@ namespace eeprom {
 namespace {
 
 constexpr std::int64_t kMaxSize = 65536;
-constexpr std::int64_t kErased = 0xFF;
 
 struct Builder {
     std::string_view name;
@@ -89,7 +88,7 @@ void Image::put(std::size_t offset, std::span<const std::uint8_t> bytes, std::st
 Image build_table(const toml::table &root) {
     Section top(root);
     const auto size = top.number_or("size", kEepromSize, 1, kMaxSize);
-    const auto fill = top.number_or("fill", kErased, 0, kErased);
+    const auto fill = top.number_or("fill", kByteMax, 0, kByteMax);
     Image image(static_cast<std::size_t>(size), static_cast<std::uint8_t>(fill));
     for (const Builder &layout : kBuilders) {
         for (const toml::table *table : top.tables(layout.name)) {

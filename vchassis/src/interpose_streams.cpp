@@ -13,6 +13,7 @@
 #include "streams.h"
 
 using vchassis::Entry;
+using vchassis::is_ours;
 using vchassis::Place;
 using vchassis::real;
 
@@ -65,10 +66,6 @@ FILE *device_stream(int fd, const char *mode) {
 bool is_device(int fd) {
     Entry in(fd);
     return in && in->is_device(fd);
-}
-
-bool is_ours(const char *path) {
-    return static_cast<bool>(Entry(AT_FDCWD, path));
 }
 
 FILE *open_stream(const char *path, const char *mode) {

@@ -11,6 +11,7 @@
 #include "scope.h"
 
 using vchassis::Entry;
+using vchassis::is_ours;
 using vchassis::real;
 
 namespace {
@@ -22,10 +23,6 @@ constexpr size_t kLetterCount = sizeof kLetters - 1;
 constexpr int kAttempts = 1000;
 constexpr mode_t kFileMode = 0600;
 constexpr mode_t kDirectoryMode = 0700;
-
-bool is_ours(const char *path) {
-    return static_cast<bool>(Entry(AT_FDCWD, path));
-}
 
 // Fills in names until `use` takes one: it returns -1 with EEXIST for one that is there already.
 template <class Use>

@@ -212,4 +212,8 @@ void Entry::leave() {
     g_lock.unlock();
 }
 
+bool is_ours(const char *path) {
+    return static_cast<bool>(Entry(AT_FDCWD, path));
+}
+
 }  // namespace vchassis

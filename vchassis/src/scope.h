@@ -62,4 +62,7 @@ class Entry {
     int errno_;
 };
 
+// Whether a path, as open() takes it, leads into a chassis.
+bool is_ours(const char *path);
+
 }  // namespace vchassis

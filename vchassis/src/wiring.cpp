@@ -14,17 +14,18 @@ namespace vchassis {
 
 namespace {
 
-struct Row {
+struct KindRow {
     const char *key;
     std::unique_ptr<Wiring> (*make)(const Section &section, unsigned index);
 };
 
 template <class Kind>
-std::unique_ptr<Wiring> make(const Section &section, unsigned index) {
+std::unique_ptr<Wiring> make_kind(const Section &section, unsigned index) {
     return std::make_unique<Kind>(section, index);
 }
 
-constexpr Row kKinds[] = {{"line", make<Line>}, {"rotor", make<Rotor>}, {"strobe", make<Strobe>}};
+constexpr KindRow kKinds[] = {
+    {"line", make_kind<Line>}, {"rotor", make_kind<Rotor>}, {"strobe", make_kind<Strobe>}};
 constexpr Range kCounts{1, 8};
 
 }  // namespace
@@ -55,7 +56,7 @@ const Section &needed_table(const Section &section, const std::string &key) {
 
 std::vector<std::unique_ptr<Wiring>> make_wiring(const Section &section) {
     std::vector<std::unique_ptr<Wiring>> all;
-    for (const Row &row : kKinds) {
+    for (const KindRow &row : kKinds) {
         for (const Section *each : section.tables(row.key)) {
             const std::int64_t count = each->integer_or("count", kCounts, 1);
             each->text_or("name", "");

@@ -22,14 +22,14 @@ namespace dfdctl {
 
 namespace {
 
-constexpr std::size_t kBufferSize = 256;
+constexpr std::size_t kTextSize = 256;
 
 Reading not_configured() {
     return failure(Status::not_configured, DFD_ERR_NOT_SUPPORTED, "not configured on this board");
 }
 
 Reading buffer_item(const Item &item) {
-    std::array<std::uint8_t, kBufferSize> buffer = {};
+    std::array<std::uint8_t, kTextSize> buffer = {};
     const int result = dfd_info_get_buf(item.key(), buffer.data(), buffer.size(), nullptr);
     return result >= 0 ? buffer_reading(std::span(buffer).first(static_cast<std::size_t>(result)))
                        : engine_failure(result);

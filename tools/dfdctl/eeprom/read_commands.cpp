@@ -21,7 +21,7 @@ using nlohmann::ordered_json;
 constexpr std::size_t kOffsetColumns = 6;
 constexpr std::size_t kIndent = 2;
 
-struct Request {
+struct ReadRequest {
     std::vector<std::string> words;
     PlaceOptions place;
     std::string backup;
@@ -52,7 +52,7 @@ int exit_of_image(const Decoded &decoded) {
     return decoded.faults.empty() ? kExitOk : kExitReadingFailed;
 }
 
-int decode(const Options &options, const Request &request) {
+int decode(const Options &options, const ReadRequest &request) {
     const ImagePlace place = place_of(request.words, request.place, options);
     const eeprom::Bytes image = read_image(place);
     const Decoded decoded = eeprom::decode(image, place.hint);
@@ -75,7 +75,7 @@ int decode(const Options &options, const Request &request) {
     return exit_of_image(decoded);
 }
 
-int verify(const Options &options, const Request &request) {
+int verify(const Options &options, const ReadRequest &request) {
     const auto backup = request.backup.empty() ? std::optional<Backup>()
                                                : std::optional(load_backup(request.backup));
     const bool is_named = !request.words.empty() || !request.place.bus.empty() || !backup;
@@ -117,7 +117,7 @@ int verify(const Options &options, const Request &request) {
     return status;
 }
 
-int encode(const Options & /*options*/, const Request &request) {
+int encode(const Options & /*options*/, const ReadRequest &request) {
     const eeprom::Bytes image = eeprom::build_image(request.words.front());
     const std::string &path = request.words.back();
     // A file that stays as it is keeps its date: what was made from it need not be made again.
@@ -153,7 +153,7 @@ std::vector<std::array<std::string, 3>> changed_fields(const Decoded &first,
     return rows;
 }
 
-int diff(const Options &options, const Request &request) {
+int diff(const Options &options, const ReadRequest &request) {
     std::vector<ImagePlace> places = places_of(request.words, request.place, options);
     if (places.size() != 2) {
         throw UsageError("diff takes two images, such as: fan 1 old.bin");
@@ -222,8 +222,8 @@ ordered_json image_json(const eeprom::Bytes &image, const Decoded &decoded) {
 void add_read_commands(Command &group, const Options &options) {
     const auto add = [&](const char *name, const char *description, const char *example,
                          const char *usage, const char *help, std::size_t fewest, std::size_t most,
-                         int (*run)(const Options &, const Request &)) {
-        auto request = std::make_shared<Request>();
+                         int (*run)(const Options &, const ReadRequest &)) {
+        auto request = std::make_shared<ReadRequest>();
         Command command = group.subcommand(name, description, example);
         command.words(kWhat, request->words, help, usage, fewest, most);
         command.runs(

@@ -15,7 +15,7 @@ namespace dfdctl {
 
 namespace {
 
-struct Request {
+struct WriteRequest {
     std::vector<std::string> words;
     PlaceOptions place;
     WriteOptions write;
@@ -57,7 +57,7 @@ std::string shown(const std::string &text) {
     return text.empty() ? "(empty)" : text;
 }
 
-int set(const Options &options, Request request) {
+int set(const Options &options, WriteRequest request) {
     const std::vector<eeprom::Edit> edits = take_edits(request.words);
     if (edits.empty()) {
         throw UsageError("nothing to set: FIELD=TEXT is missing, such as serial_number=AB123");
@@ -98,7 +98,7 @@ void put_back_alone(const Backup &backup, WriteOutcome &outcome) {
     }
 }
 
-int restore(const Options &options, Request request) {
+int restore(const Options &options, WriteRequest request) {
     const Backup backup = load_backup(request.words.front());
     const ImagePlace place = place_now(backup, options);
     const eeprom::Bytes now = read_image(place);
@@ -164,7 +164,7 @@ int reporting(const std::function<int()> &run) {
 }
 
 void add_write_commands(Command &group, const Options &options) {
-    auto wanted = std::make_shared<Request>();
+    auto wanted = std::make_shared<WriteRequest>();
     Command set_command = group.subcommand("set", "Change fields of a unit; the old image is kept",
                                            "dfdctl eeprom set fan 2 serial_number=AB123 --yes "
                                            "--backup fan2.backup");
@@ -178,7 +178,7 @@ void add_write_commands(Command &group, const Options &options) {
     set_command.runs(
         [&options, wanted] { return reporting([&] { return set(options, *wanted); }); });
 
-    auto saved = std::make_shared<Request>();
+    auto saved = std::make_shared<WriteRequest>();
     Command restore_command = group.subcommand("restore", "Put the old image back",
                                                "dfdctl eeprom restore fan2.backup --yes");
     restore_command.words(kWhat, saved->words, "File that 'set' has written", "FILE", 1, 1);

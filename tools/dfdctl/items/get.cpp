@@ -12,7 +12,7 @@ namespace dfdctl {
 
 namespace {
 
-struct Arguments {
+struct GetArguments {
     std::string name;
     std::vector<std::string> indexes;
 };
@@ -25,7 +25,7 @@ nlohmann::ordered_json get_json(const Item &item, const Reading &reading, const 
             {"set_by", origin_json(item, log)}};
 }
 
-int get(const Options &options, const Arguments &arguments) {
+int get(const Options &options, const GetArguments &arguments) {
     const Item item = parse_item(arguments.name, arguments.indexes);
     const Library library = require_library(options);
     const Reading reading = read_item(item);
@@ -43,7 +43,7 @@ int get(const Options &options, const Arguments &arguments) {
 }  // namespace
 
 void add_get(Command &top, const Options &options) {
-    auto arguments = std::make_shared<Arguments>();
+    auto arguments = std::make_shared<GetArguments>();
     Command command =
         top.subcommand("get", "Read one configured item", "dfdctl get fan_real_speed_1_2");
     command.word("NAME", arguments->name,

@@ -16,12 +16,12 @@ namespace dfdctl {
 
 namespace {
 
-struct Arguments {
+struct ListArguments {
     std::string type;
     bool values = false;
 };
 
-bool is_wanted(const Item &item, const Arguments &arguments) {
+bool is_wanted(const Item &item, const ListArguments &arguments) {
     return arguments.type.empty() || item.type->name == arguments.type ||
            kind_name(item.type->kind) == arguments.type;
 }
@@ -49,7 +49,7 @@ void check_type(const std::string &name) {
 }
 
 /// The library has no list of its items; the log of the start-up names the key of each.
-std::vector<Item> configured_items(const LoadRecord &log, const Arguments &arguments) {
+std::vector<Item> configured_items(const LoadRecord &log, const ListArguments &arguments) {
     std::vector<Item> items;
     for (const auto &[key, origins] : log.origins) {
         const Item item = item_of_key(key);
@@ -99,7 +99,7 @@ nlohmann::ordered_json items_json(const Library &library, const std::vector<Item
     return {{"command", "items"}, {"items", list}};
 }
 
-int items(const Options &options, const Arguments &arguments) {
+int items(const Options &options, const ListArguments &arguments) {
     check_type(arguments.type);
     const ReadPass pass;
     const Library library = require_library(options);
@@ -127,7 +127,7 @@ int items(const Options &options, const Arguments &arguments) {
 }  // namespace
 
 void add_items(Command &top, const Options &options) {
-    auto arguments = std::make_shared<Arguments>();
+    auto arguments = std::make_shared<ListArguments>();
     Command command = top.subcommand("items", "List the configured items",
                                      "dfdctl items --type fan_real_speed --values");
     command.option("--type", arguments->type,

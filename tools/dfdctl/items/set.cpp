@@ -23,7 +23,7 @@ namespace dfdctl {
 
 namespace {
 
-struct Arguments {
+struct SetArguments {
     std::string name;
     std::vector<std::string> rest;  ///< indexes, then the value
     WriteOptions write;             ///< of an inventory EEPROM
@@ -207,7 +207,7 @@ void print_outcome(const Options &options, const Item &item, const std::string &
     }
 }
 
-int set(const Options &options, Arguments arguments) {
+int set(const Options &options, SetArguments arguments) {
     arguments.write.force = options.force;
     const std::string &value = arguments.rest.back();
     const std::span indexes = std::span(arguments.rest).first(arguments.rest.size() - 1);
@@ -227,7 +227,7 @@ int set(const Options &options, Arguments arguments) {
 }  // namespace
 
 void add_set(Command &top, const Options &options) {
-    auto arguments = std::make_shared<Arguments>();
+    auto arguments = std::make_shared<SetArguments>();
     Command command =
         top.subcommand("set", "Write one configured item and read it back: old -> new",
                        "dfdctl set mb_status_led_ctrl red");

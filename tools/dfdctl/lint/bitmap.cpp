@@ -18,10 +18,10 @@ namespace dfdctl::lint {
 
 namespace {
 
-constexpr unsigned kBits = 8;
+constexpr unsigned kShownBits = 8;
 constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
 constexpr char kFree = '.';
-constexpr char kShared = '*';
+constexpr char kManyItems = '*';
 
 /// "Board 0x3e, chassis 8.cfg".
 std::string title(const LoadRecord &log) {
@@ -58,11 +58,11 @@ std::string registers_of(const Device &device, const Claim &claim) {
 /// ". . . . b b a a", bit 7 first.
 std::string bits_of(std::span<const Claim> claims) {
     std::string text;
-    for (unsigned bit = kBits; bit-- > 0;) {
+    for (unsigned bit = kShownBits; bit-- > 0;) {
         char shown = kFree;
         for (std::size_t i = 0; i < claims.size(); ++i) {
             if ((claims[i].mask >> bit & 1) != 0) {
-                shown = shown == kFree ? letter(i) : kShared;
+                shown = shown == kFree ? letter(i) : kManyItems;
             }
         }
         text += shown;

@@ -13,8 +13,7 @@ namespace {
 
 using dfd::watch::Step;
 
-constexpr std::string_view kBlanks = " \t\r\n\v\f";
-constexpr ByteSet kBlank(kBlanks);
+constexpr ByteSet kBlank(" \t\r\n\v\f");
 
 /// Kept for one finding a file, at the first of the lines.
 struct Habit {

@@ -18,7 +18,7 @@ using dfd::Field;
 using Flaw = NumberText::Flaw;
 
 constexpr ByteSet kOtherBlanks("\t\v\f");
-constexpr ByteSet kBlanks(" \t\v\f");
+constexpr ByteSet kSpaces(" \t\v\f");
 constexpr ByteSet kBlanksAndEnds(" \t\v\f\r\n");
 constexpr ByteSet kDecimal("0123456789");
 constexpr ByteSet kHexadecimal("0123456789abcdefABCDEF");
@@ -189,7 +189,7 @@ std::size_t byte_in(const SourceLine &line, std::string_view part) {
 /// A tab ends the value; what it hides may be a comment.
 void check_end(Check &check, const SourceLine &line, std::string_view written) {
     std::string_view rest = written.substr(kOtherBlanks.first_in(written));
-    rest.remove_prefix(kBlanks.first_not_in(rest));
+    rest.remove_prefix(kSpaces.first_not_in(rest));
     if (!rest.empty() && rest.front() != '#') {
         check.at_byte("value-cut", line, byte_in(line, rest),
                       fmt::format("the value ends at the tab before: it is '{}', and '{}' is "

@@ -16,8 +16,6 @@ namespace dfdctl::lint {
 
 namespace {
 
-constexpr std::uint32_t kMaxBytes = 255;  // more are refused
-
 /// Items whose description cannot be executed claim nothing.
 bool is_claim(const Item &item, const info_ctrl_t &ctrl) {
     const bool is_source = ctrl.src != INFO_SRC_NONE && ctrl.fpath[0] != '\0';

@@ -20,9 +20,10 @@ namespace dfdctl::lint {
 namespace {
 
 /// Numbered, but no row of equal units.
-constexpr std::array<std::uint32_t, 2> kUnlike = {DFD_KEY_CPLD_VERSION, DFD_KEY_E2_WRITE_PROTECT};
+constexpr std::array<std::uint32_t, 2> kUnlikeTypes = {DFD_KEY_CPLD_VERSION,
+                                                       DFD_KEY_E2_WRITE_PROTECT};
 /// So many others have to agree.
-constexpr std::size_t kLeastOthers = 3;
+constexpr std::size_t kLeastAlike = 3;
 /// Stands for a member that has no effect.
 constexpr int kNoEffect = -1;
 
@@ -42,9 +43,9 @@ Traits traits_of(const Check &check, const Item &item, const info_ctrl_t &ctrl) 
 }
 
 /// Type, source, and kind of the chip where it is a sensor's.
-using Row = std::tuple<std::uint32_t, int, int>;
+using RowKey = std::tuple<std::uint32_t, int, int>;
 
-Row row_of(const Item &item, const info_ctrl_t &ctrl) {
+RowKey row_of(const Item &item, const info_ctrl_t &ctrl) {
     const auto *sensor =
         item.type->type == DFD_KEY_CARD_TEMP_CTRL
             ? record_of<temp_info_t>(item_of(DFD_KEY_CARD_TEMP_INFO, item.index1, item.index2))
@@ -52,7 +53,7 @@ Row row_of(const Item &item, const info_ctrl_t &ctrl) {
     return {item.type->type, ctrl.src, sensor != nullptr ? sensor->type : TEMP_INFO_NONE};
 }
 
-struct Unit {
+struct Sibling {
     Item item;
     Traits traits;
 };
@@ -76,13 +77,13 @@ std::optional<std::size_t> only_difference(const Traits &a, const Traits &b) {
 }
 
 /// The one unit that is unlike all the others, which agree.
-const Unit *odd_one(const std::vector<Unit> &units) {
-    if (units.size() <= kLeastOthers) {
+const Sibling *odd_one(const std::vector<Sibling> &units) {
+    if (units.size() <= kLeastAlike) {
         return nullptr;
     }
     // Of the first three two are of the majority, if there is one.
     const Traits &majority = units[0].traits == units[1].traits ? units[0].traits : units[2].traits;
-    const auto is_odd = [&](const Unit &unit) { return unit.traits != majority; };
+    const auto is_odd = [&](const Sibling &unit) { return unit.traits != majority; };
     return std::ranges::count_if(units, is_odd) == 1 ? &*std::ranges::find_if(units, is_odd)
                                                      : nullptr;
 }
@@ -102,12 +103,12 @@ bool is_spoken_of(const Check &check, const std::set<Check::Place> &spoken_of, c
 }
 
 void check_row(Check &check, const std::set<Check::Place> &spoken_of,
-               const std::vector<Unit> &units) {
-    const Unit *odd = odd_one(units);
+               const std::vector<Sibling> &units) {
+    const Sibling *odd = odd_one(units);
     if (odd == nullptr) {
         return;
     }
-    const Unit &other = odd == &units.front() ? units.back() : units.front();
+    const Sibling &other = odd == &units.front() ? units.back() : units.front();
     const auto at = only_difference(odd->traits, other.traits);
     if (!at) {
         return;
@@ -127,10 +128,10 @@ void check_row(Check &check, const std::set<Check::Place> &spoken_of,
 }  // namespace
 
 void check_siblings(Check &check) {
-    std::map<Row, std::vector<Unit>> rows;
+    std::map<RowKey, std::vector<Sibling>> rows;
     for (const Item &item : configured(check, Kind::info_ctrl)) {
         const auto &ctrl = *record_of<info_ctrl_t>(item);
-        const bool is_row = std::ranges::find(kUnlike, item.type->type) == kUnlike.end();
+        const bool is_row = std::ranges::find(kUnlikeTypes, item.type->type) == kUnlikeTypes.end();
         if (is_row && is_hardware_mode(ctrl.mode) && !is_place_only(item)) {
             rows[row_of(item, ctrl)].push_back({item, traits_of(check, item, ctrl)});
         }

@@ -17,6 +17,8 @@ namespace dfdctl::lint {
 /// Member of i2c_dev.
 inline constexpr int kDevBus = 0;
 inline constexpr int kDevAddr = 1;
+/// An item of more is refused.
+inline constexpr std::uint32_t kMaxBytes = 255;
 
 /// Configured items of a type, by index.
 std::vector<Item> configured(const Check &check, std::uint32_t type);

@@ -51,7 +51,7 @@ std::string rotor_name(const Place &place) {
     return numbered<UnitKind::tray>(place) + " rotor " + std::to_string(place.index2);
 }
 
-constexpr Column kSystem[] = {
+constexpr Column kFanSystem[] = {
     {"trays", "fan trays", DFD_KEY_FAN_NUM, by_result<drv_get_sys_fan_num>},
     {"mode", "control mode", DFD_KEY_FAN_MODE},
     {.key = "lowest_speed",
@@ -112,10 +112,10 @@ constexpr Column kRotors[] = {
     {"level", "speed level", DFD_KEY_GET_FAN_CFG_SPEED, by_pointer<drv_get_fan_speed_level>},
 };
 
-constexpr Section kSections[] = {
+constexpr Section kFanSections[] = {
     {.key = "system",
      .title = "Fan control",
-     .columns = kSystem,
+     .columns = kFanSystem,
      .has_defaults = true,
      .subject = "fan"},
     {.key = "trays",
@@ -137,7 +137,7 @@ constexpr Section kSections[] = {
 }  // namespace
 
 std::span<const Section> fan_sections() {
-    return kSections;
+    return kFanSections;
 }
 
 }  // namespace dfdctl

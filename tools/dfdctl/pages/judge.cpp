@@ -19,8 +19,6 @@ namespace dfdctl {
 
 namespace {
 
-constexpr int kThousandths = 1000;
-
 using Verdict = std::optional<Judgement>;
 
 bool is_configured(const Item &item) {

@@ -9,8 +9,6 @@ namespace dfdctl {
 
 namespace {
 
-constexpr int kThousandths = 1000;
-
 Answer supply_type(const Place &place) {
     Answer type = by_result<drv_get_power_type>(place);
     if (type.value == decltype(type.value)(std::int64_t{DFD_POWER_TYPE_UNKNOWN})) {
@@ -31,7 +29,7 @@ Answer current_kind(const Place &place) {
                            : Answer{.value = std::string("unknown")};
 }
 
-constexpr Column kSystem[] = {
+constexpr Column kPowerSystem[] = {
     {"rated", "rated power", DFD_KEY_SYS_POWER_RSUPPLY, by_pointer<drv_get_sys_power_rsupply>},
     {"output", "output power", DFD_KEY_SYS_POWER_OSUPPLY, by_pointer<drv_get_sys_power_osupply>},
     {"spare", "spare power", DFD_KEY_SYS_POWER_SSUPPLY, by_pointer<drv_get_sys_power_ssupply>},
@@ -93,8 +91,8 @@ constexpr Column kTelemetry[] = {
     {"temperature", "temperature", DFD_KEY_POWER_TEMP},
 };
 
-constexpr Section kSections[] = {
-    {.key = "system", .title = "Power of the system", .columns = kSystem, .subject = "power"},
+constexpr Section kPowerSections[] = {
+    {.key = "system", .title = "Power of the system", .columns = kPowerSystem, .subject = "power"},
     {.key = "supplies",
      .title = "Power supplies",
      .rows = rows_of<UnitKind::supply>,
@@ -114,7 +112,7 @@ constexpr Section kSections[] = {
 }  // namespace
 
 std::span<const Section> power_sections() {
-    return kSections;
+    return kPowerSections;
 }
 
 }  // namespace dfdctl

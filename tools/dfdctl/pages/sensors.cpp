@@ -15,8 +15,6 @@ namespace dfdctl {
 
 namespace {
 
-constexpr int kThousandths = 1000;
-
 const temp_info_t *sensor_at(const Place &place) {
     return record_of<temp_info_t>(item_of(DFD_KEY_CARD_TEMP_INFO, place.index1, place.index2));
 }
@@ -84,7 +82,7 @@ std::string sensor_unit(const Place &place) {
                        name.empty() ? std::to_string(place.index2) : name);
 }
 
-constexpr Column kThresholds[] = {
+constexpr Column kThresholdColumns[] = {
     {.key = "alarm",
      .heading = "alarm above",
      .item = DFD_KEY_SYS_ALARM_TEMP,
@@ -123,7 +121,10 @@ constexpr Column kMacFigures[] = {
 };
 
 constexpr Section kTemperatures[] = {
-    {.key = "thresholds", .title = "Thresholds", .columns = kThresholds, .subject = "temperature"},
+    {.key = "thresholds",
+     .title = "Thresholds",
+     .columns = kThresholdColumns,
+     .subject = "temperature"},
     {.key = "sensors",
      .title = "Temperature sensors",
      .rows = card_sensors,

@@ -14,6 +14,9 @@ namespace dfdctl {
 
 using Words = std::span<const char *const>;
 
+/// The scale of what is read in thousandths of its unit.
+constexpr int kThousandths = 1000;
+
 /// One kind of value, for each unit of a section.
 struct Column {
     const char *key;  ///< in JSON

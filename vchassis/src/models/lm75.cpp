@@ -9,7 +9,7 @@ namespace vchassis {
 
 namespace {
 
-enum Register : unsigned { kTemperature, kConfiguration, kHysteresis, kLimit, kRegisters };
+enum Word : unsigned { kTemperature, kSettings, kHysteresis, kLimit, kRegisters };
 
 constexpr const char *kNames[kRegisters] = {"temperature", "configuration", "hysteresis", "limit"};
 constexpr unsigned kRegisterBytes = 2;
@@ -65,7 +65,7 @@ bool Lm75::write(std::uint8_t byte) {
         return true;
     }
     const unsigned reg = scratch.pointer() & kPointerMask;
-    const unsigned width = reg == kConfiguration ? 1 : kRegisterBytes;
+    const unsigned width = reg == kSettings ? 1 : kRegisterBytes;
     if (reg != kTemperature && index_ < width) {
         contents()[reg * kRegisterBytes + index_] = byte;
     }
@@ -83,7 +83,7 @@ std::uint16_t Lm75::raw(unsigned reg) const {
 std::uint8_t Lm75::read() {
     const unsigned reg = scratch.pointer() & kPointerMask;
     const bool high = index_++ % kRegisterBytes == 0;
-    if (reg == kConfiguration) {
+    if (reg == kSettings) {
         return contents()[reg * kRegisterBytes];
     }
     return static_cast<std::uint8_t>(high ? raw(reg) >> kByteBits : raw(reg));
@@ -99,7 +99,7 @@ std::vector<Device::Named> Lm75::named() const {
         return Named{reg * kRegisterBytes, kNames[reg], fmt::format("{:.4f} degrees C", temp_c)};
     };
     return {row(kTemperature),
-            {kConfiguration * kRegisterBytes, kNames[kConfiguration], {}},
+            {kSettings * kRegisterBytes, kNames[kSettings], {}},
             row(kHysteresis),
             row(kLimit)};
 }

@@ -14,7 +14,7 @@ struct CommandName {
     std::uint8_t code;
     const char *name;
 };
-constexpr CommandName kNames[] = {
+constexpr CommandName kCommandNames[] = {
     {0x01, "operation"},          {0x03, "clear_faults"},       {0x10, "write_protect"},
     {0x19, "capability"},         {0x20, "vout_mode"},          {0x21, "vout_command"},
     {0x3a, "fan_config_1_2"},     {0x3b, "fan_command_1"},      {0x3c, "fan_command_2"},
@@ -80,20 +80,20 @@ std::uint8_t vout_mode_byte(int exponent) {
 }
 
 std::optional<std::uint8_t> pmbus_code(std::string_view name) {
-    const auto *row = std::find_if(std::begin(kNames), std::end(kNames),
+    const auto *row = std::find_if(std::begin(kCommandNames), std::end(kCommandNames),
                                    [name](const CommandName &each) { return name == each.name; });
-    return row == std::end(kNames) ? std::nullopt : std::optional(row->code);
+    return row == std::end(kCommandNames) ? std::nullopt : std::optional(row->code);
 }
 
 std::string pmbus_name(std::uint8_t code) {
-    const auto *row = std::find_if(std::begin(kNames), std::end(kNames),
+    const auto *row = std::find_if(std::begin(kCommandNames), std::end(kCommandNames),
                                    [code](const CommandName &each) { return each.code == code; });
-    return row == std::end(kNames) ? "" : row->name;
+    return row == std::end(kCommandNames) ? "" : row->name;
 }
 
 std::set<std::string> pmbus_names() {
     std::set<std::string> names;
-    for (const CommandName &each : kNames) {
+    for (const CommandName &each : kCommandNames) {
         names.insert(each.name);
     }
     return names;

@@ -9,7 +9,7 @@ namespace vchassis {
 
 namespace {
 
-constexpr std::int64_t kDefaultSize = 256;
+constexpr std::int64_t kDefaultRegisters = 256;
 constexpr Range kSpaceSizes{1, 0x100000};
 constexpr Range kSlaveSizes{1, 256};
 constexpr std::uint8_t kAllBits = 0xff;
@@ -50,7 +50,8 @@ void RegisterTable::write(std::size_t reg, std::uint8_t &place, std::uint8_t byt
 
 RegisterTable::RegisterTable(const Section &section, Range sizes)
     : initial(initial_bytes(
-          section, static_cast<std::size_t>(section.integer_or("size", sizes, kDefaultSize)), 0)) {
+          section, static_cast<std::size_t>(section.integer_or("size", sizes, kDefaultRegisters)),
+          0)) {
     const Range addresses{0, static_cast<std::int64_t>(initial.size()) - 1};
     for (const Section *reg : section.tables("reg")) {
         const auto address = static_cast<std::uint32_t>(reg->integer("address", addresses));

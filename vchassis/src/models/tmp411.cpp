@@ -53,7 +53,7 @@ constexpr std::size_t kSize = 256;
 constexpr std::uint8_t kExtendedBit = 0x04;
 constexpr int kExtendedOffset = 64;
 constexpr int kByteMax = 0xff;
-constexpr double kStepsPerDegree = 256;
+constexpr double kStepsPerCelsius = 256;
 // Twelve bits are wired: 1/16 degree.
 constexpr unsigned kUnwired = 0x0f;
 struct TemperatureRange {
@@ -71,7 +71,7 @@ bool is_extended(std::span<const std::uint8_t> bytes) {
 }
 
 double degrees(std::span<const std::uint8_t> bytes, unsigned high, unsigned low) {
-    const double shown = (bytes[high] << kByteBits | bytes[low]) / kStepsPerDegree;
+    const double shown = (bytes[high] << kByteBits | bytes[low]) / kStepsPerCelsius;
     return is_extended(bytes) ? shown - kExtendedOffset : shown;
 }
 
@@ -97,7 +97,7 @@ void Tmp411::set_temperature(const Section &section, const std::string &key, uns
                                          range.lowest_c, range.highest_c, range.name));
     }
     const double shown = temp_c + offset;
-    const auto steps = static_cast<unsigned>(std::lround(shown * kStepsPerDegree)) & ~kUnwired;
+    const auto steps = static_cast<unsigned>(std::lround(shown * kStepsPerCelsius)) & ~kUnwired;
     initial_[high] = static_cast<std::uint8_t>(steps >> kByteBits);
     initial_[low] = static_cast<std::uint8_t>(steps);
 }
