@@ -5,8 +5,9 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <sstream>
+
+#include "common/json.hpp"
 
 namespace dfd_tools {
 
@@ -221,24 +222,23 @@ class Walk {
     Expected expected_;
 };
 
-nlohmann::ordered_json option_json(const CLI::Option &option) {
+Json option_json(const CLI::Option &option) {
     return {{"name", option.get_name(option.get_positional(), true)},
             {"usage", takes_value(option) ? usage_of(option) : std::string()},
             {"description", option.get_description()}};
 }
 
-nlohmann::ordered_json app_json(const CLI::App &app) {
-    nlohmann::ordered_json json = {{"name", app.get_name()},
-                                   {"description", app.get_description()},
-                                   {"footer", app.get_footer()}};
+Json app_json(const CLI::App &app) {
+    Json json = {{"name", app.get_name()},
+                 {"description", app.get_description()},
+                 {"footer", app.get_footer()}};
     for (const bool positional : {true, false}) {
-        nlohmann::ordered_json &list = json[positional ? "arguments" : "options"] =
-            nlohmann::ordered_json::array();
+        Json &list = json[positional ? "arguments" : "options"] = Json::array();
         for (const CLI::Option *option : options_of(app, positional)) {
             list.push_back(option_json(*option));
         }
     }
-    nlohmann::ordered_json &commands = json["commands"] = nlohmann::ordered_json::array();
+    Json &commands = json["commands"] = Json::array();
     for (const CLI::App *each : app.get_subcommands({})) {
         commands.push_back(app_json(*each));
     }
@@ -288,7 +288,7 @@ std::optional<std::string> told_of_itself(const CLI::App &app,
         return {};
     }
     if (words.front() == kTreeWord) {
-        return app_json(app).dump(2) + "\n";
+        return app_json(app).document() + "\n";
     }
     if (words.front() != kCompleteWord) {
         return {};

@@ -455,14 +455,12 @@ std::string upper(std::string_view word) {
     return text;
 }
 
-nlohmann::ordered_json text_or_null(std::string_view text) {
-    return text.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(text);
+Json text_or_null(std::string_view text) {
+    return text.empty() ? Json() : Json(text);
 }
 
-void print_json(std::FILE *out, const nlohmann::ordered_json &json) {
-    // EEPROM texts need not be UTF-8; a JSON document is.
-    fmt::print(out, "{}\n",
-               json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+void print_json(std::FILE *out, const Json &json) {
+    fmt::print(out, "{}\n", json.document());
 }
 
 }  // namespace dfdctl

@@ -4,14 +4,17 @@
 
 #include <concepts>
 #include <cstdio>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "common/json.hpp"
+
 namespace dfdctl {
+
+using dfd_tools::Json;
 
 inline constexpr std::size_t kUsualWidth = 80;  ///< where no terminal tells another one
 
@@ -115,7 +118,7 @@ void print_heading(std::FILE *out, const std::string &text, bool first = false);
 /// As a heading of a column: "SUB-SLOT" for "sub_slot".
 std::string upper(std::string_view word);
 
-nlohmann::ordered_json text_or_null(std::string_view text);
-void print_json(std::FILE *out, const nlohmann::ordered_json &json);
+Json text_or_null(std::string_view text);
+void print_json(std::FILE *out, const Json &json);
 
 }  // namespace dfdctl

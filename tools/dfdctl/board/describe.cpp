@@ -13,8 +13,6 @@ namespace dfdctl {
 
 namespace {
 
-using nlohmann::ordered_json;
-
 std::string_view word(std::span<const char *const> words, int number) {
     const bool known = number >= 0 && static_cast<std::size_t>(number) < words.size();
     return known ? words[static_cast<std::size_t>(number)] : "?";
@@ -97,7 +95,7 @@ std::string describe_eeprom(const info_ctrl_t &record) {
                        record.addr);
 }
 
-ordered_json info_ctrl_json(const info_ctrl_t &record) {
+Json info_ctrl_json(const info_ctrl_t &record) {
     return {{"mode", mode_word(record.mode)},
             {"int_cons", record.int_cons},
             {"src", source_word(record.src)},
@@ -110,12 +108,12 @@ ordered_json info_ctrl_json(const info_ctrl_t &record) {
             {"bit_offset", record.bit_offset}};
 }
 
-ordered_json led_json(const led_info_t &record) {
-    ordered_json json;
+Json led_json(const led_info_t &record) {
+    Json json;
     const LedValues values = led_values(record);
     for (std::size_t state = 0; state < values.size(); ++state) {
         json[std::string(member(led_info_mem_str[state]))] =
-            values[state] == LED_REGVAL_UNSET ? ordered_json() : ordered_json(values[state]);
+            values[state] == LED_REGVAL_UNSET ? Json() : Json(values[state]);
     }
     return json;
 }
@@ -220,43 +218,41 @@ std::string describe(const Item &item) {
     return {};
 }
 
-ordered_json item_json(const Item &item) {
-    ordered_json json;
+Json item_json(const Item &item) {
+    Json json;
     json["name"] = item.type->name;
-    json["index1"] = item.type->max1 >= 0 ? ordered_json(item.index1) : ordered_json();
-    json["index2"] = item.type->max2 >= 0 ? ordered_json(item.index2) : ordered_json();
+    json["index1"] = item.type->max1 >= 0 ? Json(item.index1) : Json();
+    json["index2"] = item.type->max2 >= 0 ? Json(item.index2) : Json();
     json["key"] = fmt::format("0x{:08x}", item.key());
     json["kind"] = kind_name(item.type->kind);
     return json;
 }
 
-ordered_json record_json(const Item &item) {
+Json record_json(const Item &item) {
     const auto json = [](const auto *record, auto convert) {
-        return record != nullptr ? ordered_json(convert(*record)) : ordered_json();
+        return record != nullptr ? Json(convert(*record)) : Json();
     };
     switch (item.type->kind) {
         case Kind::integer:
-            return json(record_of<int>(item), [](int value) -> ordered_json {
-                return {{"value", value}};
-            });
+            return json(record_of<int>(item), [](int value) -> Json { return {{"value", value}}; });
         case Kind::text: {
             const char *value = record_of<char>(item);
-            return value != nullptr ? ordered_json{{"value", value}} : ordered_json();
+            return value != nullptr ? Json{{"value", value}} : Json();
         }
         case Kind::i2c_dev:
-            return json(record_of<i2c_dev_t>(item), [](const i2c_dev_t &dev) -> ordered_json {
+            return json(record_of<i2c_dev_t>(item), [](const i2c_dev_t &dev) -> Json {
                 return {{"bus", dev.bus}, {"addr", dev.addr}};
             });
         case Kind::info_ctrl:
             return json(record_of<info_ctrl_t>(item), info_ctrl_json);
         case Kind::irq_ctrl:
-            return json(record_of<irq_ctrl_t>(item), [](const irq_ctrl_t &ctrl) -> ordered_json {
+            return json(record_of<irq_ctrl_t>(item), [](const irq_ctrl_t &ctrl) -> Json {
                 return {{"irq_flag", ctrl.irq_flag},
                         {"irq_clr_flag", ctrl.irq_clr_flag},
                         {"irq_clr_bit", ctrl.irq_clr_bit}};
             });
         case Kind::irq_info:
-            return json(record_of<irq_info_t>(item), [](const irq_info_t &irq) -> ordered_json {
+            return json(record_of<irq_info_t>(item), [](const irq_info_t &irq) -> Json {
                 return {{"type", irq_type_word(irq.type)},
                         {"val0", irq.val0},
                         {"val1", irq.val1},
@@ -265,7 +261,7 @@ ordered_json record_json(const Item &item) {
         case Kind::led_info:
             return json(record_of<led_info_t>(item), led_json);
         case Kind::temp_info:
-            return json(record_of<temp_info_t>(item), [](const temp_info_t &temp) -> ordered_json {
+            return json(record_of<temp_info_t>(item), [](const temp_info_t &temp) -> Json {
                 return {{"temp_name", temp.temp_name},
                         {"type", word(temp_info_type_str, temp.type)}};
             });
@@ -275,12 +271,12 @@ ordered_json record_json(const Item &item) {
     return {};
 }
 
-ordered_json origin_json(const Item &item, const LoadRecord &loaded) {
+Json origin_json(const Item &item, const LoadRecord &loaded) {
     const auto found = loaded.origins.find(item.key());
     if (found == loaded.origins.end()) {
         return {};
     }
-    ordered_json lines = ordered_json::array();
+    Json lines = Json::array();
     for (const Origin &origin : found->second) {
         lines.push_back({{"file", loaded.files[origin.file].path}, {"line", origin.line}});
     }

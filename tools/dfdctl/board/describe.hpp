@@ -3,12 +3,12 @@
 #pragma once
 
 #include <cstdint>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 
 #include "dfdctl/board/keys.hpp"
 #include "dfdctl/board/load_record.hpp"
+#include "dfdctl/output.hpp"
 
 struct info_ctrl;
 
@@ -33,10 +33,10 @@ std::string_view polarity_word(int polarity);
 std::string_view code_meaning(int code);
 
 /// name, index1, index2 (null where the type takes none), type, kind, key.
-nlohmann::ordered_json item_json(const Item &item);
+Json item_json(const Item &item);
 /// The members of an item's record; null when it is not configured.
-nlohmann::ordered_json record_json(const Item &item);
+Json record_json(const Item &item);
 /// The lines that set the item: file, line; null when it is not configured.
-nlohmann::ordered_json origin_json(const Item &item, const LoadRecord &loaded);
+Json origin_json(const Item &item, const LoadRecord &loaded);
 
 }  // namespace dfdctl

@@ -13,16 +13,14 @@ namespace dfdctl {
 
 namespace {
 
-using nlohmann::ordered_json;
-
 constexpr std::array kLists = {&dfd_lib_cfg_fan_splvl_conv_lst, &dfd_lib_cfg_pid_str_conv_lst,
                                &dfd_lib_cfg_power_name_conv_lst, &dfd_lib_cfg_fan_name_conv_lst};
 
 class Fnv1a {
   public:
     /// CBOR takes texts that are not UTF-8 as they are, and says where one value ends.
-    void add(const ordered_json &value) {
-        for (const std::uint8_t byte : ordered_json::to_cbor(value)) {
+    void add(const Json &value) {
+        for (const std::uint8_t byte : value.cbor()) {
             hash_ = (hash_ ^ byte) * kPrime;
         }
     }
@@ -42,7 +40,7 @@ bool hides(const val_convert_node_t &first, const val_convert_node_t &later) {
 
 /// Without entries that no look-up can reach, the others answer the same in each order that loading
 /// them can have.
-std::vector<ordered_json> entries_of(const dfd_list_head_t &list) {
+Json entries_of(const dfd_list_head_t &list) {
     std::vector<const val_convert_node_t *> reached;
     for (const dfd_list_head_t *link = list.next; link != &list; link = link->next) {
         // The link is the node's first member.
@@ -52,11 +50,14 @@ std::vector<ordered_json> entries_of(const dfd_list_head_t &list) {
             reached.push_back(node);
         }
     }
-    std::vector<ordered_json> entries;
+    std::ranges::sort(reached, {}, [](const auto *node) {
+        return std::tuple(node->int_val, std::string_view(node->str_val), node->index1,
+                          node->index2);
+    });
+    Json entries = Json::array();
     for (const auto *node : reached) {
         entries.push_back({node->int_val, node->str_val, node->index1, node->index2});
     }
-    std::ranges::sort(entries);
     return entries;
 }
 

@@ -116,13 +116,12 @@ std::string error_with_advice(const Reading &reading) {
     return reading.error + (advice.empty() ? "" : "; " + advice);
 }
 
-nlohmann::ordered_json to_json(const Reading &reading) {
-    using nlohmann::ordered_json;
-    ordered_json json;
+Json to_json(const Reading &reading) {
+    Json json;
     json["status"] = status_name(reading.status);
     json["code"] = reading.code;
-    json["value"] = std::visit(Visitor{[](std::monostate) { return ordered_json(); },
-                                       [](const auto &value) { return ordered_json(value); }},
+    json["value"] = std::visit(Visitor{[](std::monostate) { return Json(); },
+                                       [](const auto &value) { return Json(value); }},
                                reading.value);
     json["unit"] = text_or_null(reading.unit);
     json["meaning"] = text_or_null(reading.meaning);

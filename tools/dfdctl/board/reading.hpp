@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <span>
 #include <string>
@@ -12,6 +11,7 @@
 
 #include "dfdctl/board/faults.hpp"
 #include "dfdctl/board/keys.hpp"
+#include "dfdctl/output.hpp"
 
 namespace dfdctl {
 
@@ -69,7 +69,7 @@ std::string shown_text(const Reading &reading);
 std::string full_text(const Reading &reading);
 /// The error, and what to do about a transfer that failed.
 std::string error_with_advice(const Reading &reading);
-nlohmann::ordered_json to_json(const Reading &reading);
+Json to_json(const Reading &reading);
 /// Says on standard error why an item has no value.
 void report_failure(const Item &item, const Reading &reading);
 

@@ -39,7 +39,7 @@ int learn(const CheckOptions &asked, const check::Report &report) {
 
 void print(const Options &options, const check::Report &report, bool all) {
     if (options.json) {
-        nlohmann::ordered_json json = {{"command", "check"}};
+        Json json = {{"command", "check"}};
         json.update(check::report_json(report));
         print_json(options.out, json);
     } else {

@@ -100,6 +100,6 @@ int check_chassis(const Options &options);
 
 /// On a terminal one screen, unless all of it is wanted.
 void print_report(std::FILE *out, const Report &report, bool all);
-nlohmann::ordered_json report_json(const Report &report);
+Json report_json(const Report &report);
 
 }  // namespace dfdctl::check

@@ -12,8 +12,6 @@ namespace dfdctl::check {
 
 namespace {
 
-using nlohmann::ordered_json;
-
 std::string counted(std::size_t count, std::string_view what) {
     return count == 0 ? std::string() : fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
 }
@@ -174,21 +172,20 @@ void print_report(std::FILE *out, const Report &report, bool all) {
     fmt::print(out, "{}\n", fmt::join(last, "\n"));
 }
 
-ordered_json report_json(const Report &report) {
-    ordered_json findings = ordered_json::array();
+Json report_json(const Report &report) {
+    Json findings = Json::array();
     for (const Finding &finding : report.findings) {
-        findings.push_back(
-            {{"severity", severity_name(finding.severity)},
-             {"word", finding.word},
-             {"unit", finding.unit},
-             {"what", finding.what},
-             {"reading", to_json(finding.value)},
-             {"limit", finding.limit ? ordered_json(*finding.limit) : ordered_json()},
-             {"items", finding.items},
-             {"device", text_or_null(finding.device)},
-             {"errno", text_or_null(finding.error)}});
+        findings.push_back({{"severity", severity_name(finding.severity)},
+                            {"word", finding.word},
+                            {"unit", finding.unit},
+                            {"what", finding.what},
+                            {"reading", to_json(finding.value)},
+                            {"limit", finding.limit ? Json(*finding.limit) : Json()},
+                            {"items", finding.items},
+                            {"device", text_or_null(finding.device)},
+                            {"errno", text_or_null(finding.error)}});
     }
-    ordered_json looked = ordered_json::object();
+    Json looked = Json::object();
     for (const Looked &units : report.looked) {
         looked[json_key(units.many)] = {{"present", units.present},
                                         {"total", units.total},

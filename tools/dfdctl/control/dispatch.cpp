@@ -106,7 +106,7 @@ std::string source_text(const Item &item) {
                        source.val0, source.val0, source.val1, source.val2, irq_position(item));
 }
 
-nlohmann::ordered_json source_json(const Item &item) {
+Json source_json(const Item &item) {
     const auto &source = *record_of<irq_info_t>(item);
     return {{"position", irq_position(item)},
             {"type", irq_type_word(source.type)},
@@ -124,18 +124,16 @@ std::string line_of(const Step &step) {
     return fmt::format("{:<7}  {}: 0x{:02x}", word, step.item.name(), step.value);
 }
 
-nlohmann::ordered_json step_json(const Step &step) {
-    using nlohmann::ordered_json;
+Json step_json(const Step &step) {
     constexpr const char *kWords[] = {"status", "handler", "cleared"};
     const bool is_call = step.kind == Step::Kind::called;
-    ordered_json json = {
-        {"step", kWords[static_cast<int>(step.kind)]},
-        {"item", item_json(step.item)},
-        {"result", step.result},
-        {"value", is_call || step.has_failed() ? ordered_json() : ordered_json(step.value)},
-        {"position", ordered_json()},
-        {"type", ordered_json()},
-        {"values", ordered_json()}};
+    Json json = {{"step", kWords[static_cast<int>(step.kind)]},
+                 {"item", item_json(step.item)},
+                 {"result", step.result},
+                 {"value", is_call || step.has_failed() ? Json() : Json(step.value)},
+                 {"position", Json()},
+                 {"type", Json()},
+                 {"values", Json()}};
     if (is_call) {
         json.update(source_json(step.item));
     }
@@ -144,7 +142,7 @@ nlohmann::ordered_json step_json(const Step &step) {
 
 void tell_steps(const Options &options, const Dispatched &done) {
     std::string text;
-    nlohmann::ordered_json steps = nlohmann::ordered_json::array();
+    Json steps = Json::array();
     for (const Step &step : done.steps) {
         text += line_of(step) + "\n";
         steps.push_back(step_json(step));
@@ -152,17 +150,17 @@ void tell_steps(const Options &options, const Dispatched &done) {
     const bool has_calls =
         std::ranges::find(done.steps, Step::Kind::called, &Step::kind) != done.steps.end();
     text += has_calls || done.result < 0 ? "" : "no handler was called\n";
-    nlohmann::ordered_json pending = nlohmann::ordered_json::array();
+    Json pending = Json::array();
     for (const Item &source : done.pending) {
         text += "pending  still: " + source_text(source) + "\n";
         pending.push_back(source_json(source));
     }
     if (options.json) {
-        text = nlohmann::ordered_json{{"command", kDispatch},
-                                      {"result", done.result},
-                                      {"steps", steps},
-                                      {"still_pending", pending}}
-                   .dump(2) +
+        text = Json{{"command", kDispatch},
+                    {"result", done.result},
+                    {"steps", steps},
+                    {"still_pending", pending}}
+                   .document() +
                "\n";
     }
     std::fputs(text.c_str(), options.out);

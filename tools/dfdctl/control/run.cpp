@@ -238,15 +238,14 @@ std::string hex(const Reading &byte) {
     return byte.ok() ? fmt::format("0x{:02x}", number_of(byte)) : std::string();
 }
 
-nlohmann::ordered_json register_json(const Outcome &outcome) {
+Json register_json(const Outcome &outcome) {
     return {{"item", item_json(outcome.signal->item)},
             {"bits", fmt::format("0x{:02x}", bits_of(description_of(*outcome.signal)))},
             {"before", text_or_null(hex(outcome.before.byte))},
             {"after", text_or_null(hex(outcome.after.byte))}};
 }
 
-nlohmann::ordered_json outcome_json(const Done &done, const Outcome *outcome) {
-    using nlohmann::ordered_json;
+Json outcome_json(const Done &done, const Outcome *outcome) {
     const Reading none = {.status = Status::none};
     const bool is_first = outcome == nullptr || outcome == &done.signals.front();
     const bool is_skipped = outcome == nullptr && done.status == kExitOk;
@@ -261,16 +260,16 @@ nlohmann::ordered_json outcome_json(const Done &done, const Outcome *outcome) {
     return {{"target", outcome != nullptr ? outcome->signal->target : done.change->target},
             {"requested", done.change->requested},
             {"result", done.result},
-            {"verified", is_verified ? ordered_json(*outcome->verified) : ordered_json()},
+            {"verified", is_verified ? Json(*outcome->verified) : Json()},
             {"before", to_json(outcome != nullptr ? outcome->before.shown : none)},
             {"after", to_json(outcome != nullptr ? outcome->after.shown : none)},
-            {"register", outcome != nullptr ? register_json(*outcome) : ordered_json()},
+            {"register", outcome != nullptr ? register_json(*outcome) : Json()},
             {"error", text_or_null(error)},
             {"note", text_or_null(note)}};
 }
 
-nlohmann::ordered_json document(const Control &control, const std::vector<Done> &all) {
-    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+Json document(const Control &control, const std::vector<Done> &all) {
+    Json list = Json::array();
     for (const Done &done : all) {
         if (done.signals.empty()) {
             list.push_back(outcome_json(done, nullptr));
@@ -329,12 +328,7 @@ int status_of(const std::vector<Done> &all) {
 }
 
 void tell(const Options &options, const Control &control, const std::vector<Done> &all) {
-    const std::string text =
-        options.json
-            ? document(control, all)
-                      .dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) +
-                  "\n"
-            : rows_of(all);
+    const std::string text = options.json ? document(control, all).document() + "\n" : rows_of(all);
     // Errors of the output show when it is closed.
     std::fputs(text.c_str(), options.out);
     std::fflush(options.out);

@@ -13,8 +13,6 @@ namespace dfdctl::coverage {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 Json refusal_json(const Cell &cell, const LoadRecord &record) {
     if (!cell.refusal.has_value()) {
         return nullptr;

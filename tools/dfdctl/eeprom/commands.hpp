@@ -2,10 +2,10 @@
 #pragma once
 
 #include <functional>
-#include <nlohmann/json.hpp>
 
 #include "dfdctl/command.hpp"
 #include "dfdctl/eeprom/backup.hpp"
+#include "dfdctl/output.hpp"
 #include "eeprom/decode.hpp"
 
 namespace dfdctl {
@@ -22,9 +22,9 @@ int reporting(const std::function<int()> &run);
 /// EepromFailure where the unit is elsewhere now.
 ImagePlace place_now(const Backup &backup, const Options &options);
 
-nlohmann::ordered_json differences_json(const std::vector<eeprom::Difference> &differences);
+Json differences_json(const std::vector<eeprom::Difference> &differences);
 /// Layout, fields and faults.
-nlohmann::ordered_json image_json(const eeprom::Bytes &image, const eeprom::Decoded &decoded);
+Json image_json(const eeprom::Bytes &image, const eeprom::Decoded &decoded);
 
 void add_read_commands(Command &group, const Options &options);
 void add_write_commands(Command &group, const Options &options);

@@ -16,8 +16,6 @@ namespace dfdctl {
 namespace {
 
 using eeprom::Decoded;
-using nlohmann::ordered_json;
-
 constexpr std::size_t kOffsetColumns = 6;
 constexpr std::size_t kIndent = 2;
 
@@ -29,10 +27,10 @@ struct ReadRequest {
     bool lenient = false;
 };
 
-ordered_json place_json(const ImagePlace &place) {
+Json place_json(const ImagePlace &place) {
     return {{"name", place.name},
             {"device", text_or_null(place.device)},
-            {"address", place.is_file ? ordered_json() : ordered_json(place.address)}};
+            {"address", place.is_file ? Json() : Json(place.address)}};
 }
 
 /// "fan 2 (/dev/i2c-1 0x51): TLV image, 256 bytes".
@@ -58,9 +56,9 @@ int decode(const Options &options, const ReadRequest &request) {
     const Decoded decoded = eeprom::decode(image, place.hint);
     const bool is_shown = decoded.faults.empty() || request.lenient;
     if (options.json) {
-        ordered_json json = {{"command", "eeprom decode"}, {"place", place_json(place)}};
+        Json json = {{"command", "eeprom decode"}, {"place", place_json(place)}};
         json.update(image_json(image, decoded));
-        json["description"] = is_shown ? ordered_json(decoded.description) : ordered_json();
+        json["description"] = is_shown ? Json(decoded.description) : Json();
         print_json(options.out, json);
     } else if (is_shown) {
         fmt::print(options.out, "# {}\n{}", title(place, decoded, image.size()),
@@ -88,7 +86,7 @@ int verify(const Options &options, const ReadRequest &request) {
         backup && place.protection ? changed_protection(backup->protection) : "";
     const int status = lifted.empty() ? exit_of_image(decoded) : kExitReadingFailed;
     if (options.json) {
-        ordered_json json = {{"command", "eeprom verify"}, {"place", place_json(place)}};
+        Json json = {{"command", "eeprom verify"}, {"place", place_json(place)}};
         json.update(image_json(image, decoded));
         json["progress"] = text_or_null(progress);
         json["protection_changed"] = text_or_null(lifted);
@@ -170,7 +168,7 @@ int diff(const Options &options, const ReadRequest &request) {
     const auto fields = changed_fields(eeprom::decode(first, places[0].hint),
                                        eeprom::decode(second, places[1].hint));
     if (options.json) {
-        ordered_json rows = ordered_json::array();
+        Json rows = Json::array();
         for (const auto &[name, one, other] : fields) {
             rows.push_back({{"field", name}, {"first", one}, {"second", other}});
         }
@@ -190,16 +188,16 @@ int diff(const Options &options, const ReadRequest &request) {
 
 }  // namespace
 
-ordered_json differences_json(const std::vector<eeprom::Difference> &differences) {
-    ordered_json rows = ordered_json::array();
+Json differences_json(const std::vector<eeprom::Difference> &differences) {
+    Json rows = Json::array();
     for (const eeprom::Difference &each : differences) {
         rows.push_back({{"offset", each.offset}, {"before", each.before}, {"after", each.after}});
     }
     return rows;
 }
 
-ordered_json image_json(const eeprom::Bytes &image, const Decoded &decoded) {
-    ordered_json fields = ordered_json::array();
+Json image_json(const eeprom::Bytes &image, const Decoded &decoded) {
+    Json fields = Json::array();
     for (const eeprom::Field &field : decoded.fields) {
         fields.push_back({{"name", field.name},
                           {"offset", field.offset},
@@ -208,7 +206,7 @@ ordered_json image_json(const eeprom::Bytes &image, const Decoded &decoded) {
                           {"is_text", field.is_text},
                           {"value", field.text}});
     }
-    ordered_json faults = ordered_json::array();
+    Json faults = Json::array();
     for (const eeprom::Fault &fault : decoded.faults) {
         faults.push_back({{"offset", fault.offset}, {"message", fault.text}});
     }

@@ -15,7 +15,6 @@ namespace {
 
 using dfd::watch::Op;
 using dfd::watch::Via;
-using nlohmann::ordered_json;
 using observe::Event;
 
 constexpr std::string_view kReadings[] = {"assumed", "given", "hardware"};
@@ -28,8 +27,8 @@ std::string_view name_in(std::span<const std::string_view> names, Enum value) {
     return names[static_cast<std::size_t>(value)];
 }
 
-ordered_json lines_json(const Item &item, const LoadRecord &loaded) {
-    ordered_json lines = ordered_json::array();
+Json lines_json(const Item &item, const LoadRecord &loaded) {
+    Json lines = Json::array();
     for (const MemberLine &line : member_lines(item, loaded)) {
         lines.push_back({{"member", text_or_null(line.member)},
                          {"value", line.value},
@@ -43,11 +42,11 @@ std::string hex(std::span<const std::uint8_t> bytes) {
     return fmt::format("{:02x}", fmt::join(bytes, " "));
 }
 
-ordered_json transfer_json(const Event &event) {
-    ordered_json json = {{"kind", "transfer"},
-                         {"via", name_in(kVias, event.via)},
-                         {"write", event.is_write},
-                         {"path", event.text}};
+Json transfer_json(const Event &event) {
+    Json json = {{"kind", "transfer"},
+                 {"via", name_in(kVias, event.via)},
+                 {"write", event.is_write},
+                 {"path", event.text}};
     if (event.via == Via::i2c) {
         json["address"] = event.addr;
     }
@@ -59,15 +58,14 @@ ordered_json transfer_json(const Event &event) {
     return json;
 }
 
-ordered_json engine_json(const Explanation &explanation, std::size_t index) {
+Json engine_json(const Explanation &explanation, std::size_t index) {
     const Event &event = explanation.seen.events[index];
-    ordered_json json = {{"kind", "engine"},
-                         {"operation", name_in(kOps, event.op)},
-                         {"argument", event.argument},
-                         {"converted_by_function", event.has_processor},
-                         {"result", event.result}};
-    json["value"] =
-        event.result >= 0 ? ordered_json(static_cast<std::int32_t>(event.value)) : ordered_json();
+    Json json = {{"kind", "engine"},
+                 {"operation", name_in(kOps, event.op)},
+                 {"argument", event.argument},
+                 {"converted_by_function", event.has_processor},
+                 {"result", event.result}};
+    json["value"] = event.result >= 0 ? Json(static_cast<std::int32_t>(event.value)) : Json();
     json["assumed"] = !explanation.is_real(event.key);
     Interpretation way;
     if (const auto *record = record_of<info_ctrl_t>(item_of_key(event.key));
@@ -76,7 +74,7 @@ ordered_json engine_json(const Explanation &explanation, std::size_t index) {
                   ? interpret_write(*record, event.argument)
                   : interpret_read(*record, explanation.bytes(index, false), event.has_processor);
     }
-    json["steps"] = ordered_json::array();
+    json["steps"] = Json::array();
     for (const Step &step : way.steps) {
         json["steps"].push_back({{"what", step.what}, {"value", step.value}});
     }
@@ -84,7 +82,7 @@ ordered_json engine_json(const Explanation &explanation, std::size_t index) {
     return json;
 }
 
-ordered_json event_json(const Explanation &explanation, std::size_t index) {
+Json event_json(const Explanation &explanation, std::size_t index) {
     const Event &event = explanation.seen.events[index];
     switch (event.kind) {
         case Event::Kind::engine:
@@ -106,27 +104,26 @@ ordered_json event_json(const Explanation &explanation, std::size_t index) {
     return {{"kind", "lookup"}, {"found", event.found}};
 }
 
-ordered_json stage_json(const Explanation &explanation, const Stage &stage,
-                        const LoadRecord &loaded) {
-    ordered_json json;
-    json["item"] = stage.has_item ? item_json(stage.item) : ordered_json();
+Json stage_json(const Explanation &explanation, const Stage &stage, const LoadRecord &loaded) {
+    Json json;
+    json["item"] = stage.has_item ? item_json(stage.item) : Json();
     json["configured"] = stage.has_item && explanation.seen.events[stage.first].found;
     if (stage.has_item && stage.earlier == Stage::kFirstTime) {
         json["says"] = text_or_null(describe(stage.item));
         json["record"] = record_json(stage.item);
         json["set_by"] = lines_json(stage.item, loaded);
     }
-    json["events"] = ordered_json::array();
+    json["events"] = Json::array();
     for (std::size_t i = stage.first; i < stage.end; ++i) {
         json["events"].push_back(event_json(explanation, i));
     }
     return json;
 }
 
-ordered_json outputs_json(const Explanation &explanation) {
-    ordered_json outputs = ordered_json::array();
+Json outputs_json(const Explanation &explanation) {
+    Json outputs = Json::array();
     for (const observe::Output &output : explanation.seen.outputs) {
-        ordered_json json;
+        Json json;
         if (output.param->role == observe::Role::out) {
             json["value"] = output.number;
         } else {
@@ -139,23 +136,23 @@ ordered_json outputs_json(const Explanation &explanation) {
     return outputs;
 }
 
-ordered_json call_json(const Explanation &explanation, const LoadRecord &loaded) {
+Json call_json(const Explanation &explanation, const LoadRecord &loaded) {
     const observe::Call &call = *explanation.call;
-    ordered_json json = {{"function", call.name},
-                         {"call", observe::text_of(call, explanation.args)},
-                         {"subsystem", observe::subsystem_name(call.subsystem)},
-                         {"does", observe::does_name(call.does)},
-                         {"reading", name_in(kReadings, explanation.reading)}};
-    json["stages"] = ordered_json::array();
+    Json json = {{"function", call.name},
+                 {"call", observe::text_of(call, explanation.args)},
+                 {"subsystem", observe::subsystem_name(call.subsystem)},
+                 {"does", observe::does_name(call.does)},
+                 {"reading", name_in(kReadings, explanation.reading)}};
+    json["stages"] = Json::array();
     for (const Stage &stage : explanation.stages) {
         json["stages"].push_back(stage_json(explanation, stage, loaded));
     }
-    json["repeats"] = ordered_json::array();
+    json["repeats"] = Json::array();
     for (const observe::Repeat &repeat : explanation.seen.repeats) {
         json["repeats"].push_back(
             {{"first", repeat.first}, {"count", repeat.count}, {"times", repeat.times}});
     }
-    json["result"] = call.returns_nothing ? ordered_json() : ordered_json(explanation.seen.result);
+    json["result"] = call.returns_nothing ? Json() : Json(explanation.seen.result);
     json["meaning"] = text_or_null(explanation.failed() ? code_meaning(explanation.seen.result)
                                                         : std::string_view());
     json["value"] = text_or_null(value_text(explanation));
@@ -169,33 +166,33 @@ ordered_json call_json(const Explanation &explanation, const LoadRecord &loaded)
 }  // namespace
 
 void print_call_json(std::FILE *out, const Explanation &explanation, const LoadRecord &loaded) {
-    ordered_json json = {{"command", "explain"}};
+    Json json = {{"command", "explain"}};
     json.update(call_json(explanation, loaded));
     print_json(out, json);
 }
 
 void print_item_json(std::FILE *out, const ItemExplanation &explanation, const LoadRecord &loaded) {
     const Item &item = explanation.item;
-    ordered_json json = {{"command", "explain"},
-                         {"item", item_json(item)},
-                         {"unit", text_or_null(unit_of(item))},
-                         {"max_index1", item.type->max1},
-                         {"max_index2", item.type->max2},
-                         {"says", text_or_null(describe(item))},
-                         {"record", record_json(item)},
-                         {"set_by", lines_json(item, loaded)}};
-    json["used_by"] = ordered_json::array();
+    Json json = {{"command", "explain"},
+                 {"item", item_json(item)},
+                 {"unit", text_or_null(unit_of(item))},
+                 {"max_index1", item.type->max1},
+                 {"max_index2", item.type->max2},
+                 {"says", text_or_null(describe(item))},
+                 {"record", record_json(item)},
+                 {"set_by", lines_json(item, loaded)}};
+    json["used_by"] = Json::array();
     for (const Consumer &consumer : explanation.consumers) {
-        json["used_by"].push_back({{"function", consumer.call->name},
-                                   {"call", consumer.is_exact ? ordered_json(observe::text_of(
-                                                                    *consumer.call, consumer.args))
-                                                              : ordered_json()},
-                                   {"how", consumer.how},
-                                   {"works", consumer.worked},
-                                   {"refusal", text_or_null(consumer.refusal)}});
+        json["used_by"].push_back(
+            {{"function", consumer.call->name},
+             {"call",
+              consumer.is_exact ? Json(observe::text_of(*consumer.call, consumer.args)) : Json()},
+             {"how", consumer.how},
+             {"works", consumer.worked},
+             {"refusal", text_or_null(consumer.refusal)}});
     }
     json["read_by"] =
-        explanation.reading != nullptr ? call_json(*explanation.reading, loaded) : ordered_json();
+        explanation.reading != nullptr ? call_json(*explanation.reading, loaded) : Json();
     print_json(out, json);
 }
 

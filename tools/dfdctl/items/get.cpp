@@ -17,7 +17,7 @@ struct GetArguments {
     std::vector<std::string> indexes;
 };
 
-nlohmann::ordered_json get_json(const Item &item, const Reading &reading, const LoadRecord &log) {
+Json get_json(const Item &item, const Reading &reading, const LoadRecord &log) {
     return {{"command", "get"},
             {"item", item_json(item)},
             {"reading", to_json(reading)},

@@ -86,15 +86,14 @@ void print_text(const Options &options, const Library &library, const std::vecto
     table.print(options.out);
 }
 
-nlohmann::ordered_json items_json(const Library &library, const std::vector<Item> &items,
-                                  const std::vector<Reading> &readings) {
-    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+Json items_json(const Library &library, const std::vector<Item> &items,
+                const std::vector<Reading> &readings) {
+    Json list = Json::array();
     for (std::size_t i = 0; i < items.size(); ++i) {
-        list.push_back(
-            {{"item", item_json(items[i])},
-             {"reading", readings.empty() ? nlohmann::ordered_json() : to_json(readings[i])},
-             {"record", record_json(items[i])},
-             {"set_by", origin_json(items[i], library.loaded)}});
+        list.push_back({{"item", item_json(items[i])},
+                        {"reading", readings.empty() ? Json() : to_json(readings[i])},
+                        {"record", record_json(items[i])},
+                        {"set_by", origin_json(items[i], library.loaded)}});
     }
     return {{"command", "items"}, {"items", list}};
 }

@@ -12,8 +12,6 @@ namespace dfdctl::lint {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 constexpr std::size_t kIndent = 4;  // of the second line of a finding
 constexpr std::array kSeverities = {Severity::error, Severity::warning, Severity::note};
 

@@ -2,7 +2,8 @@
 #include "dfdctl/metrics/exposition.hpp"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
+
+#include "common/json.hpp"
 
 #include <fmt/format.h>
 
@@ -10,16 +11,11 @@ namespace dfdctl {
 
 namespace {
 
-/// EEPROM and configuration texts need not be UTF-8, the format is.
-std::string utf8(const std::string &text) {
-    using nlohmann::json;
-    return json::parse(json(text).dump(-1, ' ', false, json::error_handler_t::replace));
-}
-
-/// The format knows these three escapes and no others.
+/// EEPROM and configuration texts need not be UTF-8, the format is. It knows these three escapes
+/// and no others.
 std::string escaped(const std::string &text) {
     std::string result;
-    for (const char c : utf8(text)) {
+    for (const char c : dfd_tools::utf8(text)) {
         result += c == '\\' ? "\\\\" : c == '"' ? "\\\"" : c == '\n' ? "\\n" : std::string(1, c);
     }
     return result;

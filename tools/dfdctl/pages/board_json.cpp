@@ -13,24 +13,22 @@ namespace dfdctl {
 
 namespace {
 
-using nlohmann::ordered_json;
-
 /// By TypeSource and BackplaneSource.
 constexpr std::array kTypeSources = {"product_id", "eeprom_tlv", "eeprom_legacy",
                                      "backplane",  "board_type", "none"};
 constexpr std::array kBackplaneSources = {"record", "items"};
 
-ordered_json type_json(const TypeFound &found) {
+Json type_json(const TypeFound &found) {
     const bool known = found.type > 0;
-    return {{"type", known ? ordered_json(found.type) : ordered_json()},
-            {"type_hex", known ? ordered_json(fmt::format("0x{:x}", found.type)) : ordered_json()},
+    return {{"type", known ? Json(found.type) : Json()},
+            {"type_hex", known ? Json(fmt::format("0x{:x}", found.type)) : Json()},
             {"source", kTypeSources[static_cast<std::size_t>(found.source)]},
             {"found_by", found.how}};
 }
 
-ordered_json file_json(const LoadRecord &loaded, const ConfigFile &file) {
+Json file_json(const LoadRecord &loaded, const ConfigFile &file) {
     static constexpr std::array kRoles = {"card_pid", "listed", "chassis"};
-    ordered_json problems = ordered_json::array();
+    Json problems = Json::array();
     for (const std::size_t problem : file.problems) {
         const SourceLine &line = loaded.lines[problem];
         problems.push_back({{"line", line.line}, {"message", problem_of(line)}});
@@ -41,25 +39,24 @@ ordered_json file_json(const LoadRecord &loaded, const ConfigFile &file) {
             {"lines", file.lines},
             {"items", file.items},
             {"error", text_or_null(file.error)},
-            {"error_line", file.failed_line != 0 ? ordered_json(file.failed_line) : ordered_json()},
+            {"error_line", file.failed_line != 0 ? Json(file.failed_line) : Json()},
             {"problems", problems}};
 }
 
-ordered_json unit_json(const Unit &unit) {
+Json unit_json(const Unit &unit) {
     return {{"unit", unit.name},
-            {"index", unit.index ? ordered_json(*unit.index) : ordered_json()},
-            {"layout", unit.layout != INFO_CTRL_MODE_NONE ? ordered_json(mode_word(unit.layout))
-                                                          : ordered_json()},
+            {"index", unit.index ? Json(*unit.index) : Json()},
+            {"layout", unit.layout != INFO_CTRL_MODE_NONE ? Json(mode_word(unit.layout)) : Json()},
             {"device", text_or_null(unit.device)},
-            {"address", unit.device.empty() ? ordered_json() : ordered_json(unit.address)},
+            {"address", unit.device.empty() ? Json() : Json(unit.address)},
             {"product_name", to_json(unit.product)},
             {"serial_number", to_json(unit.serial)},
             {"hw_version", to_json(unit.version)},
             {"type", to_json(unit.type)}};
 }
 
-ordered_json backplane_json(const Backplane &backplane) {
-    ordered_json serials = ordered_json::array();
+Json backplane_json(const Backplane &backplane) {
+    Json serials = Json::array();
     for (const Reading &serial : backplane.serials) {
         serials.push_back(to_json(serial));
     }
@@ -73,36 +70,36 @@ ordered_json backplane_json(const Backplane &backplane) {
             {"serials", serials}};
 }
 
-ordered_json bus_json(const WrittenBus &bus) {
+Json bus_json(const WrittenBus &bus) {
     return {{"device", bus.device},
             {"written_for", bus.item},
             {"takes_writes", bus.obstacle.empty()},
             {"error", text_or_null(bus.obstacle)}};
 }
 
-ordered_json sample_json(const Sample &sample) {
+Json sample_json(const Sample &sample) {
     return {{"item", item_json(sample.item)},
             {"record", record_json(sample.item)},
             {"reading", to_json(sample.reading)}};
 }
 
 template <typename Row, typename Convert>
-ordered_json list_json(const std::vector<Row> &rows, Convert convert) {
-    ordered_json list = ordered_json::array();
+Json list_json(const std::vector<Row> &rows, Convert convert) {
+    Json list = Json::array();
     for (const Row &row : rows) {
         list.push_back(convert(row));
     }
     return list;
 }
 
-ordered_json place_json(std::optional<int> number) {
-    return number ? ordered_json(*number) : ordered_json();
+Json place_json(std::optional<int> number) {
+    return number ? Json(*number) : Json();
 }
 
 }  // namespace
 
-ordered_json board_json(const BoardPage &page) {
-    ordered_json board = type_json(page.board);
+Json board_json(const BoardPage &page) {
+    Json board = type_json(page.board);
     board["slot"] = place_json(page.slot);
     board["sub_slot"] = place_json(page.sub_slot);
     const LoadRecord &loaded = page.library.loaded;
@@ -111,7 +108,7 @@ ordered_json board_json(const BoardPage &page) {
         {"board", board},
         {"chassis", type_json(page.chassis)},
         {"other_library", text_or_null(page.other_library)},
-        {"fingerprint", page.library.usable() ? ordered_json(fingerprint(loaded)) : ordered_json()},
+        {"fingerprint", page.library.usable() ? Json(fingerprint(loaded)) : Json()},
         {"list_file",
          {{"path", text_or_null(loaded.list_path)}, {"error", text_or_null(loaded.list_error)}}},
         {"files", list_json(loaded.files,

@@ -103,7 +103,7 @@ struct BoardPage {
 };
 
 BoardPage read_board_page(const Options &options);
-nlohmann::ordered_json board_json(const BoardPage &page);
+Json board_json(const BoardPage &page);
 int exit_of_page(const BoardPage &page);
 /// Says on standard error why the library did not start, where it did not.
 void report_start(const BoardPage &page);

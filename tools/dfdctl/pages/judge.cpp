@@ -313,19 +313,18 @@ std::string judgement_text(const Judgement &judgement, const Reading &reading) {
                        judgement.limit->says, judgement.limit->value, reading.unit);
 }
 
-nlohmann::ordered_json judgement_json(const std::optional<Judgement> &judgement) {
-    using nlohmann::ordered_json;
+Json judgement_json(const std::optional<Judgement> &judgement) {
     if (!judgement) {
         return nullptr;
     }
-    ordered_json items = ordered_json::array();
+    Json items = Json::array();
     for (const Item &item : judgement->items) {
         items.push_back(item.name());
     }
     return {{"severity", severity_name(judgement->severity)},
             {"word", judgement->word},
             {"what", judgement->what},
-            {"limit", judgement->limit ? ordered_json(judgement->limit->value) : ordered_json()},
+            {"limit", judgement->limit ? Json(judgement->limit->value) : Json()},
             {"items", std::move(items)}};
 }
 

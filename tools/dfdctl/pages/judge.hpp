@@ -63,6 +63,6 @@ std::optional<Judgement> judge_eeprom_self_test(const Judged &cell);
 /// "812 rpm, lowest 1200 rpm"; without a limit what is wrong.
 std::string judgement_text(const Judgement &judgement, const Reading &reading);
 /// Null where nothing is wrong, or nobody judges.
-nlohmann::ordered_json judgement_json(const std::optional<Judgement> &judgement);
+Json judgement_json(const std::optional<Judgement> &judgement);
 
 }  // namespace dfdctl

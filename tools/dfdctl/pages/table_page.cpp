@@ -152,13 +152,13 @@ std::vector<Place> places_of(const Section &section, const LoadRecord &record,
     return places;
 }
 
-nlohmann::ordered_json row_json(const Section &section, const Row &row) {
-    nlohmann::ordered_json json = nlohmann::ordered_json::object();
+Json row_json(const Section &section, const Row &row) {
+    Json json = Json::object();
     for (std::size_t i = 0; i < row.labels.size(); ++i) {
         json[section.labels[i].key] = to_json(row.labels[i])["value"];
     }
     for (std::size_t i = 0; i < row.cells.size(); ++i) {
-        nlohmann::ordered_json &cell = json[section.columns[i].key] = to_json(row.cells[i]);
+        Json &cell = json[section.columns[i].key] = to_json(row.cells[i]);
         cell["judgement"] = judgement_json(row.judgements[i]);
     }
     return json;
@@ -228,16 +228,15 @@ PageData read_page(const Page &page, const LoadRecord &record, const std::string
     return data;
 }
 
-nlohmann::ordered_json page_json(const PageData &data) {
-    nlohmann::ordered_json json = nlohmann::ordered_json::object();
+Json page_json(const PageData &data) {
+    Json json = Json::object();
     for (const SectionData &section : data.sections) {
         if (section.section->rows == nullptr) {
-            json[section.section->key] = section.rows.empty()
-                                             ? nlohmann::ordered_json()
-                                             : row_json(*section.section, section.rows.front());
+            json[section.section->key] =
+                section.rows.empty() ? Json() : row_json(*section.section, section.rows.front());
             continue;
         }
-        nlohmann::ordered_json rows = nlohmann::ordered_json::array();
+        Json rows = Json::array();
         for (const Row &row : section.rows) {
             rows.push_back(row_json(*section.section, row));
         }

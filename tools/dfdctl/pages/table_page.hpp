@@ -165,6 +165,6 @@ void each_cell(std::span<const PageData> pages, Visit visit) {
 PageData read_page(const Page &page, const LoadRecord &record, const std::string &unit = {});
 /// One cell anew; nothing is judged.
 Reading read_cell(const Column &column, const Place &place);
-nlohmann::ordered_json page_json(const PageData &data);
+Json page_json(const PageData &data);
 
 }  // namespace dfdctl

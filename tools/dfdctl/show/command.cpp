@@ -51,7 +51,7 @@ int show_page(const Options &options, const Page &page, const std::string &unit,
     PageData data = read_page(page, library.loaded, unit);
     if (options.json) {
         const std::string name = unit.empty() ? page.name : fmt::format("{} {}", page.name, unit);
-        nlohmann::ordered_json json = {{"command", "show " + name}};
+        Json json = {{"command", "show " + name}};
         json.update(page_json(data));
         print_json(options.out, json);
     } else {
@@ -80,7 +80,7 @@ int show_board(const Options &options) {
     const ReadPass pass;
     const BoardPage page = read_board_page(options);
     if (options.json) {
-        nlohmann::ordered_json json = {{"command", "show board"}};
+        Json json = {{"command", "show board"}};
         json.update(board_json(page));
         print_json(options.out, json);
     } else {
@@ -122,7 +122,7 @@ int show_all(const Options &options, Order order) {
         }
     }
     bool failed = false;
-    nlohmann::ordered_json json = {{"command", "show all"}, {"board", board_json(board)}};
+    Json json = {{"command", "show all"}, {"board", board_json(board)}};
     for (const Page &page : pages()) {
         json[page.name] = nullptr;
     }

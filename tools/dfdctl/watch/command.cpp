@@ -281,9 +281,8 @@ class Watch {
     }
 
     void print_json_line(const std::string &text) const {
-        const auto json = nlohmann::ordered_json::parse(text, nullptr, false);
-        if (!json.is_discarded()) {
-            fmt::print(options_.out, "{}\n", json.dump());
+        if (const std::string line = dfd_tools::one_line(text); !line.empty()) {
+            fmt::print(options_.out, "{}\n", line);
             std::fflush(options_.out);
         }
     }
