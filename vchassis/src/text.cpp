@@ -12,7 +12,7 @@ namespace vchassis {
 
 namespace {
 
-constexpr int kHexDigits = 16;
+constexpr int kHexBase = 16;
 constexpr int kDecimalBase = 10;
 
 }  // namespace
@@ -25,7 +25,7 @@ std::optional<std::uint32_t> parse_number(std::string_view text) {
     std::uint32_t value = 0;
     const char *end = text.data() + text.size();
     const auto [stop, error] =
-        std::from_chars(text.data(), end, value, hex ? kHexDigits : kDecimalBase);
+        std::from_chars(text.data(), end, value, hex ? kHexBase : kDecimalBase);
     if (error != std::errc{} || stop != end) {
         return std::nullopt;
     }
