@@ -157,7 +157,8 @@ Difference g_differences[kReasons] = {
 Reason reason_of(const MemoryBytes &image, bool is_taken) {
     const std::size_t at = image[4] * kBlock;
     if (!is_taken) {
-        return image[0] != 1 || image[at] != 1 ? other_version : kReasons;
+        const bool is_other = image[0] != 1 || (at < image.size() && image[at] != 1);
+        return is_other ? other_version : kReasons;
     }
     const Bytes area = fru_area_bytes(image, at);
     if (at + area.size() > image.size()) {
