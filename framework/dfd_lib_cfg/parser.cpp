@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 
 #include "framework/btree.h"
 #include "framework/dfd_lib_cfg/items.h"
@@ -26,13 +27,12 @@ using Slot = std::atomic<const btree_entry *>;
 // Entries that were asked for, by a hash of their keys: who monitors a board asks for the same
 // items all the time, and the tree takes longer than all the rest of a request. Entries are never
 // freed.
-constexpr unsigned kSlotBits = 9;
-DFD_STATE Slot g_asked[1U << kSlotBits];
+DFD_STATE Slot g_asked[512];
 
 Slot &slot_of(uint32_t key) {
-    constexpr uint32_t kSpread = 0x9E3779B1;  // 2^32 over the golden ratio: neighbours lie apart
-    constexpr unsigned kKeyBits = 32;
-    return g_asked[key * kSpread >> (kKeyBits - kSlotBits)];
+    // 2^32 over the golden ratio: neighbours lie apart. The upper bits depend on all of the key.
+    constexpr uint32_t kSpread = 0x9E3779B1;
+    return g_asked[(key * kSpread >> 23) % std::size(g_asked)];
 }
 
 }  // namespace
