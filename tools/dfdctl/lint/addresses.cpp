@@ -378,10 +378,10 @@ Conflict conflict_in_some_bits(const Uses &uses, const Device &device, const Cla
 
 Conflict conflict_of(const Uses &uses, const Rows &rows, const Device &device, const Claim &a,
                      const Claim &b) {
-    const bool meet = a.first < b.end() && b.first < a.end() && (a.mask & b.mask) != 0;
-    if ((meet || a.first == b.first) && a == b) {
+    if (a == b) {
         return conflict_in_same_bits(uses, rows, a, b);
     }
+    const bool meet = a.first < b.end() && b.first < a.end() && (a.mask & b.mask) != 0;
     return meet ? conflict_in_some_bits(uses, device, a, b) : Conflict{};
 }
 
@@ -417,6 +417,9 @@ void check_registers(Check &check, const Rows &rows, const std::set<std::uint32_
             near.pop_front();
         }
         for (const Claim *const other : near) {
+            if (other->end() <= claim.first) {
+                continue;
+            }
             const Conflict conflict = conflict_of(uses, rows, device, *other, claim);
             if (!conflict.rule.empty()) {
                 add_conflict(check, claim, *other, conflict);

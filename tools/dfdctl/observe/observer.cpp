@@ -26,6 +26,10 @@ void check(const Call &call, const Answers &answers) {
 
 /// What would not fit the buffers that a call works on.
 void check_lengths(const Call &call, const Args &args) {
+    const auto params = call.params();
+    if (std::ranges::find(params, Role::length, &Param::role) == params.end()) {
+        return;
+    }
     std::size_t number = 0;
     for (const Param *param : call.inputs()) {
         if (facts_of(param->role).kind == RoleKind::text) {
