@@ -12,7 +12,7 @@ struct Expected {
     std::vector<int> codes;         // that a failure gives
     std::vector<int> instead = {};  // results that are no code and stand for a failure all the same
     bool is_any_value = false;      // any result from 0 on is one
-    bool hides_outputs = false;     // a good result with other outputs, or none
+    bool hides_outputs = false;     // a good result all the same, with other outputs or none
     bool hides_version = false;     // the same where a hardware version is asked for
     bool hides_writes = false;      // a good result though a write was not made
     bool fills = false;             // changes its outputs although it fails
