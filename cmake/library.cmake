@@ -72,8 +72,7 @@ foreach(objects dfd_objects dfd_plain_objects dfd_watched_objects)
   endif()
   if(DFD_SANITIZE)
     # Checks of types at run time need what the library is built without.
-    target_compile_options(${objects} PRIVATE -fno-sanitize=vptr
-      $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>)
+    target_compile_options(${objects} PRIVATE -fno-sanitize=vptr)
   endif()
 endforeach()
 

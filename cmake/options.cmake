@@ -33,7 +33,9 @@ add_library(dfd_sanitizer_runtime INTERFACE)
 target_link_libraries(dfd_sanitizers INTERFACE dfd_sanitizer_runtime)
 if(DFD_SANITIZE)
   target_compile_options(dfd_sanitizers INTERFACE -fsanitize=${DFD_SANITIZE}
-    -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    -fno-sanitize-recover=all -fno-omit-frame-pointer
+    # What a function's type is takes a runtime that programs in C do not have.
+    $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>)
   target_compile_definitions(dfd_sanitizer_runtime INTERFACE DFD_SANITIZED)
   target_link_options(dfd_sanitizer_runtime INTERFACE -fsanitize=${DFD_SANITIZE})
 endif()

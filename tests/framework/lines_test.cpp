@@ -65,7 +65,7 @@ TEST(Names, TheFirstRowOfTheTableThatBeginsTheText) {
 
 TEST(Numbers, AsTheCLibraryConvertsThem) {
     Maker make;
-    for (int i = 0; i < 50000; ++i) {
+    for (std::size_t i = 0; i < 50000; ++i) {
         const std::string text =
             make.one_of(std::array{"", "", "", "0", "0x", "0X", "-", "+", "\t", "0x-", "-0x"}) +
             make.text(make.one_of(std::array{"0123456789", "0123456789abcdefABCDEF", "0123_x",

@@ -34,14 +34,14 @@ struct Json::Node {
 
     static ordered_json converted(const Json &json) {
         return json.node_ != nullptr
-                   ? std::visit([](const auto &value) { return converted(value); },
+                   ? std::visit([](const auto &held) { return converted(held); },
                                 json.node_->value)
                    : ordered_json();
     }
 
     template <class Plain>
-    static ordered_json converted(const Plain &value) {
-        return value;
+    static ordered_json converted(const Plain &plain) {
+        return plain;
     }
 
     static ordered_json converted(const Elements &elements) {
@@ -54,8 +54,8 @@ struct Json::Node {
 
     static ordered_json converted(const Members &members) {
         ordered_json object = ordered_json::object();
-        for (const auto &[name, value] : members) {
-            object.emplace(name, converted(value));
+        for (const auto &[name, member] : members) {
+            object.emplace(name, converted(member));
         }
         return object;
     }

@@ -366,11 +366,12 @@ TEST_F(FruTest, WithoutMemoryNothingIsReadOrWritten) {
     put(product_area(kFields, 8));
     const Bytes before = chassis.slave(2, kAddr);
     chassis.clear_log();
-    for (const auto &[update, message] : {std::pair{false, "Allocate buffer(len:64) error!\n"},
+    for (const auto &each : {std::pair{false, "Allocate buffer(len:64) error!\n"},
                                           {true, "Allocate buffer(len:248) error!\n"}}) {
+        const auto [update, message] = each;
         const dfd_test::FailingCalls failing(dfd_test::LibcCall::allocation);
         EXPECT_EQ(logged_by(DFD_DEBUG_ERR,
-                            [&] {
+                            [&, update = update] {
                                 EXPECT_EQ(update ? dfd_set_fan_info_fru(kBus, kAddr, "X", nullptr)
                                                  : query(fru_data, 3).first,
                                           -12);

@@ -24,7 +24,6 @@ namespace {
 
 using dfd::watch::Refusal;
 
-constexpr std::uint32_t kIntegerBytes = 4;
 constexpr std::uint32_t kNumberBytes = 31;  // more are refused
 constexpr std::uint32_t kRegisterBits = 8;
 constexpr std::uint32_t kLastI2cRegister = 0xFF;

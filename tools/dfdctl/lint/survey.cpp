@@ -56,7 +56,6 @@ std::optional<int> count_of(const Item &count) {
 }
 
 std::uint32_t largest_value(const info_ctrl_t &ctrl) {
-    constexpr std::uint32_t kIntegerBytes = 4;
     switch (ctrl.frmt) {
         case INFO_FRMT_BIT:
             return dfd::low_bits(ctrl.len);

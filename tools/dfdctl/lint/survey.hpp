@@ -19,6 +19,8 @@ inline constexpr int kDevBus = 0;
 inline constexpr int kDevAddr = 1;
 /// An item of more is refused.
 inline constexpr std::uint32_t kMaxBytes = 255;
+/// An integer of more is refused.
+inline constexpr std::uint32_t kIntegerBytes = 4;
 
 /// Configured items of a type, by index.
 std::vector<Item> configured(const Check &check, std::uint32_t type);
