@@ -52,6 +52,11 @@ add_library(dfd_objects OBJECT
   service/intf/driver.cpp
   service/intf/forward.cpp)
 add_library(dfd_plain_objects OBJECT ${dfd_watched_sources})
+get_target_property(dfd_sources dfd_objects SOURCES)
+foreach(source ${dfd_sources} ${dfd_watched_sources})
+  cmake_path(GET source PARENT_PATH folder)
+  set_source_files_properties(${source} PROPERTIES UNITY_GROUP ${folder})
+endforeach()
 # What most of it includes of the C++ library.
 target_precompile_headers(dfd_plain_objects PRIVATE <algorithm> <array> <atomic> <span> <string_view>)
 add_library(dfd_watched_objects OBJECT EXCLUDE_FROM_ALL ${dfd_watched_sources} framework/watch.cpp)
@@ -64,7 +69,8 @@ foreach(objects dfd_objects dfd_plain_objects dfd_watched_objects)
   target_link_libraries(${objects} PRIVATE dfd_library_warnings dfd_sanitizers)
   set_target_properties(${objects} PROPERTIES
     POSITION_INDEPENDENT_CODE ON
-    UNITY_BUILD OFF
+    # Files of a folder log for one module and are compiled together.
+    UNITY_BUILD_MODE GROUP
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON)
   if(NOT objects STREQUAL dfd_plain_objects)

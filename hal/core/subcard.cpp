@@ -14,7 +14,7 @@ bool is_sub_slot(uint32_t sslot) {
     return sslot >= kFirstSubSlot && sslot <= kLastSubSlot;
 }
 
-const info_ctrl_t *find_e2prom(uint32_t sslot) {
+const info_ctrl_t *find_subcard_e2prom(uint32_t sslot) {
     return dfd::get_item<info_ctrl_t>(DFD_MAKE_KEY(DFD_KEY_SSLOT_E2PROM, sslot, 0));
 }
 
@@ -31,7 +31,7 @@ int get_text(const char *func, uint32_t sslot, uint32_t type, const char *what, 
         LOG_ERR_IN(func, "input arguments error, sslot=%d\r\n", sslot);
         return DFD_ERR_ARG;
     }
-    const info_ctrl_t *const e2prom = find_e2prom(sslot);
+    const info_ctrl_t *const e2prom = find_subcard_e2prom(sslot);
     if (e2prom == nullptr) {
         return DFD_ERR_NOT_SUPPORTED;
     }
@@ -61,7 +61,7 @@ int sdd_get_sub_unintlg_lc_info(uint32_t /*slot*/, uint32_t sslot, uint32_t *typ
         LOG_ERR("input argument error, sslot=%d\r\n", sslot);
         return DFD_ERR_ARG;
     }
-    const info_ctrl_t *const e2prom = find_e2prom(sslot);
+    const info_ctrl_t *const e2prom = find_subcard_e2prom(sslot);
     if (e2prom == nullptr) {
         return DFD_ERR_NOT_SUPPORTED;
     }
@@ -94,7 +94,7 @@ int sdd_get_sub_unintlg_hw_ver(uint32_t sslot, char *buf, int *len) {
 }
 
 int sdd_set_sub_unintlg_info(uint32_t sslot, const char *sn, const char *hw) {
-    const info_ctrl_t *const e2prom = find_e2prom(sslot);
+    const info_ctrl_t *const e2prom = find_subcard_e2prom(sslot);
     if (e2prom == nullptr) {
         return DFD_ERR_NOT_SUPPORTED;
     }

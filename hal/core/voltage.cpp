@@ -8,7 +8,7 @@ constexpr uint32_t kReferenceChannel = 0;
 constexpr int kReference_mV = 1240;
 constexpr int kDefaultVoltage = 12;
 constexpr int kLocked = 1;
-constexpr int kReleased = 0;
+constexpr int kUnlocked = 0;
 
 // The high byte carries the top four bits of a reading and, above them, the channel's divider
 // factor.
@@ -80,7 +80,7 @@ int sdd_get_card_vol(int slot, int channel) {
         return rv;
     }
     const int voltage = voltage_mV(reference, measured);
-    dfd_card_vol_lock(kReleased);
+    dfd_card_vol_lock(kUnlocked);
     return voltage;
 }
 
