@@ -34,8 +34,7 @@ struct Json::Node {
 
     static ordered_json converted(const Json &json) {
         return json.node_ != nullptr
-                   ? std::visit([](const auto &held) { return converted(held); },
-                                json.node_->value)
+                   ? std::visit([](const auto &held) { return converted(held); }, json.node_->value)
                    : ordered_json();
     }
 

@@ -367,7 +367,7 @@ TEST_F(FruTest, WithoutMemoryNothingIsReadOrWritten) {
     const Bytes before = chassis.slave(2, kAddr);
     chassis.clear_log();
     for (const auto &each : {std::pair{false, "Allocate buffer(len:64) error!\n"},
-                                          {true, "Allocate buffer(len:248) error!\n"}}) {
+                             {true, "Allocate buffer(len:248) error!\n"}}) {
         const auto [update, message] = each;
         const dfd_test::FailingCalls failing(dfd_test::LibcCall::allocation);
         EXPECT_EQ(logged_by(DFD_DEBUG_ERR,
