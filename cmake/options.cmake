@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: MIT
-# Presets that build everything compile the files of a tool or test together (CMAKE_UNITY_BUILD):
-# most of their time goes into headers. Files whose own names clash are left out of that, and so is
-# the library, whose files each say which module they log for.
+# Presets that build everything compile the files of a tool, of a test or of a library folder together
+# (CMAKE_UNITY_BUILD): most of their time goes into headers. Files whose own names clash are left out of that.
 set(CMAKE_UNITY_BUILD_BATCH_SIZE 24)
 function(dfd_compile_alone)
   set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
