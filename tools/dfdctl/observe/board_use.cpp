@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <functional>
 #include <map>
+#include <unordered_set>
 
 namespace dfdctl::observe {
 
@@ -24,6 +25,7 @@ struct Finding {
     const Call &call;
     const Args &args;
     Exploration result = {};
+    std::unordered_set<std::uint32_t> known = {};  ///< what result.asked holds
 
     /// Whether the run tells more than those before it: asks for other keys, or is the first
     /// success.
@@ -33,20 +35,12 @@ struct Finding {
         run.seen = observer.observe(call, args, run.answers);
         bool is_new = !worked && run.seen.result >= 0;
         for (const std::uint32_t key : run.seen.keys()) {
-            is_new = learn(key) || is_new;
+            if (known.insert(key).second) {
+                result.asked.push_back(key);
+                is_new = true;
+            }
         }
         result.runs.push_back(std::move(run));
-        return is_new;
-    }
-
-  private:
-    /// Whether the key is new. A call asks for few.
-    bool learn(std::uint32_t key) {
-        std::vector<std::uint32_t> &known = result.asked;
-        const bool is_new = std::find(known.begin(), known.end(), key) == known.end();
-        if (is_new) {
-            known.push_back(key);
-        }
         return is_new;
     }
 };

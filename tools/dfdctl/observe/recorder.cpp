@@ -90,10 +90,9 @@ Recorder::Recorder(const Answers &answers, const Plausible &plausible, const Log
 }
 
 void Recorder::looked_up(std::uint32_t key, bool found) {
-    std::vector<std::uint32_t> &keys = seen_.asked;
     if (add({.kind = Event::Kind::lookup, .key = key, .found = found}) &&
-        std::find(keys.begin(), keys.end(), key) == keys.end()) {
-        keys.push_back(key);
+        asked_.insert(key).second) {
+        seen_.asked.push_back(key);
     }
 }
 

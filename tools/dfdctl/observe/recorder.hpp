@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdio>
+#include <unordered_set>
 
 #include "dfdctl/board/log_capture.hpp"
 #include "dfdctl/observe/observer.hpp"
@@ -33,6 +34,7 @@ class Recorder {
     bool makes_pauses_;
     const LogCapture *log_;
     Observation seen_;
+    std::unordered_set<std::uint32_t> asked_;  ///< what seen_.asked holds
     int engine_ = kOutside;
     std::size_t log_at_ = 0;
 };
