@@ -17,7 +17,7 @@ constexpr std::string_view kDigits = "0123456789";
 constexpr std::string_view kHexDigits = "0123456789abcdefABCDEF";
 constexpr std::size_t kMostDigits = 15;  // of any base: no number is too large
 constexpr int kMostDepth = 16;
-constexpr int kSixteen = 16;
+constexpr int kHexadecimal = 16;
 
 struct NotPlain {};
 
@@ -241,7 +241,7 @@ class Reader {
         }
         if (text.starts_with("0x")) {
             need(is_all(text.substr(2), kHexDigits));
-            return number<std::int64_t>(text.substr(2), kSixteen);
+            return number<std::int64_t>(text.substr(2), kHexadecimal);
         }
         const std::string_view digits = text.substr(text.starts_with('-') ? 1 : 0);
         const std::size_t point = digits.find('.');
