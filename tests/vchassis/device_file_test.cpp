@@ -7,12 +7,16 @@
 #include <time.h>
 
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <cstring>
 #include <fstream>
 #include <functional>
+#include <thread>
 #include <vector>
 
 #include "bus_client.h"
+#include "store.h"
 #include "vchassis/chassis.h"
 
 extern "C" {
@@ -232,6 +236,33 @@ TEST(ChassisLife, NothingIsServedBeforeAndAfter) {
         }
         EXPECT_FALSE(std::filesystem::exists(dir));
     }
+}
+
+// Programs of one pipeline start together on a chassis that has no state yet.
+TEST(ChassisLife, StatesMayBeBegunByTwo) {
+    Chassis chassis;
+    std::atomic<int> arrived{0};
+    std::array<std::string, 2> refusals;
+    const auto begin = [&](std::string &refusal, std::chrono::nanoseconds later) {
+        for (int round = 0; round < 1000; ++round) {
+            for (++arrived; arrived < 2 * (round + 1);) {
+            }
+            const auto now = std::chrono::steady_clock::now;
+            for (const auto until = now() + round * later; now() < until;) {
+            }
+            try {
+                const vchassis::Store store(chassis.dir() / std::to_string(round));
+                store.make();
+                const vchassis::Store::Lock lock(store);
+            } catch (const std::exception &error) {
+                refusal = error.what();
+            }
+        }
+    };
+    std::thread other(begin, std::ref(refusals[1]), std::chrono::nanoseconds(50));
+    begin(refusals[0], std::chrono::nanoseconds(0));
+    other.join();
+    EXPECT_EQ(refusals[0] + refusals[1], "");
 }
 
 TEST_F(DeviceFile, SleepsTakeNoTimeAndAreCounted) {

@@ -62,10 +62,10 @@ Store::Store(fs::path dir) : dir_(std::move(dir)) {}
 
 void Store::make() const {
     std::error_code error;
-    if (fs::exists(dir_ / kLockFile, error)) {
-        return;
-    }
-    if (fs::is_directory(dir_) && !fs::is_empty(dir_, error) && !error) {
+    // The lock is the first file of a state and is looked for last: a process that starts beside
+    // this one may be making it meanwhile.
+    if (fs::is_directory(dir_, error) && !fs::is_empty(dir_, error) && !error &&
+        !fs::exists(dir_ / kLockFile, error)) {
         throw std::runtime_error(fmt::format(
             "{} holds other files; give an empty or a new directory for the state", dir_.string()));
     }
