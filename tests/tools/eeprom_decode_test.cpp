@@ -309,6 +309,9 @@ TEST(EepromEdit, RefusesWhatDoesNotFit) {
         {7, {{"serial_number", "short"}}, "exactly 13"},
         {7, {{"hw_version", "12.3"}}, "x.yz"},
         {8, {{"name", "much too long a name"}}, "the field has 12"},
+        {10,
+         {{"layout", "2"}},
+         "this field cannot be set; those of this image that can be set are type, sub_type"},
         {12, {{"serials", "1"}}, "this field cannot be set"},
         {12, {{"serial_number", std::string(20, 'S')}}, "the field has 19"},
     };

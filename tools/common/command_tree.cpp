@@ -13,7 +13,6 @@ namespace dfd_tools {
 
 namespace {
 
-constexpr const char *kCompleteWord = "__complete";
 constexpr const char *kTreeWord = "__tree";
 
 // These stand among candidates for what the shell itself completes.
@@ -255,13 +254,18 @@ Expected expected_at(const CLI::App &app, const std::vector<std::string> &words)
     return walk.end_at(last, !words.empty() && words.back() != last);
 }
 
+/// Whether the word adds to what is typed: behind "FIELD=" stands a value that nobody can know.
+bool goes_on(const std::string &word, const std::string &typed) {
+    return word.starts_with(typed) && !(word == typed && word.ends_with('='));
+}
+
 /// The candidates that begin with what is typed.
 std::string candidate_lines(const Expected &expected, const std::vector<Candidate> &values) {
     std::string lines;
     const auto add = [&](const Candidate &each) {
         if (each.word == kCommandLine) {
             lines += each.word + "\n";
-        } else if (each.word.starts_with(expected.typed)) {
+        } else if (goes_on(each.word, expected.typed)) {
             lines += expected.stem + each.word + "\t" + each.text + "\n";
         }
     };
@@ -276,6 +280,11 @@ std::string candidate_lines(const Expected &expected, const std::vector<Candidat
 }
 
 }  // namespace
+
+std::string Expected::option(const std::string &name) const {
+    const auto found = options.find(name);
+    return found != options.end() ? found->second : std::string();
+}
 
 bool is_path(const std::string &argument) {
     return kPaths.contains(argument);

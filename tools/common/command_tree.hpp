@@ -15,6 +15,9 @@ class App;
 
 namespace dfd_tools {
 
+/// The word that asks for candidates: the program's arguments follow, the last one unfinished.
+inline constexpr const char *kCompleteWord = "__complete";
+
 /// A candidate that is not for the word itself: a command of its own stands there.
 inline constexpr const char *kCommandLine = ":command";
 
@@ -34,6 +37,9 @@ struct Expected {
     std::map<std::string, std::string> options = {};  ///< values of options: {"--root", "gx4"}
     std::string typed;                                ///< of the value
     std::string stem;  ///< what the same word holds before the value: "--root="
+
+    /// The value of an option; empty where it is not given.
+    std::string option(const std::string &name) const;
 };
 
 /// What the arguments that are expected may be.

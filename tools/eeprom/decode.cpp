@@ -113,6 +113,17 @@ Decoded decode(const Bytes &image, const Hint &hint) {
     return out;
 }
 
+std::vector<Layout> layouts_behind(Layout expected) {
+    switch (expected) {
+        case Layout::unknown:
+            return {Layout::tlv, Layout::fru};
+        case Layout::board_legacy:
+            return {Layout::tlv, Layout::board_legacy};
+        default:
+            return {expected};
+    }
+}
+
 std::optional<std::string> ascii_text(View bytes) {
     if (!std::ranges::all_of(bytes, is_printable)) {
         return std::nullopt;

@@ -37,6 +37,7 @@ struct Field {
     std::string code;  ///< of a FRU field: binary, bcd_plus, six_bit, text; empty elsewhere
     std::string text;  ///< UTF-8; hexadecimal where it is no text
     bool is_text = true;
+    bool can_set = true;  ///< by an Edit
 };
 
 struct Decoded {
@@ -57,6 +58,10 @@ struct Edit {
     std::string field;
     std::string text;
 };
+
+/// Fields that an Edit may name where an image of this layout is expected. An image may have fewer,
+/// as FRU areas may be missing, or more: custom fields.
+std::vector<std::string> fields_to_set(Layout expected);
 
 /// The image with other texts. Throws Error where a field is none of the image's or a text does not
 /// fit, by its length, its characters or the room in the memory. Faults are left behind.

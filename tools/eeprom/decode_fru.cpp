@@ -115,13 +115,6 @@ Field read_field(dfd::ByteCursor &cursor, std::size_t area_start) {
             .is_text = text.has_value()};
 }
 
-std::string field_name(const fru::Area &shape, std::size_t index) {
-    const std::string prefix = shape.key.empty() ? "" : fmt::format("{}.", shape.key);
-    return index < shape.fields.size()
-               ? fmt::format("{}{}", prefix, shape.fields[index])
-               : fmt::format("{}custom {}", prefix, index - shape.fields.size() + 1);
-}
-
 /// What stands between the end mark and the checksum.
 void describe_padding(Parts &parts, View padding) {
     const bool is_uniform = !padding.empty() && std::ranges::count(padding, padding.front()) ==
@@ -144,7 +137,7 @@ void describe_fields(Parts &parts, const Place &place) {
             parts.broken(place.start + at, "a field runs past the end of its area");
             return;
         }
-        field.name = field_name(place.shape, count);
+        field.name = fru::field_name(place.shape, count);
         if (count < place.shape.fields.size()) {
             parts.line(fmt::format("{} = {}", place.shape.fields[count], value_of(field)));
         } else {
@@ -184,9 +177,12 @@ void describe_head(Parts &parts, const Place &place) {
         date[0] | std::uint32_t{date[1]} << 8U | std::uint32_t{date[2]} << 16U;
     if (minutes != 0) {
         parts.line(fmt::format("mfg_date = {}  # {}", minutes, date_text(minutes)));
-        parts.out.fields.push_back({std::string(place.shape.key) + ".mfg_date",
-                                    place.start + kSecondByte + 1, fru::kDateSize, "",
-                                    date_text(minutes)});
+        parts.out.fields.push_back({.name = std::string(place.shape.key) + ".mfg_date",
+                                    .offset = place.start + kSecondByte + 1,
+                                    .size = fru::kDateSize,
+                                    .code = "",
+                                    .text = date_text(minutes),
+                                    .can_set = false});
     }
 }
 
@@ -276,6 +272,13 @@ void check_overlap(Parts &parts) {
 }
 
 }  // namespace
+
+std::string fru::field_name(const Area &area, std::size_t index) {
+    const std::string prefix = area.key.empty() ? "" : fmt::format("{}.", area.key);
+    return index < area.fields.size()
+               ? fmt::format("{}{}", prefix, area.fields[index])
+               : fmt::format("{}custom {}", prefix, index - area.fields.size() + 1);
+}
 
 void decode_fru(Parts &parts) {
     if (parts.image.size() < fru::kHeaderSize) {

@@ -115,6 +115,7 @@ void decode_board_legacy(Parts &parts) {
     }
     parts.line("[[board_legacy]]");
     number(parts, 0, "layout");
+    parts.out.fields.back().can_set = false;  // the other layout has another field
     number(parts, kTypeByte, "type");
     if (parts.image[0] == 1) {
         number(parts, kSubTypeByte, "sub_type");
@@ -148,8 +149,13 @@ void decode_backplane(Parts &parts) {
     text(parts, kSerialAt, kSerialSize, "serial_number", padded_text(part(kSerialAt, kSerialSize)));
     text(parts, kMacAt, kMacSize, "mac",
          fmt::format("{:02x}", fmt::join(part(kMacAt, kMacSize), ":")));
-    parts.out.fields.push_back({"serials", kSerialsAt, kSerials, "",
-                                fmt::format("{}", fmt::join(part(kSerialsAt, kSerials), " "))});
+    parts.out.fields.push_back(
+        {.name = "serials",
+         .offset = kSerialsAt,
+         .size = kSerials,
+         .code = "",
+         .text = fmt::format("{}", fmt::join(part(kSerialsAt, kSerials), " ")),
+         .can_set = false});
     parts.line(fmt::format("serials = [{}]", fmt::join(part(kSerialsAt, kSerials), ", ")));
     const View reserved = part(kSerialsAt + kSerials, kSize - kSerialsAt - kSerials);
     parts.line(fmt::format("reserved = \"{}\"", hex_text(reserved)));

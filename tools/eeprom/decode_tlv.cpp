@@ -75,9 +75,10 @@ void describe_entry(Parts &parts, const TlvHeader &header, const dfd::tlv::Entry
         entry.type == tlv::kDeviceTypeEntry && entry.value.size() == tlv::kIntegerSize;
     const auto text = padded_text(entry.value);
     Field field{name, at, entry.value.size(), "", {}};
+    field.can_set = !name.starts_with("entry");
     parts.line(fmt::format("\n[[tlv.entry]]  # at 0x{:02x}", header.size + entry.at));
-    parts.line(name.starts_with("entry") ? fmt::format("type = 0x{:02x}", entry.type)
-                                         : fmt::format("type = \"{}\"", name));
+    parts.line(field.can_set ? fmt::format("type = \"{}\"", name)
+                             : fmt::format("type = 0x{:02x}", entry.type));
     if (is_number) {
         field.text = fmt::to_string(dfd::big_endian(entry.value));
         parts.line("number = " + field.text);

@@ -9,6 +9,7 @@
 #include "eeprom/decode.hpp"
 #include "eeprom/fru_shape.hpp"
 #include "eeprom/image.hpp"
+#include "eeprom/parts.hpp"
 #include "eeprom/tlv_shape.hpp"
 
 #include <fmt/format.h>
@@ -42,11 +43,10 @@ std::string own_name(Layout layout, const std::string &name) {
 }
 
 /// Of a field that is none, or that holds no text or number to give it.
-template <typename CanSet>
-[[noreturn]] void refuse_name(const std::string &field, const Decoded &decoded, CanSet can_set) {
+[[noreturn]] void refuse_name(const std::string &field, const Decoded &decoded) {
     std::vector<std::string_view> names;
     for (const Field &each : decoded.fields) {
-        if (can_set(each.name)) {
+        if (each.can_set) {
             names.push_back(each.name);
         }
     }
@@ -93,9 +93,8 @@ void set_entry(toml::table &entry, const Field &stored, const Edit &edit) {
 
 void edit_tlv(toml::table &section, const Decoded &decoded, const Edit &edit) {
     const Field *stored = decoded.field(edit.field);
-    const auto has_name = [](const std::string &name) { return !name.starts_with("entry"); };
-    if (stored == nullptr || !has_name(edit.field)) {
-        refuse_name(edit.field, decoded, has_name);
+    if (stored == nullptr || !stored->can_set) {
+        refuse_name(edit.field, decoded);
     }
     toml::array *entries = section["entry"].as_array();
     bool is_entry = false;
@@ -151,13 +150,10 @@ std::optional<FruKey> find_key(toml::table &section, const std::string &field) {
 }
 
 void edit_fru(toml::table &section, const Decoded &decoded, const Edit &edit) {
-    const auto can_set = [&section](const std::string &name) {
-        return find_key(section, name).has_value();
-    };
     const auto found = find_key(section, edit.field);
     const std::size_t custom = found ? custom_number(found->key) : 0;
     if (!found || (custom != 0 && decoded.field(edit.field) == nullptr)) {
-        refuse_name(edit.field, decoded, can_set);
+        refuse_name(edit.field, decoded);
     }
     if (edit.text.size() == 1) {
         refuse(edit.field, "a FRU field of one character reads as the end of all fields");
@@ -188,16 +184,59 @@ void let_areas_grow(toml::table &section) {
 // ---- Records ------------------------------------------------------------------------------------
 
 void edit_record(toml::table &section, const Decoded &decoded, const Edit &edit) {
-    const auto can_set = [&section](const std::string &name) {
-        return section.contains(name) && !section.get(name)->is_array();
-    };
-    if (decoded.field(edit.field) == nullptr || !can_set(edit.field)) {
-        refuse_name(edit.field, decoded, can_set);
+    const Field *stored = decoded.field(edit.field);
+    if (stored == nullptr || !stored->can_set) {
+        refuse_name(edit.field, decoded);
     }
     if (section.get(edit.field)->is_integer()) {
         section.insert_or_assign(edit.field, number_of(edit));
     } else {
         section.insert_or_assign(edit.field, edit.text);
+    }
+}
+
+// ---- Names of fields ----------------------------------------------------------------------------
+
+std::vector<std::string> fields_of_tlv() {
+    std::vector<std::string> names;
+    for (const tlv::EntryType &row : tlv::kEntryTypes) {
+        names.emplace_back(row.name);
+    }
+    return names;
+}
+
+std::vector<std::string> fields_of_fru() {
+    std::vector<std::string> names;
+    for (const fru::Area &area : fru::kAreas) {
+        for (std::size_t i = 0; i < area.fields.size(); ++i) {
+            names.push_back(fru::field_name(area, i));
+        }
+    }
+    return names;
+}
+
+/// The decoder knows them; those of a board depend on the first byte, 1 or 2.
+std::vector<std::string> fields_of_record(Layout layout) {
+    std::vector<std::string> names;
+    for (const std::uint8_t kind : {std::uint8_t{1}, std::uint8_t{2}}) {
+        const Hint hint{.layout = layout, .version_offset = 0};
+        for (const Field &field : decode(Bytes(kEepromSize, kind), hint).fields) {
+            if (field.can_set) {
+                names.push_back(field.name);
+            }
+        }
+    }
+    return names;
+}
+
+std::vector<std::string> fields_of(Layout layout) {
+    switch (layout) {
+        case Layout::tlv:
+            return fields_of_tlv();
+        case Layout::fru:
+            return fields_of_fru();
+        default:
+            return fields_of_record(layout);
     }
 }
 
@@ -235,6 +274,18 @@ bool reads_as(const Decoded &decoded, const Edit &edit) {
 }
 
 }  // namespace
+
+std::vector<std::string> fields_to_set(Layout expected) {
+    std::vector<std::string> names;
+    for (const Layout layout : layouts_behind(expected)) {
+        for (std::string &name : fields_of(layout)) {
+            if (std::ranges::find(names, name) == names.end()) {
+                names.push_back(std::move(name));
+            }
+        }
+    }
+    return names;
+}
 
 Bytes edited(const Bytes &image, const Decoded &decoded, const Hint &hint,
              const std::vector<Edit> &edits) {

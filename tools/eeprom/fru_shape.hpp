@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace eeprom::fru {
@@ -54,6 +55,9 @@ inline constexpr std::array kAreas = {
     Area{"board", "the FRU board info area", 3, "language", kEnglish, true, kBoardFields},
     Area{"", "the FRU product info area", 4, "language", kEnglish, false, kProductFields},
 };
+/// "board.serial_number", "custom 1" behind the fields that have names.
+std::string field_name(const Area &area, std::size_t index);
+
 constexpr std::size_t kInternalByte = 1;
 constexpr std::size_t kMultirecordByte = 5;
 

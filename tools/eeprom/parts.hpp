@@ -31,6 +31,9 @@ struct Parts {
     void line(const std::string &text) { sections += text + "\n"; }
 };
 
+/// Layouts that an image may turn out to have where this one is expected.
+std::vector<Layout> layouts_behind(Layout expected);
+
 /// The bytes as text where all are printable ASCII.
 std::optional<std::string> ascii_text(View bytes);
 /// A text in a field of fixed size, the rest NUL; nothing where it is none.

@@ -88,6 +88,64 @@ TEST_F(Completion, offers_what_the_board_has) {
     EXPECT_THAT(behind("lint --board ''"), ElementsAre("62"));
 }
 
+TEST_F(Completion, offers_fields_that_a_unit_may_hold) {
+    struct Case {
+        const char *words;
+        Words fields;
+    };
+    const Words tlv = {"product_name=", "serial_number=", "hw_version=", "device_type="};
+    const Case cases[] = {
+        {"fan 1 ''", tlv},
+        {"fan 2 board.",
+         {"board.manufacturer=", "board.product_name=", "board.serial_number=",
+          "board.part_number=", "board.fru_file_id="}},
+        {"power 1 product_", {"product_name=", "product_version="}},
+        {"fan 3 ''", {"type=", "serial_number=", "hw_version="}},
+        {"power 2 ''", {"name=", "hw_version="}},
+        {"backplane 1 ''", {"chassis_type=", "hw_version=", "serial_number=", "mac="}},
+        {"board sub", {"sub_type="}},
+        {"board dev", {"device_type="}},
+        {"subcard 1 s", {"serial_number="}},
+        {"--layout backplane fan 1 m", {"mac="}},
+        {"--bus 1 --addr 0x51 --layout fan_legacy t", {"type="}},
+        {"--bus 1 --addr 0x51 type=1 --layout fan_legacy ''", {"serial_number=", "hw_version="}},
+        {"--bus 1 --addr 0x51 product_", {"product_name=", "product_version="}},
+        // What has its text already is not asked for again, nor is the text known.
+        {"fan 1 hw_version=1 device_type=2 ''", {"product_name=", "serial_number="}},
+        {"backplane 1 mac = 00 : 11 chas", {"chassis_type="}},
+        {"fan 1 serial_number=", {}},
+        {"fan 1 serial_number =", {}},
+        {"fan 1 serial_number = h", {}},
+        // Elsewhere nothing can be told.
+        {"fan 9 ''", {}},
+        {"nonsense ''", {}},
+        {"--layout nonsense fan 1 ''", {}},
+        {"--bus 1 ''", {}},
+    };
+    for (const Case &each : cases) {
+        EXPECT_EQ(behind(std::string("eeprom set ") + each.words), each.fields) << each.words;
+    }
+}
+
+TEST_F(Completion, offers_every_field_that_an_image_takes) {
+    constexpr std::string_view kStart = "that can be set are ";
+    for (const std::string unit :
+         {"board", "fan 1", "fan 2", "fan 3", "power 1", "power 2", "subcard 1", "backplane 1"}) {
+        const std::string refusal = board_.dfdctl("eeprom set " + unit + " nonsense=1 --yes").err;
+        const std::size_t at = refusal.find(kStart);
+        ASSERT_NE(at, std::string::npos) << refusal;
+        const Words offered = behind("eeprom set " + unit + " ''");
+        std::istringstream list(refusal.substr(at + kStart.size(), refusal.find(';', at) - at));
+        for (std::string name; std::getline(list >> std::ws, name, ',');) {
+            name = name.substr(0, name.find(';'));
+            // Custom fields are those of one image: the configuration does not know them.
+            if (!name.starts_with("custom ")) {
+                EXPECT_THAT(offered, Contains(name + "=")) << unit;
+            }
+        }
+    }
+}
+
 TEST_F(Completion, offers_words_of_the_tool) {
     EXPECT_THAT(behind("slot power 3 ''"), ElementsAre("on", "off"));
     EXPECT_THAT(behind("write-protect ''"), ElementsAre("board", "fans", "subcards", "backplane"));
@@ -107,7 +165,8 @@ TEST_F(Completion, offers_words_of_the_tool) {
 
 TEST_F(Completion, touches_no_device) {
     for (const char *words :
-         {"show fans ''", "show leds ''", "get ''", "explain drv_get_fan_speed ''"}) {
+         {"show fans ''", "show leds ''", "get ''", "explain drv_get_fan_speed ''",
+          "eeprom set fan 2 ''", "eeprom set board ''", "eeprom set backplane 1 ''"}) {
         const Result traced = board_.vchassis(
             "run --trace", std::string("-- " BUILD_DIR "/dfdctl __complete ") + words);
         EXPECT_EQ(traced.status, 0);

@@ -29,15 +29,10 @@ bool refuse(void * /*context*/, const dfd::watch::Transfer & /*transfer*/, int *
     return true;
 }
 
-std::string value_of(const Expected &expected, const std::string &option) {
-    const auto found = expected.options.find(option);
-    return found != expected.options.end() ? found->second : std::string();
-}
-
 /// The types of chassis that a board may be in; without any one that no file is of.
 std::vector<int> chassis_of(const Expected &expected, const std::string &root) {
     std::uint32_t wanted = 0;
-    if (parse_number(value_of(expected, "--chassis"), wanted)) {
+    if (parse_number(expected.option("--chassis"), wanted)) {
         return {static_cast<int>(wanted)};
     }
     const std::vector<int> types = chassis_types(root);
@@ -56,12 +51,12 @@ void add_new(Candidates &all, Candidates more) {
 Candidates of_boards(const Expected &expected, const Values &values) {
     static constexpr dfd::watch::Hooks kHooks = {.answer = refuse};
     const char *variable = std::getenv(kRootVariable);
-    std::string root = value_of(expected, "--root");
+    std::string root = expected.option("--root");
     if (root.empty() && variable != nullptr) {
         root = variable;
     }
     Candidates all;
-    for (const BoardPlace &place : find_boards(root, value_of(expected, "--board"))) {
+    for (const BoardPlace &place : find_boards(root, expected.option("--board"))) {
         for (const int chassis : chassis_of(expected, place.root)) {
             const LoadRecord record = load_offline(
                 {.root = place.root, .board_type = place.board_type, .chassis_type = chassis});

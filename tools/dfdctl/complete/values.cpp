@@ -12,6 +12,7 @@
 #include "dfdctl/board/units.hpp"
 #include "dfdctl/board/write_protection.hpp"
 #include "dfdctl/coverage/require.hpp"
+#include "dfdctl/eeprom/place.hpp"
 #include "dfdctl/lint/lint.hpp"
 #include "dfdctl/observe/calls.hpp"
 #include "dfdctl/observe/units.hpp"
@@ -236,12 +237,40 @@ Candidates eeproms(const Expected &expected, const LoadRecord &record) {
     return found;
 }
 
-/// The number of the unit; fields have the names that `eeprom decode` prints.
+bool is_field(const std::string &word) {
+    return word.find('=') != std::string::npos;
+}
+
+/// Fields of the unit that the words in front name, but those that have their text already.
+Candidates eeprom_fields(const Expected &expected, const LoadRecord &record) {
+    const PlaceOptions given{.bus = expected.option("--bus"),
+                             .address = expected.option("--addr"),
+                             .layout = expected.option("--layout")};
+    std::vector<std::string> unit = expected.before;
+    std::erase_if(unit, is_field);
+    Candidates found;
+    for (const std::string &name : fields_to_set(unit, given, record)) {
+        const bool is_given = std::ranges::any_of(
+            expected.before, [&](const std::string &word) { return word.starts_with(name + "="); });
+        if (!is_given) {
+            found.push_back({name + "=", "field"});
+        }
+    }
+    return found;
+}
+
+/// An address may stand in place of the unit.
+Candidates eeprom_units(const Expected &expected, const LoadRecord &record) {
+    return expected.option("--bus").empty() ? eeproms(expected, record)
+                                            : eeprom_fields(expected, record);
+}
+
+/// The number of the unit, or a field.
 Candidates eeprom_number(const Expected &expected, const LoadRecord &record) {
     const bool is_number = std::ranges::any_of(kEepromUnits, [&](const EepromUnit &unit) {
         return expected.before.size() == 1 && unit.name == expected.before[0];
     });
-    return is_number ? eeproms(expected, record) : Candidates();
+    return is_number ? eeproms(expected, record) : eeprom_fields(expected, record);
 }
 
 // ---- Boards -------------------------------------------------------------------------------------
@@ -254,17 +283,12 @@ Candidates types(const std::vector<int> &numbers, const std::string &text) {
     return found;
 }
 
-std::string root_of(const Expected &expected) {
-    const auto root = expected.options.find("--root");
-    return root != expected.options.end() ? root->second : "";
-}
-
 Candidates known_board_types(const Expected &expected, const LoadRecord & /*record*/) {
-    return types(board_types(root_of(expected)), "board type");
+    return types(board_types(expected.option("--root")), "board type");
 }
 
 Candidates known_chassis_types(const Expected &expected, const LoadRecord & /*record*/) {
-    return types(chassis_types(root_of(expected)), "chassis type");
+    return types(chassis_types(expected.option("--root")), "chassis type");
 }
 
 // ---- Words of the tool --------------------------------------------------------------------------
@@ -368,7 +392,7 @@ constexpr Values kValues[] = {
     {"TYPE", "irq", kByTool, irq_types},
     {"TARGET", "write-protect", kByTool, protection_targets},
     {"IMAGE", "eeprom", kByBoard, eeproms},
-    {"UNIT", "eeprom", kByTool, eeproms},
+    {"UNIT", "eeprom", kByTool, eeprom_units},
     {"FIELD=TEXT", "eeprom", kByBoard, eeprom_number},
 };
 

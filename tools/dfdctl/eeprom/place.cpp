@@ -133,7 +133,7 @@ std::string units_text(const UnitRow &row, const LoadRecord &loaded) {
                : fmt::format("those with an EEPROM are {} {}", row.name, fmt::join(found, ", "));
 }
 
-ImagePlace unit_place(const UnitRow &row, const std::string &number, const LoadRecord &loaded) {
+ImagePlace numbered_place(const UnitRow &row, const std::string &number, const LoadRecord &loaded) {
     std::uint32_t index = 0;
     const bool is_number = parse_number(number, index);
     for (const std::uint32_t type : row.types) {
@@ -151,6 +151,23 @@ ImagePlace unit_place(const UnitRow &row, const std::string &number, const LoadR
     }
     throw UsageError(
         fmt::format("there is no {} {}; {}", row.name, number, units_text(row, loaded)));
+}
+
+bool is_board(const UnitRow &row) {
+    return row.name == kUnits.front().name;
+}
+
+/// The unit that the words begin with.
+ImagePlace unit_place(const UnitRow &row, std::span<const std::string> words,
+                      const LoadRecord &loaded) {
+    if (is_board(row)) {
+        return board_place();
+    }
+    if (words.size() == 1) {
+        throw UsageError(
+            fmt::format("{}: a number is missing; {}", row.name, units_text(row, loaded)));
+    }
+    return numbered_place(row, words[1], loaded);
 }
 
 ImagePlace bus_place(const PlaceOptions &given) {
@@ -258,17 +275,11 @@ std::vector<ImagePlace> places_of(std::span<const std::string> words, const Plac
             places.push_back(file_place(words[i]));
             continue;
         }
-        const bool is_board = row == kUnits.begin();
         if (!library) {
             library = require_library(options);
         }
-        if (!is_board && i + 1 == words.size()) {
-            throw UsageError(fmt::format("{}: a number is missing; {}", words[i],
-                                         units_text(*row, library->loaded)));
-        }
-        places.push_back(is_board ? board_place()
-                                  : unit_place(*row, words[i + 1], library->loaded));
-        i += is_board ? 0 : 1;
+        places.push_back(unit_place(*row, words.subspan(i), library->loaded));
+        i += is_board(*row) ? 0 : 1;
     }
     for (ImagePlace &place : places) {
         apply(given, place);
@@ -288,6 +299,20 @@ ImagePlace place_of(std::span<const std::string> words, const PlaceOptions &give
                               places[1].name));
     }
     return places.front();
+}
+
+std::vector<std::string> fields_to_set(std::span<const std::string> words,
+                                       const PlaceOptions &given, const LoadRecord &loaded) {
+    const bool is_address = !given.bus.empty() || !given.address.empty();
+    const auto *row = is_address || words.empty()
+                          ? kUnits.end()
+                          : std::ranges::find(kUnits, words.front(), &UnitRow::name);
+    if (!is_address && row == kUnits.end()) {
+        throw UsageError("no unit is named");
+    }
+    ImagePlace place = is_address ? bus_place(given) : unit_place(*row, words, loaded);
+    apply(given, place);
+    return eeprom::fields_to_set(place.hint.layout);
 }
 
 ImagePlace place_of_item(const Item &item, const info_ctrl_t &record) {

@@ -56,6 +56,10 @@ std::vector<ImagePlace> places_of(std::span<const std::string> words, const Plac
 /// The same of exactly one.
 ImagePlace place_of(std::span<const std::string> words, const PlaceOptions &given,
                     const Options &options);
+/// Fields that can be set in the EEPROM that words and options name, by its configured layout;
+/// the board is loaded, nothing is read. Throws UsageError.
+std::vector<std::string> fields_to_set(std::span<const std::string> words,
+                                       const PlaceOptions &given, const LoadRecord &loaded);
 /// The EEPROM that an item of mode tlv, fru or legacy describes.
 ImagePlace place_of_item(const Item &item, const struct info_ctrl &record);
 
