@@ -35,7 +35,8 @@ include(packaging/manual.cmake)
 
 # Each shell finds the file of a program by its name.
 if(DFD_TOOLS)
-  foreach(program dfdctl vchassis)
+  foreach(program dfdctl dfd-eeprom vchassis)
+    string(MAKE_C_IDENTIFIER ${program} function)
     configure_file(packaging/completion/completion.bash.in
       completion/bash-completion/completions/${program} @ONLY)
     configure_file(packaging/completion/completion.zsh.in

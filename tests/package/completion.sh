@@ -1,10 +1,11 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# completion.sh BUILD: bash completes commands through the installed functions; fish too, and zsh reads
-# its function, where these are installed.
+# completion.sh BUILD: bash completes commands through the installed functions; fish and zsh too, where
+# they are installed.
 set -eu
 build=$1
 completion=$build/completion
+here=$(cd "$(dirname "$0")" && pwd)
 export DFDCTL_COMPLETE_ROOT="$build/boards/demo"
 
 # expect WANTED GOT WHAT
@@ -39,14 +40,6 @@ expect "(filenames) a board" "$(in_bash dfdctl lint --root 'a ')" "bash: directo
 expect "(filenames) a board a file" "$(in_bash dfdctl lint 'a ' | sed 's/a file a board/a board a file/')" "bash: files"
 expect "run" "$(in_bash vchassis ru)" "bash: vchassis"
 
-if command -v zsh > /dev/null; then
-    for program in dfdctl vchassis; do
-        zsh -n "$completion/zsh/site-functions/_$program"
-    done
-else
-    echo "zsh is not installed: its functions were not read"
-fi
-
 if command -v fish > /dev/null; then
     fish=$(PATH="$build:$PATH" HOME="$work" fish --no-config -c "
         source $completion/fish/vendor_completions.d/dfdctl.fish
@@ -54,6 +47,28 @@ if command -v fish > /dev/null; then
         complete -C 'dfdctl show fans '
         complete -C 'vchassis run $build/boards/demo -- dfdctl get fan_real_speed_2'" | cut -f 1 | tr '\n' ' ')
     expect "1 2 3 4 fan_real_speed_2_1 fan_real_speed_2_2 " "$fish" "fish"
-else
-    echo "fish is not installed: its functions were not read"
 fi
+
+# at_tab TYPED WANTED: a line before and after the tab key; "|" is where it then ends.
+at_tab() {
+    printf '%s\n' "$1" >> "$work/typed"
+    printf '%s\n' "$2" >> "$work/wanted"
+}
+at_tab "dfdctl eeprom set fan 2 board.s" "dfdctl eeprom set fan 2 board.serial_number=|"
+at_tab "dfdctl eeprom set fan 3 serial_number=" "dfdctl eeprom set fan 3 serial_number=|"
+at_tab "dfdctl eeprom set fan 3 serial_number=A h" "dfdctl eeprom set fan 3 serial_number=A hw_version=|"
+at_tab "dfdctl eeprom set fan 9 s" "dfdctl eeprom set fan 9 s|"
+at_tab "dfdctl eeprom set --layout=back" "dfdctl eeprom set --layout=backplane |"
+at_tab "dfdctl coverage --answer fan_state_1" "dfdctl coverage --answer fan_state_1=|"
+at_tab "dfd-eeprom $work/a\\ f" "dfd-eeprom $work/a\\ file |"
+at_tab "dfd-eeprom --debug-s" "dfd-eeprom --debug-startup |"
+at_tab "vchassis ru" "vchassis run |"
+
+for shell in bash zsh fish; do
+    if command -v $shell > /dev/null && command -v python3 > /dev/null; then
+        PATH="$build:$PATH" python3 "$here/tab.py" $shell "$completion" < "$work/typed" > "$work/got"
+        diff -u "$work/wanted" "$work/got" || { echo "$shell: the tab key makes other lines"; exit 1; }
+    else
+        echo "SKIPPED: $shell or python3 is not installed: its functions were not tried"
+    fi
+done

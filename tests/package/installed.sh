@@ -53,6 +53,7 @@ EOF
 diff -u expected output
 
 for file in share/doc/libdfd/LICENSE share/doc/libdfd/configuration/README.md share/doc/libdfd/examples/platform.c \
-    share/dfd/libdfd.supp; do
+    share/dfd/libdfd.supp share/bash-completion/completions/dfd-eeprom share/zsh/site-functions/_dfd-eeprom \
+    share/fish/vendor_completions.d/dfd-eeprom.fish; do
     [ -s "$work/usr/$file" ] || { echo "not installed: $file"; exit 1; }
 done

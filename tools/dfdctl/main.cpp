@@ -307,7 +307,9 @@ std::vector<char *> words_of(std::span<char *const> arguments) {
     static char encode[] = "encode";
     std::vector<char *> words(arguments.begin(), arguments.end());
     if (!words.empty() && std::string_view(words.front()).ends_with("dfd-eeprom")) {
-        words.insert(words.begin() + 1, {eeprom, encode});
+        const bool is_completion =
+            words.size() > 1 && words[1] == std::string_view(dfd_tools::kCompleteWord);
+        words.insert(words.begin() + (is_completion ? 2 : 1), {eeprom, encode});
     }
     return words;
 }

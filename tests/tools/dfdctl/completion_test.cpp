@@ -184,6 +184,10 @@ TEST_F(Completion, goes_by_files_elsewhere_than_on_this_system) {
                 ElementsAre("fan_num"));
     EXPECT_THAT(words_of(run_tool("dfdctl __complete explain --root /nowhere slot_onl")),
                 IsEmpty());
+    EXPECT_THAT(words_of(run_tool("dfd-eeprom __complete unit.toml ''")), ElementsAre(":files"));
+    EXPECT_THAT(words_of(run_tool("dfd-eeprom __complete unit.toml unit.bin ''")), IsEmpty());
+    EXPECT_THAT(words_of(run_tool("dfd-eeprom __complete --debug ''")),
+                ElementsAre("1", "2", "3", "4"));
     EXPECT_THAT(words_of(run_tool("vchassis __complete re")), ElementsAre("reset"));
     EXPECT_THAT(words_of(run_tool("vchassis __complete run --trace ''")),
                 ElementsAre(":directories"));
