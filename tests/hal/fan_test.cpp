@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <numeric>
-
+#include "hal/e2prom/fru_board.h"
 #include "support/library_test.h"
 
 namespace {
@@ -9,18 +8,19 @@ using dfd_test::Bytes;
 using dfd_test::bytes_of;
 using dfd_test::e2prom_image;
 using dfd_test::in_own_process;
+using dfd_test::kCpld;
 using dfd_test::logged_by;
 using dfd_test::tlv_entry;
 using dfd_test::tlv_image;
 using dfd_test::operator+;
+using dfd_test::fru::fru_image;
 using testing::ElementsAre;
 using testing::EndsWith;
 using vchassis::Op;
 
 constexpr int kFan = 3;
-constexpr char kCpld[] = "/dev/cpld0";
-constexpr int kBus = 1;
-constexpr int kAddr = 0x53;
+constexpr int kTrayBus = 1;
+constexpr int kTrayAddr = 0x53;
 
 // How an item of the tests gets its value: members that follow the name of a way.
 struct Way {
@@ -75,34 +75,21 @@ std::string cfg(const std::string &items) {
     return lines;
 }
 
-void put_checksum(Bytes &bytes) {
-    bytes.back() = static_cast<std::uint8_t>(-std::accumulate(bytes.begin(), bytes.end() - 1, 0));
+Bytes tray_image(const std::string &name, const std::string &version = "",
+                 const std::string &sn = "") {
+    return fru_image({"MAKER", name, "P/N", version, sn}, 16);
 }
 
-Bytes fru_image(const std::string &name, const std::string &version = "",
-                const std::string &sn = "") {
-    Bytes header = {1, 0, 0, 0, 1, 0, 0, 0};
-    put_checksum(header);
-    Bytes area = {1, 16, 25};
-    for (const std::string &field : {std::string("MAKER"), name, std::string("P/N"), version, sn}) {
-        area = area + Bytes{static_cast<std::uint8_t>(0xC0 | field.size())} + bytes_of(field);
-    }
-    area.push_back(0xC1);
-    area.resize(128);
-    put_checksum(area);
-    return e2prom_image({{0, header + area}});
-}
-
-const Bytes kLegacy =
+const Bytes kLegacyTray =
     e2prom_image({{0, Bytes{0x2A} + bytes_of("1234567890ABC") + Bytes{0x01, 0x32}}});
-const Bytes kTlv = tlv_image(1, 0x12, 0x23, tlv_entry(3, bytes_of("SN-0001")));
-const Bytes kFru = fru_image("FAN TRAY 2 B", "123", "SN-0002");
+const Bytes kTlvTray = tlv_image(1, 0x12, 0x23, tlv_entry(3, bytes_of("SN-0001")));
+const Bytes kFruTray = tray_image("FAN TRAY 2 B", "123", "SN-0002");
 
 class FanTest : public dfd_test::LibraryTest {
   protected:
     FanTest() {
         chassis.describe("[[registers]]\npath = \"/dev/cpld0\"\nsize = 256\n");
-        add_e2prom(kBus, kAddr, Bytes(256, 0xFF));
+        add_e2prom(kTrayBus, kTrayAddr, Bytes(256, 0xFF));
         const Bytes text = bytes_of("ABCDEFGHIJKLMNOPQRSTUV");
         for (std::size_t i = 0; i < text.size(); ++i) {
             chassis.set_reg(kCpld, static_cast<std::uint32_t>(0x40 + i), text[i]);
@@ -121,7 +108,7 @@ class FanTest : public dfd_test::LibraryTest {
                 }
                 start(cfg(row.items) + more);
                 if constexpr (requires { row.image; }) {
-                    chassis.set_slave(kBus, kAddr, 0, row.image);
+                    chassis.set_slave(kTrayBus, kTrayAddr, 0, row.image);
                 }
                 check(row);
             });
@@ -131,7 +118,7 @@ class FanTest : public dfd_test::LibraryTest {
 
 constexpr char kFloor[] = "fan_speed_floor=100\n";
 constexpr char kLevels[] = "fan_speedlvl_convert_1=0x10\nfan_speedlvl_convert_2=0x24\n";
-constexpr char kNames[] = "fan_name_9_0=FAN-40\nfan_name_7_1=FANTRAY2\n";
+constexpr char kTrayNames[] = "fan_name_9_0=FAN-40\nfan_name_7_1=FANTRAY2\n";
 
 TEST_F(FanTest, StatusByPresenceThenFailureThenLine) {
     struct Row {
@@ -339,21 +326,21 @@ TEST_F(FanTest, TypeByLayout) {
         Bytes image;
         int type;
         const char *message = "";  // the last error
-        const char *more = kNames;
+        const char *more = kTrayNames;
     };
     const std::vector<Row> rows = {
-        {"", kTlv, -6},
-        {"fan_type=tlv", kTlv, 0x23},
+        {"", kTlvTray, -6},
+        {"fan_type=tlv", kTlvTray, 0x23},
         {"fan_type=tlv", Bytes(256, 0), -1},
         {"fan_type=fru", Bytes(256, 0), -1},
-        {"fan_type=legacy", kLegacy, 0x2A},
-        {"fan_type=fru", kFru, 7},
-        {"fan_type=fru", fru_image("\x84\x03\x02\x01"), 0x01020384},
+        {"fan_type=legacy", kLegacyTray, 0x2A},
+        {"fan_type=fru", kFruTray, 7},
+        {"fan_type=fru", tray_image("\x84\x03\x02\x01"), 0x01020384},
         // The length is that of the name as read, the look-up that of the name without spaces.
-        {"fan_type=fru", fru_image("A B "), 0x20422041, "get fan type by name[AB] fail\r\n"},
-        {"fan_type=fru", fru_image("TRAY 2"), -5, "get fan[3] type faile\r\n"},
-        {"fan_type=fru", fru_image(std::string(63, 'F')), -5, "get fan[3] type faile\r\n"},
-        {"fan_type=fru", kTlv, 0x23, "get fan type by name[#] fail\r\n"},
+        {"fan_type=fru", tray_image("A B "), 0x20422041, "get fan type by name[AB] fail\r\n"},
+        {"fan_type=fru", tray_image("TRAY 2"), -5, "get fan[3] type faile\r\n"},
+        {"fan_type=fru", tray_image(std::string(63, 'F')), -5, "get fan[3] type faile\r\n"},
+        {"fan_type=fru", kTlvTray, 0x23, "get fan type by name[#] fail\r\n"},
         {"fan_type=77", {}, 77},
         {"fan_type=broken", {}, -7, "get fan[0] type fail, rv=-7\r\n"},
     };
@@ -364,8 +351,8 @@ TEST_F(FanTest, TypeByLayout) {
 }
 
 TEST_F(FanTest, NamesAreTracedAsReadAndAsLookedUp) {
-    start(cfg("fan_type=fru") + kNames);
-    chassis.set_slave(kBus, kAddr, 0, fru_image("A B C"));
+    start(cfg("fan_type=fru") + kTrayNames);
+    chassis.set_slave(kTrayBus, kTrayAddr, 0, tray_image("A B C"));
     EXPECT_THAT(logged_by(DFD_DEBUG_VBOSE, [] { sdd_get_fan_type(kFan); }),
                 EndsWith("fan  name[A B C] to new[ABC]\r\nget fan type by name[A B C] fail\r\n"));
     std::vector<char> exact(4);
@@ -435,15 +422,15 @@ TEST_F(FanTest, SerialNumberByLayout) {
     const std::vector<TextRow> rows = {
         {"", {}, 21, 4, -6, 4, "~"},
         // The capacity plays no part where it is not that of a FRU query.
-        {"fan_sn=tlv", kTlv, 256, 0, 0, 7, "SN-0001|~"},
+        {"fan_sn=tlv", kTlvTray, 256, 0, 0, 7, "SN-0001|~"},
         {"fan_sn=tlv", long_image, 256, 4, 0, 200, longest + "|~"},
-        {"fan_sn=tlv", kLegacy, 256, 4, -1, 4, "~"},
-        {"fan_sn=legacy", kLegacy, 21, 21, 0, 21, "1234567890ABC|~"},
-        {"fan_sn=legacy", kLegacy, 13, 13, 0, 13, "1234567890ABC"},
-        {"fan_sn=fru", kFru, 21, 21, 0, 7, "SN-0002|~"},
-        {"fan_sn=fru", kFru, 7, 7, 0, 7, "SN-0002"},
-        {"fan_sn=fru", kFru, 3, 3, 0, 3, "SN-"},
-        {"fan_sn=fru", kFru, 3, 0, -22, 0, "~"},
+        {"fan_sn=tlv", kLegacyTray, 256, 4, -1, 4, "~"},
+        {"fan_sn=legacy", kLegacyTray, 21, 21, 0, 21, "1234567890ABC|~"},
+        {"fan_sn=legacy", kLegacyTray, 13, 13, 0, 13, "1234567890ABC"},
+        {"fan_sn=fru", kFruTray, 21, 21, 0, 7, "SN-0002|~"},
+        {"fan_sn=fru", kFruTray, 7, 7, 0, 7, "SN-0002"},
+        {"fan_sn=fru", kFruTray, 3, 3, 0, 3, "SN-"},
+        {"fan_sn=fru", kFruTray, 3, 0, -22, 0, "~"},
         {"fan_sn=text:6", {}, 21, 0, 0, 6, "ABCDEF|~"},
         {"fan_sn=text:21", {}, 21, 0, 0, 20, "ABCDEFGHIJKLMNOPQRST|"},
         {"fan_sn=text:22", {}, 21, 4, -5, 4, "~"},
@@ -453,10 +440,10 @@ TEST_F(FanTest, SerialNumberByLayout) {
 
 TEST_F(FanTest, HardwareVersionByLayout) {
     const std::vector<TextRow> rows = {
-        {"fan_hw_ver=tlv", kTlv, 21, 21, 0, 4, "1.20|~"},
-        {"fan_hw_ver=tlv", kTlv, 3, 3, -1, 3, "~~~"},
-        {"fan_hw_ver=fru", kFru, 21, 21, 0, 4, "1.23|~"},
-        {"fan_hw_ver=legacy", kLegacy, 21, 21, 0, 5, "V1.23|~"},
+        {"fan_hw_ver=tlv", kTlvTray, 21, 21, 0, 4, "1.20|~"},
+        {"fan_hw_ver=tlv", kTlvTray, 3, 3, -1, 3, "~~~"},
+        {"fan_hw_ver=fru", kFruTray, 21, 21, 0, 4, "1.23|~"},
+        {"fan_hw_ver=legacy", kLegacyTray, 21, 21, 0, 5, "V1.23|~"},
         {"fan_hw_ver=8449", {}, 21, 0, 0, 5, "V1.12|~"},  // 0x2101
         {"fan_hw_ver=2565", {}, 21, 0, 0, 5, "V5.a0|~"},  // 0x0A05
         {"fan_hw_ver=-1", {}, 21, 0, 0, 6, "Vff.ff|~"},
@@ -476,7 +463,7 @@ TEST_F(FanTest, SoftwareVersionsOfThreeOrFourBytesComeFromTheEeprom) {
         {"fan_sw_ver=tlv", entry, 21, 21, -5, 21, "~"},
         {"fan_sw_ver=chip:3", entry, 21, 21, 0, 3, "9.9|~"},
         {"fan_sw_ver=chip:4", entry, 21, 21, 0, 3, "9.9|~"},
-        {"fan_sw_ver=chip:3", kTlv, 21, 21, -1, 21, "~"},
+        {"fan_sw_ver=chip:3", kTlvTray, 21, 21, -1, 21, "~"},
         {"fan_sw_ver=chip:3", long_entry, 256, 256, 0, 40, std::string(40, 'x') + "|~"},
         {"fan_sw_ver=chip:3", long_entry, 21, 21, -1, 21, "~"},
         // A version that fills the buffer gives up its last character for the terminator.
@@ -508,17 +495,17 @@ TEST_F(FanTest, InventoryIsWrittenBetweenLiftingAndRestoringProtection) {
     const Bytes sn = bytes_of("ABCDEFGHIJKLM");
     const std::vector<Row> rows = {
         {"fan_hw_ver=tlv", tlv_image(1, 0, 0, tlv_entry(3, Bytes(14, '#'))), nullptr, 0, 8, sn},
-        {"fan_hw_ver=tlv", kLegacy, nullptr, -1, 0, {0x2A}},
-        {"fan_hw_ver=fru", fru_image("FAN", "1.23", "1234567890123"), "2.34", 0, 31, sn},
-        {"fan_hw_ver=legacy", kLegacy, "2.34", 0, 0, Bytes{0x55} + sn + Bytes{0x02, 0x43}},
-        {"fan_hw_ver=legacy", kLegacy, "bad", -1, 0, {0x2A}},
-        {"fan_hw_ver=broken", kLegacy, "2.34", 3, 0, {0x2A}},
-        {"fan_hw_ver=legacy e2_write_protect=at:27", kLegacy, "2.34", 0, 1, sn},
+        {"fan_hw_ver=tlv", kLegacyTray, nullptr, -1, 0, {0x2A}},
+        {"fan_hw_ver=fru", tray_image("FAN", "1.23", "1234567890123"), "2.34", 0, 31, sn},
+        {"fan_hw_ver=legacy", kLegacyTray, "2.34", 0, 0, Bytes{0x55} + sn + Bytes{0x02, 0x43}},
+        {"fan_hw_ver=legacy", kLegacyTray, "bad", -1, 0, {0x2A}},
+        {"fan_hw_ver=broken", kLegacyTray, "2.34", 3, 0, {0x2A}},
+        {"fan_hw_ver=legacy e2_write_protect=at:27", kLegacyTray, "2.34", 0, 1, sn},
     };
     const std::uint32_t type = 0x155;
     for_rows(rows, [&](const Row &row) {
         EXPECT_EQ(sdd_set_fan_info_with_type(kFan, &type, "ABCDEFGHIJKLM", row.hw), row.code);
-        const Bytes image = chassis.slave(kBus, kAddr);
+        const Bytes image = chassis.slave(kTrayBus, kTrayAddr);
         EXPECT_TRUE(std::equal(row.after.begin(), row.after.end(),
                                image.begin() + static_cast<std::ptrdiff_t>(row.at)));
         const bool has_signal = std::string(row.items).find(' ') != std::string::npos;
@@ -634,8 +621,8 @@ TEST_F(FanTest, MessagesNameTheirFunctions) {
             EXPECT_EQ(dfd_test::functions_logged_by(DFD_DEBUG_ERR, row.call), row.functions);
         });
     }
-    start(cfg("fan_type=fru") + "fan_attr_type_7=-F\n" + kNames);
-    chassis.set_slave(kBus, kAddr, 0, fru_image("TRAY 2"));
+    start(cfg("fan_type=fru") + "fan_attr_type_7=-F\n" + kTrayNames);
+    chassis.set_slave(kTrayBus, kTrayAddr, 0, tray_image("TRAY 2"));
     const std::string trace = dfd_test::functions_logged_by(DFD_DEBUG_VBOSE, type);
     EXPECT_THAT(trace,
                 EndsWith("sdd_get_e2prom_info_by_type_fru sdd_get_fan_type sdd_get_fan_type "));

@@ -155,7 +155,7 @@ TEST_F(I2cTest, DbA1FlagTakesOnlyAResultOfZero) {
 // What each name makes of the kernel's answer: raw counts and codes, or 0 for whatever went well.
 TEST_F(I2cTest, AnswersOfTheBusByName) {
     std::uint8_t byte = 0x33;
-    constexpr char kBus[] = "/dev/i2c-3";
+    constexpr char kChipBus[] = "/dev/i2c-3";
     struct Name {
         const char *name;
         std::function<int()> call;
@@ -164,14 +164,16 @@ TEST_F(I2cTest, AnswersOfTheBusByName) {
         const char *trace = "";
     };
     const Name kNames[] = {
-        {"read once", [&] { return sdd_read_i2c_one_time(kBus, 0x50, 0, &byte, 1, 0); }, true, 1},
-        {"write once", [&] { return sdd_write_i2c_one_time(kBus, 0x50, 0, &byte, 1, 0); }, true, 1},
-        {"sdd read", [&] { return sdd_read_i2c(kBus, 0x50, 0, &byte, 1); }, true, 5},
-        {"sdd write", [&] { return sdd_write_i2c(kBus, 0x50, 0, &byte, 1); }, true, 5},
-        {"port read", [&] { return dfd_read_port_i2c(kBus, 0x50, 0, &byte, 1); }, true, 5},
-        {"port write", [&] { return dfd_write_port_i2c(kBus, 0x50, 0, &byte, 1); }, true, 5},
-        {"ssa read", [&] { return ssa_i2c_read(kBus, 0x50, 0, &byte, 1); }, true, 5},
-        {"ssa write", [&] { return ssa_i2c_write(kBus, 0x50, 0, &byte, 1); }, false, 5},
+        {"read once", [&] { return sdd_read_i2c_one_time(kChipBus, 0x50, 0, &byte, 1, 0); }, true,
+         1},
+        {"write once", [&] { return sdd_write_i2c_one_time(kChipBus, 0x50, 0, &byte, 1, 0); }, true,
+         1},
+        {"sdd read", [&] { return sdd_read_i2c(kChipBus, 0x50, 0, &byte, 1); }, true, 5},
+        {"sdd write", [&] { return sdd_write_i2c(kChipBus, 0x50, 0, &byte, 1); }, true, 5},
+        {"port read", [&] { return dfd_read_port_i2c(kChipBus, 0x50, 0, &byte, 1); }, true, 5},
+        {"port write", [&] { return dfd_write_port_i2c(kChipBus, 0x50, 0, &byte, 1); }, true, 5},
+        {"ssa read", [&] { return ssa_i2c_read(kChipBus, 0x50, 0, &byte, 1); }, true, 5},
+        {"ssa write", [&] { return ssa_i2c_write(kChipBus, 0x50, 0, &byte, 1); }, false, 5},
         {"read", [&] { return dfd_i2c_read(3, 0x50, &byte, 1); }, false, 5},
         {"read offset", [&] { return dfd_i2c_read_offset(3, 0x50, 7, &byte, 1); }, false, 5},
         {"write", [&] { return dfd_i2c_write(3, 0x50, 0, &byte, 1); }, false, 5,

@@ -2,6 +2,7 @@
 #include <array>
 #include <memory>
 
+#include "hal/e2prom/fru_board.h"
 #include "support/library_test.h"
 
 namespace {
@@ -10,17 +11,18 @@ using dfd_test::Bytes;
 using dfd_test::bytes_of;
 using dfd_test::e2prom_image;
 using dfd_test::in_own_process;
+using dfd_test::kCpld;
 using dfd_test::logged_by;
 using dfd_test::tlv_entry;
 using dfd_test::tlv_image;
 using dfd_test::operator+;
+using dfd_test::fru::fru_image;
 using testing::EndsWith;
 using testing::HasSubstr;
 using vchassis::Op;
 
-constexpr char kCpld[] = "/dev/cpld0";
-constexpr int kBus = 2;
-constexpr int kAddr = 0x58;
+constexpr int kSupplyBus = 2;
+constexpr int kSupplyAddr = 0x58;
 constexpr int kSystem = -1;  // no index
 
 // Lines "KEY.MEMBER_ID=VALUE" from members given as "MEMBER=VALUE ...".
@@ -52,10 +54,10 @@ class PowerTest : public dfd_test::LibraryTest {
   protected:
     PowerTest() {
         chassis.describe("[[registers]]\npath = \"/dev/cpld0\"\nsize = 256\n");
-        add_e2prom(kBus, kAddr, Bytes(256, 0xFF));
+        add_e2prom(kSupplyBus, kSupplyAddr, Bytes(256, 0xFF));
     }
     void put(std::uint32_t offset, const Bytes &bytes) {
-        chassis.set_slave(kBus, kAddr, offset, bytes);
+        chassis.set_slave(kSupplyBus, kSupplyAddr, offset, bytes);
     }
     void put_word(std::uint32_t offset, unsigned raw) {
         put(offset, {static_cast<std::uint8_t>(raw), static_cast<std::uint8_t>(raw >> 8)});
@@ -160,7 +162,7 @@ TEST_F(PowerTest, LineFailureOnI2c) {
     EXPECT_EQ(sdd_get_power_status(1), 1);
     EXPECT_EQ(sdd_get_power_status(2), 1);
     EXPECT_EQ(sdd_get_power_status(3), 4) << "an item that cannot be read is as good as silence";
-    chassis.fail({.addr = kAddr, .count = 0, .error = ENXIO});
+    chassis.fail({.addr = kSupplyAddr, .count = 0, .error = ENXIO});
     EXPECT_EQ(sdd_get_power_status(1), 4);
     EXPECT_EQ(chassis.slept_us(), 50000U);
 }
@@ -312,21 +314,8 @@ TEST_F(PowerTest, RatedPowerFromATlvImage) {
 
 // ---- Identity
 
-Bytes with_checksum(Bytes bytes) {
-    unsigned sum = 0;
-    for (const std::uint8_t byte : bytes) {
-        sum += byte;
-    }
-    bytes.back() = static_cast<std::uint8_t>(-sum);
-    return bytes;
-}
-
-Bytes fru_image(const std::string &name) {
-    Bytes area = {1, 8, 25, 0xC2, 'M', 'K', static_cast<std::uint8_t>(0xC0 | name.size())};
-    area = area + bytes_of(name);
-    area.push_back(0xC1);
-    area.resize(64);
-    return e2prom_image({{0, with_checksum({1, 0, 0, 0, 1, 0, 0, 0})}, {8, with_checksum(area)}});
+Bytes supply_image(const std::string &name) {
+    return fru_image({"MK", name}, 8);
 }
 
 Bytes name_at_0x20(const std::string &name) {
@@ -350,8 +339,8 @@ TEST_F(PowerTest, TypeAndNameBySource) {
         int type, code;
         std::string name;
     };
-    const Row kRows[] = {{fru, fru_image("PSU-AC-1200 rev2"), 7, 0, "PSU-AC-1200"},
-                         {fru, fru_image(ls), 10, 0, ls.substr(0, 31)},
+    const Row kRows[] = {{fru, supply_image("PSU-AC-1200 rev2"), 7, 0, "PSU-AC-1200"},
+                         {fru, supply_image(ls), 10, 0, ls.substr(0, 31)},
                          {fru, tlv_image(1, 0, '#', Bytes(3)), 9, 0, "#"},
                          {tlv, tlv_image(1, 0, '#', Bytes(3)), 9, 0, "#"},
                          {tlv, Bytes(256, 0xFF), -1, -1, ""},
@@ -377,7 +366,7 @@ TEST_F(PowerTest, TypeAndNameBySource) {
     EXPECT_EQ(sdd_get_power_name(fru, nullptr, &len), -8);
     EXPECT_EQ(sdd_get_power_name(fru, buf, nullptr), -8);
     EXPECT_EQ(sdd_get_power_name(none, nullptr, nullptr), -6);
-    chassis.fail({.addr = kAddr, .count = 0, .error = ENXIO});
+    chassis.fail({.addr = kSupplyAddr, .count = 0, .error = ENXIO});
     EXPECT_THAT(logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(sdd_get_power_type(config), -7); }),
                 EndsWith("get power[4] type buf fail, rv=-7\r\n"));
     EXPECT_THAT(logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(sdd_get_power_type(legacy), -1); }),
@@ -595,7 +584,7 @@ TEST_F(PowerTest, MessagesNameTheirFunctions) {
           Row{[&] { sdd_get_power_temp(9, 0, &value); }, "sdd_get_power_temp "}}) {
         EXPECT_EQ(dfd_test::functions_logged_by(DFD_DEBUG_ERR, row.call), row.functions);
     }
-    chassis.fail({.addr = kAddr, .count = 0, .error = ENXIO});
+    chassis.fail({.addr = kSupplyAddr, .count = 0, .error = ENXIO});
     EXPECT_EQ(dfd_test::functions_logged_by(DFD_DEBUG_ERR, [] { sdd_get_power_type(2); }),
               "dfd_read_e2prom sdd_get_e2prom_legacy_power_info_by_type ")
         << "a reader's failure is passed on without a word";
@@ -643,9 +632,9 @@ TEST_F(PowerTest, NamesInDirtyBuffers) {
     };
     const std::string dirt(32, '~');
     for (const Row &row :
-         {Row{1, fru_image("AC 650"), "AC|"},
-          Row{1, fru_image(std::string(31, 'L')), "LLLLLLLLLLLLLLLLLLLLLLLLLLLLLLL|"},
-          Row{1, fru_image(std::string(33, 'L')), "LLLLLLLLLLLLLLLLLLLLLLLLLLLLLLL|"},
+         {Row{1, supply_image("AC 650"), "AC|"},
+          Row{1, supply_image(std::string(31, 'L')), "LLLLLLLLLLLLLLLLLLLLLLLLLLLLLLL|"},
+          Row{1, supply_image(std::string(33, 'L')), "LLLLLLLLLLLLLLLLLLLLLLLLLLLLLLL|"},
           Row{2, name_at_0x20("ABCDEFGHIJKL"), "ABCDEFGHIJKL|"},
           Row{2, name_at_0x20(" BCDEFGHIJKL"), "|"},
           Row{2,

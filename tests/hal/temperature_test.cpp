@@ -9,8 +9,8 @@ using dfd_test::in_own_process;
 using testing::ElementsAre;
 using vchassis::Op;
 
-constexpr int kBus = 1;
-constexpr int kAddr = 0x48;
+constexpr int kSensorBus = 1;
+constexpr int kSensorAddr = 0x48;
 constexpr int kOwnSlot = 5;
 constexpr char kMacFile[] = "/tmp/bspinfo/mac_temp";
 
@@ -53,7 +53,7 @@ TEST_F(TemperatureTest, SensorsAreConvertedByTheirType) {
             // 0 is the own card, 31 stands for slots 30 and 31.
             start_in_slot_5(sensor("_0_2", row.type, row.frmt) +
                             sensor("_31_2", row.type, row.frmt));
-            chassis.set_slave(kBus, kAddr, 0, Bytes{row.high, row.low});
+            chassis.set_slave(kSensorBus, kSensorAddr, 0, Bytes{row.high, row.low});
             for (const int slot : {kOwnSlot, 30, 31}) {
                 int temp = 999;
                 EXPECT_EQ(sdd_get_card_temp(slot, 2, &temp), 0);
@@ -119,7 +119,7 @@ TEST_F(TemperatureTest, SetUpPutsTmp411IntoExtendedRange) {
                 ElementsAre("transfer /dev/i2c-1 {w 0x48 [09]} {w 0x48 nostart [04]} = 2",
                             "transfer /dev/i2c-1 {w 0x48 [22]} {w 0x48 nostart [00]} = 2"));
     chassis.clear_log();
-    chassis.fail({.addr = kAddr, .offset = 9, .count = 0});
+    chassis.fail({.addr = kSensorAddr, .offset = 9, .count = 0});
     EXPECT_EQ(sdd_set_card_temp_cfg(kOwnSlot, 2), -1);
     EXPECT_EQ(count(Op::transfer), 5U) << "the second register is left";
 }

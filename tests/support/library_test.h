@@ -22,6 +22,10 @@ namespace dfd_test {
 
 using Bytes = std::vector<std::uint8_t>;
 
+// Where tests put their registers and the EEPROM whose images they check.
+inline constexpr char kCpld[] = "/dev/cpld0";
+inline constexpr char kBus[] = "/dev/i2c-2";
+
 // While it lives, allocations are not watched for leaks: trees and lists are never taken down.
 #ifdef DFD_SANITIZED
 using NeverFreed = __lsan::ScopedDisabler;

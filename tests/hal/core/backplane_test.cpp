@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
+#include "support/board.h"
 #include "support/libc_calls.h"
-#include "support/library_test.h"
 
 namespace {
 
 using dfd_test::Bytes;
 using dfd_test::bytes_of;
+using dfd_test::constant;
 using dfd_test::e2prom_image;
 using dfd_test::in_own_process;
 using dfd_test::logged_by;
@@ -26,10 +27,6 @@ std::string text_field(const std::string &key, int offset, int len, const char *
            line(".len", std::to_string(len));
 }
 
-std::string constant(const std::string &key, int value) {
-    return key + ".mode_1=constant\n" + key + ".int_cons_1=" + std::to_string(value) + "\n";
-}
-
 // The same items of backplane 2, with a file of their own.
 std::string of_backplane2(std::string config) {
     for (const auto &[one, two] : {std::pair{"_1=", "_2="}, {"bspinfo/bp", "bspinfo/b2"}}) {
@@ -44,8 +41,8 @@ std::string of_backplane2(std::string config) {
 std::string fields() {
     return text_field("backplane_hw_ver", 0, 7) + text_field("backplane_sn", 7, 16) +
            text_field("backplane_mac", 23, 17) + text_field("backplane_serial0", 41, 1, "num_str") +
-           constant("backplane_serial1", 0x1F2) + constant("backplane_serial2", 3) +
-           constant("backplane_serial3", 4);
+           constant("backplane_serial1", 0x1F2, "_1") + constant("backplane_serial2", 3, "_1") +
+           constant("backplane_serial3", 4, "_1");
 }
 
 class BackplaneTest : public dfd_test::LibraryTest {
@@ -162,7 +159,7 @@ TEST_F(BackplaneTest, EachBackplaneHasItsOwnRecord) {
 TEST_F(BackplaneTest, FieldsEndAtTheFirstFailure) {
     chassis.write_file("/tmp/bspinfo/bp", kFieldFile);
     start(text_field("backplane_hw_ver", 0, 7) + text_field("backplane_sn", 7, 19) +
-          constant("backplane_serial1", 1));
+          constant("backplane_serial1", 1, "_1"));
     backplane_info_t record{};
     EXPECT_EQ(logged_by(DFD_DEBUG_ERR, [&] { EXPECT_EQ(sdd_get_backplane_info(1, &record), 0); }),
               "info ctrl[key=0x74000100] buf process fail, rv=-5\r\n"

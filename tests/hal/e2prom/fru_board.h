@@ -8,7 +8,6 @@
 
 namespace dfd_test::fru {
 
-inline constexpr char kBus[] = "/dev/i2c-2";
 inline constexpr int kAddr = 0x52;
 
 inline void put_checksum(Bytes &bytes) {
@@ -33,6 +32,11 @@ inline Bytes product_area(const std::vector<std::string> &fields, std::uint8_t b
     area.resize(blocks * 8U);
     put_checksum(area);
     return area;
+}
+
+// An EEPROM with such an area behind the header and 0xFF behind both.
+inline Bytes fru_image(const std::vector<std::string> &fields, std::uint8_t blocks) {
+    return e2prom_image({{0, common_header(1) + product_area(fields, blocks)}});
 }
 
 inline const std::vector<std::string> kFields = {"MAKER",  "PSU-650", "P/N", "123",

@@ -16,6 +16,7 @@ using dfd_test::bytes_of;
 using dfd_test::DirtyBuffer;
 using dfd_test::e2prom_image;
 using dfd_test::functions_logged_by;
+using dfd_test::kBus;
 using dfd_test::logged_by;
 using dfd_test::tlv_entry;
 using dfd_test::tlv_image;

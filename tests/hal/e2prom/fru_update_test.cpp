@@ -10,6 +10,7 @@ namespace {
 using namespace dfd_test::fru;
 
 using dfd_test::Bytes;
+using dfd_test::kBus;
 using dfd_test::logged_by;
 using dfd_test::operator+;
 using testing::EndsWith;

@@ -12,13 +12,13 @@ namespace {
 using dfd_test::Bytes;
 using dfd_test::bytes_of;
 using dfd_test::e2prom_image;
+using dfd_test::kBus;
 using dfd_test::LibraryTest;
 using dfd_test::tlv_entry;
 using dfd_test::tlv_image;
 using dfd_test::operator+;
 using dfd_test::fru::common_header;
 using dfd_test::fru::kAddr;
-using dfd_test::fru::kBus;
 using dfd_test::fru::product_area;
 
 // What a reader of the image gets: name, serial number, hardware version.

@@ -8,20 +8,20 @@ using dfd_test::bytes_of;
 using dfd_test::DirtyBuffer;
 using dfd_test::e2prom_image;
 using dfd_test::functions_logged_by;
+using dfd_test::kBus;
 using dfd_test::logged_by;
 using dfd_test::operator+;
 using testing::EndsWith;
 using vchassis::Op;
 
-constexpr char kBus[] = "/dev/i2c-2";
-constexpr int kAddr = 0x53;
+constexpr int kLegacyAddr = 0x53;
 constexpr int kNameAt = 0x20;
 constexpr int kVersionAt = 0x40;
 
 class LegacyTest : public dfd_test::LibraryTest {
   protected:
     LegacyTest() {
-        add_e2prom(2, kAddr,
+        add_e2prom(2, kLegacyAddr,
                    e2prom_image({{0, {0x2A}},
                                  {1, bytes_of("1234567890ABC")},
                                  {14, {0x01, 0x32}},
@@ -29,14 +29,14 @@ class LegacyTest : public dfd_test::LibraryTest {
                                  {kVersionAt, bytes_of("205")}}));
     }
     Bytes stored(std::size_t at, std::size_t size) const {
-        const Bytes image = chassis.slave(2, kAddr);
+        const Bytes image = chassis.slave(2, kLegacyAddr);
         const auto from = image.begin() + static_cast<std::ptrdiff_t>(at);
         return {from, from + static_cast<std::ptrdiff_t>(size)};
     }
     static std::pair<int, std::string> fan(std::uint32_t type) {
         char buf[16] = "ends in no NUL.";
         int len = 0;  // not looked at
-        const int code = sdd_get_e2prom_legacy_info_by_type(kBus, type, kAddr, buf, &len);
+        const int code = sdd_get_e2prom_legacy_info_by_type(kBus, type, kLegacyAddr, buf, &len);
         EXPECT_TRUE(type != 5 || buf[len] == '\0');
         return {code, std::string(buf, static_cast<std::size_t>(len))};
     }
@@ -44,7 +44,7 @@ class LegacyTest : public dfd_test::LibraryTest {
         char buf[16] = "ends in no NUL.";
         int len = 0;
         const int code =
-            sdd_get_e2prom_legacy_power_info_by_type(kBus, type, kAddr, offset, buf, &len);
+            sdd_get_e2prom_legacy_power_info_by_type(kBus, type, kLegacyAddr, offset, buf, &len);
         EXPECT_TRUE(type != 5 || buf[len] == '\0');
         return {code, std::string(buf, static_cast<std::size_t>(len))};
     }
@@ -57,7 +57,7 @@ TEST_F(LegacyTest, FieldsByInformationType) {
     EXPECT_EQ(fan(5), Found(0, "V1.23"));
     std::uint32_t type = 0;
     int len = 0;
-    EXPECT_EQ(sdd_get_e2prom_legacy_info_by_type(kBus, 6, kAddr, &type, &len), 0);
+    EXPECT_EQ(sdd_get_e2prom_legacy_info_by_type(kBus, 6, kLegacyAddr, &type, &len), 0);
     EXPECT_EQ(type, 0x2AU);
     EXPECT_EQ(len, 4);
     EXPECT_EQ(fan(2), Found(-1, ""));
@@ -66,8 +66,9 @@ TEST_F(LegacyTest, FieldsByInformationType) {
     chassis.clear_log();
     EXPECT_EQ(power(3, kVersionAt), Found(-1, ""));
     EXPECT_EQ(count(Op::transfer), 0U);
-    EXPECT_EQ(sdd_get_e2prom_legacy_info_by_type(kBus, 3, kAddr, nullptr, &len), -22);
-    EXPECT_EQ(sdd_get_e2prom_legacy_power_info_by_type(kBus, 2, kAddr, 0, &type, nullptr), -22);
+    EXPECT_EQ(sdd_get_e2prom_legacy_info_by_type(kBus, 3, kLegacyAddr, nullptr, &len), -22);
+    EXPECT_EQ(sdd_get_e2prom_legacy_power_info_by_type(kBus, 2, kLegacyAddr, 0, &type, nullptr),
+              -22);
 }
 
 TEST_F(LegacyTest, FailedReadsNameWhatTheyWereFor) {
@@ -78,18 +79,22 @@ TEST_F(LegacyTest, FailedReadsNameWhatTheyWereFor) {
     char buf[16];
     int len = 16;
     const Row kRows[] = {
-        {[&] { return sdd_get_e2prom_legacy_info_by_type(kBus, 3, kAddr, buf, &len); },
+        {[&] { return sdd_get_e2prom_legacy_info_by_type(kBus, 3, kLegacyAddr, buf, &len); },
          "Read fan eeprom error(dev: /dev/i2c-2, addr: 53).\n"},
-        {[] { return dfd_set_fan_info_legacy(kBus, kAddr, nullptr, nullptr, "1.00"); },
+        {[] { return dfd_set_fan_info_legacy(kBus, kLegacyAddr, nullptr, nullptr, "1.00"); },
          "Read fan eeprom error(dev: /dev/i2c-2, addr: 53).\n"},
-        {[&] { return sdd_get_e2prom_legacy_power_info_by_type(kBus, 2, kAddr, 0x20, buf, &len); },
+        {[&] {
+             return sdd_get_e2prom_legacy_power_info_by_type(kBus, 2, kLegacyAddr, 0x20, buf, &len);
+         },
          "Read power eeprom name error(dev: /dev/i2c-2, addr: 53, offset:20).\n"},
-        {[&] { return sdd_get_e2prom_legacy_power_info_by_type(kBus, 5, kAddr, 0x40, buf, &len); },
+        {[&] {
+             return sdd_get_e2prom_legacy_power_info_by_type(kBus, 5, kLegacyAddr, 0x40, buf, &len);
+         },
          "Read power eeprom hw error(dev: /dev/i2c-2, addr: 53, offset:40).\n"},
-        {[] { return dfd_set_power_info_legacy(kBus, kAddr, 0x40, "1.00"); },
+        {[] { return dfd_set_power_info_legacy(kBus, kLegacyAddr, 0x40, "1.00"); },
          "Read power eeprom error(dev: /dev/i2c-2, addr: 53, offset: 40).\n"},
     };
-    chassis.fail({.addr = kAddr, .count = 0, .error = 0, .result = -9});
+    chassis.fail({.addr = kLegacyAddr, .count = 0, .error = 0, .result = -9});
     for (const Row &row : kRows) {
         EXPECT_THAT(logged_by(DFD_DEBUG_ERR, [&] { EXPECT_EQ(row.call(), -9); }),
                     EndsWith("(ret -9)\r\n" + std::string(row.message)));
@@ -109,21 +114,22 @@ TEST_F(LegacyTest, MessagesNameTheirFunctions) {
         }
     };
     const auto fan_query = [&](void *to, int *capacity) {
-        return [=] { sdd_get_e2prom_legacy_info_by_type(kBus, 3, kAddr, to, capacity); };
+        return [=] { sdd_get_e2prom_legacy_info_by_type(kBus, 3, kLegacyAddr, to, capacity); };
     };
     const auto power_query = [&](std::uint32_t type, void *to, int *capacity) {
-        return
-            [=] { sdd_get_e2prom_legacy_power_info_by_type(kBus, type, kAddr, 0, to, capacity); };
+        return [=] {
+            sdd_get_e2prom_legacy_power_info_by_type(kBus, type, kLegacyAddr, 0, to, capacity);
+        };
     };
     const auto set_fan = [&](const char *sn, const char *hw) {
         return [=, this] {
-            dfd_set_fan_info_legacy(kBus, kAddr, nullptr, sn, hw);
+            dfd_set_fan_info_legacy(kBus, kLegacyAddr, nullptr, sn, hw);
             chassis.advance_us(100000);
         };
     };
     const auto set_power = [&](const char *hw) {
         return [=, this] {
-            dfd_set_power_info_legacy(kBus, kAddr, kVersionAt, hw);
+            dfd_set_power_info_legacy(kBus, kLegacyAddr, kVersionAt, hw);
             chassis.advance_us(100000);
         };
     };
@@ -143,11 +149,11 @@ TEST_F(LegacyTest, MessagesNameTheirFunctions) {
                  "dfd_set_fan_info_legacy dfd_set_fan_info_legacy dfd_set_fan_info_legacy "},
                 {set_power(""), "dfd_set_power_info_legacy "},
                 {set_power("1.23"), "dfd_set_power_info_legacy dfd_set_power_info_legacy "}});
-    chassis.fail({.addr = kAddr, .offset = 0, .skip = 1, .count = 5});
+    chassis.fail({.addr = kLegacyAddr, .offset = 0, .skip = 1, .count = 5});
     expect_all(DFD_DEBUG_ERR,
                {{set_fan(kSn, nullptr), "dfd_write_e2prom dfd_set_fan_info_legacy "}});
     chassis.clear_faults();
-    chassis.fail({.addr = kAddr, .count = 0});
+    chassis.fail({.addr = kLegacyAddr, .count = 0});
     expect_all(
         DFD_DEBUG_ERR,
         {{fan_query(buf, &len), "dfd_read_e2prom sdd_get_e2prom_legacy_info_by_type "},
@@ -172,24 +178,24 @@ TEST_F(LegacyTest, DirtyBuffersKeepWhatIsNotDelivered) {
           Row{true, 5, 6, 4, "2.05|~"}, Row{true, 5, 5, 4, "2.05|"}}) {
         DirtyBuffer buf(row.size);
         int len = 0;
-        EXPECT_EQ(
-            row.is_power
-                ? sdd_get_e2prom_legacy_power_info_by_type(
-                      kBus, row.type, kAddr, row.type == 2 ? kNameAt : kVersionAt, buf.data(), &len)
-                : sdd_get_e2prom_legacy_info_by_type(kBus, row.type, kAddr, buf.data(), &len),
-            0);
+        EXPECT_EQ(row.is_power ? sdd_get_e2prom_legacy_power_info_by_type(
+                                     kBus, row.type, kLegacyAddr,
+                                     row.type == 2 ? kNameAt : kVersionAt, buf.data(), &len)
+                               : sdd_get_e2prom_legacy_info_by_type(kBus, row.type, kLegacyAddr,
+                                                                    buf.data(), &len),
+                  0);
         EXPECT_EQ(len, row.len) << row.bytes;
         EXPECT_EQ(buf.shown(), row.bytes);
     }
     // The widest version: two digits before the point, two behind it.
-    chassis.set_slave(2, kAddr, 14, Bytes{0xFF, 0xA5});
+    chassis.set_slave(2, kLegacyAddr, 14, Bytes{0xFF, 0xA5});
     DirtyBuffer buf(7);
     int len = 0;
-    EXPECT_EQ(sdd_get_e2prom_legacy_info_by_type(kBus, 5, kAddr, buf.data(), &len), 0);
+    EXPECT_EQ(sdd_get_e2prom_legacy_info_by_type(kBus, 5, kLegacyAddr, buf.data(), &len), 0);
     EXPECT_EQ(buf.shown(), "Vff.5a|");
     EXPECT_EQ(len, 6);
     DirtyBuffer type(5);
-    EXPECT_EQ(sdd_get_e2prom_legacy_info_by_type(kBus, 6, kAddr, type.data(), &len), 0);
+    EXPECT_EQ(sdd_get_e2prom_legacy_info_by_type(kBus, 6, kLegacyAddr, type.data(), &len), 0);
     std::uint32_t value = 0;
     memcpy(&value, type.data(), sizeof value);
     EXPECT_EQ(value, 0x2AU);
@@ -199,11 +205,12 @@ TEST_F(LegacyTest, DirtyBuffersKeepWhatIsNotDelivered) {
 TEST_F(LegacyTest, TraceSaysWhatAnUpdateChanges) {
     EXPECT_EQ(logged_by(DFD_DEBUG_VBOSE,
                         [&] {
-                            dfd_set_fan_info_legacy(kBus, kAddr, nullptr, nullptr, "1.23");
+                            dfd_set_fan_info_legacy(kBus, kLegacyAddr, nullptr, nullptr, "1.23");
                             chassis.advance_us(100000);
-                            dfd_set_fan_info_legacy(kBus, kAddr, nullptr, "1234567890ABC", "");
-                            dfd_set_fan_info_legacy(kBus, kAddr, nullptr, "", nullptr);
-                            dfd_set_power_info_legacy(kBus, kAddr, kVersionAt, nullptr);
+                            dfd_set_fan_info_legacy(kBus, kLegacyAddr, nullptr, "1234567890ABC",
+                                                    "");
+                            dfd_set_fan_info_legacy(kBus, kLegacyAddr, nullptr, "", nullptr);
+                            dfd_set_power_info_legacy(kBus, kLegacyAddr, kVersionAt, nullptr);
                         }),
               "Fan set sn:do nothing\nFan hw strtol:0x123Fan hw now:0x1 0x32\n"
               "Fan set hw:do nothing\nSet fan do nothing, both sn and hw are empty!\n"
@@ -225,17 +232,17 @@ TEST_F(LegacyTest, FanUpdateWritesTheWholeRecord) {
               "V1.2a"},
           Row{"1234567890ABC", "9.07", Bytes{0x55} + bytes_of("1234567890ABC") + Bytes{0x09, 0x70},
               "V9.07"}}) {
-        EXPECT_EQ(dfd_set_fan_info_legacy(kBus, kAddr, &type, row.sn, row.hw), 0);
+        EXPECT_EQ(dfd_set_fan_info_legacy(kBus, kLegacyAddr, &type, row.sn, row.hw), 0);
         EXPECT_EQ(stored(0, 16), row.record);
         chassis.advance_us(100000);
         EXPECT_EQ(fan(5), Found(0, row.version));
     }
-    EXPECT_EQ(dfd_set_fan_info_legacy(kBus, kAddr, nullptr, nullptr, "1.00"), 0);
+    EXPECT_EQ(dfd_set_fan_info_legacy(kBus, kLegacyAddr, nullptr, nullptr, "1.00"), 0);
     EXPECT_EQ(stored(0, 1), Bytes{0x55}) << "no type given";
 }
 
 TEST_F(LegacyTest, RefusedTextsWriteNothing) {
-    const Bytes before = chassis.slave(2, kAddr);
+    const Bytes before = chassis.slave(2, kLegacyAddr);
     const std::uint32_t type = 9;
     struct Row {
         const char *sn;
@@ -252,36 +259,44 @@ TEST_F(LegacyTest, RefusedTextsWriteNothing) {
         chassis.clear_log();
         EXPECT_EQ(logged_by(DFD_DEBUG_ERR,
                             [&] {
-                                EXPECT_EQ(
-                                    dfd_set_fan_info_legacy(kBus, kAddr, &type, row.sn, row.hw),
-                                    row.code);
+                                EXPECT_EQ(dfd_set_fan_info_legacy(kBus, kLegacyAddr, &type, row.sn,
+                                                                  row.hw),
+                                          row.code);
                             }),
                   row.message);
         EXPECT_EQ(count(Op::transfer), row.reads);
     }
-    EXPECT_EQ(dfd_set_power_info_legacy(kBus, kAddr, kVersionAt, ""), 0);
+    EXPECT_EQ(dfd_set_power_info_legacy(kBus, kLegacyAddr, kVersionAt, ""), 0);
     EXPECT_EQ(
-        logged_by(DFD_DEBUG_ERR,
-                  [] { EXPECT_EQ(dfd_set_power_info_legacy(kBus, kAddr, kVersionAt, "123"), -1); }),
+        logged_by(
+            DFD_DEBUG_ERR,
+            [] { EXPECT_EQ(dfd_set_power_info_legacy(kBus, kLegacyAddr, kVersionAt, "123"), -1); }),
         "HW format must x.yz, now is:123");
-    EXPECT_EQ(chassis.slave(2, kAddr), before);
+    EXPECT_EQ(chassis.slave(2, kLegacyAddr), before);
 }
 
 TEST_F(LegacyTest, PowerVersionIsKeptAsCharacters) {
     EXPECT_EQ(
-        logged_by(DFD_DEBUG_VBOSE,
-                  [] { EXPECT_EQ(dfd_set_power_info_legacy(kBus, kAddr, kVersionAt, "3.1f"), 0); }),
+        logged_by(
+            DFD_DEBUG_VBOSE,
+            [] { EXPECT_EQ(dfd_set_power_info_legacy(kBus, kLegacyAddr, kVersionAt, "3.1f"), 0); }),
         "Power hw strtol:0x31fPower hw now:0x33 0x31 0x66\n");
     EXPECT_EQ(stored(kVersionAt, 3), bytes_of("31f"));
     chassis.advance_us(100000);
     EXPECT_EQ(power(5, kVersionAt), Found(0, "3.1f"));
-    chassis.fail(
-        {.addr = kAddr, .offset = kVersionAt, .skip = 1, .count = 0, .error = 0, .result = -9});
-    EXPECT_THAT(
-        logged_by(
-            DFD_DEBUG_ERR,
-            [] { EXPECT_EQ(dfd_set_power_info_legacy(kBus, kAddr, kVersionAt, "1.00"), -1); }),
-        EndsWith("Write e2prom error:-9\n"));
+    chassis.fail({.addr = kLegacyAddr,
+                  .offset = kVersionAt,
+                  .skip = 1,
+                  .count = 0,
+                  .error = 0,
+                  .result = -9});
+    EXPECT_THAT(logged_by(DFD_DEBUG_ERR,
+                          [] {
+                              EXPECT_EQ(
+                                  dfd_set_power_info_legacy(kBus, kLegacyAddr, kVersionAt, "1.00"),
+                                  -1);
+                          }),
+                EndsWith("Write e2prom error:-9\n"));
 }
 
 // The write-protect signals: register 0x30 + index of a CPLD.

@@ -9,6 +9,7 @@ using dfd_test::bytes_of;
 using dfd_test::DirtyBuffer;
 using dfd_test::e2prom_image;
 using dfd_test::functions_logged_by;
+using dfd_test::kBus;
 using dfd_test::logged_by;
 using dfd_test::tlv_entry;
 using dfd_test::tlv_image;
@@ -18,13 +19,12 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using vchassis::Op;
 
-constexpr char kBus[] = "/dev/i2c-2";
-constexpr int kAddr = 0x51;
+constexpr int kTlvAddr = 0x51;
 
 class TlvTest : public dfd_test::LibraryTest {
   protected:
-    TlvTest() { add_e2prom(2, kAddr, Bytes(256, 0xFF)); }
-    void put(const Bytes &image) { chassis.set_slave(2, kAddr, 0, image); }
+    TlvTest() { add_e2prom(2, kTlvAddr, Bytes(256, 0xFF)); }
+    void put(const Bytes &image) { chassis.set_slave(2, kTlvAddr, 0, image); }
     // A query by type: the code and the bytes delivered.
     struct Answer {
         int code;
@@ -34,7 +34,7 @@ class TlvTest : public dfd_test::LibraryTest {
     static Answer query(std::uint32_t type, int capacity = 64) {
         Bytes buf(256, 0xEE);
         int len = capacity;
-        const int code = sdd_get_e2prom_info_by_type(kBus, type, kAddr, buf.data(), &len);
+        const int code = sdd_get_e2prom_info_by_type(kBus, type, kTlvAddr, buf.data(), &len);
         const bool untouched = len == capacity && buf == Bytes(256, 0xEE);
         buf.resize(code == 0 || !untouched ? static_cast<std::size_t>(len) : 0);
         return {code, buf};
@@ -130,14 +130,14 @@ TEST_F(TlvTest, ValidationAndItsReads) {
         std::uint8_t header[10];
         EXPECT_THAT(
             logged_by(DFD_DEBUG_ERR,
-                      [&] { EXPECT_EQ(dfd_get_e2prom_info(kBus, kAddr, header), row.code); }),
+                      [&] { EXPECT_EQ(dfd_get_e2prom_info(kBus, kTlvAddr, header), row.code); }),
             testing::StartsWith(row.message))
             << row.what;
         EXPECT_EQ(count(Op::transfer), row.transfers) << row.what;
     }
     put(tlv_image(1, 0, 0, tlv_entry(1, longest)));
     std::uint8_t header[10];
-    EXPECT_EQ(dfd_get_e2prom_info(kBus, kAddr, header), 0) << "length 244";
+    EXPECT_EQ(dfd_get_e2prom_info(kBus, kTlvAddr, header), 0) << "length 244";
     std::uint16_t length = 0;
     memcpy(&length, header + 4, sizeof length);
     EXPECT_EQ(length, 244) << "in host order";
@@ -151,19 +151,19 @@ TEST_F(TlvTest, BadParametersAndSilentChips) {
     std::uint8_t buf[8];
     int len = 8;
     int none = 0;
-    EXPECT_EQ(dfd_get_e2prom_info(nullptr, kAddr, header), -22);
-    EXPECT_EQ(dfd_get_e2prom_info(kBus, kAddr, nullptr), -22);
-    EXPECT_EQ(sdd_get_e2prom_info_by_type(kBus, 3, kAddr, nullptr, &len), -22);
-    EXPECT_EQ(sdd_get_e2prom_info_by_type(kBus, 3, kAddr, buf, nullptr), -22);
-    EXPECT_EQ(sdd_get_e2prom_info_by_type(kBus, 3, kAddr, buf, &none), -22);
+    EXPECT_EQ(dfd_get_e2prom_info(nullptr, kTlvAddr, header), -22);
+    EXPECT_EQ(dfd_get_e2prom_info(kBus, kTlvAddr, nullptr), -22);
+    EXPECT_EQ(sdd_get_e2prom_info_by_type(kBus, 3, kTlvAddr, nullptr, &len), -22);
+    EXPECT_EQ(sdd_get_e2prom_info_by_type(kBus, 3, kTlvAddr, buf, nullptr), -22);
+    EXPECT_EQ(sdd_get_e2prom_info_by_type(kBus, 3, kTlvAddr, buf, &none), -22);
     EXPECT_EQ(
         logged_by(DFD_DEBUG_ERR,
-                  [&] { EXPECT_EQ(dfd_get_tlv_data(kBus, kAddr, 3, header, buf, &none), -22); }),
+                  [&] { EXPECT_EQ(dfd_get_tlv_data(kBus, kTlvAddr, 3, header, buf, &none), -22); }),
         "Invalid parameter!\n")
         << "no capacity comes before no data";
     EXPECT_EQ(
         logged_by(DFD_DEBUG_ERR,
-                  [&] { EXPECT_EQ(dfd_get_tlv_data(kBus, kAddr, 3, header, buf, &len), -22); }),
+                  [&] { EXPECT_EQ(dfd_get_tlv_data(kBus, kTlvAddr, 3, header, buf, &len), -22); }),
         "No TVL data.\n");
     EXPECT_TRUE(chassis.log().empty());
     EXPECT_EQ(
@@ -172,17 +172,17 @@ TEST_F(TlvTest, BadParametersAndSilentChips) {
         "Read eeprom error(dev: /dev/i2c-2, addr: 52).\n");
     // The header's read succeeds; the check's, then the data area's fails.
     put(tlv_image(1, 0x12, 0, tlv_entry(3, {'x'})));
-    chassis.fail({.addr = kAddr, .skip = 1, .count = 5, .error = 0, .result = -9});
+    chassis.fail({.addr = kTlvAddr, .skip = 1, .count = 5, .error = 0, .result = -9});
     EXPECT_THAT(logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(query(3).code, -1); }),
                 EndsWith("Read eeprom error(dev name:/dev/i2c-2, addr: 0x51).\n"));
     const auto fail_data_area = [&] {
-        chassis.fail({.addr = kAddr, .skip = 2, .count = 5, .error = 0, .result = -9});
+        chassis.fail({.addr = kTlvAddr, .skip = 2, .count = 5, .error = 0, .result = -9});
     };
     fail_data_area();
     EXPECT_THAT(logged_by(DFD_DEBUG_ERR, [] { EXPECT_EQ(query(3).code, -9); }),
                 EndsWith("Get TLV data error.\n"));
     fail_data_area();
-    EXPECT_EQ(dfd_set_fan_info_tlv(kBus, kAddr, "X", nullptr), -9);
+    EXPECT_EQ(dfd_set_fan_info_tlv(kBus, kTlvAddr, "X", nullptr), -9);
     fail_data_area();
     EXPECT_EQ(query(5), (Answer{0, bytes_of("1.20")})) << "any failure leads to the header";
 }
@@ -203,8 +203,9 @@ TEST_F(TlvTest, VersionTwoClaimsAreReadAsFarAsTheBusGoes) {
         image[9] = static_cast<std::uint8_t>(length);
         put(image);
         EXPECT_EQ(query(3).code, code) << length;
-        EXPECT_EQ(dfd_set_fan_info_tlv(kBus, kAddr, "X", nullptr), -1);
-        EXPECT_EQ(chassis.slave(2, kAddr), image) << "writing it back would wrap over the header";
+        EXPECT_EQ(dfd_set_fan_info_tlv(kBus, kTlvAddr, "X", nullptr), -1);
+        EXPECT_EQ(chassis.slave(2, kTlvAddr), image)
+            << "writing it back would wrap over the header";
     }
 }
 
@@ -234,30 +235,30 @@ TEST_F(TlvTest, UpdateRewritesEntriesInPlaceWithTheChecksum) {
             before[10 + entries.size()] ^= 0xFF;  // unchecked, and renewed
         }
         put(before);
-        EXPECT_EQ(dfd_set_fan_info_tlv(kBus, kAddr, row.sn, row.hw), 0) << row.what;
-        EXPECT_EQ(chassis.slave(2, kAddr), tlv_image(row.version, 0x12, 0x23, row.after))
+        EXPECT_EQ(dfd_set_fan_info_tlv(kBus, kTlvAddr, row.sn, row.hw), 0) << row.what;
+        EXPECT_EQ(chassis.slave(2, kTlvAddr), tlv_image(row.version, 0x12, 0x23, row.after))
             << row.what;
         chassis.advance_us(100000);
     }
     put(Bytes(256, 0));
-    EXPECT_EQ(dfd_set_card_info_tlv(kBus, kAddr, "X", "Y"), -1);
+    EXPECT_EQ(dfd_set_card_info_tlv(kBus, kTlvAddr, "X", "Y"), -1);
 }
 
 TEST_F(TlvTest, WritesGoInAlignedChunksWithPauses) {
     const Bytes data = {1, 2, 3, 4, 5, 6, 7};
-    EXPECT_EQ(dfd_write_e2prom(kBus, kAddr, 2, data.data(), 7), 0);
+    EXPECT_EQ(dfd_write_e2prom(kBus, kTlvAddr, 2, data.data(), 7), 0);
     EXPECT_THAT(i2c_writes(), ElementsAre(Bytes{2, 1, 2}, Bytes{4, 3, 4, 5, 6}, Bytes{8, 7}));
     EXPECT_EQ(chassis.slept_us(), 30000U);
-    EXPECT_EQ(dfd_write_e2prom(kBus, kAddr, 0, data.data(), 0), 0);
+    EXPECT_EQ(dfd_write_e2prom(kBus, kTlvAddr, 0, data.data(), 0), 0);
     EXPECT_EQ(i2c_writes().size(), 3U);
     // The third chunk fails: the message names its offset, the first two stay written.
-    chassis.fail({.addr = kAddr, .offset = 0x18, .count = 0});
+    chassis.fail({.addr = kTlvAddr, .offset = 0x18, .count = 0});
     EXPECT_EQ(
         logged_by(DFD_DEBUG_ERR,
-                  [&] { EXPECT_EQ(dfd_write_e2prom(kBus, kAddr, 0x12, data.data(), 7), -1); }),
+                  [&] { EXPECT_EQ(dfd_write_e2prom(kBus, kTlvAddr, 0x12, data.data(), 7), -1); }),
         "Failed to get e2prom info: dev /dev/i2c-2 0x51, offset: 24(ret -1)\r\n");
-    EXPECT_EQ(chassis.slave(2, kAddr)[0x17], 6);
-    EXPECT_EQ(chassis.slave(2, kAddr)[0x18], 0xFF);
+    EXPECT_EQ(chassis.slave(2, kTlvAddr)[0x17], 6);
+    EXPECT_EQ(chassis.slave(2, kTlvAddr)[0x18], 0xFF);
 }
 
 // Why the tools ask the bus first: all transfers succeed.
@@ -265,17 +266,17 @@ TEST_F(TlvTest, AnAdapterThatIgnoresNoStartDestroysTheImageUnnoticed) {
     chassis.describe("[[bus]]\nnumber = 2\nnostart = false\n");
     put(tlv_image(1, 0x10, 7, tlv_entry(3, bytes_of("SN0123456789"))));
     ASSERT_EQ(query(3).code, 0);
-    EXPECT_EQ(dfd_set_fan_info_tlv(kBus, kAddr, "NEW", nullptr), 0);
+    EXPECT_EQ(dfd_set_fan_info_tlv(kBus, kTlvAddr, "NEW", nullptr), 0);
     EXPECT_EQ(query(3).code, -1);
 }
 
 TEST_F(TlvTest, UpdateReportsWhereItFailed) {
     put(tlv_image(1, 0, 0, tlv_entry(3, bytes_of("ABCDEFGH"))));
-    chassis.fail({.addr = kAddr, .offset = 6, .skip = 1, .count = 0, .error = EIO});
-    EXPECT_EQ(dfd_set_fan_info_tlv(kBus, kAddr, "X", nullptr), -1) << "data area";
+    chassis.fail({.addr = kTlvAddr, .offset = 6, .skip = 1, .count = 0, .error = EIO});
+    EXPECT_EQ(dfd_set_fan_info_tlv(kBus, kTlvAddr, "X", nullptr), -1) << "data area";
     chassis.clear_faults();
-    chassis.fail({.addr = kAddr, .offset = 16, .count = 0, .error = 0, .result = -9});
-    EXPECT_EQ(dfd_set_fan_info_tlv(kBus, kAddr, "X", nullptr), -9) << "checksum: the I2C code";
+    chassis.fail({.addr = kTlvAddr, .offset = 16, .count = 0, .error = 0, .result = -9});
+    EXPECT_EQ(dfd_set_fan_info_tlv(kBus, kTlvAddr, "X", nullptr), -9) << "checksum: the I2C code";
 }
 
 TEST_F(TlvTest, WithoutMemoryNothingIsReadOrWritten) {
@@ -295,7 +296,7 @@ TEST_F(TlvTest, WithoutMemoryNothingIsReadOrWritten) {
           Row{"type", [] { return query(6).code; }, -12, "Allocate buffer(len:10) error!\n"},
           Row{"version: from the header", [] { return query(5).code; }, 0,
               "Allocate buffer(len:10) error!\n"},
-          Row{"update", [] { return dfd_set_fan_info_tlv(kBus, kAddr, "X", "Y"); }, -12, ""}}) {
+          Row{"update", [] { return dfd_set_fan_info_tlv(kBus, kTlvAddr, "X", "Y"); }, -12, ""}}) {
         const dfd_test::FailingCalls failing(dfd_test::LibcCall::allocation);
         EXPECT_EQ(logged_by(DFD_DEBUG_ERR, [&] { EXPECT_EQ(row.call(), row.code) << row.what; }),
                   row.message)
@@ -303,7 +304,7 @@ TEST_F(TlvTest, WithoutMemoryNothingIsReadOrWritten) {
         EXPECT_TRUE(failing.all_happened());
     }
     EXPECT_TRUE(i2c_writes().empty());
-    EXPECT_EQ(chassis.slave(2, kAddr), image);
+    EXPECT_EQ(chassis.slave(2, kTlvAddr), image);
 }
 
 // Values go out as they are stored, without a terminator; what is behind them stays.
@@ -330,7 +331,8 @@ TEST_F(TlvTest, DirtyBuffersKeepWhatIsNotDelivered) {
         put(tlv_image(row.version, 0x99, 0xF1, row.entries));
         DirtyBuffer buf(static_cast<std::size_t>(row.capacity));
         int len = row.capacity;
-        EXPECT_EQ(sdd_get_e2prom_info_by_type(kBus, row.type, kAddr, buf.data(), &len), row.code);
+        EXPECT_EQ(sdd_get_e2prom_info_by_type(kBus, row.type, kTlvAddr, buf.data(), &len),
+                  row.code);
         EXPECT_EQ(len, row.len);
         EXPECT_EQ(buf.shown(), row.bytes) << row.type;
     }
@@ -344,7 +346,7 @@ TEST_F(TlvTest, MessagesNameTheirFunctions) {
     char buf[8];
     int len = 8;
     const auto fail_from = [&](unsigned skip) {
-        chassis.fail({.addr = kAddr, .skip = skip, .count = 5, .error = EIO});
+        chassis.fail({.addr = kTlvAddr, .skip = skip, .count = 5, .error = EIO});
     };
     struct Row {
         const char *what;
@@ -359,18 +361,18 @@ TEST_F(TlvTest, MessagesNameTheirFunctions) {
          "dfd_read_e2prom dfd_check_e2prom_info "},
         {"data", [&] { fail_from(2); }, [] { query(3); }, "dfd_read_e2prom dfd_get_tlv_data "},
         {"data of an update", [&] { fail_from(2); },
-         [] { dfd_set_fan_info_tlv(kBus, kAddr, "X", ""); },
+         [] { dfd_set_fan_info_tlv(kBus, kTlvAddr, "X", ""); },
          "dfd_read_e2prom dfd_set_fan_info_tlv "},
-        {"write", [&] { fail_from(3); }, [] { dfd_set_fan_info_tlv(kBus, kAddr, "X", ""); },
+        {"write", [&] { fail_from(3); }, [] { dfd_set_fan_info_tlv(kBus, kTlvAddr, "X", ""); },
          "dfd_write_e2prom "},
         {"parameters of a query", nothing,
-         [&] { sdd_get_e2prom_info_by_type(kBus, 3, kAddr, nullptr, &len); },
+         [&] { sdd_get_e2prom_info_by_type(kBus, 3, kTlvAddr, nullptr, &len); },
          "sdd_get_e2prom_info_by_type "},
         {"parameters of a look-up", nothing,
-         [&] { dfd_get_tlv_data(kBus, kAddr, 3, nullptr, buf, &len); }, "dfd_get_tlv_data "},
-        {"no data", nothing, [&] { dfd_get_tlv_data(kBus, kAddr, 3, header, buf, &len); },
+         [&] { dfd_get_tlv_data(kBus, kTlvAddr, 3, nullptr, buf, &len); }, "dfd_get_tlv_data "},
+        {"no data", nothing, [&] { dfd_get_tlv_data(kBus, kTlvAddr, 3, header, buf, &len); },
          "dfd_get_tlv_data "},
-        {"parameters of the header", nothing, [&] { dfd_get_e2prom_info(kBus, kAddr, nullptr); },
+        {"parameters of the header", nothing, [&] { dfd_get_e2prom_info(kBus, kTlvAddr, nullptr); },
          "dfd_get_e2prom_info "},
         {"flag", [&] { put(Bytes(256, 0xFF)); }, [] { query(3); }, "dfd_check_e2prom_info "},
     };
@@ -391,7 +393,7 @@ TEST_F(TlvTest, HeadersAndAreasAtTheirLimits) {
     put(tlv_image(1, 0x12, 0x23, tlv_entry(3, bytes_of("AB"))));
     DirtyBuffer header(12);
     auto *const bytes = reinterpret_cast<std::uint8_t *>(header.data());
-    EXPECT_EQ(dfd_get_e2prom_info(kBus, kAddr, bytes), 0);
+    EXPECT_EQ(dfd_get_e2prom_info(kBus, kTlvAddr, bytes), 0);
     EXPECT_EQ(Bytes(bytes, bytes + 4), (Bytes{1, 0x7E, 0x12, 0x23}));
     EXPECT_EQ(header.shown().substr(6),
               "\x03\x02"
@@ -405,7 +407,7 @@ TEST_F(TlvTest, HeadersAndAreasAtTheirLimits) {
         chassis.clear_log();
         EXPECT_EQ(logged_by(DFD_DEBUG_ERR,
                             [&, expected = code] {
-                                EXPECT_EQ(dfd_set_fan_info_tlv(kBus, kAddr, "X", "Y"), expected);
+                                EXPECT_EQ(dfd_set_fan_info_tlv(kBus, kTlvAddr, "X", "Y"), expected);
                             }),
                   code == 0 ? "" : "E2prom TLV LEN error, LEN:245.\n");
         EXPECT_EQ(i2c_writes().empty(), code != 0);
@@ -417,7 +419,7 @@ TEST_F(TlvTest, HeadersAndAreasAtTheirLimits) {
 TEST_F(TlvTest, ChecksOfAHeaderInMemory) {
     const Bytes image = tlv_image(1, 0x12, 0x23, tlv_entry(3, bytes_of("SERIAL")));
     put(image);
-    EXPECT_EQ(dfd_check_e2prom_info(kBus, kAddr, nullptr), 0);
+    EXPECT_EQ(dfd_check_e2prom_info(kBus, kTlvAddr, nullptr), 0);
     struct Row {
         std::uint8_t version, flag;
         std::uint16_t length;
@@ -433,7 +435,7 @@ TEST_F(TlvTest, ChecksOfAHeaderInMemory) {
         header[1] = row.flag;
         memcpy(header + (row.version == 1 ? 4 : 8), &row.length, sizeof row.length);
         chassis.clear_log();
-        EXPECT_EQ(dfd_check_e2prom_info(kBus, kAddr, header), row.valid) << row.length;
+        EXPECT_EQ(dfd_check_e2prom_info(kBus, kTlvAddr, header), row.valid) << row.length;
         EXPECT_EQ(count(Op::transfer), row.transfers) << row.length;
     }
     // A long header of version 3 is checked like one of version 1.
