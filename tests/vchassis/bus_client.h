@@ -17,6 +17,10 @@ namespace vchassis_test {
 
 using Bytes = std::vector<std::uint8_t>;
 
+// The device and the bus of most chassis here.
+inline constexpr const char *kCpld = "/dev/cpld0";
+inline constexpr const char *kBus = "/dev/i2c-0";
+
 class File {
   public:
     explicit File(const char *path, int flags = O_RDWR) : fd(open(path, flags)) {}

@@ -33,8 +33,6 @@ using vchassis::Op;
 
 namespace {
 
-constexpr const char *kCpld = "/dev/cpld0";
-
 class DeviceFile : public ::testing::Test {
   protected:
     DeviceFile() {

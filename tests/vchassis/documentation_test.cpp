@@ -33,7 +33,7 @@ std::vector<std::string> examples() {
 }
 
 // Examples that describe none of the devices themselves stand on these two.
-void describe(Chassis &chassis, const std::string &example) {
+void describe_example(Chassis &chassis, const std::string &example) {
     chassis.write_file("/images/board.bin", "board");
     for (const std::string device : {"/dev/cpld0", "/dev/fpga0"}) {
         if (example.find("path = \"" + device) == std::string::npos) {
@@ -52,7 +52,7 @@ std::string example_of(const std::string &word) {
     return all.empty() ? "" : all.front();
 }
 
-constexpr const char *kCpld = "/dev/cpld1";
+constexpr const char *kSlotCpld = "/dev/cpld1";
 
 }  // namespace
 
@@ -61,13 +61,13 @@ TEST(Documentation, ExamplesAreTaken) {
     for (const std::string &example : examples()) {
         SCOPED_TRACE(example);
         Chassis chassis;
-        EXPECT_NO_THROW(describe(chassis, example));
+        EXPECT_NO_THROW(describe_example(chassis, example));
     }
 }
 
 TEST(Documentation, InterruptsAreEnabledAndAcknowledged) {
     Chassis chassis;
-    describe(chassis, example_of("name = \"acknowledge\""));
+    describe_example(chassis, example_of("name = \"acknowledge\""));
     struct Row {
         const char *what;
         std::uint32_t reg;
@@ -89,44 +89,44 @@ TEST(Documentation, InterruptsAreEnabledAndAcknowledged) {
          }) {
         SCOPED_TRACE(row.what);
         if (row.reg == 0x10) {
-            chassis.set_reg(kCpld, row.reg, row.byte);
+            chassis.set_reg(kSlotCpld, row.reg, row.byte);
         } else {
-            write_register(kCpld, row.reg, row.byte);
+            write_register(kSlotCpld, row.reg, row.byte);
         }
-        EXPECT_EQ(read_register(kCpld, 0x60), row.pending);
-        EXPECT_EQ(read_register(kCpld, 0x62), row.latch);
-        EXPECT_EQ(read_register(kCpld, 0x40), row.groups);
-        EXPECT_EQ(read_register(kCpld, 0x63), 0) << "nothing is kept of it";
+        EXPECT_EQ(read_register(kSlotCpld, 0x60), row.pending);
+        EXPECT_EQ(read_register(kSlotCpld, 0x62), row.latch);
+        EXPECT_EQ(read_register(kSlotCpld, 0x40), row.groups);
+        EXPECT_EQ(read_register(kSlotCpld, 0x63), 0) << "nothing is kept of it";
     }
 }
 
 TEST(Documentation, FaultsAreSetAnewWhileTheyLast) {
     Chassis chassis;
-    describe(chassis, example_of("write_0_clear"));
-    chassis.set_reg(kCpld, 0x14, 0x03);
-    EXPECT_EQ(read_register(kCpld, 0x70), 0x03);
-    chassis.set_reg(kCpld, 0x14, 0x02);
-    EXPECT_EQ(read_register(kCpld, 0x70), 0x03) << "the first one is over, not forgotten";
-    write_register(kCpld, 0x70, 0xff);
-    EXPECT_EQ(read_register(kCpld, 0x70), 0xf3);
-    write_register(kCpld, 0x70, 0x00);
-    EXPECT_EQ(read_register(kCpld, 0x70), 0x02);
-    chassis.set_reg(kCpld, 0x62, 0xa5);
-    write_register(kCpld, 0x71, 0x00);
-    EXPECT_EQ(read_register(kCpld, 0x62), 0x00);
-    write_register(kCpld, 0x72, 0x85);
-    EXPECT_EQ(read_register(kCpld, 0x72), 0x05);
+    describe_example(chassis, example_of("write_0_clear"));
+    chassis.set_reg(kSlotCpld, 0x14, 0x03);
+    EXPECT_EQ(read_register(kSlotCpld, 0x70), 0x03);
+    chassis.set_reg(kSlotCpld, 0x14, 0x02);
+    EXPECT_EQ(read_register(kSlotCpld, 0x70), 0x03) << "the first one is over, not forgotten";
+    write_register(kSlotCpld, 0x70, 0xff);
+    EXPECT_EQ(read_register(kSlotCpld, 0x70), 0xf3);
+    write_register(kSlotCpld, 0x70, 0x00);
+    EXPECT_EQ(read_register(kSlotCpld, 0x70), 0x02);
+    chassis.set_reg(kSlotCpld, 0x62, 0xa5);
+    write_register(kSlotCpld, 0x71, 0x00);
+    EXPECT_EQ(read_register(kSlotCpld, 0x62), 0x00);
+    write_register(kSlotCpld, 0x72, 0x85);
+    EXPECT_EQ(read_register(kSlotCpld, 0x72), 0x05);
 }
 
 TEST(Documentation, RotorsTurnInTheirUnits) {
-    constexpr const char *kBus = "/dev/i2c-3";
+    constexpr const char *kControllerBus = "/dev/i2c-3";
     Chassis chassis;
-    describe(chassis, example_of("full = 142"));
+    describe_example(chassis, example_of("full = 142"));
     write_register("/dev/fpga0", 0x31, 0xff);
     EXPECT_EQ(read_register("/dev/fpga0", 0x12), 12000 % 256);
     EXPECT_EQ(read_register("/dev/fpga0", 0x13), 12000 / 256);
-    EXPECT_EQ(transfer(kBus, 0x2e, {put({0x70, 50})}).result, 1);
-    EXPECT_EQ(read_from(kBus, 0x2e, 0x72, 2), (Bytes{0, 71}));
+    EXPECT_EQ(transfer(kControllerBus, 0x2e, {put({0x70, 50})}).result, 1);
+    EXPECT_EQ(read_from(kControllerBus, 0x2e, 0x72, 2), (Bytes{0, 71}));
     write_register("/dev/cpld0", 0x34, 0xe4);
     EXPECT_EQ(read_register("/dev/cpld0", 0x36), 0x20);
     EXPECT_EQ(read_register("/dev/cpld0", 0x37), 0x95);

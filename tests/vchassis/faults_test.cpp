@@ -18,9 +18,6 @@ using vchassis::Op;
 
 namespace {
 
-constexpr const char *kCpld = "/dev/cpld0";
-constexpr const char *kBus = "/dev/i2c-0";
-
 class Faults : public ::testing::Test {
   protected:
     Faults() {

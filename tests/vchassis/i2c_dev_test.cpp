@@ -19,7 +19,6 @@ using vchassis::Op;
 
 namespace {
 
-constexpr const char *kBus = "/dev/i2c-0";
 constexpr std::uint16_t kEeprom = 0x57;
 
 class DescribedBus : public ::testing::Test {

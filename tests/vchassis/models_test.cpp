@@ -13,10 +13,9 @@ using vchassis::Chassis;
 
 namespace {
 
-constexpr const char *kBus = "/dev/i2c-0";
 constexpr std::uint16_t kAddr = 0x50;
 
-void describe(Chassis &chassis, const std::string &keys) {
+void describe_chip(Chassis &chassis, const std::string &keys) {
     chassis.describe("[[registers]]\npath = '/dev/cpld0'\n[[i2c]]\nbus = 0\naddr = 0x50\n" + keys);
 }
 
@@ -48,7 +47,7 @@ TEST(EepromModel, WritesWrapInsideTheirPage) {
     for (const Row &row : rows) {
         SCOPED_TRACE(row.page * 256 + row.offset);
         Chassis chassis;
-        describe(chassis, "model = 'eeprom'\npage = " + std::to_string(row.page));
+        describe_chip(chassis, "model = 'eeprom'\npage = " + std::to_string(row.page));
         write_and_wait(row.offset, row.data);
         EXPECT_EQ(read_from(kBus, kAddr, row.shown_from, row.shown.size()), row.shown);
     }
@@ -56,7 +55,7 @@ TEST(EepromModel, WritesWrapInsideTheirPage) {
 
 TEST(EepromModel, ThePointerGoesOnAcrossReadsAndWraps) {
     Chassis chassis;
-    describe(chassis, "model = 'eeprom'\ninit = { 0 = [0xa0, 0xa1], 0xfe = [0xee, 0xef] }");
+    describe_chip(chassis, "model = 'eeprom'\ninit = { 0 = [0xa0, 0xa1], 0xfe = [0xee, 0xef] }");
     EXPECT_EQ(read_from(kBus, kAddr, 0xfe, 1), Bytes{0xee});
     EXPECT_EQ(transfer(kBus, kAddr, {get(2)}).bytes, (Bytes{0xef, 0xa0}));
     EXPECT_EQ(transfer(kBus, kAddr, {get(1)}).bytes, Bytes{0xa1});
@@ -64,7 +63,7 @@ TEST(EepromModel, ThePointerGoesOnAcrossReadsAndWraps) {
 
 TEST(EepromModel, DoesNotAnswerWhileItWrites) {
     Chassis chassis;
-    describe(chassis, "model = 'eeprom'\nwrite_ms = 5");
+    describe_chip(chassis, "model = 'eeprom'\nwrite_ms = 5");
     EXPECT_EQ(transfer(kBus, kAddr, {put({0, 1})}).result, 1);
     EXPECT_EQ(transfer(kBus, kAddr, {put({0}), get(1)}).error, ENXIO);
     usleep(4'999);
@@ -79,7 +78,7 @@ TEST(EepromModel, DoesNotAnswerWhileItWrites) {
 // The write cycle begins with the stop: a start in its place abandons the data.
 TEST(EepromModel, ARepeatedStartAbandonsTheData) {
     Chassis chassis;
-    describe(chassis, "model = 'eeprom'");
+    describe_chip(chassis, "model = 'eeprom'");
     EXPECT_EQ(transfer(kBus, kAddr, {put({0, 0x11}), get(1)}).result, 2);
     EXPECT_EQ(chassis.slave(0, kAddr)[0], 0xff);
     EXPECT_EQ(transfer(kBus, kAddr, {put({0}), put_on({0x11, 0x12})}).result, 2);
@@ -88,9 +87,9 @@ TEST(EepromModel, ARepeatedStartAbandonsTheData) {
 
 TEST(EepromModel, WriteProtectionSwallowsData) {
     Chassis chassis;
-    describe(chassis,
-             "model = 'eeprom'\n"
-             "write_protect = { device = '/dev/cpld0', register = 3, bit = 1 }");
+    describe_chip(chassis,
+                  "model = 'eeprom'\n"
+                  "write_protect = { device = '/dev/cpld0', register = 3, bit = 1 }");
     chassis.set_reg("/dev/cpld0", 3, 0x02);
     EXPECT_EQ(transfer(kBus, kAddr, {put({0, 0x11})}).result, 1);
     EXPECT_EQ(read_from(kBus, kAddr, 0, 1), Bytes{0xff});
@@ -101,16 +100,16 @@ TEST(EepromModel, WriteProtectionSwallowsData) {
 
 TEST(EepromModel, LargePartsTakeTwoBytesOfOffset) {
     Chassis chassis;
-    describe(chassis, "model = 'eeprom'\nsize = 4096\npage = 32\ninit = { 0x0123 = 0x42 }");
+    describe_chip(chassis, "model = 'eeprom'\nsize = 4096\npage = 32\ninit = { 0x0123 = 0x42 }");
     EXPECT_EQ(transfer(kBus, kAddr, {put({0x01, 0x23}), get(1)}).bytes, Bytes{0x42});
     EXPECT_EQ(transfer(kBus, kAddr, {put({0x11, 0x23}), get(1)}).bytes, Bytes{0x42});
 }
 
 TEST(AnyModel, ComesAndGoesWithItsPresenceBit) {
     Chassis chassis;
-    describe(chassis,
-             "model = 'registers'\n"
-             "present_when = { device = '/dev/cpld0', register = 1, bit = 7, value = 0 }");
+    describe_chip(chassis,
+                  "model = 'registers'\n"
+                  "present_when = { device = '/dev/cpld0', register = 1, bit = 7, value = 0 }");
     EXPECT_EQ(transfer(kBus, kAddr, {get(1)}).result, 1);
     chassis.set_reg("/dev/cpld0", 1, 0x80);
     EXPECT_EQ(transfer(kBus, kAddr, {get(1)}).error, ENXIO);
@@ -118,9 +117,9 @@ TEST(AnyModel, ComesAndGoesWithItsPresenceBit) {
 
 TEST(RegisterModel, PointerIncrementsAndRulesHold) {
     Chassis chassis;
-    describe(chassis,
-             "model = 'registers'\nsize = 8\n"
-             "reg = [{ address = 2, value = 0x5a, read_only = true }]");
+    describe_chip(chassis,
+                  "model = 'registers'\nsize = 8\n"
+                  "reg = [{ address = 2, value = 0x5a, read_only = true }]");
     EXPECT_EQ(transfer(kBus, kAddr, {put({1, 0x11, 0x22, 0x33})}).result, 1);
     EXPECT_EQ(read_from(kBus, kAddr, 1, 3), (Bytes{0x11, 0x5a, 0x33}));
     EXPECT_EQ(read_from(kBus, kAddr, 7, 3), (Bytes{0, 0, 0x11}));
@@ -140,14 +139,14 @@ TEST(Lm75Model, ShowsDegreesMostSignificantByteFirst) {
           Row{"temp_c = 127.9375\nbits = 12", {0x7f, 0xf0}}}) {
         SCOPED_TRACE(row.keys);
         Chassis chassis;
-        describe(chassis, std::string("model = 'lm75'\n") + row.keys);
+        describe_chip(chassis, std::string("model = 'lm75'\n") + row.keys);
         EXPECT_EQ(read_from(kBus, kAddr, 0, 2), row.bytes);
     }
 }
 
 TEST(Lm75Model, KeepsItsPointerAndItsTemperature) {
     Chassis chassis;
-    describe(chassis, "model = 'lm75'\ntemp_c = 30");
+    describe_chip(chassis, "model = 'lm75'\ntemp_c = 30");
     EXPECT_EQ(transfer(kBus, kAddr, {put({3, 0x55, 0x80, 0x99})}).result, 1);
     EXPECT_EQ(transfer(kBus, kAddr, {get(4)}).bytes, (Bytes{0x55, 0x80, 0x55, 0x80}));
     EXPECT_EQ(transfer(kBus, kAddr, {put({0, 0x11, 0x11})}).result, 1);
@@ -158,7 +157,7 @@ TEST(Lm75Model, KeepsItsPointerAndItsTemperature) {
 
 TEST(Tmp411Model, WritesAtOtherAddressesThanItReads) {
     Chassis chassis;
-    describe(chassis, "model = 'tmp411'\nlocal_c = 38\nremote_c = 61.25");
+    describe_chip(chassis, "model = 'tmp411'\nlocal_c = 38\nremote_c = 61.25");
     EXPECT_EQ(read_from(kBus, kAddr, 0x00, 2), (Bytes{38, 0}));
     EXPECT_EQ(read_from(kBus, kAddr, 0x01, 2), (Bytes{61, 0x40}));
     EXPECT_EQ(read_from(kBus, kAddr, 0xfe, 1), Bytes{0x55});
@@ -194,16 +193,16 @@ TEST(PmbusModel, WordsComeLeastSignificantByteFirst) {
          }) {
         SCOPED_TRACE(row.keys);
         Chassis chassis;
-        describe(chassis, std::string("model = 'pmbus'\n") + row.keys);
+        describe_chip(chassis, std::string("model = 'pmbus'\n") + row.keys);
         EXPECT_EQ(read_from(kBus, kAddr, row.command, row.bytes.size()), row.bytes);
     }
 }
 
 TEST(PmbusModel, AcknowledgesOnlyWhatItHas) {
     Chassis chassis;
-    describe(chassis,
-             "model = 'pmbus'\nword = { status_word = 0x0802, vout_command = 0x1800 }\n"
-             "byte = { operation = 0x80 }");
+    describe_chip(chassis,
+                  "model = 'pmbus'\nword = { status_word = 0x0802, vout_command = 0x1800 }\n"
+                  "byte = { operation = 0x80 }");
     EXPECT_EQ(transfer(kBus, kAddr, {put({0x88}), get(2)}).error, EIO);
     EXPECT_EQ(transfer(kBus, kAddr, {put({0x79, 0, 0})}).error, EIO);
     EXPECT_EQ(transfer(kBus, kAddr, {put({0x01, 0x00, 0x00})}).error, EIO);

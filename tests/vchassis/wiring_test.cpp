@@ -14,11 +14,10 @@ using vchassis::Chassis;
 
 namespace {
 
-constexpr const char *kCpld = "/dev/cpld0";
 constexpr const char *kFpga = "/dev/fpga0";
 constexpr std::uint64_t kMs = 1000;
 
-void describe(Chassis &chassis, const std::string &wiring) {
+void describe_wiring(Chassis &chassis, const std::string &wiring) {
     chassis.describe("[[registers]]\npath = '/dev/cpld0'\n[[registers]]\npath = '/dev/fpga0'\n" +
                      wiring);
 }
@@ -48,7 +47,7 @@ TEST(Line, FollowsAllOfItsConditions) {
                            Row{any_clear, 0x20, 1}, Row{any_clear, 0x30, 0}}) {
         SCOPED_TRACE(testing::Message() << row.when << " of " << int{row.source});
         Chassis chassis;
-        describe(chassis, line(row.when));
+        describe_wiring(chassis, line(row.when));
         chassis.set_reg(kCpld, 1, 0xf0);
         write_register(kFpga, 0, row.source);
         EXPECT_EQ(read_register(kCpld, 1), 0xf0 | row.driven) << "the other bits stay";
@@ -59,7 +58,7 @@ TEST(Line, FollowsAllOfItsConditions) {
 
 TEST(Line, DelaysCountFromTheLastChange) {
     Chassis chassis;
-    describe(chassis, line(std::string(kWhenBit0) + "on_ms = 100\noff_ms = 10\n"));
+    describe_wiring(chassis, line(std::string(kWhenBit0) + "on_ms = 100\noff_ms = 10\n"));
     chassis.set_reg(kFpga, 0, 1);
     chassis.advance_us(99 * kMs);
     EXPECT_EQ(chassis.reg(kCpld, 1), 0);
@@ -91,7 +90,7 @@ TEST(Line, ModesDifferInWhatTheyLeaveAlone) {
                            Row{"clear", 0, 1, 0, 0, 0, 0}, Row{"event", 1, 1, 0, 1, 1, 0}}) {
         SCOPED_TRACE(row.mode);
         Chassis chassis;
-        describe(chassis, line(kWhenBit0 + ("mode = '" + std::string(row.mode) + "'\n")));
+        describe_wiring(chassis, line(kWhenBit0 + ("mode = '" + std::string(row.mode) + "'\n")));
         EXPECT_EQ(read_register(kCpld, 1), 0) << "the beginning is no event";
         write_register(kFpga, 0, 1);
         EXPECT_EQ(read_register(kCpld, 1), row.after_on);
@@ -111,10 +110,11 @@ TEST(Line, ModesDifferInWhatTheyLeaveAlone) {
 // An interrupt cascade as a board has it: described from the top, settled from the bottom.
 TEST(Line, ChainsSettleInAnyOrder) {
     Chassis chassis;
-    describe(chassis,
-             "[[wiring.line]]\nto = { device = '/dev/cpld0', register = 0, bit = 5, value = 0 }\n"
-             "when = [{ device = '/dev/cpld0', register = 1, mask = 0xff }]\n" +
-                 line("mode = 'event'\ncount = 3\n" + std::string(kWhenBit0)));
+    describe_wiring(
+        chassis,
+        "[[wiring.line]]\nto = { device = '/dev/cpld0', register = 0, bit = 5, value = 0 }\n"
+        "when = [{ device = '/dev/cpld0', register = 1, mask = 0xff }]\n" +
+            line("mode = 'event'\ncount = 3\n" + std::string(kWhenBit0)));
     EXPECT_EQ(read_register(kCpld, 0), 0x20) << "active-low";
     write_register(kFpga, 0, 0x04);
     EXPECT_EQ(read_register(kCpld, 1), 0x04) << "the third of three lines";
@@ -136,12 +136,13 @@ TEST(Rotor, TurnsAsItsSpeedRegisterSays) {
                            Row{"little", 0x00, 0, {0, 0}}, Row{"little", 0xff, 1, {0, 0}}}) {
         SCOPED_TRACE(testing::Message() << row.order << " " << int{row.setting});
         Chassis chassis;
-        describe(chassis,
-                 "[[wiring.rotor]]\ncount = 2\nset = { device = '/dev/cpld0', register = 8 }\n"
-                 "speed = { device = '/dev/fpga0', register = 0x10 }\nfull_rpm = 12000\n"
-                 "turns_when = [{ device = '/dev/fpga0', register = 0, bit = 0, value = 0 }]\n"
-                 "order = '" +
-                     std::string(row.order) + "'\n");
+        describe_wiring(
+            chassis,
+            "[[wiring.rotor]]\ncount = 2\nset = { device = '/dev/cpld0', register = 8 }\n"
+            "speed = { device = '/dev/fpga0', register = 0x10 }\nfull_rpm = 12000\n"
+            "turns_when = [{ device = '/dev/fpga0', register = 0, bit = 0, value = 0 }]\n"
+            "order = '" +
+                std::string(row.order) + "'\n");
         write_register(kFpga, 0, row.held);
         write_register(kCpld, 9, row.setting);
         EXPECT_EQ(chassis.reg(kFpga, 0x10), 0) << "the first one stands still";
@@ -381,13 +382,13 @@ TEST(Wiring, MistakesAreRefusedWithTheReason) {
         SCOPED_TRACE(row.wiring);
         Chassis chassis;
         try {
-            describe(chassis, row.wiring);
+            describe_wiring(chassis, row.wiring);
             ADD_FAILURE() << "it was taken";
         } catch (const std::exception &error) {
             EXPECT_THAT(error.what(), testing::HasSubstr(row.message));
         }
         // Nothing of it is left, so a better one fits.
-        describe(chassis, line(kWhenBit0));
+        describe_wiring(chassis, line(kWhenBit0));
         write_register(kFpga, 0, 1);
         EXPECT_EQ(read_register(kCpld, 1), 1);
     }
