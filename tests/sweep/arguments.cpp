@@ -16,7 +16,7 @@ namespace {
 using namespace dfdctl::observe;
 
 // Where an item says that something is.
-struct Place {
+struct ItemPlace {
     std::uint32_t key = 0;
     std::string device;
     std::uint32_t address = 0;
@@ -25,8 +25,8 @@ struct Place {
 };
 
 // One item of each kind: mode, source and format.
-std::vector<Place> places(const dfdctl::LoadRecord &record, auto &&wanted) {
-    std::vector<Place> found;
+std::vector<ItemPlace> places(const dfdctl::LoadRecord &record, auto &&wanted) {
+    std::vector<ItemPlace> found;
     std::set<std::tuple<int, int, int>> kinds;
     for (const auto &[key, origins] : record.origins) {
         const auto *item = dfdctl::record_of<info_ctrl_t>(dfdctl::item_of_key(key));
@@ -44,7 +44,7 @@ bool is_in(std::string_view text, std::string_view name) {
 }
 
 // EEPROMs of the layout that a function is about; the board's own one where there is none.
-std::vector<Place> eeproms(const dfdctl::LoadRecord &record, std::string_view function) {
+std::vector<ItemPlace> eeproms(const dfdctl::LoadRecord &record, std::string_view function) {
     const bool is_power = is_in("power", function);
     const int mode = is_in("fru", function)      ? INFO_CTRL_MODE_FRU
                      : is_in("legacy", function) ? INFO_CTRL_MODE_LEGACY
@@ -53,7 +53,7 @@ std::vector<Place> eeproms(const dfdctl::LoadRecord &record, std::string_view fu
         const bool is_of_power = DFD_KEY_TYPE(key) == DFD_KEY_POWER_HW_VER;
         return item.mode == mode && (mode != INFO_CTRL_MODE_LEGACY || is_of_power == is_power);
     };
-    std::vector<Place> found = places(record, is_wanted);
+    std::vector<ItemPlace> found = places(record, is_wanted);
     if (found.empty()) {
         found.push_back({.device = dfd::kBoardBus, .address = dfd::kBoardE2promAddr});
     }
@@ -78,7 +78,7 @@ std::uint32_t bus_number(const std::string &device) {
 }
 
 // Numbers and texts of a call in the order of its parameters.
-Args args_at(const Call &call, const Place &place, std::uint32_t info) {
+Args args_at(const Call &call, const ItemPlace &place, std::uint32_t info) {
     constexpr std::uint32_t kLength = 8;
     Args args;
     for (const Param *param : call.inputs()) {
@@ -140,10 +140,10 @@ std::vector<Args> arguments_of(const Call &call, const dfdctl::LoadRecord &recor
         return item.mode == INFO_CTRL_MODE_CONFIG && item.src != INFO_SRC_NONE &&
                (is_any_source || item.src != INFO_SRC_I2C);
     };
-    const std::vector<Place> all =
+    const std::vector<ItemPlace> all =
         is_of_eeproms ? eeproms(record, call.name) : places(record, is_read);
     std::vector<Args> found;
-    for (const Place &place : all) {
+    for (const ItemPlace &place : all) {
         if (takes(call, Role::info)) {
             for (const std::uint32_t info :
                  {E2PROM_INFO_SN, E2PROM_INFO_HW_VER, E2PROM_INFO_DEV_TYPE}) {

@@ -39,6 +39,9 @@ Result run_tool(const std::string &arguments);
 std::string read_file(const std::filesystem::path &path);
 void write_file(const std::filesystem::path &path, const std::string &content);
 
+/// The configuration that the demo board loads for its chassis type, and may be added to.
+inline constexpr char kChassisFile[] = "etc/cfg/dfd/chassis/8.cfg";
+
 /// A private copy of an assembled board, with its initial state.
 class Board {
   public:

@@ -17,15 +17,14 @@ using nlohmann::json;
 using testing::ContainsRegex;
 using testing::HasSubstr;
 
-constexpr char kChassisFile[] = "etc/cfg/dfd/chassis/8.cfg";
 constexpr char kList[] = "etc/cfg/dfd/file_name/0x3e";
-constexpr char kDevices[] = "chassis.toml";
+constexpr char kDescription[] = "chassis.toml";
 
 /// Supply 4 of the demo has no input.
 void plug_all_in(const Board &board) {
-    board.replace(kDevices, "power input failure\", value = 0x08",
+    board.replace(kDescription, "power input failure\", value = 0x08",
                   "power input failure\", value = 0x00");
-    board.replace(kDevices, "power good\", value = 0x07", "power good\", value = 0x0f");
+    board.replace(kDescription, "power good\", value = 0x07", "power good\", value = 0x0f");
 }
 
 void remove(const Board &board, const char *file) {
@@ -34,9 +33,9 @@ void remove(const Board &board, const char *file) {
 
 /// The device behind a name is at another place than the board says.
 void move_device(const Board &board, const std::string &from, const std::string &to) {
-    ASSERT_EQ(
-        run(fmt::format("sed -i 's#{}#{}#' {}", from, to, board.file(kDevices).string())).status,
-        0);
+    ASSERT_EQ(run(fmt::format("sed -i 's#{}#{}#' {}", from, to, board.file(kDescription).string()))
+                  .status,
+              0);
 }
 
 void fill(const Board &board, const char *image, char byte) {
@@ -49,7 +48,7 @@ void damage(const Board &board, const char *image, const char *text) {
     board.replace(image, text, "?" + std::string(text + 1));
 }
 
-struct Sick {
+struct Ailment {
     const char *name;
     std::function<void(const Board &)> edit;
     int status;
@@ -60,11 +59,11 @@ struct Sick {
     const char *device;  ///< null: none
 };
 
-void PrintTo(const Sick &each, std::ostream *out) {
+void PrintTo(const Ailment &each, std::ostream *out) {
     *out << each.name;
 }
 
-const Sick kCases[] = {
+const Ailment kCases[] = {
     {"file_not_loaded",
      [](const Board &board) { remove(board, "etc/cfg/dfd/cfg_file/cm8_irq.cfg"); }, 1, "alarm",
      "NOT LOADED", "/etc/cfg/dfd/cfg_file/cm8_irq.cfg", "No such file", nullptr},
@@ -103,14 +102,14 @@ const Sick kCases[] = {
      "warning", "NO VALUE", "", "sensor fan-area temperature", ""},
     {"eeprom_silent",
      [](const Board &board) {
-         board.replace(kDevices, "addr = 0x51\nname = \"fan tray 2",
+         board.replace(kDescription, "addr = 0x51\nname = \"fan tray 2",
                        "addr = 0x61\nname = \"fan tray 2");
      },
      1, "alarm", "SILENT", "tray 2 EEPROM", "tray 2 type", "/dev/i2c-1 0x51"},
     {"bus_times_out",
      [](const Board &board) {
          move_device(board, "bus = 2", "bus = 7");
-         board.append(kDevices, "[[bus]]\nnumber = 2\nabsent_error = 'ETIMEDOUT'\n");
+         board.append(kDescription, "[[bus]]\nnumber = 2\nabsent_error = 'ETIMEDOUT'\n");
      },
      4, "alarm", "NO ANSWER", "/dev/i2c-2", "time-out", "/dev/i2c-2"},
     {"eeprom_erased", [](const Board &board) { fill(board, "images/fan2.bin", '\xff'); }, 1,
@@ -136,19 +135,19 @@ const Sick kCases[] = {
      "0x07: the checksum of the header is wrong; 0x67: the checksum of", "/dev/i2c-2 0x50"},
     {"protection_lifted",
      [](const Board &board) {
-         board.replace(kDevices, "fan tray 2\", value = 0xff", "fan tray 2\", value = 0x00");
+         board.replace(kDescription, "fan tray 2\", value = 0xff", "fan tray 2\", value = 0x00");
      },
      0, "note", "WRITABLE", "fan tray 2 EEPROM", "'dfdctl write-protect fans on'", "/dev/cpld0"},
     // The product identifier tells the board type.
     {"board_eeprom_not_fitted",
      [](const Board &board) {
-         board.replace(kDevices, "addr = 0x57\nname = \"board EEPROM",
+         board.replace(kDescription, "addr = 0x57\nname = \"board EEPROM",
                        "addr = 0x58\nname = \"board EEPROM");
      },
      0, "note", "SILENT", "board EEPROM", "does not need it", "/dev/i2c-0 0x57"},
     {"absent_and_answering",
      [](const Board &board) {
-         board.replace(kDevices,
+         board.replace(kDescription,
                        "present_when = { device = \"/dev/fpga0\", register = 0x41, bit = 3, "
                        "value = 0 }\n",
                        "");
@@ -157,7 +156,7 @@ const Sick kCases[] = {
     // Tray 3 falls out 25 ms after the bit, which is set 20 ms before the command.
     {"pulled_meanwhile",
      [](const Board &board) {
-         board.append(kDevices,
+         board.append(kDescription,
                       "[[wiring.line]]\n"
                       "to = { device = '/dev/fpga0', register = 0x41, bit = 2 }\n"
                       "when = [{ device = '/dev/fpga0', register = 0xf0, bit = 0 }]\n"
@@ -168,10 +167,10 @@ const Sick kCases[] = {
      1, "alarm", "UNSTEADY", "tray 3", "present at first, absent now", "/dev/fpga0"},
 };
 
-class Check : public testing::TestWithParam<Sick> {};
+class Check : public testing::TestWithParam<Ailment> {};
 
 TEST_P(Check, FindsIt) {
-    const Sick &each = GetParam();
+    const Ailment &each = GetParam();
     const Board board("demo");
     plug_all_in(board);
     each.edit(board);
@@ -192,7 +191,7 @@ TEST_P(Check, FindsIt) {
     EXPECT_EQ(std::ranges::count_if(report["findings"], is_it), 1) << report["findings"].dump(1);
 }
 
-INSTANTIATE_TEST_SUITE_P(Sick, Check, testing::ValuesIn(kCases),
+INSTANTIATE_TEST_SUITE_P(Ailment, Check, testing::ValuesIn(kCases),
                          [](const auto &each) { return std::string(each.param.name); });
 
 // What follows from something else is told with it, or as a note.

@@ -151,14 +151,14 @@ void set_register(const Board &board, const char *from, const char *to) {
     board.replace("chassis.toml", from, to);
 }
 
-struct FaultCase {
+struct ControlFailure {
     const char *arguments;
     int status;
     const char *message;
 };
 
-void expect_faults(const Board &board, std::span<const FaultCase> cases) {
-    for (const FaultCase &each : cases) {
+void expect_faults(const Board &board, std::span<const ControlFailure> cases) {
+    for (const ControlFailure &each : cases) {
         const Result result = control(board, std::string(each.arguments) + " --yes");
         EXPECT_EQ(result.status, each.status) << each.arguments << result.out << result.err;
         EXPECT_THAT(result.err, HasSubstr(each.message)) << each.arguments;
@@ -176,7 +176,7 @@ TEST(Control, NothingIsWrittenWhereTheStateCannotBeRead) {
         overrides += fmt::format("{}=/dev/cpld9\n", item);
     }
     board.append("etc/cfg/dfd/chassis/8.cfg", overrides);
-    const FaultCase cases[] = {
+    const ControlFailure cases[] = {
         {"slot reset 3", 4, "slot 3: nothing was done, its state cannot be read"},
         {"slot power 3 off", 4, "power of slot 3: nothing was done, its state cannot be read"},
         {"master reset", 4, "nothing was done, its state cannot be read"},
@@ -190,7 +190,7 @@ TEST(Control, NothingIsWrittenWhereTheStateCannotBeRead) {
         {"fan speed 2 3", 4, "nothing was done, whether it is there cannot be read"},
     };
     expect_faults(board, cases);
-    for (const FaultCase &each : cases) {
+    for (const ControlFailure &each : cases) {
         EXPECT_THAT(control(board, std::string(each.arguments) + " --yes").err,
                     HasSubstr("; its driver is not loaded, or the items name the wrong node"))
             << each.arguments;
@@ -256,7 +256,7 @@ TEST(Control, ARegisterThatDoesNotTakeItIsNoSuccess) {
     for (const auto &[from, to] : kStuck) {
         set_register(board, from, to);
     }
-    const FaultCase cases[] = {
+    const ControlFailure cases[] = {
         {"slot reset 3", 1, "slot 3: it is still held in reset"},
         {"slot reset all", 1, "slot 3: it is still held in reset"},
         {"slot power 3 off", 1, "power of slot 3: it does not read back as requested"},
@@ -276,7 +276,7 @@ TEST(Control, ARegisterThatDoesNotTakeItIsNoSuccess) {
 TEST(Control, OthersOwnWhatItMustNotTouch) {
     const Board board("demo");
     board.vchassis("poke", "/dev/cpld0 0x08 0x00");
-    const FaultCase absent[] = {
+    const ControlFailure absent[] = {
         {"master reset", 1, "there is no peer master board"},
         {"slot reset 4", 1, "no card in slot 4"},
         {"slot power 4 off", 1, "no card in slot 4"},
@@ -285,7 +285,8 @@ TEST(Control, OthersOwnWhatItMustNotTouch) {
     };
     expect_faults(board, absent);
     board.append("tmp/.factory_disabale_cli_tty", "");
-    const FaultCase factory[] = {{"led set status red", 1, "the factory console owns the LEDs"}};
+    const ControlFailure factory[] = {
+        {"led set status red", 1, "the factory console owns the LEDs"}};
     expect_faults(board, factory);
     EXPECT_THAT(board.vchassis("peek", "/dev/cpld0 0x20").out, HasSubstr("01"));
 }

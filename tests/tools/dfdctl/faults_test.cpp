@@ -157,9 +157,9 @@ TEST(ReadPass, AsksADeadDeviceOneRoundAndATimeOutOnce) {
         std::size_t first;  ///< transfers to the first dead address
         std::size_t all;    ///< to the bus
     };
-    constexpr std::size_t kDevices = 8;
+    constexpr std::size_t kChips = 8;
     constexpr std::size_t kRound = 5;
-    const Case cases[] = {{"ENXIO", kRound, kDevices * kRound}, {"ETIMEDOUT", 1, 2}};
+    const Case cases[] = {{"ENXIO", kRound, kChips * kRound}, {"ETIMEDOUT", 1, 2}};
     for (const Case &each : cases) {
         const Board board("demo");
         empty_bus(board, each.error);

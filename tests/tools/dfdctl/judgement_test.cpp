@@ -11,8 +11,6 @@ namespace {
 
 using nlohmann::json;
 
-constexpr char kChassisFile[] = "etc/cfg/dfd/chassis/8.cfg";
-
 /// A chassis, and where a word is expected.
 struct Sick {
     const char *name;
