@@ -367,16 +367,24 @@ void print_counts(const std::string &what, const Counts &counts) {
     std::fflush(stdout);
 }
 
-Counts sweep(Board &board, Positions positions) {
-    Counts counts;
+std::set<std::string> shapes_of(Board &board, Positions positions) {
     std::set<std::string> shapes;
+    for (const Asked &asked : board.asked()) {
+        board.restore();
+        shapes.insert(shape_of(asked, board.call(asked, positions)));
+    }
+    return shapes;
+}
+
+Counts sweep(Board &board, Positions positions, std::set<std::string> swept) {
+    Counts counts;
     std::set<std::string> functions;
     std::set<std::string> bases;
     for (const Asked &asked : board.asked()) {
         board.restore();
         const Answer good = board.call(asked, positions);
         EXPECT_EQ(leftovers(good), "") << asked.text();
-        const bool is_like_another = !shapes.insert(shape_of(asked, good)).second;
+        const bool is_like_another = !swept.insert(shape_of(asked, good)).second;
         if (good.made.empty() || (is_like_another && !is_whole())) {
             continue;
         }

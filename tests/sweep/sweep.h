@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -26,7 +27,11 @@ std::vector<dfd_test::CallFault> faults_at(std::size_t at, const dfd_test::MadeC
 // "Sweep of BOARD: ..." on standard output.
 void print_counts(const std::string &what, const Counts &counts);
 
-// Every function of the board at every position.
-Counts sweep(Board &board, dfd_test::Positions positions);
+// What tells the calls of a board apart: their function, their kinds of accesses and their outcome.
+std::set<std::string> shapes_of(Board &board, dfd_test::Positions positions);
+
+// Every function of the board at every position; of calls with one shape, or with one of `swept`,
+// which another board has had, only the whole sweep tries more than the first.
+Counts sweep(Board &board, dfd_test::Positions positions, std::set<std::string> swept = {});
 
 }  // namespace sweep_test
