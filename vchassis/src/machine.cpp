@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <set>
 
@@ -47,20 +48,17 @@ std::string read_text(const fs::path &path) {
     return read_all(in);
 }
 
-// FNV-1a over the description and the initial contents of all devices.
+// Of the description and the initial contents of all devices.
 class Fingerprint {
   public:
-    void add(const void *data, std::size_t size) {
-        const auto *bytes = static_cast<const unsigned char *>(data);
-        for (std::size_t i = 0; i < size; ++i) {
-            hash_ = (hash_ ^ bytes[i]) * kPrime;
-        }
+    void add(std::string_view bytes) {
+        hash_ = hash_ * kPrime + std::hash<std::string_view>{}(bytes);
     }
     std::string text() const { return fmt::format("{:016x}\n", hash_); }
 
   private:
     static constexpr std::uint64_t kPrime = 0x100000001b3;
-    std::uint64_t hash_ = 0xcbf29ce484222325;
+    std::uint64_t hash_ = 0;
 };
 
 // "/dev/cpld0" is stored as "dev-cpld0.bin", "/dev/i2c-0:0x57" as "dev-i2c-0-0x57.bin".
@@ -94,11 +92,12 @@ Machine::Machine(fs::path dir, const fs::path &state)
 void Machine::load_directory() {
     const fs::path file = dir_ / kDescription;
     const std::string text = read_text(file);
-    const Built built = build(*parse_description(text, file.string()));
+    const Built built = build(parse_description(text, file.string()));
     Fingerprint fingerprint;
-    fingerprint.add(text.data(), text.size());
+    fingerprint.add(text);
     for (Device *device : built) {
-        fingerprint.add(device->initial().data(), device->initial().size());
+        const std::vector<std::uint8_t> &initial = device->initial();
+        fingerprint.add({reinterpret_cast<const char *>(initial.data()), initial.size()});
     }
     store_.make();
     const Store::Lock lock(store_);
@@ -110,7 +109,7 @@ void Machine::load_directory() {
 }
 
 void Machine::load_text(std::string_view toml, const std::string &file) {
-    const Built built = build(*parse_description(toml, file));
+    const Built built = build(parse_description(toml, file));
     store_.make();
     const Store::Lock lock(store_);
     attach(built);
@@ -119,9 +118,10 @@ void Machine::load_text(std::string_view toml, const std::string &file) {
     }
 }
 
-Machine::Built Machine::build(const Section &root) {
+Machine::Built Machine::build(std::shared_ptr<Section> root) {
+    descriptions_.push_back(std::move(root));
     try {
-        return build_all(root);
+        return build_all(*descriptions_.back());
     } catch (...) {
         discard_unattached();
         throw;
@@ -264,18 +264,18 @@ void Machine::resolve(const std::vector<Link *> &links) {
             throw DescriptionError(
                 fmt::format("{}: there is no device '{}' (devices are named "
                             "like /dev/cpld0 or /dev/i2c-0:0x57)",
-                            link->where, link->device));
+                            link->where.text(), link->device));
         }
         const std::size_t last = std::size_t{link->reg} + link->width - 1;
         if (last >= target->initial().size()) {
-            throw DescriptionError(
-                fmt::format("{}: {} has no register 0x{:x}", link->where, link->device, last));
+            throw DescriptionError(fmt::format("{}: {} has no register 0x{:x}", link->where.text(),
+                                               link->device, last));
         }
         if (link->watches && target->register_table() == nullptr) {
             throw DescriptionError(fmt::format(
                 "{}: {} is of the model {}; what programs write is seen of [[registers]] "
                 "and the model registers",
-                link->where, link->device, target->model()));
+                link->where.text(), link->device, target->model()));
         }
         link->target = target;
     }

@@ -62,7 +62,7 @@ struct Link {
     // Whether the target must tell what programs write to the register.
     bool watches = false;
     Device *target = nullptr;
-    std::string where;  // file:line:column, for messages
+    Where where;
 };
 
 // "Bit b of register r of device d has value v", or one of several bits has it.

@@ -13,31 +13,33 @@
 namespace vchassis {
 
 Section::Section(std::shared_ptr<const std::string> file, std::string title, Mark mark)
-    : file_(std::move(file)), title_(std::move(title)), mark_(mark) {}
+    : file_(std::move(file)), title_(std::move(title)), mark_(mark) {
+    constexpr std::size_t kMostlyAtMost = 4;
+    pairs_.reserve(kMostlyAtMost);
+}
 
-std::vector<Section::Pair>::const_iterator Section::place_of(const std::string &key) const {
-    return std::ranges::lower_bound(pairs_, key, {}, &Pair::key);
+// Sections are short: most keys differ in their length already.
+const Section::Pair *Section::pair_of(std::string_view key) const {
+    const auto found = std::ranges::find(pairs_, key, &Pair::key);
+    return found == pairs_.end() ? nullptr : &*found;
 }
 
 bool Section::add(std::string key, Value value) {
-    const auto place = place_of(key);
-    const bool is_new = place == pairs_.end() || place->key != key;
-    if (is_new) {
-        pairs_.insert(place, {std::move(key), std::move(value)});
+    if (pair_of(key) != nullptr) {
+        return false;
     }
-    return is_new;
+    const auto place = std::ranges::upper_bound(pairs_, key, {}, &Pair::key);
+    pairs_.insert(place, {std::move(key), std::move(value)});
+    return true;
 }
 
-Value *Section::held(const std::string &key) {
-    const auto place = place_of(key);
-    return place != pairs_.end() && place->key == key
-               ? &pairs_[static_cast<std::size_t>(place - pairs_.begin())].value
-               : nullptr;
+Value *Section::held(std::string_view key) {
+    return const_cast<Value *>(pair_of(key) == nullptr ? nullptr : &pair_of(key)->value);
 }
 
-const Value *Section::find(const std::string &key) const {
-    const auto found = place_of(key);
-    if (found == pairs_.end() || found->key != key) {
+const Value *Section::find(std::string_view key) const {
+    const Pair *const found = pair_of(key);
+    if (found == nullptr) {
         missed_.push_back(key);
         return nullptr;
     }
@@ -45,7 +47,7 @@ const Value *Section::find(const std::string &key) const {
     return &found->value;
 }
 
-const Value &Section::need(const std::string &key) const {
+const Value &Section::need(std::string_view key) const {
     const Value *value = find(key);
     if (value == nullptr) {
         fail(mark_, fmt::format("{} lacks the key '{}'", title_, key));
@@ -53,7 +55,7 @@ const Value &Section::need(const std::string &key) const {
     return *value;
 }
 
-std::int64_t Section::integer_of(const std::string &what, const Value &value, Range range) const {
+std::int64_t Section::integer_of(std::string_view what, const Value &value, Range range) const {
     const auto *number = std::get_if<std::int64_t>(&value.data);
     if (number == nullptr || *number < range.low || *number > range.high) {
         fail(value.mark,
@@ -62,7 +64,7 @@ std::int64_t Section::integer_of(const std::string &what, const Value &value, Ra
     return *number;
 }
 
-double Section::number_of(const std::string &what, const Value &value) const {
+double Section::number_of(std::string_view what, const Value &value) const {
     if (const auto *whole = std::get_if<std::int64_t>(&value.data)) {
         return static_cast<double>(*whole);
     }
@@ -73,7 +75,7 @@ double Section::number_of(const std::string &what, const Value &value) const {
     return *number;
 }
 
-std::string Section::text_of(const std::string &what, const Value &value) const {
+std::string Section::text_of(std::string_view what, const Value &value) const {
     const auto *text = std::get_if<std::string>(&value.data);
     if (text == nullptr) {
         fail(value.mark, fmt::format("'{}' must be a text in quotes", what));
@@ -81,31 +83,30 @@ std::string Section::text_of(const std::string &what, const Value &value) const 
     return *text;
 }
 
-std::int64_t Section::integer(const std::string &key, Range range) const {
+std::int64_t Section::integer(std::string_view key, Range range) const {
     return integer_of(key, need(key), range);
 }
 
-std::int64_t Section::integer_or(const std::string &key, Range range,
-                                 std::int64_t otherwise) const {
+std::int64_t Section::integer_or(std::string_view key, Range range, std::int64_t otherwise) const {
     const Value *value = find(key);
     return value == nullptr ? otherwise : integer_of(key, *value, range);
 }
 
-std::optional<double> Section::number(const std::string &key) const {
+std::optional<double> Section::number(std::string_view key) const {
     const Value *value = find(key);
     return value == nullptr ? std::nullopt : std::optional(number_of(key, *value));
 }
 
-std::string Section::text(const std::string &key) const {
+std::string Section::text(std::string_view key) const {
     return text_of(key, need(key));
 }
 
-std::string Section::text_or(const std::string &key, const std::string &otherwise) const {
+std::string Section::text_or(std::string_view key, const std::string &otherwise) const {
     const Value *value = find(key);
     return value == nullptr ? otherwise : text_of(key, *value);
 }
 
-bool Section::flag_or(const std::string &key, bool otherwise) const {
+bool Section::flag_or(std::string_view key, bool otherwise) const {
     const Value *value = find(key);
     if (value == nullptr) {
         return otherwise;
@@ -117,12 +118,12 @@ bool Section::flag_or(const std::string &key, bool otherwise) const {
     return *flag;
 }
 
-bool Section::is_flag(const std::string &key) const {
+bool Section::is_flag(std::string_view key) const {
     const Value *value = find(key);
     return value != nullptr && std::holds_alternative<bool>(value->data);
 }
 
-std::size_t Section::choice(const std::string &key, std::span<const std::string_view> words) const {
+std::size_t Section::choice(std::string_view key, std::span<const std::string_view> words) const {
     const std::string word = text_or(key, std::string(words.front()));
     const auto found = std::find(words.begin(), words.end(), word);
     if (found == words.end()) {
@@ -132,7 +133,7 @@ std::size_t Section::choice(const std::string &key, std::span<const std::string_
     return static_cast<std::size_t>(found - words.begin());
 }
 
-std::vector<std::string> Section::texts(const std::string &key) const {
+std::vector<std::string> Section::texts(std::string_view key) const {
     std::vector<std::string> out;
     const Value *value = find(key);
     if (value == nullptr) {
@@ -148,7 +149,7 @@ std::vector<std::string> Section::texts(const std::string &key) const {
     return out;
 }
 
-const Section *Section::table(const std::string &key) const {
+const Section *Section::table(std::string_view key) const {
     const Value *value = find(key);
     if (value == nullptr) {
         return nullptr;
@@ -160,7 +161,7 @@ const Section *Section::table(const std::string &key) const {
     return section->get();
 }
 
-std::vector<const Section *> Section::tables(const std::string &key) const {
+std::vector<const Section *> Section::tables(std::string_view key) const {
     std::vector<const Section *> out;
     const Value *value = find(key);
     if (value == nullptr) {
@@ -217,13 +218,13 @@ void Section::refuse_unknown() const {
                                    : fmt::format("did you mean '{}'?", guess)));
 }
 
-const Mark &Section::mark_of(const std::string &key) const {
+const Mark &Section::mark_of(std::string_view key) const {
     const Value *value = find(key);
     return value == nullptr ? mark_ : value->mark;
 }
 
-std::string Section::where() const {
-    return fmt::format("{}:{}:{}", *file_, mark_.line, mark_.column);
+std::string Where::text() const {
+    return fmt::format("{}:{}:{}", *file, mark.line, mark.column);
 }
 
 std::string Section::beside(const std::string &path) const {
@@ -234,7 +235,7 @@ void Section::fail(const Mark &mark, const std::string &message) const {
     throw DescriptionError(fmt::format("{}:{}:{}: {}", *file_, mark.line, mark.column, message));
 }
 
-void Section::fail_at(const std::string &key, const std::string &message) const {
+void Section::fail_at(std::string_view key, const std::string &message) const {
     fail(mark_of(key), message);
 }
 

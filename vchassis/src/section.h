@@ -25,6 +25,15 @@ struct Mark {
     unsigned column = 0;
 };
 
+// Of a section, for messages.
+struct Where {
+    std::shared_ptr<const std::string> file;
+    Mark mark;
+
+    // "file:line:column"
+    std::string text() const;
+};
+
 class Section;
 
 struct Value {
@@ -51,21 +60,22 @@ class Section {
     // False when the key is there already.
     bool add(std::string key, Value value);
     // Of a section under construction: the value of a key, or null.
-    Value *held(const std::string &key);
+    Value *held(std::string_view key);
 
-    bool has(const std::string &key) const { return find(key) != nullptr; }
-    std::int64_t integer(const std::string &key, Range range) const;
-    std::int64_t integer_or(const std::string &key, Range range, std::int64_t otherwise) const;
-    std::optional<double> number(const std::string &key) const;
-    std::string text(const std::string &key) const;
-    std::string text_or(const std::string &key, const std::string &otherwise) const;
-    bool flag_or(const std::string &key, bool otherwise) const;
-    bool is_flag(const std::string &key) const;
+    // A key that is asked for is remembered as it stands: a literal, or as long-lived.
+    bool has(std::string_view key) const { return find(key) != nullptr; }
+    std::int64_t integer(std::string_view key, Range range) const;
+    std::int64_t integer_or(std::string_view key, Range range, std::int64_t otherwise) const;
+    std::optional<double> number(std::string_view key) const;
+    std::string text(std::string_view key) const;
+    std::string text_or(std::string_view key, const std::string &otherwise) const;
+    bool flag_or(std::string_view key, bool otherwise) const;
+    bool is_flag(std::string_view key) const;
     // Which of the words stands there; the first one where the key does not.
-    std::size_t choice(const std::string &key, std::span<const std::string_view> words) const;
-    std::vector<std::string> texts(const std::string &key) const;
-    const Section *table(const std::string &key) const;
-    std::vector<const Section *> tables(const std::string &key) const;
+    std::size_t choice(std::string_view key, std::span<const std::string_view> words) const;
+    std::vector<std::string> texts(std::string_view key) const;
+    const Section *table(std::string_view key) const;
+    std::vector<const Section *> tables(std::string_view key) const;
 
     // The keys of a table whose names are data, such as register addresses.
     struct Entry {
@@ -75,25 +85,24 @@ class Section {
     std::vector<Entry> entries() const;
     // One integer or an array of them, each a byte.
     std::vector<std::uint8_t> byte_list(const Value &value) const;
-    std::int64_t integer_of(const std::string &what, const Value &value, Range range) const;
-    double number_of(const std::string &what, const Value &value) const;
-    std::string text_of(const std::string &what, const Value &value) const;
+    std::int64_t integer_of(std::string_view what, const Value &value, Range range) const;
+    double number_of(std::string_view what, const Value &value) const;
+    std::string text_of(std::string_view what, const Value &value) const;
 
     void refuse_unknown() const;
-    // "file:line:column" of the section.
-    std::string where() const;
+    Where where() const { return {file_, mark_}; }
     // A path of the description, relative to the directory the description stands in.
     std::string beside(const std::string &path) const;
-    const Mark &mark_of(const std::string &key) const;
+    const Mark &mark_of(std::string_view key) const;
     [[noreturn]] void fail(const Mark &mark, const std::string &message) const;
-    [[noreturn]] void fail_at(const std::string &key, const std::string &message) const;
+    [[noreturn]] void fail_at(std::string_view key, const std::string &message) const;
 
   private:
-    const Value *find(const std::string &key) const;
-    const Value &need(const std::string &key) const;
+    const Value *find(std::string_view key) const;
+    const Value &need(std::string_view key) const;
 
     struct Pair;
-    std::vector<Pair>::const_iterator place_of(const std::string &key) const;
+    const Pair *pair_of(std::string_view key) const;
 
     struct Pair {
         std::string key;
@@ -105,7 +114,7 @@ class Section {
     std::string title_;
     Mark mark_;
     std::vector<Pair> pairs_;
-    mutable std::vector<std::string> missed_;  // asked for, and not there
+    mutable std::vector<std::string_view> missed_;  // asked for, and not there
 };
 
 // Throws DescriptionError with "file:line:column: ..." when the text is not TOML.

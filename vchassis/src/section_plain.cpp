@@ -2,6 +2,7 @@
 // Descriptions as they are mostly written, in a tenth of the work that all of TOML takes; every
 // program on a chassis reads one. What is not plain, mistakes too, is left to the TOML parser.
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <set>
 
@@ -11,23 +12,41 @@ namespace vchassis {
 
 namespace {
 
-constexpr std::string_view kBareKey =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-";
-constexpr std::string_view kDigits = "0123456789";
-constexpr std::string_view kHexDigits = "0123456789abcdefABCDEF";
+// What a character may be part of, as bits.
+enum : unsigned char { kBareKey = 1, kPlainWord = 2, kDigit = 4, kHexDigit = 8, kText = 16 };
+constexpr auto kParts = [] {
+    std::array<unsigned char, 256> parts{};
+    const auto is_in = [](int c, char first, char last) { return c >= first && c <= last; };
+    for (int c = 0; c < 256; ++c) {
+        const bool is_digit = is_in(c, '0', '9');
+        const bool is_alpha = is_in(c, 'a', 'z') || is_in(c, 'A', 'Z');
+        const bool is_hex = is_digit || is_in(c, 'a', 'f') || is_in(c, 'A', 'F');
+        const bool is_key = is_digit || is_alpha || c == '_' || c == '-';
+        const bool is_word = is_key || c == '+' || c == '.' || c == ':';
+        const bool is_text = is_in(c, ' ', '~') || c == '\t';
+        parts[static_cast<std::size_t>(c)] = static_cast<unsigned char>(
+            (is_key ? kBareKey : 0) | (is_word ? kPlainWord : 0) | (is_digit ? kDigit : 0) |
+            (is_hex ? kHexDigit : 0) | (is_text ? kText : 0));
+    }
+    return parts;
+}();
 constexpr std::size_t kMostDigits = 15;  // of any base: no number is too large
 constexpr int kMostDepth = 16;
 constexpr int kHexadecimal = 16;
 
 struct NotPlain {};
 
-bool is_all(std::string_view text, std::string_view characters) {
+bool is_part(char c, unsigned char of) {
+    return (kParts[static_cast<unsigned char>(c)] & of) != 0;
+}
+
+bool is_all(std::string_view text, unsigned char of) {
     return !text.empty() && text.size() <= kMostDigits &&
-           text.find_first_not_of(characters) == std::string_view::npos;
+           std::ranges::all_of(text, [of](char c) { return is_part(c, of); });
 }
 
 bool is_decimal(std::string_view digits) {
-    return is_all(digits, kDigits) && (digits.front() != '0' || digits.size() == 1);
+    return is_all(digits, kDigit) && (digits.front() != '0' || digits.size() == 1);
 }
 
 class Reader {
@@ -65,11 +84,12 @@ class Reader {
         }
     }
 
-    std::string_view take_all(std::string_view characters) {
-        const std::size_t end = std::min(text_.find_first_not_of(characters, at_), text_.size());
-        const std::string_view taken = text_.substr(at_, end - at_);
-        at_ = end;
-        return taken;
+    std::string_view take_all(unsigned char of) {
+        const std::size_t begin = at_;
+        while (at_ < text_.size() && is_part(text_[at_], of)) {
+            ++at_;
+        }
+        return text_.substr(begin, at_ - begin);
     }
 
     void skip_blanks() {
@@ -81,7 +101,7 @@ class Reader {
     void end_line() {
         skip_blanks();
         if (next() == '#') {
-            at_ = std::min(text_.find('\n', at_), text_.size());
+            take_all(kText);
         }
         if (at_ < text_.size()) {
             need(takes('\n'));
@@ -192,11 +212,12 @@ class Reader {
 
     std::string string() {
         takes('"');
-        const std::size_t end = text_.find_first_of("\"\\\n", at_);
-        need(end != std::string_view::npos && text_[end] == '"');
-        std::string read(text_.substr(at_, end - at_));
-        at_ = end + 1;
-        need(next() != '"');
+        const std::size_t begin = at_;
+        while (is_part(next(), kText) && next() != '"' && next() != '\\') {
+            ++at_;
+        }
+        std::string read(text_.substr(begin, at_ - begin));
+        need(takes('"') && next() != '"');
         return read;
     }
 
@@ -233,14 +254,12 @@ class Reader {
 
     /// A number, true or false.
     decltype(Value::data) word() {
-        std::string_view text = take_all(
-            "+-.0123456789_:"
-            "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz");
+        const std::string_view text = take_all(kPlainWord);
         if (text == "true" || text == "false") {
             return text == "true";
         }
         if (text.starts_with("0x")) {
-            need(is_all(text.substr(2), kHexDigits));
+            need(is_all(text.substr(2), kHexDigit));
             return number<std::int64_t>(text.substr(2), kHexadecimal);
         }
         const std::string_view digits = text.substr(text.starts_with('-') ? 1 : 0);
@@ -249,7 +268,7 @@ class Reader {
         if (point == std::string_view::npos) {
             return number<std::int64_t>(text, 10);
         }
-        need(is_all(digits.substr(point + 1), kDigits));
+        need(is_all(digits.substr(point + 1), kDigit));
         return number<double>(text, std::chars_format::fixed);
     }
 
@@ -273,10 +292,8 @@ class Reader {
 }  // namespace
 
 std::shared_ptr<Section> parse_plain(std::string_view text, const std::string &file) {
-    const bool is_ascii = std::ranges::all_of(
-        text, [](char c) { return (c >= ' ' && c < '\x7f') || c == '\n' || c == '\t'; });
     try {
-        return is_ascii ? Reader(text, file).document() : nullptr;
+        return Reader(text, file).document();
     } catch (const NotPlain &) {
         return nullptr;
     }

@@ -30,7 +30,7 @@ constexpr Range kCounts{1, 8};
 
 }  // namespace
 
-Conditions::Conditions(const Section &section, const std::string &key, unsigned shift) {
+Conditions::Conditions(const Section &section, std::string_view key, unsigned shift) {
     for (const Section *condition : section.tables(key)) {
         all_.push_back(std::make_unique<Condition>(*condition, shift));
     }
@@ -46,7 +46,7 @@ void Conditions::add_to(std::vector<Link *> &links) {
     }
 }
 
-const Section &needed_table(const Section &section, const std::string &key) {
+const Section &needed_table(const Section &section, std::string_view key) {
     const Section *table = section.table(key);
     if (table == nullptr) {
         section.fail_at(key, fmt::format("the table '{}' is missing", key));

@@ -36,7 +36,7 @@ class Wiring {
 // All of the conditions of a list; an empty one always holds.
 class Conditions {
   public:
-    Conditions(const Section &section, const std::string &key, unsigned shift = 0);
+    Conditions(const Section &section, std::string_view key, unsigned shift = 0);
 
     bool hold() const;
     void add_to(std::vector<Link *> &links);
@@ -46,7 +46,7 @@ class Conditions {
 };
 
 // A table that must be there.
-const Section &needed_table(const Section &section, const std::string &key);
+const Section &needed_table(const Section &section, std::string_view key);
 
 // What the [wiring] of a description asks for.
 std::vector<std::unique_ptr<Wiring>> make_wiring(const Section &section);

@@ -12,7 +12,7 @@ constexpr std::uint32_t kSettledBefore = 1;
 constexpr std::uint32_t kInput = 2;   // whether the conditions held the last time
 constexpr std::uint32_t kOutput = 4;  // the same after the delay
 
-std::uint64_t delay_us(const Section &section, const std::string &key) {
+std::uint64_t delay_us(const Section &section, std::string_view key) {
     return static_cast<std::uint64_t>(section.integer_or(key, kDelays_ms, 0)) * kUsPerMs;
 }
 

@@ -24,7 +24,7 @@ constexpr double kDefaultLimitC = 80;
 constexpr Range kBits{9, 12};
 constexpr std::int64_t kDefaultBits = 11;
 
-double degrees(const Section &section, const std::string &key, double otherwise) {
+double degrees(const Section &section, std::string_view key, double otherwise) {
     const double value = section.number(key).value_or(otherwise);
     if (!(value >= kLowestC && value <= kHighestC)) {
         section.fail_at(

@@ -15,7 +15,7 @@ constexpr Range kSlaveSizes{1, 256};
 constexpr std::uint8_t kAllBits = 0xff;
 
 // A mask, or `true` for all bits.
-std::uint8_t mask(const Section &reg, const std::string &key) {
+std::uint8_t mask(const Section &reg, std::string_view key) {
     if (reg.is_flag(key)) {
         return reg.flag_or(key, false) ? kAllBits : 0;
     }

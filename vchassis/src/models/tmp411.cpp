@@ -87,7 +87,7 @@ Tmp411::Tmp411(std::string path, const Section &section) : Slave(std::move(path)
     set_temperature(section, "remote_c", kRemoteHigh, kRemoteLow, kDefaultRemoteC);
 }
 
-void Tmp411::set_temperature(const Section &section, const std::string &key, unsigned high,
+void Tmp411::set_temperature(const Section &section, std::string_view key, unsigned high,
                              unsigned low, double otherwise) {
     const int offset = is_extended(initial_) ? kExtendedOffset : 0;
     const double temp_c = section.number(key).value_or(otherwise);

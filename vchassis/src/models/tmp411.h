@@ -20,8 +20,8 @@ class Tmp411 : public Slave {
     std::vector<Named> named() const override;
 
   private:
-    void set_temperature(const Section &section, const std::string &key, unsigned high,
-                         unsigned low, double otherwise);
+    void set_temperature(const Section &section, std::string_view key, unsigned high, unsigned low,
+                         double otherwise);
     void configure(std::uint8_t value);
     void reset_chip();
 
