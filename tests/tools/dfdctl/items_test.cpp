@@ -123,6 +123,10 @@ TEST(Get, JsonHasTheSameKeysWhetherTheReadingWorksOrNot) {
     EXPECT_EQ(good["item"]["key"], "0x64000100");
     EXPECT_EQ(good["record"]["mode"], "tlv");
     EXPECT_EQ(good["reading"]["value"], "FT1F00240101");
+    // "get" remembers the lines of its item only.
+    const json listed = board.dfdctl("items --type fan_sn --json").json();
+    EXPECT_EQ(listed["items"][0]["item"], good["item"]);
+    EXPECT_EQ(good["set_by"], listed["items"][0]["set_by"]);
     for (const char *arguments :
          {"get fan_sn 4 --json", "get slot_online 11 --json", "get mb_status_led_ctrl --json"}) {
         const json other = board.dfdctl(arguments).json();

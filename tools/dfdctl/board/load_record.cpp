@@ -148,6 +148,9 @@ std::string LoadRecord::origin_of(std::uint32_t key) const {
 }
 
 LoadWatcher::LoadWatcher() {
+    // Most boards have fewer; memory that no line is written to costs nothing, moving lines does.
+    constexpr std::size_t kUsualLines = 4096;
+    log_.lines.reserve(kUsualLines);
     hooks_.context = this;
     hooks_.list_opened = [](void *context, const char *path, int error) {
         LoadRecord &log = self(context).log_;
@@ -239,37 +242,47 @@ std::vector<Origin> &LoadWatcher::origins_of(std::uint32_t key) {
 void LoadWatcher::line(const dfd::watch::Line &line) {
     ConfigFile &file = log_.files.back();
     file.lines += begin_ == 0 ? 1 : 0;
-    const std::string_view raw = log_.texts.keep(line.raw);
-    const std::string_view name = line.name != nullptr ? line.name : "";
-    log_.lines.push_back(
-        {.file = log_.files.size() - 1,
-         .line = file.lines,
-         .number = line.number,
-         .begin = begin_,
-         .raw = raw,
-         // Most lines have no spaces that the parser deletes.
-         .name = raw.starts_with(name) ? raw.substr(0, name.size()) : log_.texts.keep(name),
-         .value = log_.texts.keep(line.value != nullptr ? line.value : ""),
-         .row = line.row,
-         .member = line.member,
-         .index1 = line.index1,
-         .index2 = line.index2,
-         .key = line.key,
-         .step = line.step});
-    const SourceLine &kept = log_.lines.back();
+    const SourceLine seen{.file = log_.files.size() - 1,
+                          .line = file.lines,
+                          .number = line.number,
+                          .begin = begin_,
+                          .raw = line.raw,
+                          .name = line.name != nullptr ? line.name : "",
+                          .value = line.value != nullptr ? line.value : "",
+                          .row = line.row,
+                          .member = line.member,
+                          .index1 = line.index1,
+                          .index2 = line.index2,
+                          .key = line.key,
+                          .step = line.step};
     // A shorter one without line end is the last, or is cut by a zero byte.
-    const bool is_split = !kept.raw.ends_with('\n') && kept.raw.size() >= kReaderBytes;
-    begin_ = is_split ? begin_ + kept.raw.size() : 0;
+    const bool is_split = !seen.raw.ends_with('\n') && seen.raw.size() >= kReaderBytes;
+    begin_ = is_split ? begin_ + seen.raw.size() : 0;
+    const bool fails = line.step == Step::no_equals || line.step == Step::no_name;
+    const bool is_problem = !fails && has_problem(seen);
+    if (!only_ || *only_ == line.key || fails || is_problem) {
+        keep(seen);
+    }
+    if (fails) {
+        file.failed_line = seen.line;
+        file.error = problem_of(seen);
+    } else if (is_problem) {
+        file.problems.push_back(log_.lines.size() - 1);
+    }
+}
+
+void LoadWatcher::keep(SourceLine line) {
+    const std::string_view raw = log_.texts.keep(line.raw);
+    // Most lines have no spaces that the parser deletes.
+    line.name =
+        raw.starts_with(line.name) ? raw.substr(0, line.name.size()) : log_.texts.keep(line.name);
+    line.value = log_.texts.keep(line.value);
+    line.raw = raw;
+    log_.lines.push_back(line);
     if (line.step == Step::stored) {
         std::vector<Origin> &origins = origins_of(line.key);
-        file.items += origins.empty() ? 1 : 0;
-        origins.push_back({kept.file, kept.line, kept.member, log_.lines.size() - 1});
-    }
-    if (line.step == Step::no_equals || line.step == Step::no_name) {
-        file.failed_line = kept.line;
-        file.error = problem_of(kept);
-    } else if (has_problem(kept)) {
-        file.problems.push_back(log_.lines.size() - 1);
+        log_.files.back().items += origins.empty() ? 1 : 0;
+        origins.push_back({line.file, line.line, line.member, log_.lines.size() - 1});
     }
 }
 

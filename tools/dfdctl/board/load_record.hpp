@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -145,6 +146,8 @@ class LoadWatcher {
     LoadWatcher(const LoadWatcher &) = delete;
     LoadWatcher &operator=(const LoadWatcher &) = delete;
 
+    /// Of the lines, those of one item are kept, and those that have a problem.
+    void keep_only(std::uint32_t key) { only_ = key; }
     /// Configuration files are read below this directory.
     void set_root(std::string root);
     /// Goes on behind lines and files that fail, as the library does not, and prints nothing.
@@ -164,6 +167,7 @@ class LoadWatcher {
     int unreadable(const std::string &path) const;
     void file_opened(std::string_view path, int error);
     void line(const dfd::watch::Line &line);
+    void keep(SourceLine line);
     std::vector<Origin> &origins_of(std::uint32_t key);
 
     dfd::watch::Hooks hooks_;
@@ -174,6 +178,7 @@ class LoadWatcher {
     std::size_t begin_ = 0;                   ///< of the next part of a line
     std::vector<Origin> *origins_ = nullptr;  ///< of the item that was set last
     std::uint32_t key_ = 0;                   ///< of that
+    std::optional<std::uint32_t> only_;
     std::function<void(const dfd::watch::EngineCall &)> engine_begin_;
     std::function<int(const dfd::watch::Transfer &)> answer_;
 };

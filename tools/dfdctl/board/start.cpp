@@ -81,13 +81,16 @@ int exit_of(const Reading &reading, const Library &library) {
     }
 }
 
-Library start_library(const Options &options) {
+Library start_library(const Options &options, std::optional<std::uint32_t> only) {
     dfd_open_debug(options.debug_startup ? options.debug : 0);
     std::optional<ReadPass> own;
     if (ReadPass::current() == nullptr) {
         own.emplace();
     }
     LoadWatcher watcher;
+    if (only) {
+        watcher.keep_only(*only);
+    }
     watcher.hooks().is_silent = true;  // report() says it with the reason
     ReadPass::join(watcher.hooks());
     const Watching watching(watcher.hooks());
@@ -116,8 +119,8 @@ std::string why_unusable(const Library &library) {
            "hardware run it on a virtual chassis: vchassis run DIR -- dfdctl ...";
 }
 
-Library require_library(const Options &options) {
-    Library library = start_library(options);
+Library require_library(const Options &options, std::optional<std::uint32_t> only) {
+    Library library = start_library(options, only);
     if (!library.usable()) {
         throw UsageError(why_unusable(library));
     }

@@ -2,6 +2,9 @@
 // Standard output belongs to the data: the library prints its log there, so it is led away.
 #pragma once
 
+#include <cstdint>
+#include <optional>
+
 #include "dfdctl/board/load_record.hpp"
 #include "dfdctl/board/reading.hpp"
 #include "dfdctl/command.hpp"
@@ -30,13 +33,14 @@ int exit_of(const Reading &reading, const Library &library);
 void report_missing_chassis_file(const Library &library);
 
 /// Starts the library, with what it loads recorded; opens the log gate as the options ask. Files
-/// that failed are reported on standard error.
-Library start_library(const Options &options);
+/// that failed are reported on standard error. Of the lines that say nothing wrong, those of `only`
+/// are recorded, where a key is given.
+Library start_library(const Options &options, std::optional<std::uint32_t> only = {});
 
 /// Why the library did not start, and what to do.
 std::string why_unusable(const Library &library);
 
 /// Starts the library for a command that cannot do without it; exits through UsageError.
-Library require_library(const Options &options);
+Library require_library(const Options &options, std::optional<std::uint32_t> only = {});
 
 }  // namespace dfdctl

@@ -27,7 +27,7 @@ Json get_json(const Item &item, const Reading &reading, const LoadRecord &log) {
 
 int get(const Options &options, const GetArguments &arguments) {
     const Item item = parse_item(arguments.name, arguments.indexes);
-    const Library library = require_library(options);
+    const Library library = require_library(options, item.key());
     const Reading reading = read_item(item);
     if (options.json) {
         print_json(options.out, get_json(item, reading, library.loaded));
