@@ -245,6 +245,7 @@ TEST(ChassisLife, StatesMayBeBegunByTwo) {
         for (int round = 0; round < 1000; ++round) {
             for (++arrived; arrived < 2 * (round + 1);) {
             }
+            // Each round a little later, so that some round meets the step between two looks.
             const auto now = std::chrono::steady_clock::now;
             for (const auto until = now() + round * later; now() < until;) {
             }

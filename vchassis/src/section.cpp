@@ -34,7 +34,8 @@ bool Section::add(std::string key, Value value) {
 }
 
 Value *Section::held(std::string_view key) {
-    return const_cast<Value *>(pair_of(key) == nullptr ? nullptr : &pair_of(key)->value);
+    auto *const found = const_cast<Pair *>(pair_of(key));
+    return found == nullptr ? nullptr : &found->value;
 }
 
 const Value *Section::find(std::string_view key) const {

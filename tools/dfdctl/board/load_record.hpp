@@ -146,7 +146,8 @@ class LoadWatcher {
     LoadWatcher(const LoadWatcher &) = delete;
     LoadWatcher &operator=(const LoadWatcher &) = delete;
 
-    /// Of the lines, those of one item are kept, and those that have a problem.
+    /// Of the lines, those of one item are kept, and those that have a problem; of the items of a
+    /// file, only that one is counted.
     void keep_only(std::uint32_t key) { only_ = key; }
     /// Configuration files are read below this directory.
     void set_root(std::string root);
