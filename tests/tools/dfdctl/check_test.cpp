@@ -48,6 +48,12 @@ void damage(const Board &board, const char *image, const char *text) {
     board.replace(image, text, "?" + std::string(text + 1));
 }
 
+/// The lines of an item that begin with this are gone.
+void unset(const Board &board, const char *item) {
+    run(fmt::format("sed -i '/^{}/d' {}", item,
+                    board.file("etc/cfg/dfd/cfg_file/cm8_fans.cfg").string()));
+}
+
 struct Ailment {
     const char *name;
     std::function<void(const Board &)> edit;
@@ -231,6 +237,21 @@ TEST(Check, NamesTheCauseOnce) {
          [](const Board &board) { move_device(board, "/dev/fpga0", "/dev/fpga7"); },
          {"/dev/fpga0 NO ANSWER", "/dev/i2c-1 0x53 NO ANSWER"},
          "4 trays (presence unreadable), "},
+        {"presence not configured",
+         [](const Board &board) { remove(board, "etc/cfg/dfd/cfg_file/cm8_fans.cfg"); },
+         {"/etc/cfg/dfd/cfg_file/cm8_fans.cfg NOT LOADED"},
+         " 4 trays (presence not configured), 4 rotors (presence not configured), "},
+        {"presence of one not configured",
+         [](const Board &board) { unset(board, "fan_state.[a-z_]*_2="); },
+         {},
+         " 2 of 4 trays (presence of 1 not configured), "},
+        {"presence not configured or unreadable",
+         [](const Board &board) {
+             unset(board, "fan_state.[a-z_]*_2=");
+             move_device(board, "/dev/fpga0", "/dev/fpga7");
+         },
+         {"/dev/fpga0 NO ANSWER", "/dev/i2c-1 0x53 NO ANSWER"},
+         " 4 trays (presence of 3 unreadable, of 1 not configured), "},
         {"EEPROMs of units whose presence is unreadable",
          [](const Board &board) { move_device(board, "/dev/fpga0", "/dev/fpga7"); },
          {"/dev/fpga0 NO ANSWER", "/dev/i2c-1 0x53 NO ANSWER"},
@@ -323,8 +344,11 @@ TEST(Expect, TellsWhatIsMissingChangedOrNew) {
         const char *word;
         const char *unit;
         const char *what;
+        const char *unset = nullptr;
     };
     const Case cases[] = {
+        {"trays = [1, 2, 3]", "", 1, "warning", "UNSURE", "tray 2",
+         "expected by FILE:1, but the board configures no item that tells", "fan_state.[a-z_]*_2="},
         {"supplies = [1, 2, 3, 4]", "/dev/cpld0 0x10 0xf2", 1, "alarm", "ABSENT", "supply 2",
          "expected by FILE:1"},
         {"# two\n[trays]\n1 = ''\n2 = ''\n3 = ''\n4 = ''", "", 1, "alarm", "ABSENT", "tray 4",
@@ -348,6 +372,9 @@ TEST(Expect, TellsWhatIsMissingChangedOrNew) {
         write_file(site.file(), each.text);
         if (*each.poke != '\0') {
             ASSERT_EQ(site.board.vchassis("poke", each.poke).status, 0);
+        }
+        if (each.unset != nullptr) {
+            unset(site.board, each.unset);
         }
         const Result result = site.compare("--json");
         EXPECT_EQ(result.status, each.status) << each.text;
@@ -436,13 +463,20 @@ TEST(Check, CountsWhatIsThere) {
     const Board board("demo");
     const json looked = board.dfdctl("check --json").json()["looked_at"];
     const auto seen = [](int present, int total) {
-        return json{{"present", present}, {"total", total}, {"presence_unreadable", 0}};
+        return json{{"present", present},
+                    {"total", total},
+                    {"presence_unreadable", 0},
+                    {"presence_not_configured", 0}};
     };
     EXPECT_EQ(looked["trays"], seen(3, 4));
     EXPECT_EQ(looked["rotors"], seen(6, 8));
     EXPECT_EQ(looked["supplies"], seen(4, 4));
     // The board, four trays and supplies, a sub-card, a backplane.
     EXPECT_EQ(looked["eeproms"], seen(10, 11));
+    unset(board, "fan_state");
+    const json untold = board.dfdctl("check --json").json()["looked_at"]["trays"];
+    EXPECT_EQ(untold["presence_not_configured"], 4);
+    EXPECT_EQ(untold["present"], 0);
 }
 
 TEST(Check, WorstFirstInEightyColumns) {

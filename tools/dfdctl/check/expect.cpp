@@ -160,6 +160,11 @@ void Comparison::unit(const KindRow &row, const ExpectedUnit &wanted,
     if (found == seen.end()) {
         add(Severity::alarm, "ABSENT", name,
             fmt::format("expected by {}, but the board configures none such", place));
+    } else if (found->presence->status == Status::none) {
+        add(Severity::warning, "UNSURE", name,
+            fmt::format("expected by {}, but the board configures no item that tells whether it is "
+                        "there",
+                        place));
     } else if (!found->is_there()) {
         // A presence that cannot be read is told by its device.
         if (!found->presence->failed()) {

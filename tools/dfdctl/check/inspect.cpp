@@ -136,6 +136,7 @@ void count_units(const SectionData &data, Report &report) {
             const Reading *presence = presence_of(*data.section, row);
             looked.present += presence == nullptr || is_plugged(*presence) ? 1 : 0;
             looked.unsure += presence != nullptr && presence->failed() ? 1 : 0;
+            looked.untold += presence != nullptr && presence->status == Status::none ? 1 : 0;
         }
         report.looked.push_back(looked);
     }

@@ -36,6 +36,7 @@ struct Looked {
     std::size_t present = 0;  ///< EEPROMs: and answering
     std::size_t total = 0;
     std::size_t unsure = 0;  ///< of the total, those whose presence cannot be read
+    std::size_t untold = 0;  ///< of the total, those whose presence no item tells
 };
 
 /// A reading that should have a value and has none.

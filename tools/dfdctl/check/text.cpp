@@ -119,18 +119,26 @@ Lines lines_of(const FindingGroup &group) {
     return lines;
 }
 
+/// " (presence of 2 unreadable, of 1 not configured)".
+std::string unknown_text(const Looked &looked) {
+    std::vector<std::string> parts;
+    for (const auto &[count, why] :
+         {std::pair(looked.unsure, "unreadable"), std::pair(looked.untold, "not configured")}) {
+        if (count > 0) {
+            parts.push_back(count == looked.total ? why : fmt::format("of {} {}", count, why));
+        }
+    }
+    return parts.empty() ? std::string() : fmt::format(" (presence {})", fmt::join(parts, ", "));
+}
+
 std::string looked_text(const Report &report) {
     std::vector<std::string> parts;
     for (const Looked &looked : report.looked) {
-        const bool is_all = looked.present == looked.total || looked.unsure == looked.total;
-        std::string part = is_all ? std::string() : fmt::format("{} of ", looked.present);
-        part += fmt::format("{} {}", looked.total, looked.total == 1 ? looked.one : looked.many);
-        if (looked.unsure > 0) {
-            part += " (presence" +
-                    (looked.unsure < looked.total ? fmt::format(" of {}", looked.unsure) : "") +
-                    " unreadable)";
-        }
-        parts.push_back(std::move(part));
+        const bool is_all =
+            looked.present == looked.total || looked.unsure + looked.untold == looked.total;
+        parts.push_back(fmt::format(
+            "{}{} {}{}", is_all ? "" : fmt::format("{} of ", looked.present), looked.total,
+            looked.total == 1 ? looked.one : looked.many, unknown_text(looked)));
     }
     return fmt::format("Looked at {}.", fmt::join(parts, ", "));
 }
@@ -189,7 +197,8 @@ Json report_json(const Report &report) {
     for (const Looked &units : report.looked) {
         looked[json_key(units.many)] = {{"present", units.present},
                                         {"total", units.total},
-                                        {"presence_unreadable", units.unsure}};
+                                        {"presence_unreadable", units.unsure},
+                                        {"presence_not_configured", units.untold}};
     }
     return {
         {"healthy", report.is_healthy()},          {"reachable", !report.is_unreachable},
