@@ -106,7 +106,8 @@ TEST(Width, MessagesKeepThatOfTheirTerminal) {
     for (const char *arguments :
          {"get slot_online_99", "show power 1 2", "show nothing", "fan speed 9 9", "slot reset all",
           "led set alarm purple", "set fan_mode 7", "items --type mac", "explain my_slot_id",
-          "check --expect /nowhere/at/all/there/is/no/such/file", "--debug 7 check"}) {
+          "check --expect /nowhere/at/all/there/is/no/such/file", "--debug 7 check",
+          "eeprom set fan 1 serial_number=ABCDEFGHIJKLM"}) {
         const std::string narrow = messages_on_terminal(on_board + arguments, 40);
         EXPECT_THAT(narrow, HasSubstr("dfdctl:")) << arguments;
         for (const std::string &line : lines_of(narrow)) {
@@ -127,8 +128,9 @@ TEST(Width, FailuresFit) {
                  "power_in_voltage.addr_2=0x21\nport_sfp_state.addr_1=0x21\nslot_online_5=1\n");
     board.replace("etc/cfg/dfd/cfg_file/cm8_cpld.cfg", "cpld_ver_date.len=4",
                   "cpld_ver_date.len=200");
-    for (const std::size_t width : {kUsual, kNarrow}) {
-        for (const char *command : {"check", "show all", "items", "items --values"}) {
+    for (const std::size_t width : {kUsual, kNarrow, kNarrowest}) {
+        for (const char *command :
+             {"check", "show all", "items", "items --values", "eeprom diff fan 1 fan 2"}) {
             expect_fits(board.dfdctl(fmt::format("{} --width {}", command, width)), width, command);
         }
     }

@@ -65,7 +65,7 @@ int decode(const Options &options, const ReadRequest &request) {
                    decoded.description);
     }
     if (!decoded.faults.empty() && !options.json && !request.lenient) {
-        fmt::print(stderr, "{}\n", title(place, decoded, image.size()));
+        print_wrapped(stderr, title(place, decoded, image.size()), kIndent);
         print_faults(stderr, decoded);
         complain(
             fmt::format("{}: the image has faults; --lenient prints what can be read", place.name));
@@ -181,7 +181,7 @@ int diff(const Options &options, const ReadRequest &request) {
         for (const auto &[name, one, other] : fields) {
             print_wrapped(options.out, fmt::format("{}: {} -> {}", name, one, other), kIndent);
         }
-        fmt::print(options.out, "{}", differences_text(found));
+        fmt::print(options.out, "{}", differences_text(found, text_width()));
     }
     return found.empty() ? kExitOk : kExitReadingFailed;
 }

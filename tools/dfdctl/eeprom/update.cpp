@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 #include <algorithm>
+#include <bit>
 #include <cstdio>
 #include <numeric>
 
@@ -28,11 +29,18 @@ std::size_t byte_count(const std::vector<Difference> &differences) {
                            });
 }
 
+/// Differences under a heading, as a message.
+void tell(const std::string &heading, const std::vector<Difference> &differences) {
+    constexpr std::size_t kMessageIndent = 4;
+    fmt::print(stderr, "{}\n{}", fmt::join(wrapped(heading, message_width(), kMessageIndent), "\n"),
+               differences_text(differences, message_width()));
+}
+
 /// Asks at a terminal; elsewhere --yes is the only answer.
 void confirm(const ImagePlace &place, const std::vector<Difference> &changes, bool yes) {
-    fmt::print(stderr, "{} of {} change:\n{}",
-               byte_count(changes) == 1 ? "1 byte" : fmt::format("{} bytes", byte_count(changes)),
-               place.text(), differences_text(changes));
+    const std::size_t count = byte_count(changes);
+    tell(fmt::format("{} {} of {} change:", count, count == 1 ? "byte" : "bytes", place.text()),
+         changes);
     if (yes) {
         return;
     }
@@ -98,10 +106,10 @@ void report(const ImagePlace &place, const WriteOutcome &outcome) {
         complain(fmt::format("{}: {}", place.name, outcome.error));
     }
     if (!outcome.wrong.empty()) {
-        fmt::print(stderr, "Bytes as they are -> as they should be:\n{}",
-                   differences_text(outcome.wrong));
+        tell("Bytes as they are -> as they should be:", outcome.wrong);
     }
     if (!outcome.backup.empty()) {
+        // In one piece, since one copies the command.
         fmt::print(
             stderr, "{}dfdctl eeprom restore {}\n",
             outcome.error.empty() ? "To undo it: " : "To put the old image back: ", outcome.backup);
@@ -149,15 +157,19 @@ void add_serial_option(Command &command, WriteOptions &options) {
                    "SN");
 }
 
-std::string differences_text(const std::vector<Difference> &differences) {
-    constexpr std::size_t kRow = 8;
+std::string differences_text(const std::vector<Difference> &differences, std::size_t width) {
+    constexpr std::size_t kMostBytes = 8;
+    constexpr std::size_t kBeside = 12;  // offset, blanks and arrow
+    constexpr std::size_t kByte = 6;     // two digits and a blank, before and after
+    const std::size_t room = (width - std::min(width, kBeside)) / kByte;
+    const std::size_t row = std::bit_floor(std::clamp(room, std::size_t{1}, kMostBytes));
     std::string text;
     for (const Difference &each : differences) {
         const std::size_t size = std::max(each.before.size(), each.after.size());
-        for (std::size_t at = 0; at < size; at += kRow) {
+        for (std::size_t at = 0; at < size; at += row) {
             const auto part = [=](const Bytes &bytes) {
                 const std::size_t from = std::min(at, bytes.size());
-                return std::span(bytes).subspan(from, std::min(kRow, bytes.size() - from));
+                return std::span(bytes).subspan(from, std::min(row, bytes.size() - from));
             };
             text +=
                 fmt::format("  0x{:04x}  {:02x} -> {:02x}\n", each.offset + at,

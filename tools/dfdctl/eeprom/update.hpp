@@ -47,7 +47,7 @@ struct Update {
 Update change_fields(const ImagePlace &place, const std::vector<eeprom::Edit> &edits,
                      const WriteOptions &options);
 
-/// "  0x003a  46 54 -> 4e 45" for each run of bytes, eight a line.
-std::string differences_text(const std::vector<eeprom::Difference> &differences);
+/// "  0x003a  46 54 -> 4e 45" for each run of bytes; a line has eight, or as many as fit.
+std::string differences_text(const std::vector<eeprom::Difference> &differences, std::size_t width);
 
 }  // namespace dfdctl
