@@ -158,11 +158,11 @@ void add_serial_option(Command &command, WriteOptions &options) {
 }
 
 std::string differences_text(const std::vector<Difference> &differences, std::size_t width) {
-    constexpr std::size_t kMostBytes = 8;
+    constexpr std::size_t kLongestRow = 8;
     constexpr std::size_t kBeside = 12;  // offset, blanks and arrow
     constexpr std::size_t kByte = 6;     // two digits and a blank, before and after
     const std::size_t room = (width - std::min(width, kBeside)) / kByte;
-    const std::size_t row = std::bit_floor(std::clamp(room, std::size_t{1}, kMostBytes));
+    const std::size_t row = std::bit_floor(std::clamp(room, std::size_t{1}, kLongestRow));
     std::string text;
     for (const Difference &each : differences) {
         const std::size_t size = std::max(each.before.size(), each.after.size());
