@@ -46,7 +46,11 @@ void check_edit(const eeprom::Bytes &image, const eeprom::Hint &hint, const eepr
            "an edit changes the layout: " + field.name);
     for (std::size_t i = 0; i < before.fields.size(); ++i) {
         const bool is_edited = before.fields[i].name == field.name;
-        demand(after.fields[i].name == before.fields[i].name, "an edit moves fields");
+        // Only the fields of a FRU area may grow, into the rest of the area and of the memory.
+        const bool has_place = before.layout == eeprom::Layout::fru ||
+                               (after.fields[i].offset == before.fields[i].offset &&
+                                after.fields[i].size == before.fields[i].size);
+        demand(after.fields[i].name == before.fields[i].name && has_place, "an edit moves fields");
         demand(is_edited || after.fields[i].text == before.fields[i].text,
                "an edit of " + field.name + " changes " + before.fields[i].name);
     }
