@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "framework/dfd_lib_cfg/key_table.h"
+#include "framework/text.h"
 
 namespace dfd {
 
@@ -43,6 +44,16 @@ constexpr KeyIndex make_key_index() {
 
 inline constexpr KeyIndex kKeyIndex = make_key_index();
 
+// A line means the first row whose name begins its own: a name that begins a later one would hide
+// it.
+constexpr bool every_name_can_be_reached() {
+    return std::all_of(kKeyIndex.begin(), kKeyIndex.end(), [](const IndexedName &name) {
+        return name.shorter == kNoName ||
+               kKeyIndex[static_cast<std::size_t>(name.shorter)].row > name.row;
+    });
+}
+static_assert(every_name_can_be_reached());
+
 // Whether a text stands before a name and does not begin with it.
 inline bool is_before(const char *text, const char *name) {
     while (*name != '\0' && *text == *name) {
@@ -70,8 +81,8 @@ inline int last_name_before(const char *text) {
     return static_cast<int>(first) - 1;
 }
 
-// The first row whose name begins the text, or null. No name begins a later one (key_table.h), so
-// of the names that begin a text the first row has the longest. `guess` may be null: the name of
+// The first row whose name begins the text, or null. No name begins a later one, so of the
+// names that begin a text the first row has the longest. `guess` may be null: the name of
 // the line before is the right one for most lines.
 inline const IndexedName *find_name(const char *text, const IndexedName *guess) {
     if (guess != nullptr && !guess->has_longer && starts_with(text, *guess)) {

@@ -7,8 +7,6 @@
 #include <array>
 #include <string_view>
 
-#include "framework/text.h"
-
 namespace dfd {
 
 // Record kinds; `none` is refused by the parser.
@@ -80,28 +78,5 @@ inline constexpr std::array<KeyRow, DFD_KEY_COUNT> kKeyTable = {{
     DFD_KEY_TABLE(DFD_KEY_ROW)
 #undef DFD_KEY_ROW
 }};
-
-// The first row whose name begins the text, or null: what a line's name means. The parser asks the
-// index of the table instead (key_index.h).
-constexpr const KeyRow *find_key_row(std::string_view text) {
-    for (const KeyRow &row : kKeyTable) {
-        if (starts_with(text, row.name)) {
-            return &row;
-        }
-    }
-    return nullptr;
-}
-
-// The parser takes the first row that begins a line's name: a name that begins a later one would
-// hide it.
-constexpr bool every_name_can_be_reached() {
-    for (const KeyRow &row : kKeyTable) {
-        if (find_key_row(row.name) != &row) {
-            return false;
-        }
-    }
-    return true;
-}
-static_assert(every_name_can_be_reached());
 
 }  // namespace dfd

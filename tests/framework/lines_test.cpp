@@ -47,7 +47,10 @@ TEST(Names, TheFirstRowOfTheTableThatBeginsTheText) {
             text[make.below(text.size())] = make.one_of(std::string_view("_az09.\x80\xFF"));
         }
         text += make.below(3) == 0 ? make.key_name() : make.text("_s0.n", 4);
-        const dfd::KeyRow *const row = dfd::find_key_row(text);
+        const auto *const first = std::ranges::find_if(
+            dfd::kKeyTable,
+            [&text](const dfd::KeyRow &each) { return text.starts_with(each.name); });
+        const dfd::KeyRow *const row = first != dfd::kKeyTable.end() ? first : nullptr;
         for (const dfd::IndexedName *const hint : {guess, guess = nullptr}) {
             const dfd::IndexedName *const name = dfd::find_name(text.c_str(), hint);
             ASSERT_EQ(name != nullptr ? name->row : nullptr, row) << text;

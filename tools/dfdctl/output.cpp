@@ -13,7 +13,6 @@
 #include <optional>
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl {
 
@@ -141,7 +140,7 @@ std::size_t width_on(std::FILE *out) {
 void put_message(const std::string &text, const char *end) {
     constexpr std::size_t kIndent = 4;
     const auto lines = wrapped_lines("dfdctl: " + text, message_width(), kIndent);
-    std::fputs(fmt::format("{}{}", fmt::join(lines, "\n"), end).c_str(), stderr);
+    std::fputs(fmt::format("{}{}", joined(lines, "\n"), end).c_str(), stderr);
     std::fflush(stderr);
 }
 
@@ -217,7 +216,7 @@ std::vector<std::string> wrapped_lines(const std::string &text, std::size_t room
 }
 
 void print_wrapped(std::FILE *out, const std::string &text, std::size_t indent) {
-    fmt::print(out, "{}\n", fmt::join(wrapped(text, g_width, indent), "\n"));
+    fmt::print(out, "{}\n", joined(wrapped(text, g_width, indent), "\n"));
 }
 
 void print_pieces(std::FILE *out, const std::string &label,
@@ -425,7 +424,7 @@ void Table::print_notes(std::FILE *out, const Layout &layout) const {
     if (!has_few_rows() && !names.empty()) {
         print_wrapped(out,
                       fmt::format("  Not shown for lack of width: {}; --wide shows {}",
-                                  fmt::join(names, ", "), names.size() == 1 ? "it" : "them"),
+                                  joined(names, ", "), names.size() == 1 ? "it" : "them"),
                       2 * kMargin);
     }
 }

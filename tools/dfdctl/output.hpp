@@ -11,9 +11,12 @@
 #include <vector>
 
 #include "common/json.hpp"
+#include "common/text.hpp"
 
 namespace dfdctl {
 
+using dfd_tools::hex_text;
+using dfd_tools::joined;
 using dfd_tools::Json;
 
 inline constexpr std::size_t kUsualWidth = 80;  ///< where no terminal tells another one

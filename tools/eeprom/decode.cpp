@@ -11,7 +11,6 @@
 #include "hal/facts.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace eeprom {
 
@@ -136,10 +135,6 @@ std::optional<std::string> padded_text(View bytes) {
         bytes = bytes.first(bytes.size() - 1);
     }
     return ascii_text(bytes);
-}
-
-std::string hex_text(View bytes) {
-    return fmt::format("{:02x}", fmt::join(bytes, " "));
 }
 
 std::string quoted(std::string_view text) {

@@ -7,7 +7,6 @@
 #include "eeprom/parts.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace eeprom {
 
@@ -147,16 +146,15 @@ void decode_backplane(Parts &parts) {
     text(parts, kVersionAt, kVersionSize, "hw_version",
          padded_text(part(kVersionAt, kVersionSize)));
     text(parts, kSerialAt, kSerialSize, "serial_number", padded_text(part(kSerialAt, kSerialSize)));
-    text(parts, kMacAt, kMacSize, "mac",
-         fmt::format("{:02x}", fmt::join(part(kMacAt, kMacSize), ":")));
-    parts.out.fields.push_back(
-        {.name = "serials",
-         .offset = kSerialsAt,
-         .size = kSerials,
-         .code = "",
-         .text = fmt::format("{}", fmt::join(part(kSerialsAt, kSerials), " ")),
-         .can_set = false});
-    parts.line(fmt::format("serials = [{}]", fmt::join(part(kSerialsAt, kSerials), ", ")));
+    text(parts, kMacAt, kMacSize, "mac", hex_text(part(kMacAt, kMacSize), ':'));
+    const View serials = part(kSerialsAt, kSerials);
+    parts.out.fields.push_back({.name = "serials",
+                                .offset = kSerialsAt,
+                                .size = kSerials,
+                                .code = "",
+                                .text = dfd_tools::joined(serials, " "),
+                                .can_set = false});
+    parts.line(fmt::format("serials = [{}]", dfd_tools::joined(serials, ", ")));
     const View reserved = part(kSerialsAt + kSerials, kSize - kSerialsAt - kSerials);
     parts.line(fmt::format("reserved = \"{}\"", hex_text(reserved)));
 }

@@ -13,7 +13,6 @@
 #include "eeprom/tlv_shape.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace eeprom {
 
@@ -54,7 +53,7 @@ std::string own_name(Layout layout, const std::string &name) {
     refuse(field, fmt::format("{}{}; those of this image that can be set are {}",
                               is_there ? "this field cannot be set" : "no such field",
                               is_there ? "" : dfd_tools::did_you_mean(field, names),
-                              fmt::join(names, ", ")));
+                              dfd_tools::joined(names, ", ")));
 }
 
 void check_characters(const Edit &edit) {

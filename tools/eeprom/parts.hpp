@@ -7,10 +7,12 @@
 #include <string>
 #include <string_view>
 
+#include "common/text.hpp"
 #include "eeprom/decode.hpp"
 
 namespace eeprom {
 
+using dfd_tools::hex_text;
 using View = std::span<const std::uint8_t>;
 
 struct Parts {
@@ -38,8 +40,6 @@ std::vector<Layout> layouts_behind(Layout expected);
 std::optional<std::string> ascii_text(View bytes);
 /// A text in a field of fixed size, the rest NUL; nothing where it is none.
 std::optional<std::string> padded_text(View bytes);
-/// "12 ab"
-std::string hex_text(View bytes);
 /// A UTF-8 text as TOML writes it, in ASCII.
 std::string quoted(std::string_view text);
 

@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include "commands.h"
+#include "common/text.hpp"
 #include "open_machine.h"
 #include "text.h"
 
@@ -96,7 +97,7 @@ void show_device(const Device &device) {
 void print_bytes(std::span<const std::uint8_t> bytes, std::uint32_t address) {
     for (std::size_t at = 0; at < bytes.size(); at += kBytesPerLine) {
         const std::size_t count = std::min<std::size_t>(kBytesPerLine, bytes.size() - at);
-        fmt::print("0x{:04x}: {}\n", address + at, hex_bytes(bytes.subspan(at, count)));
+        fmt::print("0x{:04x}: {}\n", address + at, dfd_tools::hex_text(bytes.subspan(at, count)));
     }
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "journal.h"
+#include "common/text.hpp"
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -54,7 +55,7 @@ std::string access_mode(int mode) {
 std::string message_text(const Message &message) {
     return fmt::format(" {{{} 0x{:02x}{} [{}]}}", (message.flags & I2C_M_RD) != 0 ? 'r' : 'w',
                        message.addr, names(message.flags, kMessageFlags, " "),
-                       hex_bytes(message.bytes));
+                       dfd_tools::hex_text(message.bytes));
 }
 
 std::string result_text(const Event &event) {
@@ -70,7 +71,8 @@ std::string bytes_text(const char *verb, const Event &event) {
     const std::span<const std::uint8_t> all(event.bytes);
     const bool cut = !event.path.starts_with("/dev/") && all.size() > kFileBytesShown;
     return fmt::format("{} {} @0x{:04x} [{}{}]", verb, event.path, event.offset,
-                       hex_bytes(cut ? all.first(kFileBytesShown) : all), cut ? " ..." : "");
+                       dfd_tools::hex_text(cut ? all.first(kFileBytesShown) : all),
+                       cut ? " ..." : "");
 }
 
 std::string transfer_text(const Event &event) {

@@ -4,6 +4,7 @@
 
 #include <array>
 
+#include "common/text.hpp"
 #include "model.h"
 #include "models/eeprom.h"
 #include "models/lm75.h"
@@ -47,10 +48,10 @@ std::unique_ptr<Slave> make_slave(std::string path, const Section &section) {
         names.insert(row.name);
     }
     const std::string guess = nearest(wanted, names);
-    section.fail_at("model",
-                    fmt::format("there is no model '{}'; {}", wanted,
-                                guess.empty() ? fmt::format("known are {}", fmt::join(names, ", "))
-                                              : fmt::format("did you mean '{}'?", guess)));
+    section.fail_at("model", fmt::format("there is no model '{}'; {}", wanted,
+                                         guess.empty() ? fmt::format("known are {}",
+                                                                     dfd_tools::joined(names, ", "))
+                                                       : fmt::format("did you mean '{}'?", guess)));
 }
 
 }  // namespace vchassis

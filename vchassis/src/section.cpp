@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "section.h"
+#include "common/text.hpp"
 
 #include <fmt/format.h>
 
@@ -128,8 +129,9 @@ std::size_t Section::choice(std::string_view key, std::span<const std::string_vi
     const std::string word = text_or(key, std::string(words.front()));
     const auto found = std::find(words.begin(), words.end(), word);
     if (found == words.end()) {
-        fail_at(key, fmt::format("'{}' must be {} or {}", word,
-                                 fmt::join(words.first(words.size() - 1), ", "), words.back()));
+        fail_at(key,
+                fmt::format("'{}' must be {} or {}", word,
+                            dfd_tools::joined(words.first(words.size() - 1), ", "), words.back()));
     }
     return static_cast<std::size_t>(found - words.begin());
 }
@@ -215,7 +217,7 @@ void Section::refuse_unknown() const {
     const std::string guess = nearest(unknown->key, valid);
     fail(unknown->value.mark,
          fmt::format("{} knows no key '{}'; {}", title_, unknown->key,
-                     guess.empty() ? fmt::format("valid are {}", fmt::join(valid, ", "))
+                     guess.empty() ? fmt::format("valid are {}", dfd_tools::joined(valid, ", "))
                                    : fmt::format("did you mean '{}'?", guess)));
 }
 

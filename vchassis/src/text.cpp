@@ -57,8 +57,4 @@ std::string read_all(std::istream &in) {
     return all;
 }
 
-std::string hex_bytes(std::span<const std::uint8_t> bytes) {
-    return fmt::format("{:02x}", fmt::join(bytes, " "));
-}
-
 }  // namespace vchassis

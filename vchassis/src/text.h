@@ -21,7 +21,4 @@ std::string nearest(std::string_view word, const std::set<std::string> &candidat
 // All bytes up to the end; the state of the stream stays as it is.
 std::string read_all(std::istream &in);
 
-// "12 34 ab"
-std::string hex_bytes(std::span<const std::uint8_t> bytes);
-
 }  // namespace vchassis

@@ -5,12 +5,12 @@
 #include <filesystem>
 #include <limits>
 
+#include "common/text.hpp"
 #include "dfdctl/board/keys.hpp"
 #include "dfdctl/board/offline.hpp"
 #include "dfdctl/command.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl {
 
@@ -85,10 +85,15 @@ std::vector<BoardPlace> find_boards(const std::string &directory, const std::str
 }
 
 void refuse_board_type(int board_type, const std::set<int> &known) {
-    throw UsageError(known.empty()
-                         ? "there is no list of files, so no board type is known"
-                         : fmt::format("no list of files for board type 0x{:x}; there are 0x{:x}",
-                                       board_type, fmt::join(known, ", 0x")));
+    if (known.empty()) {
+        throw UsageError("there is no list of files, so no board type is known");
+    }
+    std::vector<std::string> names;
+    for (const int type : known) {
+        names.push_back(fmt::format("0x{:x}", type));
+    }
+    throw UsageError(fmt::format("no list of files for board type 0x{:x}; there are {}", board_type,
+                                 dfd_tools::joined(names, ", ")));
 }
 
 int parse_board_type(const std::string &text) {

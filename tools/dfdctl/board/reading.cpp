@@ -9,7 +9,6 @@
 #include "dfdctl/output.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl {
 
@@ -28,10 +27,6 @@ Visitor(Ts...) -> Visitor<Ts...>;
 bool is_printable(std::string_view text) {
     return std::all_of(text.begin(), text.end(),
                        [](char c) { return std::isprint(static_cast<unsigned char>(c)) != 0; });
-}
-
-std::string hex_text(std::span<const std::uint8_t> bytes) {
-    return fmt::format("{:02x}", fmt::join(bytes, " "));
 }
 
 bool is_padding(char c) {

@@ -15,7 +15,6 @@
 #include "hal/irq_distrib.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl {
 
@@ -98,7 +97,7 @@ std::string ranges_text(const Numbers &numbers) {
     for (const std::uint32_t number : numbers) {
         names.push_back(std::to_string(number));
     }
-    return fmt::format("{}", fmt::join(ranges_of(names), ", "));
+    return joined(ranges_of(names), ", ");
 }
 
 std::uint32_t unit_number(const std::string &word, std::string_view what, const Numbers &numbers,

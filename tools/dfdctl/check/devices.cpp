@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <set>
 
+#include "common/text.hpp"
 #include "dfdctl/check/report.hpp"
 #include "hal/facts.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl::check {
 
@@ -42,9 +42,9 @@ std::string cost_of(const Group &group) {
         group.size() > 1 ? fmt::format("{} readings: ", group.size()) : std::string();
     const bool has_more = names.size() > kNamed;
     names.resize(std::min(names.size(), kNamed));
-    return names.empty()
-               ? std::string()
-               : fmt::format(" ({}{}{})", count, fmt::join(names, ", "), has_more ? ", ..." : "");
+    return names.empty() ? std::string()
+                         : fmt::format(" ({}{}{})", count, dfd_tools::joined(names, ", "),
+                                       has_more ? ", ..." : "");
 }
 
 /// An EEPROM that is no good is told already: only what it costs is news.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What a chassis should have, and what it has.
 #include "dfdctl/check/expect.hpp"
+#include "common/text.hpp"
 
 #include <dfd/chassis.h>
 #include <dfd/framework.h>
@@ -8,7 +9,6 @@
 #include <array>
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl::check {
 
@@ -222,7 +222,7 @@ std::string list_of(const std::vector<SeenUnit> &units) {
     for (const SeenUnit &unit : units) {
         names.push_back(is_number(unit.name) ? unit.name : in_quotes(unit.name));
     }
-    return fmt::format("{}", fmt::join(names, ", "));
+    return dfd_tools::joined(names, ", ");
 }
 
 std::string table_of(const KindRow &kind, const std::vector<SeenUnit> &units) {

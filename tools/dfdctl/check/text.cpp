@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cctype>
 
+#include "common/text.hpp"
 #include "dfdctl/check/report.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl::check {
 
@@ -24,7 +24,7 @@ std::string headline(const Report &report) {
             parts.push_back(std::move(part));
         }
     }
-    const std::string counts = fmt::format("{}", fmt::join(parts, ", "));
+    const std::string counts = dfd_tools::joined(parts, ", ");
     if (!report.is_healthy()) {
         return counts;
     }
@@ -37,7 +37,7 @@ std::string source_text(const Finding &finding) {
     std::vector<std::string> items = finding.items;
     const bool has_more = items.size() > kNamed;
     items.resize(std::min(items.size(), kNamed));
-    std::string text = fmt::format("{}{}", fmt::join(items, ", "), has_more ? ", ..." : "");
+    std::string text = fmt::format("{}{}", dfd_tools::joined(items, ", "), has_more ? ", ..." : "");
     if (!finding.device.empty() && finding.device != finding.unit) {
         text += (text.empty() ? "" : ": ") + finding.device;
     }
@@ -74,7 +74,7 @@ std::string FindingGroup::units_text() const {
     constexpr std::size_t kNamed = 8;
     const std::vector<std::string> named(
         units.begin(), units.begin() + static_cast<std::ptrdiff_t>(std::min(units.size(), kNamed)));
-    const std::string text = fmt::format("{}", fmt::join(named, ", "));
+    const std::string text = dfd_tools::joined(named, ", ");
     return units.size() <= kNamed ? text
                                   : fmt::format("{} and {} more", text, units.size() - kNamed);
 }
@@ -140,7 +140,7 @@ std::string looked_text(const Report &report) {
             "{}{} {}{}", is_all ? "" : fmt::format("{} of ", looked.present), looked.total,
             looked.total == 1 ? looked.one : looked.many, unknown_text(looked)));
     }
-    return fmt::format("Looked at {}.", fmt::join(parts, ", "));
+    return fmt::format("Looked at {}.", dfd_tools::joined(parts, ", "));
 }
 
 /// "sub_cards" for "sub-cards".
@@ -157,9 +157,9 @@ std::string json_key(std::string_view words) {
 void print_report(std::FILE *out, const Report &report, bool all) {
     Lines last = wrapped(looked_text(report), text_width(), 0);
     if (!report.unjudged.empty()) {
-        const Lines more = wrapped(
-            fmt::format("The board configures no limit for: {}.", fmt::join(report.unjudged, ", ")),
-            text_width(), 0);
+        const Lines more = wrapped(fmt::format("The board configures no limit for: {}.",
+                                               dfd_tools::joined(report.unjudged, ", ")),
+                                   text_width(), 0);
         last.insert(last.end(), more.begin(), more.end());
     }
     // Beside these stand the first line, the one that tells how much more there is, and the prompt.
@@ -174,10 +174,10 @@ void print_report(std::FILE *out, const Report &report, bool all) {
             fmt::print(out, "{} more: 'dfdctl check --all' shows them\n", groups.size() - i);
             break;
         }
-        fmt::print(out, "{}\n", fmt::join(lines, "\n"));
+        fmt::print(out, "{}\n", dfd_tools::joined(lines, "\n"));
         room -= std::min(room, lines.size());
     }
-    fmt::print(out, "{}\n", fmt::join(last, "\n"));
+    fmt::print(out, "{}\n", dfd_tools::joined(last, "\n"));
 }
 
 Json report_json(const Report &report) {

@@ -13,6 +13,7 @@
 #include <iterator>
 
 #include "common/nearest.hpp"
+#include "common/text.hpp"
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/board/item_value.hpp"
 #include "dfdctl/board/leds.hpp"
@@ -28,7 +29,6 @@
 #include "hal/irq_distrib.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl {
 
@@ -58,7 +58,8 @@ std::size_t one_of(const std::string &word, const char *what,
     const auto found = std::find(names.begin(), names.end(), word);
     if (found == names.end()) {
         throw UsageError(fmt::format("unknown {} '{}'{}; known are: {}", what, word,
-                                     dfd_tools::did_you_mean(word, names), fmt::join(names, ", ")));
+                                     dfd_tools::did_you_mean(word, names),
+                                     dfd_tools::joined(names, ", ")));
     }
     return static_cast<std::size_t>(found - names.begin());
 }
@@ -231,10 +232,9 @@ std::string led_obstacle(const Led &led, const std::string &state, std::uint32_t
             *value = is_asked ? register_value : *value;
         }
     }
-    return is_possible
-               ? std::string()
-               : fmt::format("the LED cannot show '{}'; it shows {}", state,
-                             shown.empty() ? "nothing" : fmt::format("{}", fmt::join(shown, ", ")));
+    return is_possible ? std::string()
+                       : fmt::format("the LED cannot show '{}'; it shows {}", state,
+                                     shown.empty() ? "nothing" : dfd_tools::joined(shown, ", "));
 }
 
 std::vector<Change> led_set(const ControlWords &words, const LoadRecord &record) {

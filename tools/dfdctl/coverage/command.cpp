@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // dfdctl coverage: what the functions of the library make of a board, without hardware.
 #include "dfdctl/command.hpp"
+#include "common/text.hpp"
 
 #include <memory>
 
@@ -8,7 +9,6 @@
 #include "dfdctl/coverage/report.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl {
 
@@ -59,7 +59,7 @@ std::optional<int> chassis_of(const Arguments &arguments, const std::string &roo
     const bool is_number = parse_number(arguments.chassis, type);
     if (!is_number || std::ranges::find(known, static_cast<int>(type)) == known.end()) {
         throw UsageError(fmt::format("no file of chassis type '{}'; there are: {}",
-                                     arguments.chassis, fmt::join(known, ", ")));
+                                     arguments.chassis, dfd_tools::joined(known, ", ")));
     }
     return static_cast<int>(type);
 }

@@ -8,7 +8,6 @@
 #include "dfdctl/output.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl::coverage {
 
@@ -231,7 +230,7 @@ std::string number_text(std::uint32_t number) {
 std::string ranges(const std::vector<std::uint32_t> &numbers) {
     std::vector<std::string> names;
     std::ranges::transform(numbers, std::back_inserter(names), number_text);
-    return fmt::format("{}", fmt::join(ranges_of(names), ","));
+    return joined(ranges_of(names), ",");
 }
 
 Name split_name(std::string_view function) {

@@ -5,12 +5,12 @@
 #include <map>
 
 #include "common/nearest.hpp"
+#include "common/text.hpp"
 #include "dfdctl/board/keys.hpp"
 #include "dfdctl/command.hpp"
 #include "dfdctl/coverage/matrix.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl::coverage {
 
@@ -61,7 +61,7 @@ class Collection {
             std::stable_partition(known.prefixes.begin(), known.prefixes.end(),
                                   [](const auto &prefix) { return prefix != "dfd"; });
             if (!known.prefixes.empty()) {
-                known.gap.function += fmt::format(" ({})", fmt::join(known.prefixes, " "));
+                known.gap.function += fmt::format(" ({})", dfd_tools::joined(known.prefixes, " "));
             }
             gaps.push_back(std::move(known.gap));
         }
@@ -154,7 +154,7 @@ std::vector<Subsystem> parse_groups(const std::string &text) {
         if (name == names.end()) {
             const std::string guess = dfd_tools::did_you_mean(word, names);
             throw UsageError(fmt::format("unknown group '{}'{}; the groups are: {}", word, guess,
-                                         fmt::join(names, ", ")));
+                                         dfd_tools::joined(names, ", ")));
         }
         found.push_back(groups()[static_cast<std::size_t>(name - names.begin())]);
         begin = end + 1;
@@ -195,9 +195,7 @@ std::string why(const Cell &cell) {
                                  ? fmt::format(" and {} more", cell.missing.size() - count)
                                  : std::string();
     return fmt::format("{}{} not configured{}",
-                       fmt::join(cell.missing.begin(),
-                                 cell.missing.begin() + static_cast<std::ptrdiff_t>(count), ", "),
-                       more,
+                       dfd_tools::joined(std::span(cell.missing).first(count), ", "), more,
                        cell.state == State::standard
                            ? fmt::format(" (answers {} all the same)", cell.result)
                            : std::string());

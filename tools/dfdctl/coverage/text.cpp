@@ -9,7 +9,6 @@
 #include "dfdctl/output.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl::coverage {
 
@@ -117,8 +116,7 @@ class Grid {
                         fmt::format("{} {}", column.label, cell_word(row->cells[column.at])));
                 }
             }
-            print_wrapped(out,
-                          fmt::format("  {}: {} {}", row->title(), unit_, fmt::join(cells, ", ")),
+            print_wrapped(out, fmt::format("  {}: {} {}", row->title(), unit_, joined(cells, ", ")),
                           kTextIndent);
         }
     }
@@ -344,7 +342,7 @@ void print_demand(std::FILE *out, const Report &report) {
                            observe::subsystem_name);
     fmt::print(out, "\n");
     print_wrapped(out,
-                  fmt::format("Required {}: {} missing, {} uneven", fmt::join(names, ", "),
+                  fmt::format("Required {}: {} missing, {} uneven", joined(names, ", "),
                               report.gaps.missing.size(), report.gaps.uneven.size()),
                   kTextIndent);
 }
@@ -380,9 +378,9 @@ void print_text(std::FILE *out, const Report &report, bool all) {
         counts.push_back(fmt::format("{} {}", report.count(state), state_word(state)));
     }
     fmt::print(out, "\n");
-    print_wrapped(
-        out, fmt::format("{}: {}", plural(report.cells.size(), "cell"), fmt::join(counts, ", ")),
-        kTextIndent);
+    print_wrapped(out,
+                  fmt::format("{}: {}", plural(report.cells.size(), "cell"), joined(counts, ", ")),
+                  kTextIndent);
 }
 
 }  // namespace dfdctl::coverage

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "dfdctl/eeprom/backup.hpp"
+#include "common/text.hpp"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -13,7 +14,6 @@
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl {
 
@@ -43,7 +43,7 @@ std::string rows(const char *key, const Bytes &bytes) {
     std::string text;
     for (std::size_t at = 0; at < bytes.size(); at += kRow) {
         const auto row = std::span(bytes).subspan(at, std::min(kRow, bytes.size() - at));
-        text += fmt::format("{} {:04x} {:02x}\n", key, at, fmt::join(row, " "));
+        text += fmt::format("{} {:04x} {}\n", key, at, dfd_tools::hex_text(row));
     }
     return text;
 }

@@ -12,6 +12,7 @@
 #include <iterator>
 
 #include "common/nearest.hpp"
+#include "common/text.hpp"
 #include "dfdctl/board/inventory.hpp"
 #include "dfdctl/board/item_value.hpp"
 #include "dfdctl/board/start.hpp"
@@ -22,7 +23,6 @@
 #include "hal/facts.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl {
 
@@ -128,9 +128,9 @@ std::string units_text(const UnitRow &row, const LoadRecord &loaded) {
             }
         }
     }
-    return found.empty()
-               ? fmt::format("no {} has an EEPROM on this board", row.name)
-               : fmt::format("those with an EEPROM are {} {}", row.name, fmt::join(found, ", "));
+    return found.empty() ? fmt::format("no {} has an EEPROM on this board", row.name)
+                         : fmt::format("those with an EEPROM are {} {}", row.name,
+                                       dfd_tools::joined(found, ", "));
 }
 
 ImagePlace numbered_place(const UnitRow &row, const std::string &number, const LoadRecord &loaded) {
@@ -195,7 +195,7 @@ void apply(const PlaceOptions &given, ImagePlace &place) {
             const auto names = eeprom::layout_names();
             throw UsageError(fmt::format("unknown layout '{}'{}; known are: {}", given.layout,
                                          dfd_tools::did_you_mean(given.layout, names),
-                                         fmt::join(names, ", ")));
+                                         dfd_tools::joined(names, ", ")));
         }
         place.hint.layout = *layout;
     }

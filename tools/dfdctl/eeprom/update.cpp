@@ -13,7 +13,6 @@
 #include "dfdctl/output.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl {
 
@@ -171,9 +170,8 @@ std::string differences_text(const std::vector<Difference> &differences, std::si
                 const std::size_t from = std::min(at, bytes.size());
                 return std::span(bytes).subspan(from, std::min(row, bytes.size() - from));
             };
-            text +=
-                fmt::format("  0x{:04x}  {:02x} -> {:02x}\n", each.offset + at,
-                            fmt::join(part(each.before), " "), fmt::join(part(each.after), " "));
+            text += fmt::format("  0x{:04x}  {} -> {}\n", each.offset + at,
+                                hex_text(part(each.before)), hex_text(part(each.after)));
         }
     }
     return text;

@@ -19,7 +19,6 @@
 #include "dfdctl/output.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl {
 
@@ -49,8 +48,7 @@ BoardPlace board_of(const Arguments &arguments) {
         for (const BoardPlace &place : places) {
             names.push_back(fmt::format("--root {}/ --board {}", place.root, place.board_type));
         }
-        throw UsageError(
-            fmt::format("several boards there, choose one: {}", fmt::join(names, "; ")));
+        throw UsageError(fmt::format("several boards there, choose one: {}", joined(names, "; ")));
     }
     return places.front();
 }

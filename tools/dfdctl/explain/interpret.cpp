@@ -3,11 +3,11 @@
 
 #include <algorithm>
 
+#include "common/text.hpp"
 #include "framework/dfd_info/bits.h"
 #include "framework/text.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl::explain {
 
@@ -62,7 +62,7 @@ Interpretation decimal(std::span<const std::uint8_t> bytes) {
 }  // namespace
 
 std::string bytes_text(std::span<const std::uint8_t> bytes) {
-    std::string text = fmt::format("{:02x}", fmt::join(bytes, " "));
+    std::string text = dfd_tools::hex_text(bytes);
     const auto end = std::find_if_not(bytes.begin(), bytes.end(), [](std::uint8_t byte) {
         return byte == ' ' || dfd::is_graphic(byte);
     });

@@ -7,7 +7,6 @@
 #include "dfdctl/output.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl::explain {
 
@@ -38,10 +37,6 @@ Json lines_json(const Item &item, const LoadRecord &loaded) {
     return lines;
 }
 
-std::string hex(std::span<const std::uint8_t> bytes) {
-    return fmt::format("{:02x}", fmt::join(bytes, " "));
-}
-
 Json transfer_json(const Event &event) {
     Json json = {{"kind", "transfer"},
                  {"via", name_in(kVias, event.via)},
@@ -54,7 +49,7 @@ Json transfer_json(const Event &event) {
     json["length"] = event.len;
     json["result"] = event.result;
     json["errno"] = text_or_null(errno_name(event.error));
-    json["bytes"] = text_or_null(hex(event.bytes));
+    json["bytes"] = text_or_null(hex_text(event.bytes));
     return json;
 }
 
@@ -128,7 +123,7 @@ Json outputs_json(const Explanation &explanation) {
             json["value"] = output.number;
         } else {
             const auto *bytes = reinterpret_cast<const std::uint8_t *>(output.bytes.data());
-            json["bytes"] = hex(std::span(bytes, output.bytes.size()));
+            json["bytes"] = hex_text(std::span(bytes, output.bytes.size()));
         }
         json["unit"] = text_or_null(output.param->unit);
         outputs.push_back(json);

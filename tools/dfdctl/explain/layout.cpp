@@ -8,7 +8,6 @@
 #include "dfdctl/output.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl::explain {
 
@@ -39,7 +38,7 @@ std::vector<std::string> line_pieces(const std::vector<MemberLine> &lines) {
             line.member.empty() ? "" : fmt::format("{}={} ", line.member, line.value);
         piece += same_file ? line.place.substr(colon) : line.place;
         if (!line.replaced.empty()) {
-            piece += fmt::format(" (replaces {})", fmt::join(line.replaced, ", then "));
+            piece += fmt::format(" (replaces {})", joined(line.replaced, ", then "));
         }
         pieces.push_back(piece + (&line == &lines.back() ? "" : ","));
     }

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <iterator>
 
+#include "common/text.hpp"
 #include "dfdctl/board/find_boards.hpp"
 #include "dfdctl/board/offline.hpp"
 #include "dfdctl/lint/files.hpp"
@@ -13,7 +14,6 @@
 #include "dfdctl/lint/survey.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl::lint {
 
@@ -240,12 +240,13 @@ void check_directory(Check &check, const Boards &boards) {
     check_open(check, kFileDirectory, false);
     if (check_open(check, kListDirectory, false) && board_types(root).empty()) {
         const std::vector<std::string> misnamed = misnamed_lists(root);
-        check.at_file("list-empty", kListDirectory.substr(0, kListDirectory.size() - 1), 1,
-                      fmt::format("no list of files here: the library starts on no board{}",
-                                  misnamed.empty() ? ""
-                                                   : fmt::format("; '{}' never read: {}",
-                                                                 fmt::join(misnamed, "', '"),
-                                                                 kNameRules[0].form)));
+        check.at_file(
+            "list-empty", kListDirectory.substr(0, kListDirectory.size() - 1), 1,
+            fmt::format("no list of files here: the library starts on no board{}",
+                        misnamed.empty() ? ""
+                                         : fmt::format("; '{}' never read: {}",
+                                                       dfd_tools::joined(misnamed, "', '"),
+                                                       kNameRules[0].form)));
     }
     for (const NameRule &rule : kNameRules) {
         check_names_in(check, rule, boards);

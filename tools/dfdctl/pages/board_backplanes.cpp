@@ -4,6 +4,7 @@
 #include <dfd/records.h>
 #include <array>
 
+#include "common/text.hpp"
 #include "dfdctl/board/describe.hpp"
 #include "dfdctl/board/item_value.hpp"
 #include "dfdctl/board/read_pass.hpp"
@@ -12,7 +13,6 @@
 #include "hal/facts.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl {
 
@@ -21,7 +21,7 @@ namespace {
 constexpr std::size_t kMacSize = 6;
 
 Reading mac_reading(std::span<const std::uint8_t> mac) {
-    return {.value = fmt::format("{:02x}", fmt::join(mac, ":")),
+    return {.value = dfd_tools::hex_text(mac, ':'),
             .bytes = {mac.begin(), mac.end()},
             .contents = is_blank(mac) ? Contents::blank : Contents::text};
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "dfdctl/pages/table_page.hpp"
+#include "common/text.hpp"
 #include "dfdctl/board/item_value.hpp"
 
 #include <dfd/chassis.h>
@@ -13,7 +14,6 @@
 #include "hal/facts.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl {
 
@@ -223,7 +223,7 @@ PageData read_page(const Page &page, const LoadRecord &record, const std::string
         throw UsageError(
             known.empty() ? fmt::format("there is no {} {}; this board has none", page.unit, unit)
                           : fmt::format("there is no {} {}; this board has {}", page.unit, unit,
-                                        fmt::join(ranges_of(known), ", ")));
+                                        dfd_tools::joined(ranges_of(known), ", ")));
     }
     return data;
 }

@@ -9,7 +9,6 @@
 #include "dfdctl/show/text.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl {
 
@@ -123,7 +122,7 @@ void print_backplanes(std::FILE *out, const std::vector<Backplane> &backplanes) 
         }
         table.add({fmt::format("{}", backplane.id), backplane.place, cell(backplane.type),
                    cell(backplane.version), cell(backplane.serial), cell(backplane.mac),
-                   fmt::format("{}", fmt::join(serials, " "))});
+                   joined(serials, " ")});
     }
     table.print(out);
     for (const Backplane &backplane : backplanes) {

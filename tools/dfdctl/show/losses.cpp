@@ -6,7 +6,6 @@
 #include "dfdctl/show/text.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl {
 
@@ -22,7 +21,7 @@ std::string units_text(const std::vector<std::string> &units) {
         parts.resize(kShown);
         parts.emplace_back("...");
     }
-    return fmt::format("{}", fmt::join(parts, ", "));
+    return joined(parts, ", ");
 }
 
 /// "tray": "trays", "supply": "supplies".
@@ -129,7 +128,7 @@ void Losses::print(std::FILE *out) const {
         print_wrapped(
             out,
             fmt::format("  {}: {} ({} reading{}: {})", loss.cause.device(), words_of(loss.cause),
-                        loss.readings, loss.readings == 1 ? "" : "s", fmt::join(lost, ", ")),
+                        loss.readings, loss.readings == 1 ? "" : "s", joined(lost, ", ")),
             kMargin);
         if (const std::string advice = advice_of(loss.cause); !advice.empty()) {
             print_wrapped(out, "      " + advice, kMargin);

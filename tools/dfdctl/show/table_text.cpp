@@ -2,10 +2,10 @@
 // The pages made of rows, as text.
 #include <algorithm>
 
+#include "common/text.hpp"
 #include "dfdctl/show/text.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl {
 
@@ -152,7 +152,7 @@ void print_reasons(std::FILE *out, const std::string &unit,
         known->second.push_back(name);
     }
     for (const auto &[reason, names] : reasons) {
-        print_wrapped(out, fmt::format("  {}{}: {}", unit, fmt::join(names, ", "), reason),
+        print_wrapped(out, fmt::format("  {}{}: {}", unit, dfd_tools::joined(names, ", "), reason),
                       kSentenceIndent);
     }
 }

@@ -19,7 +19,6 @@
 #include "dfdctl/watch/terminal.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace dfdctl {
 
@@ -80,7 +79,7 @@ Request request_of(const Arguments &arguments) {
                                  : number("--count", arguments.count, 1U, kMostPasses)};
     if (request.page != kCheck && std::ranges::find(names, request.page) == names.end()) {
         throw UsageError(fmt::format("there is no page '{}'; the pages are: {}, {}", request.page,
-                                     kCheck, fmt::join(names, ", ")));
+                                     kCheck, joined(names, ", ")));
     }
     const double seconds = number("-n", arguments.seconds, kLeastSeconds, kMostSeconds);
     request.interval = milliseconds(static_cast<long>(seconds * kMsPerSecond));
@@ -275,7 +274,7 @@ class Watch {
         if (is_screen_) {
             screen_.draw(lines_);
         } else {
-            fmt::print(options_.out, "{}\n\n", fmt::join(lines_, "\n"));
+            fmt::print(options_.out, "{}\n\n", joined(lines_, "\n"));
             std::fflush(options_.out);
         }
     }
