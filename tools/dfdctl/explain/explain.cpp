@@ -123,7 +123,7 @@ std::vector<Stage> stages_of(const Observation &seen) {
 }
 
 bool Explanation::not_configured() const {
-    const std::vector<std::uint32_t> &keys = seen.keys();
+    const std::vector<std::uint32_t> keys = seen.keys();
     return !keys.empty() && std::all_of(keys.begin(), keys.end(), [](std::uint32_t key) {
         return dfd_lib_cfg_get_item(key) == nullptr;
     });

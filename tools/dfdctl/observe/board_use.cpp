@@ -34,9 +34,9 @@ struct Finding {
         Run run{.answers = std::move(answers), .seen = {}};
         run.seen = observer.observe(call, args, run.answers);
         bool is_new = !worked && run.seen.result >= 0;
-        for (const std::uint32_t key : run.seen.keys()) {
-            if (known.insert(key).second) {
-                result.asked.push_back(key);
+        for (const Event &event : run.seen.events) {
+            if (event.kind == Event::Kind::lookup && known.insert(event.key).second) {
+                result.asked.push_back(event.key);
                 is_new = true;
             }
         }
@@ -58,16 +58,13 @@ std::vector<std::uint32_t> integers_read(const Observation &seen) {
     return keys;
 }
 
-std::size_t configured_keys(const Observation &seen) {
-    const std::vector<std::uint32_t> &keys = seen.keys();
-    return static_cast<std::size_t>(std::count_if(keys.begin(), keys.end(), [](std::uint32_t key) {
-        return dfd_lib_cfg_get_item(key) != nullptr;
-    }));
-}
-
 /// How much a run tells: items that are configured, then all items, then success.
 std::array<std::size_t, 3> depth_of(const Run &run) {
-    return {configured_keys(run.seen), run.seen.keys().size(), run.seen.result >= 0 ? 1U : 0U};
+    const std::vector<std::uint32_t> keys = run.seen.keys();
+    const auto configured = std::count_if(keys.begin(), keys.end(), [](std::uint32_t key) {
+        return dfd_lib_cfg_get_item(key) != nullptr;
+    });
+    return {static_cast<std::size_t>(configured), keys.size(), run.seen.result >= 0 ? 1U : 0U};
 }
 
 /// Follows each way that a run opens by reading one item otherwise.
@@ -173,12 +170,9 @@ Exploration explore(const Observer &observer, const Units &units, const Call &ca
         }
     }
     Exploration &result = finding.result;
-    auto deepest = depth_of(result.runs[0]);
-    for (std::size_t i = 1; i < result.runs.size(); ++i) {
-        if (const auto depth = depth_of(result.runs[i]); depth > deepest) {
-            deepest = depth;
-            result.deepest = i;
-        }
+    if (result.runs.size() > 1) {
+        const auto deepest = std::ranges::max_element(result.runs, {}, depth_of);
+        result.deepest = static_cast<std::size_t>(deepest - result.runs.begin());
     }
     return std::move(finding.result);
 }

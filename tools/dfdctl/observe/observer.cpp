@@ -6,6 +6,7 @@
 #include <dfd/keys.h>
 #include <algorithm>
 #include <stdexcept>
+#include <unordered_set>
 
 #include "dfdctl/board/keys.hpp"
 #include "dfdctl/observe/frame.hpp"
@@ -53,6 +54,17 @@ std::uint32_t list_type(const dfd_list_head_t *list) {
         return DFD_KEY_POWER_NAME;
     }
     return list == &dfd_lib_cfg_fan_name_conv_lst ? DFD_KEY_FAN_NAME : DFD_KEY_FAN_SPEEDLVL_CONVERT;
+}
+
+std::vector<std::uint32_t> Observation::keys() const {
+    std::vector<std::uint32_t> keys;
+    std::unordered_set<std::uint32_t> known;
+    for (const Event &event : events) {
+        if (event.kind == Event::Kind::lookup && known.insert(event.key).second) {
+            keys.push_back(event.key);
+        }
+    }
+    return keys;
 }
 
 std::string log_message(const std::string &log) {

@@ -64,10 +64,8 @@ struct Observation {
     std::size_t dropped = 0;  ///< events beyond what is kept
     std::string log;          ///< what the library printed, where that was asked for
 
-    std::vector<std::uint32_t> asked;  ///< keys that were looked up
-
-    /// Each once, in the order of the first look-up.
-    const std::vector<std::uint32_t> &keys() const { return asked; }
+    /// That were looked up, each once, in the order of the first look-up.
+    std::vector<std::uint32_t> keys() const;
 };
 
 /// Key type of the items that a conversion list is made of.

@@ -46,7 +46,7 @@ Recorder::Recorder(const Answers &answers, const Plausible &plausible, const Log
     hooks_.looked_up = [](void *context, std::uint32_t key, const void *record) {
         Recorder &recorder = self(context);
         recorder.answerer_.looked_up(key, record);
-        recorder.looked_up(key, record != nullptr);
+        recorder.add({.kind = Event::Kind::lookup, .key = key, .found = record != nullptr});
     };
     hooks_.converted = [](void *context, const dfd_list_head_t &list, const char *text,
                           std::uint32_t number, const val_convert_node_t *found) {
@@ -87,13 +87,6 @@ Recorder::Recorder(const Answers &answers, const Plausible &plausible, const Log
         self(context).add({.kind = Event::Kind::pause, .number = us});
         return !self(context).makes_pauses_;
     };
-}
-
-void Recorder::looked_up(std::uint32_t key, bool found) {
-    if (add({.kind = Event::Kind::lookup, .key = key, .found = found}) &&
-        asked_.insert(key).second) {
-        seen_.asked.push_back(key);
-    }
 }
 
 bool Recorder::add(Event &&event) {

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdio>
-#include <unordered_set>
 
 #include "dfdctl/board/log_capture.hpp"
 #include "dfdctl/observe/observer.hpp"
@@ -20,7 +19,6 @@ class Recorder {
   private:
     /// False when there is no room for it.
     bool add(Event &&event);
-    void looked_up(std::uint32_t key, bool found);
     void fold();
     bool fold_period(std::size_t period);
     void engine_end(const dfd::watch::EngineCall &call, int result, std::uint32_t value);
@@ -34,7 +32,6 @@ class Recorder {
     bool makes_pauses_;
     const LogCapture *log_;
     Observation seen_;
-    std::unordered_set<std::uint32_t> asked_;  ///< what seen_.asked holds
     int engine_ = kOutside;
     std::size_t log_at_ = 0;
 };
