@@ -100,14 +100,18 @@ std::string messages_on_terminal(const std::string &command, unsigned short colu
 // Each is one line in a file, where one searches for it, and keeps the width of a terminal.
 TEST(Width, MessagesKeepThatOfTheirTerminal) {
     const Board board("demo");
-    board.append("etc/cfg/dfd/cfg_file/cm8_fans.cfg", "this is no line\n");
+    // A getter locks the ADC over an adapter that does not write; the last line is none.
+    board.append("chassis.toml", "[[bus]]\nnumber = 3\nnostart = false\n");
+    board.append("etc/cfg/dfd/cfg_file/cm8_ports.cfg",
+                 "\ncard_vol_lock.mode=config\ncard_vol_lock.src=i2c\ncard_vol_lock.frmt=byte\n"
+                 "card_vol_lock.len=1\ncard_vol_lock.fpath=/dev/i2c-3\nthis is no line\n");
     const std::string on_board =
         fmt::format("{0}/vchassis run {1} -- {0}/dfdctl ", BUILD_DIR, board.file("").string());
     for (const char *arguments :
          {"get slot_online_99", "show power 1 2", "show nothing", "fan speed 9 9", "slot reset all",
           "led set alarm purple", "set fan_mode 7", "items --type mac", "explain my_slot_id",
           "check --expect /nowhere/at/all/there/is/no/such/file", "--debug 7 check",
-          "eeprom set fan 1 serial_number=ABCDEFGHIJKLM"}) {
+          "show voltages", "eeprom set fan 1 serial_number=ABCDEFGHIJKLM"}) {
         const std::string narrow = messages_on_terminal(on_board + arguments, 40);
         EXPECT_THAT(narrow, HasSubstr("dfdctl:")) << arguments;
         for (const std::string &line : lines_of(narrow)) {

@@ -11,6 +11,7 @@
 #include "dfdctl/board/facts.hpp"
 #include "dfdctl/board/i2c_bus.hpp"
 #include "dfdctl/command.hpp"
+#include "dfdctl/output.hpp"
 #include "hal/board_bus.h"
 #include "hal/facts.h"
 
@@ -109,7 +110,7 @@ bool BusWriteGuard::answer(const dfd::watch::Transfer &transfer, int *result) {
         return false;
     }
     if (!has_refused_) {
-        fmt::print(stderr, "dfdctl: {}; {}\n", obstacle, kForce);
+        complain(fmt::format("{}; {}", obstacle, kForce));
     }
     has_refused_ = true;
     errno = EOPNOTSUPP;
