@@ -51,7 +51,7 @@ const Sample kSound[] = {
      "part_number = { text = '12-34.5 ', code = 'bcd_plus' }\nproduct_version = '123'\n"
      "serial_number = 'FT2F00240202'\nasset_tag = { text = 'RACK 7', code = 'six_bit' }\n"
      "fru_file_id = { bytes = [1, 255], code = 'binary' }\ncustom = ['front', "
-     "{bytes=[],code='binary'}]\n"},
+     "{bytes=[],code='binary'}, {bytes=[29],code='bcd_plus'}]\n"},
     {"FRU with chassis and board area, areas out of order, an internal area, Latin 1",
      "[[fru]]\ninternal_offset = 224\nproduct_offset = 8\narea_size = 80\nproduct_name = "
      "'caf\u00e9'\n"
@@ -100,6 +100,8 @@ TEST(EepromDecode, SoundImagesAreToldInSectionsThatGiveThemBack) {
         EXPECT_TRUE(decoded.faults.empty()) << decoded.faults.front().text;
         EXPECT_EQ(eeprom::build_text(decoded.description), image) << decoded.description;
         EXPECT_THAT(decoded.description, Not(HasSubstr("overlay")));
+        const bool is_zero = std::string_view(sample.description).starts_with("fill = 0\n");
+        EXPECT_THAT(decoded.description, HasSubstr(is_zero ? "fill = 0x00\n" : "fill = 0xff\n"));
         const std::string first(sample.description, 0,
                                 std::string(sample.description).find("]]") + 2);
         EXPECT_THAT(decoded.description, HasSubstr(first.substr(first.find("[["))));
@@ -237,6 +239,30 @@ TEST(EepromDecode, WhatCanBeReadOfADamagedImageIsTold) {
     const Decoded decoded = eeprom::decode(image);
     EXPECT_THAT(decoded.description, HasSubstr("# product_name at 0x08: \"CM8 master\""));
     EXPECT_EQ(decoded.field("serial_number"), nullptr);
+}
+
+TEST(EepromDecode, DifferencesAreRunsOfBytes) {
+    struct Case {
+        Bytes before;
+        Bytes after;
+        std::vector<eeprom::Difference> runs;
+    };
+    const Case cases[] = {
+        {{1, 2, 3}, {1, 2, 3}, {}},
+        {{1, 2, 3}, {9, 8, 3}, {{0, {1, 2}, {9, 8}}}},
+        {{1, 2, 3}, {9, 2, 8}, {{0, {1}, {9}}, {2, {3}, {8}}}},
+        {{1}, {1, 2, 3}, {{1, {}, {2, 3}}}},
+        {{1, 2}, {}, {{0, {1, 2}, {}}}},
+    };
+    for (const Case &each : cases) {
+        const auto found = eeprom::differences(each.before, each.after);
+        ASSERT_EQ(found.size(), each.runs.size());
+        for (std::size_t i = 0; i < found.size(); ++i) {
+            EXPECT_EQ(found[i].offset, each.runs[i].offset);
+            EXPECT_EQ(found[i].before, each.runs[i].before);
+            EXPECT_EQ(found[i].after, each.runs[i].after);
+        }
+    }
 }
 
 struct Change {
