@@ -29,7 +29,7 @@ const std::map<std::string, const char *> kPaths = {
     {"DESCRIPTION", kFiles}, {"IMAGE", kFiles},        {"[=FILE]", kFiles}};
 
 bool takes_value(const CLI::Option &option) {
-    return option.get_type_size() != 0;
+    return option.get_items_expected_max() != 0;
 }
 
 /// "FAN [ROTOR] LEVEL"; a range stands behind a colon.

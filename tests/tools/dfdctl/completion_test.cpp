@@ -56,6 +56,8 @@ TEST_F(Completion, offers_commands_and_options) {
     EXPECT_THAT(behind("check --nonsense --e"), ElementsAre("--expect"));
     EXPECT_THAT(behind("items --"), IsSupersetOf({"--type", "--values", "--json", "--wide"}));
     EXPECT_THAT(behind("lint -- --r"), ElementsAre(":files")) << "behind -- stands no option";
+    EXPECT_THAT(behind("--json sh"), ElementsAre("show")) << "a flag has no value";
+    EXPECT_THAT(behind("lint --strict --ro"), ElementsAre("--root"));
     // The value of an option is no command.
     EXPECT_THAT(behind("--width 80 slot p"), ElementsAre("power"));
     EXPECT_THAT(behind("--width slot p"), IsEmpty());
