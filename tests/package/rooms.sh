@@ -1,7 +1,8 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
 # rooms.sh SOURCES: the picture of dfdctl's rooms in docs/architecture.md shows the folders that there
-# are, and no file includes one of a room on its own floor or above.
+# are, and no file includes one of a room on its own floor or above. The headers of the command-line
+# library, which take seconds to compile, belong to one translation unit of tools/common.
 set -eu
 cd "$1"
 tools=tools/dfdctl
@@ -29,4 +30,6 @@ for file in $tools/*/*.cpp $tools/*/*.hpp $tools/*.cpp $tools/*.hpp; do
         }
     done
 done
+strays=$(grep -rl '^#include <CLI/' tools vchassis tests | grep -v '^tools/common/command_') || true
+[ -z "$strays" ] || { echo "$strays: use common/command_line.hpp"; status=1; }
 exit $status

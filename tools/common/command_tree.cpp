@@ -19,60 +19,10 @@ constexpr const char *kTreeWord = "__tree";
 constexpr const char *kFiles = ":files";
 constexpr const char *kDirectories = ":directories";
 
-// Of a positional that has no usage of its own.
-constexpr const char *kPlainType = "TEXT";
-constexpr const char *kNumberType = "UINT";
-
 /// Arguments that are paths in every program.
 const std::map<std::string, const char *> kPaths = {
     {"DIR", kDirectories},   {"PARENT", kDirectories}, {"FILE", kFiles},   {"PATH", kFiles},
     {"DESCRIPTION", kFiles}, {"IMAGE", kFiles},        {"[=FILE]", kFiles}};
-
-bool takes_value(const CLI::Option &option) {
-    return option.get_items_expected_max() != 0;
-}
-
-/// "FAN [ROTOR] LEVEL"; a range stands behind a colon.
-std::string usage_of(const CLI::Option &option) {
-    const std::string type = option.get_type_name();
-    const bool has_range = type.find(" in [") != std::string::npos;
-    const std::string usage = has_range ? type.substr(0, type.find(':')) : type;
-    if (!option.get_positional() || (usage != kPlainType && usage != kNumberType)) {
-        return usage;
-    }
-    const std::string name =
-        option.get_name(true) + (option.get_items_expected_max() > 1 ? "..." : "");
-    return option.get_required() ? name : "[" + name + "]";
-}
-
-std::vector<const CLI::Option *> options_of(const CLI::App &app, bool positional) {
-    std::vector<const CLI::Option *> found;
-    for (const CLI::Option *option : app.get_options()) {
-        if (option->get_positional() == positional && !option->get_group().empty()) {
-            found.push_back(option);
-        }
-    }
-    return found;
-}
-
-const CLI::App *subcommand_named(const CLI::App &app, const std::string &name) {
-    const auto all = app.get_subcommands({});
-    const auto found = std::find_if(all.begin(), all.end(),
-                                    [&](const CLI::App *each) { return each->get_name() == name; });
-    return found == all.end() ? nullptr : *found;
-}
-
-/// An option of the command or of one that it stands behind.
-const CLI::Option *option_named(const CLI::App *app, const std::string &name) {
-    for (; app != nullptr; app = app->get_parent()) {
-        for (const CLI::Option *option : options_of(*app, false)) {
-            if (option->check_name(name)) {
-                return option;
-            }
-        }
-    }
-    return nullptr;
-}
 
 /// A word of a usage: "[ROTOR]" need not stand there, "FILE..." stands for all behind it.
 struct Slot {
@@ -115,23 +65,6 @@ std::vector<std::string> arguments_at(const CLI::App &app, std::size_t count) {
         left_out += slots[i].is_optional ? 1 : 0;
     }
     return names;
-}
-
-std::vector<Candidate> options_as_candidates(const CLI::App *app) {
-    std::vector<Candidate> found;
-    for (; app != nullptr; app = app->get_parent()) {
-        for (const CLI::Option *option : options_of(*app, false)) {
-            // A command's own --help says the same as that of the program.
-            const std::string name = option->get_name();
-            const bool is_known =
-                std::any_of(found.begin(), found.end(),
-                            [&](const Candidate &each) { return each.word == name; });
-            if (!is_known) {
-                found.push_back({name, option->get_description()});
-            }
-        }
-    }
-    return found;
 }
 
 /// A shell may hand over "--root=gx4" as three words.
@@ -290,20 +223,70 @@ bool is_path(const std::string &argument) {
     return kPaths.contains(argument);
 }
 
-std::optional<std::string> told_of_itself(const CLI::App &app,
-                                          const std::vector<std::string> &words,
-                                          const ValuesOf &values) {
-    if (words.empty()) {
-        return {};
+const CLI::App *subcommand_named(const CLI::App &app, const std::string &name) {
+    const auto found =
+        app.get_subcommands([&](const CLI::App *each) { return each->get_name() == name; });
+    return found.empty() ? nullptr : found.front();
+}
+
+std::vector<const CLI::Option *> options_of(const CLI::App &app, bool positional) {
+    std::vector<const CLI::Option *> found;
+    for (const CLI::Option *option : app.get_options()) {
+        if (option->get_positional() == positional && !option->get_group().empty()) {
+            found.push_back(option);
+        }
     }
-    if (words.front() == kTreeWord) {
+    return found;
+}
+
+const CLI::Option *option_named(const CLI::App *app, const std::string &name) {
+    const CLI::Option *option = nullptr;
+    for (; app != nullptr && option == nullptr; app = app->get_parent()) {
+        option = app->get_option_no_throw(name);
+    }
+    return option;
+}
+
+std::vector<Candidate> options_as_candidates(const CLI::App *app) {
+    std::vector<Candidate> found;
+    for (; app != nullptr; app = app->get_parent()) {
+        for (const CLI::Option *option : options_of(*app, false)) {
+            // A command's own --help says the same as that of the program.
+            const std::string name = option->get_name();
+            const bool is_known =
+                std::any_of(found.begin(), found.end(),
+                            [&](const Candidate &each) { return each.word == name; });
+            if (!is_known) {
+                found.push_back({name, option->get_description()});
+            }
+        }
+    }
+    return found;
+}
+
+bool takes_value(const CLI::Option &option) {
+    return option.get_items_expected_max() != 0;
+}
+
+std::string usage_of(const CLI::Option &option) {
+    const std::string type = option.get_type_name();
+    const bool has_range = type.find(" in [") != std::string::npos;
+    // The library's word for a positional that has no usage of its own.
+    return option.get_positional() && type == "TEXT"
+               ? option.get_name(true)
+               : type.substr(0, has_range ? type.find(':') : type.npos);
+}
+
+std::optional<std::string> told_of_itself(const CLI::App &app, Words words, ValuesOf values) {
+    const std::string_view first = words.empty() ? "" : words.front();
+    if (first == kTreeWord) {
         return app_json(app).document() + "\n";
     }
-    if (words.front() != kCompleteWord) {
+    if (first != kCompleteWord) {
         return {};
     }
     const Expected expected = expected_at(app, {words.begin() + 1, words.end()});
-    return candidate_lines(expected, values ? values(expected) : std::vector<Candidate>());
+    return candidate_lines(expected, values(expected));
 }
 
 }  // namespace dfd_tools

@@ -3,17 +3,21 @@
 // on an unfinished command line, and all of it as data, for the manual.
 #pragma once
 
-#include <functional>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
 namespace CLI {
 class App;
-}
+class Option;
+}  // namespace CLI
 
 namespace dfd_tools {
+
+/// Of a command line, without the name of the program.
+using Words = std::span<const char *const>;
 
 /// The word that asks for candidates: the program's arguments follow, the last one unfinished.
 inline constexpr const char *kCompleteWord = "__complete";
@@ -43,18 +47,28 @@ struct Expected {
 };
 
 /// What the arguments that are expected may be.
-using ValuesOf = std::function<std::vector<Candidate>(const Expected &)>;
+using ValuesOf = std::vector<Candidate> (*)(const Expected &);
 
 /// The answer to a command line that begins with a word which is none of the program's commands;
 /// nothing for any other. "__complete WORD...", for shells: what the last word may be, a line each,
 /// "WORD<tab>TEXT"; where files, directories or a command of its own may stand, a line says so.
 /// "__tree", for the build of the manual: commands with their options, descriptions and footers as
 /// JSON.
-std::optional<std::string> told_of_itself(const CLI::App &app,
-                                          const std::vector<std::string> &words,
-                                          const ValuesOf &values = {});
+std::optional<std::string> told_of_itself(const CLI::App &app, Words words, ValuesOf values);
 
 /// Whether an argument of this name is a file or directory in every program.
 bool is_path(const std::string &argument);
+
+// For the command line itself.
+const CLI::App *subcommand_named(const CLI::App &app, const std::string &name);
+/// Those of the command, but hidden ones.
+std::vector<const CLI::Option *> options_of(const CLI::App &app, bool positional);
+/// An option of the command or of one that it stands behind; a null pointer when there is none.
+const CLI::Option *option_named(const CLI::App *app, const std::string &name);
+/// Its options, then those of the commands that it stands behind.
+std::vector<Candidate> options_as_candidates(const CLI::App *app);
+bool takes_value(const CLI::Option &option);
+/// "FAN [ROTOR] LEVEL"
+std::string usage_of(const CLI::Option &option);
 
 }  // namespace dfd_tools

@@ -1,12 +1,8 @@
 // SPDX-License-Identifier: MIT
 // dfdctl: looks at a board with the library, and at its configuration without hardware.
-#include <CLI/CLI.hpp>
 #include <algorithm>
-#include <exception>
-#include <optional>
-#include <span>
+#include <iterator>
 
-#include "common/nearest.hpp"
 #include "dfdctl/board/bus_writes.hpp"
 #include "dfdctl/board/installed.hpp"
 #include "dfdctl/board/start.hpp"
@@ -15,11 +11,12 @@
 #include "dfdctl/output.hpp"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace {
 
 using namespace dfdctl;
+using dfd_tools::Asked;
+using dfd_tools::Words;
 
 constexpr const char *kDescription =
     "Shows what board this is, and reads and writes what its configuration describes. "
@@ -38,135 +35,6 @@ constexpr const char *kFooter =
 constexpr unsigned kMaxDebugLevel = 4;
 constexpr unsigned kLeastWidth = 20;
 constexpr unsigned kMostWidth = 1000;
-
-const CLI::App *subcommand_named(const CLI::App &app, const std::string &name) {
-    for (const CLI::App *subcommand : app.get_subcommands({})) {
-        if (subcommand->get_name() == name) {
-            return subcommand;
-        }
-    }
-    return nullptr;
-}
-
-/// How far the words lead into the commands, and the word there that is none; empty when all are.
-struct Path {
-    const CLI::App *at;
-    std::string unknown;
-};
-
-Path follow(const CLI::App &app, std::span<char *const> words) {
-    Path path{&app, {}};
-    for (std::size_t i = 0; i < words.size(); ++i) {
-        const std::string word = words[i];
-        if (word.starts_with('-')) {
-            i += word == "--debug" || word == "--width" ? 1 : 0;
-            continue;
-        }
-        if (path.at->get_subcommands({}).empty()) {
-            break;
-        }
-        const CLI::App *next = subcommand_named(*path.at, word);
-        if (next == nullptr) {
-            return {path.at, word};
-        }
-        path.at = next;
-    }
-    return path;
-}
-
-std::vector<std::string> command_names(const CLI::App &app) {
-    std::vector<std::string> names;
-    for (const CLI::App *subcommand : app.get_subcommands({})) {
-        names.push_back(subcommand->get_name());
-    }
-    return names;
-}
-
-/// "the commands are: show, get, set", behind "show": "board, slots, fans".
-std::string command_list(const CLI::App &app) {
-    const std::string behind =
-        app.get_parent() != nullptr ? fmt::format(" behind '{}'", app.get_name()) : std::string();
-    return fmt::format("the commands{} are: {}", behind, fmt::join(command_names(app), ", "));
-}
-
-/// What a mistyped word in the place of a command may have meant: one of there, or one below.
-std::string nearest_command(const CLI::App &app, const std::string &word) {
-    std::vector<std::string> names = command_names(app);
-    for (const CLI::App *subcommand : app.get_subcommands({})) {
-        const std::vector<std::string> below = command_names(*subcommand);
-        names.insert(names.end(), below.begin(), below.end());
-    }
-    const std::vector<std::string_view> views(names.begin(), names.end());
-    const std::string guess = dfd_tools::did_you_mean(word, views);
-    return guess.empty() ? "; " + command_list(app) : guess;
-}
-
-/// Options of the program and of the chosen commands.
-std::vector<std::string> option_names(const CLI::App &app) {
-    std::vector<std::string> names;
-    for (const CLI::Option *option : app.get_options()) {
-        if (!option->get_positional()) {
-            names.push_back(option->get_name());
-        }
-    }
-    for (const CLI::App *chosen : app.get_subcommands()) {
-        const std::vector<std::string> more = option_names(*chosen);
-        names.insert(names.end(), more.begin(), more.end());
-    }
-    return names;
-}
-
-/// "unexpected '--typ', did you mean '--type'?"
-std::string unexpected_word(const CLI::App &app, const std::string &word) {
-    const std::vector<std::string> names = option_names(app);
-    const std::vector<std::string_view> views(names.begin(), names.end());
-    const bool is_option = word.starts_with('-');
-    return fmt::format("unexpected '{}'{}", word,
-                       is_option ? dfd_tools::did_you_mean(word, views) : std::string());
-}
-
-/// "'eeprom verify' takes [IMAGE]: a file, board, ..." where words are missing or too many.
-std::string expected_words(const CLI::App &command, const CLI::ParseError &error) {
-    const std::string reason = error.what();
-    for (const CLI::Option *option : command.get_options()) {
-        if (!option->get_positional() || !reason.starts_with(option->get_name(true))) {
-            continue;
-        }
-        const CLI::App *above = command.get_parent();
-        const bool is_below = above != nullptr && above->get_parent() != nullptr;
-        const std::string type = option->get_type_name();
-        return fmt::format("'{}{}' takes {}: {}", is_below ? above->get_name() + " " : "",
-                           command.get_name(), type == "TEXT" ? option->get_name(true) : type,
-                           option->get_description());
-    }
-    return {};
-}
-
-/// What is wrong with the command line, with the nearest names for a mistyped word.
-std::string usage_message(const CLI::App &app, const CLI::ParseError &error,
-                          std::span<char *const> words) {
-    const Path path = follow(app, words);
-    if (!path.unknown.empty()) {
-        return fmt::format("unknown command '{}'{}", path.unknown,
-                           nearest_command(*path.at, path.unknown));
-    }
-    if (dynamic_cast<const CLI::RequiredError *>(&error) != nullptr &&
-        !path.at->get_subcommands({}).empty()) {
-        return "a command is missing; " + command_list(*path.at);
-    }
-    if (const std::string text = expected_words(*path.at, error); !text.empty()) {
-        return text;
-    }
-    const std::vector<std::string> rest = app.remaining(true);
-    if (dynamic_cast<const CLI::ExtrasError *>(&error) != nullptr && !rest.empty()) {
-        return unexpected_word(app, rest.front());
-    }
-    return error.what();
-}
-
-void report_usage(const CLI::App &app, const CLI::ParseError &error, std::span<char *const> words) {
-    complain(usage_message(app, error, words) + "\nTry 'dfdctl --help'.");
-}
 
 std::string version() {
     const std::string other = other_installed_library();
@@ -194,122 +62,90 @@ constexpr CommandRow kCommands[] = {{"check", add_check},
                                     {"lint", add_lint},
                                     {"new-board", add_new_board}};
 
-/// The command line: options of the program, and the commands that are added.
-class CommandLine {
-  public:
-    explicit CommandLine(Options &options) : options_(options) {
-        app_.footer(help_footer("dfdctl check", kFooter));
-        set_up_help(app_);
-        app_.require_subcommand(1);
-        app_.fallthrough();
-        app_.set_version_flag("--version", version);
-        add_options();
-    }
-    void add(const CommandRow &row) {
-        Command top(app_, action_);
-        row.add(top, options_);
-    }
-    CLI::App &app() { return app_; }
-    int run() const {
-        set_width(options_.out, options_.width, options_.wide);
-        set_colour(options_.out);
-        const BusWriteGuard guard(options_.force);
-        const int status = action_();
-        return status == kExitOk && guard.has_refused() ? kExitReadingFailed : status;
-    }
+void add_options(Command &top, Options &options) {
+    top.flag("--json", options.json, "Print one JSON document instead of text");
+    top.number("--debug", options.debug,
+               "Open the library's log: 1 errors, warnings, trace; 2 nothing more; 3 all; "
+               "4 voltage lock",
+               "LEVEL", 0, kMaxDebugLevel);
+    top.flag("--debug-startup", options.debug_startup,
+             "With --debug: the log also of loading the configuration");
+    top.number("--width", options.width,
+               "Columns of text; without it those of the terminal, 80 where there is none", "N",
+               kLeastWidth, kMostWidth);
+    top.flag("--wide", options.wide, "Text without a limit: nothing is wrapped, cut or left out");
+    top.excludes("--wide", "--width");
+    top.flag("--force", options.force,
+             "Write although something speaks against it: an I2C adapter on which the "
+             "library's data lands at a wrong register, an EEPROM image with faults");
+}
 
-  private:
-    void add_options();
+Asked read(Words words, Options &options, std::span<const CommandRow> commands) {
+    // Of help, which is printed before the width is set for all else.
+    const auto lines = [&options](const std::string &text, std::size_t indent) {
+        set_width(options.out, options.width, options.wide);
+        return fmt::format("{}\n", joined(wrapped_lines(text, text_width(), indent), "\n"));
+    };
+    return dfd_tools::read_command_line(
+        {"dfdctl", kDescription, "dfdctl check", kFooter, version, known_values, lines}, words,
+        [&options, &commands](Command &top) {
+            add_options(top, options);
+            for (const CommandRow &row : commands) {
+                row.add(top, options);
+            }
+        });
+}
 
-    Options &options_;
-    CLI::App app_{kDescription, "dfdctl"};
-    Action action_;
-};
-
-void CommandLine::add_options() {
-    app_.add_flag("--json", options_.json, "Print one JSON document instead of text");
-    app_.add_option("--debug", options_.debug,
-                    "Open the library's log: 1 errors, warnings, trace; 2 nothing more; 3 all; "
-                    "4 voltage lock")
-        ->type_name("LEVEL")
-        ->check(CLI::Range(0U, kMaxDebugLevel));
-    app_.add_flag("--debug-startup", options_.debug_startup,
-                  "With --debug: the log also of loading the configuration");
-    CLI::Option *width =
-        app_.add_option("--width", options_.width,
-                        "Columns of text; without it those of the terminal, 80 where there is none")
-            ->type_name("N")
-            ->check(CLI::Range(kLeastWidth, kMostWidth));
-    app_.add_flag("--wide", options_.wide,
-                  "Text without a limit: nothing is wrapped, cut or left out")
-        ->excludes(width);
-    app_.add_flag("--force", options_.force,
-                  "Write although something speaks against it: an I2C adapter on which the "
-                  "library's data lands at a wrong register, an EEPROM image with faults");
+int act(const Action &action, const Options &options) {
+    set_width(options.out, options.width, options.wide);
+    set_colour(options.out);
+    const BusWriteGuard guard(options.force);
+    const int status = action();
+    return status == kExitOk && guard.has_refused() ? kExitReadingFailed : status;
 }
 
 /// Most command lines begin with their command and are right: the other commands, whose options
-/// take longer to build than most readings, are not asked. Empty for all else.
-std::optional<int> run_first_word(int argc, char **argv, Options &options) {
-    const std::string_view word = argc > 1 ? argv[1] : "";
+/// take longer to build than most readings, are not asked. No action for all else.
+Action first_word_action(Words words, Options &options) {
+    const std::string_view word = words.empty() ? "" : words.front();
     const auto *const row = std::find_if(std::begin(kCommands), std::end(kCommands),
                                          [&](const auto &known) { return known.name == word; });
     if (word.empty() || row == std::end(kCommands)) {
-        return std::nullopt;
+        return {};
     }
     const Options before = options;
-    CommandLine line(options);
-    line.add(*row);
-    try {
-        line.app().parse(argc, argv);
-    } catch (const CLI::ParseError &) {
+    Asked asked = read(words, options, {row, 1});
+    if (!asked.action) {
         options = before;
-        return std::nullopt;
     }
-    return line.run();
+    return std::move(asked.action);
 }
 
-int run(int argc, char **argv, Options &options) {
-    if (const std::optional<int> status = run_first_word(argc, argv, options)) {
-        return *status;
+int run(Words words, Options &options) {
+    if (const Action action = first_word_action(words, options)) {
+        return act(action, options);
     }
-    const std::span words = std::span(argv, static_cast<std::size_t>(argc)).subspan(1);
-    CommandLine line(options);
-    if (words.size() != 1 || words.front() != std::string_view("--version")) {
-        for (const CommandRow &row : kCommands) {
-            line.add(row);
-        }
+    const bool is_version = words.size() == 1 && words.front() == std::string_view("--version");
+    const std::span<const CommandRow> all = kCommands;
+    const Asked asked = read(words, options, is_version ? all.first(0) : all);
+    if (asked.action) {
+        return act(asked.action, options);
     }
-    if (const auto text =
-            dfd_tools::told_of_itself(line.app(), {words.begin(), words.end()}, known_values)) {
-        fmt::print(options.out, "{}", *text);
-        return kExitOk;
-    }
-    try {
-        line.app().parse(argc, argv);
-    } catch (const CLI::Success &success) {
-        // Help and version are data.
-        set_width(options.out, options.width, options.wide);
-        std::ostringstream text;
-        line.app().exit(success, text, text);
-        fmt::print(options.out, "{}", text.str());
-        return kExitOk;
-    } catch (const CLI::ParseError &error) {
-        report_usage(line.app(), error, words);
+    if (!asked.mistake.empty()) {
+        complain(asked.mistake + "\nTry 'dfdctl --help'.");
         return kExitUsage;
     }
-    return line.run();
+    fmt::print(options.out, "{}", asked.text);
+    return kExitOk;
 }
 
-/// The command line, with the command that the second name of the program stands for.
-std::vector<char *> words_of(std::span<char *const> arguments) {
-    static char eeprom[] = "eeprom";
-    static char encode[] = "encode";
-    std::vector<char *> words(arguments.begin(), arguments.end());
-    if (!words.empty() && std::string_view(words.front()).ends_with("dfd-eeprom")) {
+/// The words behind the name of the program, with the command that its second name stands for.
+std::vector<const char *> words_of(std::span<const char *const> arguments) {
+    std::vector<const char *> words(arguments.begin() + 1, arguments.end());
+    if (std::string_view(arguments.front()).ends_with("dfd-eeprom")) {
         const bool is_completion =
-            words.size() > 1 && words[1] == std::string_view(dfd_tools::kCompleteWord);
-        words.insert(words.begin() + (is_completion ? 2 : 1), {eeprom, encode});
+            !words.empty() && words.front() == std::string_view(dfd_tools::kCompleteWord);
+        words.insert(words.begin() + (is_completion ? 1 : 0), {"eeprom", "encode"});
     }
     return words;
 }
@@ -330,8 +166,7 @@ int main(int argc, char **argv) {
     return reporting_failure([argc, argv] {
         Options options;
         options.out = take_stdout();
-        std::vector<char *> words = words_of(std::span(argv, static_cast<std::size_t>(argc)));
-        return close_output(options.out,
-                            run(static_cast<int>(words.size()), words.data(), options));
+        const auto words = words_of(std::span(argv, static_cast<std::size_t>(argc)));
+        return close_output(options.out, run(words, options));
     });
 }
