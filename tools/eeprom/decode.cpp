@@ -137,7 +137,7 @@ std::optional<std::string> padded_text(View bytes) {
     return ascii_text(bytes);
 }
 
-std::string quoted(std::string_view text) {
+std::string toml_text(std::string_view text) {
     constexpr unsigned kSixBits = 0x3F;
     std::string out = "\"";
     for (std::size_t i = 0; i < text.size(); ++i) {

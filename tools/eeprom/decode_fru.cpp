@@ -95,10 +95,10 @@ std::optional<std::string> text_of(Code code, View data) {
 /// As a description has it.
 std::string value_of(const Field &field) {
     if (field.code == "text" && field.is_text) {
-        return quoted(field.text);
+        return toml_text(field.text);
     }
     return fmt::format("{{ {} = {}, code = \"{}\" }}", field.is_text ? "text" : "bytes",
-                       quoted(field.text), field.code);
+                       toml_text(field.text), field.code);
 }
 
 Field read_field(dfd::ByteCursor &cursor, std::size_t area_start) {

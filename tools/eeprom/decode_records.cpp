@@ -37,7 +37,7 @@ void text(Parts &parts, std::size_t at, std::size_t size, const char *name,
     }
     parts.out.fields.push_back(
         {name, at, size, "", shown ? *shown : hex_text(bytes), shown.has_value()});
-    parts.line(fmt::format("{} = {}", name, shown ? quoted(*shown) : "\"\""));
+    parts.line(fmt::format("{} = {}", name, shown ? toml_text(*shown) : "\"\""));
 }
 
 std::optional<std::string> without_blanks(std::optional<std::string> padded) {

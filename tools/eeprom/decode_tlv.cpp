@@ -84,7 +84,7 @@ void describe_entry(Parts &parts, const TlvHeader &header, const dfd::tlv::Entry
         parts.line("number = " + field.text);
     } else if (text) {
         field.text = *text;
-        parts.line(fmt::format("text = {}", quoted(*text)));
+        parts.line(fmt::format("text = {}", toml_text(*text)));
         parts.line(fmt::format("size = {}", entry.value.size()));
     } else {
         field.is_text = false;

@@ -48,7 +48,7 @@ std::string run_text(std::size_t at, View bytes, bool is_placed) {
     if (text && text->size() >= kShortest) {
         const std::string size =
             text->size() < bytes.size() ? fmt::format("size = {}\n", bytes.size()) : "";
-        return fmt::format("\n[[text]]\noffset = 0x{:02x}\nvalue = {}\n{}", at, quoted(*text),
+        return fmt::format("\n[[text]]\noffset = 0x{:02x}\nvalue = {}\n{}", at, toml_text(*text),
                            size);
     }
     return fmt::format("\n[[bytes]]\noffset = 0x{:02x}\nvalues = \"{}\"\n", at, hex_text(bytes));
@@ -79,8 +79,8 @@ std::string remarks(const Parts &parts) {
     }
     for (const Field &field : parts.out.fields) {
         if (parts.is_raw) {
-            text +=
-                fmt::format("# {} at 0x{:02x}: {}\n", field.name, field.offset, quoted(field.text));
+            text += fmt::format("# {} at 0x{:02x}: {}\n", field.name, field.offset,
+                                toml_text(field.text));
         }
     }
     return text;

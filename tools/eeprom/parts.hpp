@@ -41,7 +41,7 @@ std::optional<std::string> ascii_text(View bytes);
 /// A text in a field of fixed size, the rest NUL; nothing where it is none.
 std::optional<std::string> padded_text(View bytes);
 /// A UTF-8 text as TOML writes it, in ASCII.
-std::string quoted(std::string_view text);
+std::string toml_text(std::string_view text);
 
 void decode_tlv(Parts &parts);
 void decode_fru(Parts &parts);
