@@ -108,7 +108,8 @@ std::vector<std::string> nearest_names(std::string_view name,
                      [](const auto &a, const auto &b) { return a.first < b.first; });
     std::vector<std::string> names;
     for (const auto &[distance, candidate] : ranked) {
-        if (names.size() < count) {
+        // Several commands may have one name below them.
+        if (names.size() < count && std::ranges::find(names, candidate) == names.end()) {
             names.emplace_back(candidate);
         }
     }
