@@ -11,7 +11,8 @@ add_library(dfd_fmt STATIC cmake/fmt.cpp)
 target_include_directories(dfd_fmt SYSTEM PUBLIC ${DFD_FMT_INCLUDE})
 add_library(dfd_toml STATIC cmake/toml.cpp)
 target_include_directories(dfd_toml SYSTEM PUBLIC ${DFD_TOML_INCLUDE})
-target_compile_definitions(dfd_toml PUBLIC TOML_HEADER_ONLY=0)
+# Nothing writes with it.
+target_compile_definitions(dfd_toml PUBLIC TOML_HEADER_ONLY=0 TOML_ENABLE_FORMATTERS=0)
 foreach(parser dfd_fmt dfd_toml)
   set_target_properties(${parser} PROPERTIES
     POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
