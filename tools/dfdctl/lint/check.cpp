@@ -177,6 +177,16 @@ std::string Check::place(const SourceLine &line) const {
     return fmt::format("{}:{}", path.substr(path.rfind('/') + 1), line.line);
 }
 
+const std::vector<Item> &Check::items(Kind kind) const {
+    if (items_.empty()) {
+        for (const auto &[key, origins] : log_.origins) {
+            const Item item = item_of_key(key);
+            items_[item.type->kind].push_back(item);
+        }
+    }
+    return items_[kind];
+}
+
 std::set<Check::Place> Check::places() const {
     std::set<Place> places;
     for (const Finding &finding : findings_) {

@@ -20,6 +20,7 @@ using Flaw = NumberText::Flaw;
 constexpr ByteSet kOtherBlanks("\t\v\f");
 constexpr ByteSet kSpaces(" \t\v\f");
 constexpr ByteSet kBlanksAndEnds(" \t\v\f\r\n");
+constexpr ByteSet kTelling(" \t\v\f#\"'=");  // that a value is not all that stands there
 constexpr ByteSet kDecimal("0123456789");
 constexpr ByteSet kHexadecimal("0123456789abcdefABCDEF");
 
@@ -236,6 +237,22 @@ bool check_equals(Check &check, const SourceLine &line, std::string_view written
     return false;
 }
 
+/// What stands beside the value, or in it and means nothing there; false when that says it all.
+bool check_written(Check &check, const SourceLine &line, std::string_view written,
+                   const Meaning &meaning) {
+    check_end(check, line, written);
+    const std::string_view used = written.substr(0, kOtherBlanks.first_in(written));
+    if (!check_comment(check, line, used, meaning) || !check_quotes(check, line) ||
+        !check_equals(check, line, used)) {
+        return false;
+    }
+    if (const std::size_t space = without_end(used).find(' '); space != std::string_view::npos) {
+        check.at_byte("space-in-value", line, byte_in(line, used.substr(space)),
+                      fmt::format("the space is deleted: the value is '{}'", line.value));
+    }
+    return true;
+}
+
 }  // namespace
 
 NumberText judge_number(std::string_view text) {
@@ -276,15 +293,9 @@ std::string number_read(std::string_view text) {
 void check_value(Check &check, const SourceLine &line) {
     const Meaning meaning = meaning_of(line);
     const std::string_view written = written_value(line);
-    check_end(check, line, written);
-    const std::string_view used = written.substr(0, kOtherBlanks.first_in(written));
-    if (!check_comment(check, line, used, meaning) || !check_quotes(check, line) ||
-        !check_equals(check, line, used)) {
+    if (kTelling.first_in(written) < written.size() &&
+        !check_written(check, line, written, meaning)) {
         return;
-    }
-    if (const std::size_t space = without_end(used).find(' '); space != std::string_view::npos) {
-        check.at_byte("space-in-value", line, byte_in(line, used.substr(space)),
-                      fmt::format("the space is deleted: the value is '{}'", line.value));
     }
     switch (meaning.field) {
         case Field::number:

@@ -91,6 +91,8 @@ class Check {
     /// "cm8_fans.cfg:41", for texts that name another line.
     std::string place(const SourceLine &line) const;
 
+    /// Configured items of a kind, by key; collected when they are first asked for.
+    const std::vector<Item> &items(Kind kind) const;
     /// What the library's functions make of the items; observed when it is first asked for.
     const Uses &uses() const;
 
@@ -141,6 +143,7 @@ class Check {
     std::vector<Finding> findings_;
     Allowances allowed_;
     std::set<std::uint32_t> explained_;
+    mutable std::map<Kind, std::vector<Item>> items_;
     mutable std::shared_ptr<const Uses> uses_;
 };
 

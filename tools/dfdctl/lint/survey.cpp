@@ -17,15 +17,8 @@ std::vector<Item> configured(const Check &check, std::uint32_t type) {
     return items_of(check.log(), type);
 }
 
-std::vector<Item> configured(const Check &check, Kind kind) {
-    std::vector<Item> items;
-    for (const auto &[key, origins] : check.log().origins) {
-        const Item item = item_of_key(key);
-        if (item.type->kind == kind) {
-            items.push_back(item);
-        }
-    }
-    return items;
+const std::vector<Item> &configured(const Check &check, Kind kind) {
+    return check.items(kind);
 }
 
 bool has(std::uint32_t type, std::uint32_t index1, std::uint32_t index2) {

@@ -25,7 +25,7 @@ inline constexpr std::uint32_t kIntegerBytes = 4;
 /// Configured items of a type, by index.
 std::vector<Item> configured(const Check &check, std::uint32_t type);
 /// Configured items of a kind, by key.
-std::vector<Item> configured(const Check &check, Kind kind);
+const std::vector<Item> &configured(const Check &check, Kind kind);
 bool has(std::uint32_t type, std::uint32_t index1 = 0, std::uint32_t index2 = 0);
 bool has_any(const Check &check, std::uint32_t type);
 /// Value of an int item, or what stands for a missing one.

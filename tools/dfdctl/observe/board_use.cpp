@@ -184,14 +184,14 @@ bool is_of_board(const Call &call) {
 namespace {
 
 /// By the function that they pass everything through to.
-using Names = std::multimap<std::string_view, const Call *>;
+using Names = std::multimap<const Call *, const Call *>;
 
 /// Says of each name of a function what was observed of it, in the order of the table of calls.
 template <typename Told, typename CallOf>
 void tell_of_names(std::vector<Told> &all, const Names &names, CallOf call_of) {
     const std::size_t count = all.size();
     for (std::size_t i = 0; i < count; ++i) {
-        const auto [first, last] = names.equal_range(call_of(all[i])->name);
+        const auto [first, last] = names.equal_range(call_of(all[i]));
         for (auto name = first; name != last; ++name) {
             Told told = all[i];
             call_of(told) = name->second;
@@ -215,7 +215,7 @@ BoardUse observe_board(const Observer &observer, const Units &units) {
             continue;
         }
         if (!call.passes_to.empty()) {
-            names.emplace(call.passes_to, &call);
+            names.emplace(find_call(call.passes_to), &call);
             continue;
         }
         for (const Args &args : units.all_args(call)) {
