@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <functional>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -102,6 +103,30 @@ std::string kind(int result, const Stat &info) {
                       : kind(info.st_mode, major(info.st_rdev), minor(info.st_rdev));
 }
 
+// All that cp, install and tar compare between a path and what they have opened there.
+std::string fields(const struct stat &info) {
+    std::ostringstream text;
+    text << info.st_dev << ' ' << info.st_ino << ' ' << info.st_mode << ' ' << info.st_nlink << ' '
+         << info.st_uid << ' ' << info.st_gid << ' ' << info.st_rdev << ' ' << info.st_size << ' '
+         << info.st_blksize << ' ' << info.st_blocks;
+    for (const timespec &time : {info.st_atim, info.st_mtim, info.st_ctim}) {
+        text << ' ' << time.tv_sec << '.' << time.tv_nsec;
+    }
+    return text.str();
+}
+
+std::string fields(const struct statx &info) {
+    std::ostringstream text;
+    text << makedev(info.stx_dev_major, info.stx_dev_minor) << ' ' << info.stx_ino << ' '
+         << info.stx_mode << ' ' << info.stx_nlink << ' ' << info.stx_uid << ' ' << info.stx_gid
+         << ' ' << makedev(info.stx_rdev_major, info.stx_rdev_minor) << ' ' << info.stx_size << ' '
+         << info.stx_blksize << ' ' << info.stx_blocks;
+    for (const statx_timestamp &time : {info.stx_atime, info.stx_mtime, info.stx_ctime}) {
+        text << ' ' << time.tv_sec << '.' << time.tv_nsec;
+    }
+    return text.str();
+}
+
 std::string rest_of(FILE *stream) {
     char text[8] = {};
     return stream == nullptr ? strerror(errno) : std::string(text, fread(text, 1, 2, stream));
@@ -162,16 +187,19 @@ TEST_F(Interposed, DevicesAreShownByAllFunctionsAlike) {
         EXPECT_EQ(kind(lstat(row.path, &info), info), row.kind);
         EXPECT_EQ(kind(stat64(row.path, &info64), info64), row.kind);
         EXPECT_EQ(kind(fstatat(AT_FDCWD, row.path, &info, 0), info), row.kind);
+        const std::string by_path = fields(info);
         EXPECT_EQ(kind(fstat(file.fd, &info), info), row.kind);
+        EXPECT_EQ(fields(info), by_path);
         EXPECT_EQ(kind(fstat64(file.fd, &info64), info64), row.kind);
         EXPECT_EQ(kind(fstatat(file.fd, "", &info, AT_EMPTY_PATH), info), row.kind);
         EXPECT_EQ(kind(__xstat(1, row.path, &info), info), row.kind);
         EXPECT_EQ(kind(__fxstat(1, file.fd, &info), info), row.kind);
+        EXPECT_EQ(fields(info), by_path);
         EXPECT_EQ(statx(file.fd, "", AT_EMPTY_PATH, STATX_BASIC_STATS, &more), 0);
         EXPECT_EQ(kind(more.stx_mode, more.stx_rdev_major, more.stx_rdev_minor), row.kind);
-        EXPECT_EQ(more.stx_ino, info.st_ino);
+        EXPECT_EQ(fields(more), by_path);
         EXPECT_EQ(statx(AT_FDCWD, row.path, 0, STATX_BASIC_STATS, &more), 0);
-        EXPECT_EQ(kind(more.stx_mode, more.stx_rdev_major, more.stx_rdev_minor), row.kind);
+        EXPECT_EQ(fields(more), by_path);
         EXPECT_EQ(euidaccess(row.path, R_OK | W_OK), 0);
         EXPECT_EQ(eaccess(row.path, R_OK), 0);
         std::unique_ptr<char, decltype(&free)> name(realpath(row.path, nullptr), &free);

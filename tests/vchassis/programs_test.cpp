@@ -118,6 +118,15 @@ TEST_F(Programs, DevicesAreListedAndShown) {
          "glob.glob('/dev/cpld*')), stat.S_ISCHR(os.stat('/dev/cpld0').st_mode), "
          "os.access('/dev/cpld0', 6), open('/dev/cpld0', 'rb', 0).read(2))\"",
          "['/dev/cpld0', '/dev/i2c-0'] True True b'\\x00\\xfe'\n"},
+        {"cd ${0%/*}; for copy in cp 'cp -p' 'install -m 644'; do rm -f x; $copy /dev/cpld0 x && "
+         "stat -c '%F %s' x && od -An -tx1 -N2 x; done",
+         "regular file 256\n 00 fe\nregular file 256\n 00 fe\nregular file 256\n 00 fe\n"},
+        {"cd ${0%/*}; cp /dev/i2c-0 x 2>/dev/null || echo no; ! test -s x && echo empty",
+         "no\nempty\n"},
+        {"cd ${0%/*}; tar -cPf x.tar /dev/cpld0 && tar -tvPf x.tar | grep -c '^crw-rw----.* 240,0 "
+         ".*"
+         " /dev/cpld0$'",
+         "1\n"},
         {"rm -f /dev/cpld0 2>/dev/null || echo kept; test -c /dev/cpld0 && echo there",
          "kept\nthere\n"},
     };

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Looking at what a path or a descriptor leads to. A device of the chassis is shown as a character
-// device of the user who runs the program.
+// device of the user who runs the program. Its file system and times are those of its stand-in, by
+// path and by descriptor: `cp` takes a file that differs for one that was replaced.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/statfs.h>
@@ -67,8 +68,9 @@ int show(int dirfd, const char *path, int flags, Stat *out, Call call) {
         errno = target.error;
         return -1;
     }
-    const int result = call(target.dirfd, by_descriptor ? path : target.path());
-    if (result == 0 && target.device.major != 0) {
+    const bool is_device = target.device.major != 0;
+    const int result = call(target.dirfd, by_descriptor && !is_device ? path : target.path());
+    if (result == 0 && is_device) {
         show_as(target.device, out);
     }
     return result;

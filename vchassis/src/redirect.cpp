@@ -44,8 +44,7 @@ Target resolve(int dirfd, const char *path, Use use) {
 Target resolve(int fd, Use use) {
     Target target{fd, ""};
     if (Entry in(fd); in && in->is_device(fd)) {
-        target.error = device_error(use);
-        target.device = device_number(in->machine(), in->place(fd));
+        redirect(in->machine(), in->place(fd), use, target);
     }
     return target;
 }
