@@ -42,8 +42,9 @@ cmake -S project -B project/build -DCMAKE_PREFIX_PATH="$work/usr" > /dev/null
 cmake --build project/build > /dev/null
 project/build/client-static
 
+export HOME="$work/home" XDG_STATE_HOME=
 for app in ./app-c project/build/app-cpp; do
-    LD_LIBRARY_PATH=$lib "$work/usr/bin/vchassis" run --state "$work/state" "$work/usr/share/dfd/boards/demo" -- "$app"
+    LD_LIBRARY_PATH=$lib "$work/usr/bin/vchassis" run "$work/usr/share/dfd/boards/demo" -- "$app"
 done > output
 cat > expected <<EOF
 board type 62
@@ -51,6 +52,8 @@ slot 5 is occupied
 the chassis MAC ends in 0
 EOF
 diff -u expected output
+[ -n "$(ls "$work/home/.local/state/vchassis")" ]
+[ ! -e "$work/usr/share/dfd/boards/demo/state" ] || { echo "a state stands in the installed tree"; exit 1; }
 
 for file in share/doc/libdfd/LICENSE share/doc/libdfd/configuration/README.md share/doc/libdfd/examples/platform.c \
     share/dfd/libdfd.supp share/bash-completion/completions/dfd-eeprom share/zsh/site-functions/_dfd-eeprom \

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // `vchassis` on a chassis directory, with the programs of i2c-tools as they are installed.
+#include <algorithm>
 #include <fstream>
 #include <string>
 
@@ -169,6 +170,47 @@ TEST_F(Commands, ExitStatusesTellWhoFailed) {
         EXPECT_EQ(output.status, row.status) << output.err;
         EXPECT_NE(output.err.find(row.err), std::string::npos) << output.err;
     }
+}
+
+// An installed chassis is none of the user's: who may write there leaves nothing in it either.
+TEST_F(Commands, TheStateOfAnInstalledChassisIsTheUsersOwn) {
+    std::string flat = (fs::canonical(dir) / "usr/share/dfd/boards/b").relative_path();
+    std::ranges::replace(flat, '/', '-');
+    ASSERT_EQ(shell("mkdir -p $D/usr/bin $D/usr/share/dfd/boards/b $D/usr/share/dfd-other;"
+                    "cp -L $V ${V%/*}/libvchassis.so $D/usr/bin;"
+                    "cp $D/chassis.toml $D/board.bin $D/usr/share/dfd/boards/b;"
+                    "cp $D/chassis.toml $D/board.bin $D/usr/share/dfd-other")
+                  .status,
+              0);
+    struct Row {
+        const char *environment, *chassis;
+        std::string state;
+    };
+    const Row rows[] = {
+        {"-u XDG_STATE_HOME HOME=$D/home", "share/dfd/boards/b",
+         "home/.local/state/vchassis/" + flat},
+        {"HOME=$D/home XDG_STATE_HOME=$D/xdg", "share/dfd/boards/../boards/b",
+         "xdg/vchassis/" + flat},
+        {"HOME=$D/no XDG_STATE_HOME=relative", "share/dfd/boards/b",
+         "no/.local/state/vchassis/" + flat},
+        {"HOME=$D/home XDG_STATE_HOME=$D/xdg", "share/dfd-other", "usr/share/dfd-other/state"},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.environment);
+        const std::string start =
+            std::string("cd $D && env ") + row.environment + " usr/bin/vchassis ";
+        const std::string chassis = std::string(" usr/") + row.chassis;
+        const Output output = shell(start + "run" + chassis + " -- i2cset -y 0 0x57 0 0x12 && " +
+                                    start + "peek" + chassis + " /dev/i2c-0:0x57 0");
+        EXPECT_EQ(output.out, "0x0000: 12\n") << output.err;
+        EXPECT_EQ(read_all(dir / row.state / "dev-i2c-0-0x57.bin").substr(0, 2), "\x12~");
+    }
+    EXPECT_FALSE(fs::exists(dir / "usr/share/dfd/boards/b/state"));
+    const Output homeless = shell(
+        "cd $D && env -u HOME -u XDG_STATE_HOME usr/bin/vchassis run usr/share/dfd/boards/b -- "
+        "true");
+    EXPECT_EQ(homeless.status, 125);
+    EXPECT_NE(homeless.err.find("--state names one"), std::string::npos) << homeless.err;
 }
 
 // Many processes at once: no byte and no second of one is lost to another.

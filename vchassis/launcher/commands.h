@@ -10,7 +10,7 @@ namespace vchassis {
 
 struct Place {
     std::string dir;
-    std::string state;  // empty: inside dir
+    std::string state;  // empty: inside dir, or the user's own where dir is installed
 };
 
 struct RunOptions {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <set>
 #include <stdexcept>
@@ -113,10 +114,45 @@ std::vector<std::uint8_t> parse_bytes(const std::vector<std::string> &texts) {
     return bytes;
 }
 
+// Whether `dir`, an absolute path without links, was installed with this program.
+bool is_installed(const fs::path &dir) {
+    const fs::path program = fs::read_symlink("/proc/self/exe");
+    const fs::path data = fs::weakly_canonical(program.parent_path() / ".." / VCHASSIS_DATADIR);
+    const fs::path inside = dir.lexically_relative(data);
+    return !inside.empty() && *inside.begin() != "..";
+}
+
+// Where a user's programs keep their state: absolute paths only, as the rule for the variables is.
+fs::path user_state() {
+    const auto variable = [](const char *name) {
+        const char *value = std::getenv(name);
+        return fs::path(value == nullptr ? "" : value);
+    };
+    if (const fs::path state = variable("XDG_STATE_HOME"); state.is_absolute()) {
+        return state;
+    }
+    const fs::path home = variable("HOME");
+    if (!home.is_absolute()) {
+        fail("HOME names no directory for the state of an installed chassis; --state names one");
+    }
+    return home / ".local/state";
+}
+
 }  // namespace
 
 fs::path state_directory(const Place &place) {
-    return place.state.empty() ? fs::path(place.dir) / Machine::kStateDir : fs::path(place.state);
+    if (!place.state.empty()) {
+        return place.state;
+    }
+    std::error_code error;
+    const fs::path dir = fs::canonical(place.dir, error);
+    if (error || !is_installed(dir)) {
+        return fs::path(place.dir) / Machine::kStateDir;
+    }
+    // What is installed belongs to all users and to a package: nothing is written into it.
+    std::string name = dir.relative_path();
+    std::ranges::replace(name, '/', '-');
+    return user_state() / "vchassis" / name;
 }
 
 std::unique_ptr<Machine> open_machine(const Place &place) {

@@ -57,7 +57,7 @@ Command add_command(Command &top, const char *name, const char *description, con
                     Place &place) {
     Command command = top.subcommand(name, description, example);
     command.word("DIR", place.dir, "directory of the chassis");
-    command.option("--state", place.state, "directory of device contents (default: DIR/state)",
+    command.option("--state", place.state, "directory of device contents (DIR/state or the user's)",
                    "DIR");
     return command;
 }
