@@ -167,9 +167,17 @@ std::string expected_words(const CLI::App &command, const CLI::ParseError &error
     return {};
 }
 
+/// "Try 'dfdctl eeprom set --help'."
+std::string help_hint(const CLI::App &command) {
+    std::string names;
+    for (const CLI::App *at = &command; at != nullptr; at = at->get_parent()) {
+        names = at->get_name() + " " + names;
+    }
+    return "Try '" + names + "--help'.";
+}
+
 /// What is wrong with the command line, with the nearest names for a mistyped word.
-std::string usage_message(const CLI::App &app, const CLI::ParseError &error, Words words) {
-    const Path path = follow(app, words);
+std::string usage_message(const CLI::App &app, const Path &path, const CLI::ParseError &error) {
     if (!path.unknown.empty()) {
         return "unknown command '" + path.unknown + "'" + nearest_command(*path.at, path.unknown);
     }
@@ -263,7 +271,8 @@ Asked read_command_line(const Program &program, Words words,
         app.exit(success, text, text);
         asked.text = text.str();
     } catch (const CLI::ParseError &error) {
-        asked.mistake = usage_message(app, error, words);
+        const Path path = follow(app, words);
+        asked.mistake = usage_message(app, path, error) + "\n" + help_hint(*path.at);
     }
     return asked;
 }

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,11 @@ namespace dfd_tools {
 
 /// What the command line asks for; set by the chosen subcommand, run after parsing.
 using Action = std::function<int()>;
+
+/// A mistake on the command line that the action finds.
+struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
 
 /// A command under construction. Keeps the headers of the command-line library out of the files
 /// that use it: they take seconds to compile. Values must outlive the parsing.
@@ -66,7 +72,8 @@ struct Program {
 /// What a command line asks for: one of the three.
 struct Asked {
     Action action = {};        ///< of its command
-    std::string mistake = {};  ///< why it is none, with the nearest names for a mistyped word
+    std::string mistake = {};  ///< why it is none, with the nearest names for a mistyped word; in a
+                               ///< second line the help to ask for
     std::string text = {};     ///< data to print: help, version, what told_of_itself() says
 };
 

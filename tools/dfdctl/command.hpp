@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdio>
-#include <stdexcept>
 
 #include "common/command_line.hpp"
 
@@ -11,6 +10,7 @@ namespace dfdctl {
 
 using dfd_tools::Action;
 using dfd_tools::Command;
+using dfd_tools::UsageError;
 
 /// Exit status of the program, part of its interface.
 enum Exit {
@@ -19,11 +19,6 @@ enum Exit {
     kExitUsage = 2,  ///< also: the configuration cannot be used
     kExitNotSupported = 3,
     kExitIo = 4
-};
-
-/// A mistake on the command line.
-struct UsageError : std::runtime_error {
-    using std::runtime_error::runtime_error;
 };
 
 struct Options {

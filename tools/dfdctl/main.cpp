@@ -132,7 +132,7 @@ int run(Words words, Options &options) {
         return act(asked.action, options);
     }
     if (!asked.mistake.empty()) {
-        complain(asked.mistake + "\nTry 'dfdctl --help'.");
+        complain(asked.mistake);
         return kExitUsage;
     }
     fmt::print(options.out, "{}", asked.text);

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "dfdctl/output.hpp"
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 #include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <cstdint>
 #include <cstdlib>
-#include <limits>
 #include <numeric>
 #include <optional>
 
@@ -16,9 +14,12 @@
 
 namespace dfdctl {
 
+using dfd_tools::kNoLimit;
+using dfd_tools::offset_of;
+using dfd_tools::trimmed;
+
 namespace {
 
-constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();
 constexpr std::size_t kMargin = 2;      // before each column
 constexpr std::size_t kDeepMargin = 6;  // of what stands below a row
 constexpr std::size_t kLongestCell = 24;
@@ -26,58 +27,9 @@ constexpr std::size_t kProseRoom = 40;  // less is no place for wrapped text
 constexpr std::size_t kFewRows = 2;
 constexpr std::string_view kCutMark = "...";
 
-constexpr std::string_view kRed = "\x1b[31m";
-constexpr std::string_view kPlain = "\x1b[0m";
-
 std::size_t g_width = kUsualWidth;
 std::size_t g_asked_width = 0;  // 0: that of the terminal
 bool g_is_coloured = false;
-
-bool is_continuation(char byte) {
-    constexpr unsigned kMask = 0xC0;
-    constexpr unsigned kContinuation = 0x80;
-    return (static_cast<unsigned char>(byte) & kMask) == kContinuation;
-}
-
-/// Bytes of what begins here: a colour, or a byte.
-std::size_t size_at(std::string_view text, std::size_t at) {
-    for (const std::string_view colour : {kRed, kPlain}) {
-        if (text.substr(at).starts_with(colour)) {
-            return colour.size();
-        }
-    }
-    return 1;
-}
-
-/// Where the character in this column begins.
-std::size_t offset_of(std::string_view text, std::size_t column) {
-    std::size_t at = 0;
-    for (std::size_t seen = 0; at < text.size();) {
-        const std::size_t size = size_at(text, at);
-        if (size == 1 && !is_continuation(text[at]) && seen++ == column) {
-            break;
-        }
-        at += size;
-    }
-    return at;
-}
-
-/// Where a line that is too long ends: at a blank, else behind a sign that parts words.
-std::size_t end_of_line(std::string_view text, std::size_t room) {
-    const std::size_t limit = offset_of(text, room);
-    const std::size_t begin = text.find_first_not_of(' ');
-    if (const std::size_t blank = text.rfind(' ', limit);
-        blank != std::string_view::npos && blank > begin) {
-        return blank;
-    }
-    const std::size_t sign = text.find_last_of("/,;=|", limit - 1);
-    return sign != std::string_view::npos && sign > begin ? sign + 1 : limit;
-}
-
-std::string trimmed(std::string line) {
-    line.erase(line.find_last_not_of(' ') + 1);
-    return line;
-}
 
 std::size_t longest_word(std::string_view text) {
     std::size_t longest = 0;
@@ -125,34 +77,15 @@ bool follows(std::string_view number, std::string_view next) {
     return is_number(number, one) && is_number(next, other) && other == one + 1;
 }
 
-/// Zeros where nothing tells it.
-winsize terminal_size(std::FILE *out) {
-    winsize size = {};
-    return ioctl(fileno(out), TIOCGWINSZ, &size) == 0 ? size : winsize{};
-}
-
-std::size_t width_on(std::FILE *out) {
-    const std::size_t terminal = terminal_size(out).ws_col;
-    return g_asked_width != 0 ? g_asked_width : terminal != 0 ? terminal : kUsualWidth;
-}
-
-/// As a message, which a terminal that has gone does not stop.
-void put_message(const std::string &text, const char *end) {
-    constexpr std::size_t kIndent = 4;
-    const auto lines = wrapped_lines("dfdctl: " + text, message_width(), kIndent);
-    std::fputs(fmt::format("{}{}", joined(lines, "\n"), end).c_str(), stderr);
-    std::fflush(stderr);
-}
-
 }  // namespace
 
 void set_width(std::FILE *out, unsigned columns, bool is_wide) {
     g_asked_width = is_wide ? kNoLimit : columns;
-    g_width = width_on(out);
+    g_width = dfd_tools::width_on(out, g_asked_width);
 }
 
 std::optional<std::size_t> screen_height(std::FILE *out) {
-    const std::size_t lines = terminal_size(out).ws_row;
+    const std::size_t lines = dfd_tools::terminal_size(out).ws_row;
     return lines == 0 || is_wide() ? std::nullopt : std::optional(lines);
 }
 
@@ -177,42 +110,8 @@ bool is_coloured() {
 }
 
 std::string in_red(const std::string &text) {
-    return g_is_coloured ? std::string(kRed).append(text).append(kPlain) : text;
-}
-
-std::size_t columns_of(std::string_view text) {
-    std::size_t columns = 0;
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t size = size_at(text, at);
-        columns += size == 1 && !is_continuation(text[at]) ? 1 : 0;
-        at += size;
-    }
-    return columns;
-}
-
-std::vector<std::string> wrapped(std::string text, std::size_t room, std::size_t indent) {
-    const std::string margin(std::min(indent, room / 2), ' ');
-    std::vector<std::string> lines;
-    while (columns_of(text) > room) {
-        const std::size_t end = end_of_line(text, room);
-        const std::size_t next = std::min(text.find_first_not_of(' ', end), text.size());
-        lines.push_back(trimmed(text.substr(0, end)));
-        text = margin + text.substr(next);
-    }
-    lines.push_back(trimmed(std::move(text)));
-    return lines;
-}
-
-std::vector<std::string> wrapped_lines(const std::string &text, std::size_t room,
-                                       std::size_t indent) {
-    std::vector<std::string> lines;
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t end = std::min(text.find('\n', at), text.size());
-        std::ranges::move(wrapped(text.substr(at, end - at), room, indent),
-                          std::back_inserter(lines));
-        at = end + 1;
-    }
-    return lines;
+    return g_is_coloured ? std::string(dfd_tools::kRed).append(text).append(dfd_tools::kPlain)
+                         : text;
 }
 
 void print_wrapped(std::FILE *out, const std::string &text, std::size_t indent) {
@@ -261,15 +160,15 @@ void print_named(std::FILE *out, std::string_view name, std::size_t width, std::
 }
 
 std::size_t message_width() {
-    return isatty(STDERR_FILENO) != 0 ? width_on(stderr) : kNoLimit;
+    return dfd_tools::message_width(g_asked_width);
 }
 
 void complain(const std::string &text) {
-    put_message(text, "\n");
+    dfd_tools::put_message("dfdctl: " + text, message_width());
 }
 
 void ask(const std::string &question) {
-    put_message(question, " ");
+    dfd_tools::put_message("dfdctl: " + question, message_width(), " ");
 }
 
 std::string cut(const std::string &value) {

@@ -11,15 +11,18 @@
 #include <vector>
 
 #include "common/json.hpp"
+#include "common/terminal.hpp"
 #include "common/text.hpp"
 
 namespace dfdctl {
 
+using dfd_tools::columns_of;
 using dfd_tools::hex_text;
 using dfd_tools::joined;
 using dfd_tools::Json;
-
-inline constexpr std::size_t kUsualWidth = 80;  ///< where no terminal tells another one
+using dfd_tools::kUsualWidth;
+using dfd_tools::wrapped;
+using dfd_tools::wrapped_lines;
 
 /// Sets the width that all text keeps: `columns`; 0: that of the terminal behind `out`, else the
 /// usual one. Wide text has no limit: nothing is wrapped, cut or left out.
@@ -36,14 +39,6 @@ bool is_coloured();
 /// The text in red, or as it is. Take it for whole cells and words: a line may not break in it.
 std::string in_red(const std::string &text);
 
-/// Columns that a text takes: one for each character of UTF-8, none for a colour.
-std::size_t columns_of(std::string_view text);
-/// The text in lines of at most `room` columns, broken between words, all but the first indented.
-/// A word that is longer is broken behind a sign such as '/', or anywhere.
-std::vector<std::string> wrapped(std::string text, std::size_t room, std::size_t indent);
-/// The same for text that has lines already.
-std::vector<std::string> wrapped_lines(const std::string &text, std::size_t room,
-                                       std::size_t indent);
 /// The text with a line end, wrapped to the width.
 void print_wrapped(std::FILE *out, const std::string &text, std::size_t indent);
 /// Pieces behind a label, broken between them; further lines are indented as deep as the label is.
@@ -55,8 +50,7 @@ std::vector<std::string> ranges_of(const std::vector<std::string> &names);
 /// "  name            text", wrapped behind the margin of `width` columns for the name.
 void print_named(std::FILE *out, std::string_view name, std::size_t width, std::string_view text);
 
-/// Columns of messages on standard error: those of the terminal there, or the width asked for. In a
-/// file or a pipe a message has no limit: a search by line finds all of it.
+/// As in dfd_tools, by the width that set_width() was given.
 std::size_t message_width();
 /// "dfdctl: TEXT" on standard error; a terminal that has gone stops nothing.
 void complain(const std::string &text);

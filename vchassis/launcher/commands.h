@@ -19,6 +19,7 @@ struct RunOptions {
     bool real_time = false;
     std::string signal_at;  // "N" or "N:HUP"; empty: none comes
     std::vector<std::string> command;
+    std::vector<std::string> unparted;  // words that stand where "--" should
 };
 
 struct Access {

@@ -3,18 +3,20 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
-#include <functional>
 #include <set>
 #include <stdexcept>
 
 #include "commands.h"
+#include "common/command_line.hpp"
 #include "common/text.hpp"
 #include "open_machine.h"
+#include "report.h"
 #include "text.h"
 
 namespace vchassis {
+
+using dfd_tools::UsageError;
 
 namespace fs = std::filesystem;
 
@@ -26,19 +28,9 @@ constexpr double kUsPerSecond = 1e6;
 constexpr std::uint32_t kByteMax = 0xff;
 constexpr std::size_t kNameWidth = 24;
 
-int report_failures(const std::function<void()> &action) {
-    try {
-        action();
-        return 0;
-    } catch (const std::exception &error) {
-        fmt::print(stderr, "vchassis: {}\n", error.what());
-        return kExitFailure;
-    }
-}
-
-template <class... Arguments>
+template <class Error = std::runtime_error, class... Arguments>
 [[noreturn]] void fail(fmt::format_string<Arguments...> format, Arguments &&...arguments) {
-    throw std::runtime_error(fmt::format(format, std::forward<Arguments>(arguments)...));
+    throw Error(fmt::format(format, std::forward<Arguments>(arguments)...));
 }
 
 Device &find_device(const Machine &machine, const std::string &name) {
@@ -50,8 +42,8 @@ Device &find_device(const Machine &machine, const std::string &name) {
         paths.insert(device->path());
     }
     const std::string guess = nearest(name, paths);
-    fail("the chassis has no device {}{}; `vchassis show` lists them", name,
-         guess.empty() ? "" : fmt::format(", did you mean {}?", guess));
+    fail<UsageError>("the chassis has no device {}{}; `vchassis show` lists them", name,
+                     guess.empty() ? "" : fmt::format(", did you mean {}?", guess));
 }
 
 // The address of `count` bytes from a number or a register's name.
@@ -64,12 +56,12 @@ std::uint32_t find_bytes(const Device &device, const std::string &reg, std::size
     }
     if (!address) {
         const std::string guess = nearest(reg, names);
-        fail("{} has no register {}{}", device.path(), reg,
-             guess.empty() ? "" : fmt::format(", did you mean {}?", guess));
+        fail<UsageError>("{} has no register {}{}", device.path(), reg,
+                         guess.empty() ? "" : fmt::format(", did you mean {}?", guess));
     }
     if (*address >= device.contents().size() || count > device.contents().size() - *address) {
-        fail("{} has {} bytes, 0x00 to 0x{:02x}", device.path(), device.contents().size(),
-             device.contents().size() - 1);
+        fail<UsageError>("{} has {} bytes, 0x00 to 0x{:02x}", device.path(),
+                         device.contents().size(), device.contents().size() - 1);
     }
     return *address;
 }
@@ -107,7 +99,7 @@ std::vector<std::uint8_t> parse_bytes(const std::vector<std::string> &texts) {
     for (const std::string &text : texts) {
         const auto value = parse_number(text);
         if (!value || *value > kByteMax) {
-            fail("'{}' is no byte; give 0 to 255, or 0x00 to 0xff", text);
+            fail<UsageError>("'{}' is no byte; give 0 to 255, or 0x00 to 0xff", text);
         }
         bytes.push_back(static_cast<std::uint8_t>(*value));
     }
@@ -167,7 +159,7 @@ std::unique_ptr<Machine> open_machine(const Place &place) {
 }
 
 int show_devices(const Place &place) {
-    return report_failures([&place] {
+    return report_failures(kExitFailure, [&place] {
         const auto machine = open_machine(place);
         fmt::print("{}: {} devices, virtual time {:.3f} s\n\n",
                    machine->name().empty() ? place.dir : machine->name(), machine->devices().size(),
@@ -179,7 +171,7 @@ int show_devices(const Place &place) {
 }
 
 int peek_bytes(const Access &access) {
-    return report_failures([&access] {
+    return report_failures(kExitFailure, [&access] {
         const auto machine = open_machine(access.place);
         const Device &device = find_device(*machine, access.device);
         const std::uint32_t at = find_bytes(device, access.reg, access.count);
@@ -188,7 +180,7 @@ int peek_bytes(const Access &access) {
 }
 
 int poke_bytes(const Access &access) {
-    return report_failures([&access] {
+    return report_failures(kExitFailure, [&access] {
         const auto machine = open_machine(access.place);
         const Device &device = find_device(*machine, access.device);
         const std::vector<std::uint8_t> bytes = parse_bytes(access.values);
@@ -200,7 +192,7 @@ int poke_bytes(const Access &access) {
 }
 
 int reset_devices(const Place &place) {
-    return report_failures([&place] { open_machine(place)->reset(); });
+    return report_failures(kExitFailure, [&place] { open_machine(place)->reset(); });
 }
 
 }  // namespace vchassis

@@ -3,20 +3,19 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <string>
 #include <vector>
 
 #include "commands.h"
 #include "common/command_line.hpp"
 #include "environment.h"
+#include "report.h"
 
 namespace {
 
 using namespace vchassis;
 using dfd_tools::Command;
 
-constexpr int kExitUsage = 2;
 // No device is larger.
 constexpr unsigned kMaxCount = 0x100000;
 
@@ -26,8 +25,6 @@ A chassis is a directory with a description, chassis.toml: which CPLDs, FPGA and
 I2C devices there are. Programs run on it unmodified, without hardware and
 without root, and see its devices under /dev and its files under /etc/cfg/dfd
 and /tmp.)";
-
-constexpr const char *kRunUsage = "; usage: vchassis run [OPTIONS] DIR -- COMMAND...";
 
 constexpr const char *kRunExample =
     "vchassis run build/boards/demo -- i2ctransfer -y 0 w1@0x57 0 r8";
@@ -63,8 +60,9 @@ Command add_command(Command &top, const char *name, const char *description, con
 }
 
 void add_run(Command &top, RunOptions &options) {
-    Command run = add_command(top, "run", "Run COMMAND on the chassis: run DIR -- COMMAND...",
-                              kRunExample, options.place);
+    Command run = add_command(top, "run", "Run COMMAND on the chassis", kRunExample, options.place);
+    run.words("COMMAND", options.unparted, "the program and its arguments", "-- COMMAND...", 0,
+              kMaxCount);
     run.option("--trace", options.trace, "print each device access to stderr, or to FILE",
                "[=FILE]");
     run.flag("--real-time", options.real_time, "let sleeps take their time");
@@ -128,8 +126,7 @@ int main(int argc, char **argv) {
         return asked.action();
     }
     if (!asked.mistake.empty()) {
-        fmt::print(stderr, "vchassis: {}{}\nTry 'vchassis --help'.\n", asked.mistake,
-                   first == "run" ? kRunUsage : "");
+        complain(asked.mistake);
         return kExitUsage;
     }
     fmt::print("{}", asked.text);

@@ -7,16 +7,17 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <stdexcept>
 
 #include "commands.h"
+#include "common/command_line.hpp"
 #include "environment.h"
 #include "machine.h"
 #include "open_machine.h"
+#include "report.h"
 #include "text.h"
 
 namespace vchassis {
@@ -25,7 +26,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int kExitUsage = 2;
 constexpr int kExitCannotRun = 126;
 constexpr int kExitNotFound = 127;
 constexpr mode_t kTraceMode = 0666;
@@ -76,7 +76,7 @@ std::string signal_at(const std::string &text) {
     const auto *row =
         std::ranges::find_if(kSignals, [&](const auto &each) { return name == each.name; });
     if (!count || *count < 1 || row == std::end(kSignals)) {
-        throw std::runtime_error(fmt::format(
+        throw dfd_tools::UsageError(fmt::format(
             "--signal-at {}: a number from 1 on, then KILL, HUP, INT, TERM, QUIT or TSTP", text));
     }
     return fmt::format("{}:{}", *count, row->number);
@@ -111,26 +111,25 @@ int become(const std::vector<std::string> &command) {
     arguments.push_back(nullptr);
     execvp(arguments[0], arguments.data());
     const int error = errno;
-    fmt::print(stderr, "vchassis: cannot run {}: {}\n", command[0], std::strerror(error));
+    complain(fmt::format("cannot run {}: {}", command[0], std::strerror(error)));
     return error == ENOENT ? kExitNotFound : kExitCannotRun;
 }
 
 }  // namespace
 
 int run_command(const RunOptions &options) {
-    if (options.command.empty()) {
-        fmt::print(stderr, "vchassis: no command; usage: vchassis run DIR -- COMMAND...\n");
-        return kExitUsage;
-    }
-    try {
+    const int status = report_failures(kExitUnusable, [&options] {
+        const auto &unparted = options.unparted;
+        if (options.command.empty() || !unparted.empty()) {
+            throw dfd_tools::UsageError(
+                (unparted.empty() ? "no command" : "unexpected '" + unparted.front() + "'") +
+                "; usage: vchassis run [OPTIONS] DIR -- COMMAND...");
+        }
         // Mistakes in the description come up here, once, and not in each process.
         open_machine(options.place);
         set_environment(options);
-    } catch (const std::exception &error) {
-        fmt::print(stderr, "vchassis: {}\n", error.what());
-        return kExitUnusable;
-    }
-    return become(options.command);
+    });
+    return status != 0 ? status : become(options.command);
 }
 
 }  // namespace vchassis

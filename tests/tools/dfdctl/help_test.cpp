@@ -85,7 +85,25 @@ TEST(Help, ASentenceIsOne) {
     for (const std::string &line : help_of("", "--wide").below("Exit status:")) {
         EXPECT_THAT(line, testing::ContainsRegex("^  [0-4]  |^Without hardware: "));
     }
+    EXPECT_EQ(help_of("irq", "--wide").lines.front(),
+              "Mask or unmask all interrupt sources of a type; run the library's dispatcher once: "
+              "what is pending, which handler calls");
     EXPECT_EQ(helps().front().below("Example:"), std::vector<std::string>{"  dfdctl check"});
+}
+
+TEST(Help, MistakesNameTheirOwn) {
+    struct Case {
+        const char *arguments, *hint;
+    };
+    for (const Case &each :
+         {Case{"get", "get "}, Case{"lint --sarf", "lint "}, Case{"", ""},
+          Case{"--width 3 show", "show "}, Case{"nothing", ""},
+          Case{"eeprom sett fan 1", "eeprom "}, Case{"fan speed --yess", "fan speed "}}) {
+        const Result result = run_tool(fmt::format("dfdctl {}", each.arguments));
+        EXPECT_EQ(result.status, 2) << each.arguments;
+        EXPECT_THAT(result.err,
+                    testing::EndsWith(fmt::format("\nTry 'dfdctl {}--help'.\n", each.hint)));
+    }
 }
 
 TEST(Help, ExamplesWork) {

@@ -118,6 +118,17 @@ TEST(Width, MessagesKeepThatOfTheirTerminal) {
             EXPECT_LE(line.size(), 40U) << arguments << ":\n" << narrow;
         }
     }
+    const std::string root = board.file("").string();
+    for (const std::string &mistake :
+         {"run " + root, "peek " + root + " /dev/cpld9 0", "show --stat " + root,
+          "run --signal-at x " + root + " -- true",
+          "run " + root + " -- /nowhere/at/all/there/is"}) {
+        const std::string narrow = messages_on_terminal(BUILD_DIR "/vchassis " + mistake, 40);
+        EXPECT_THAT(narrow, HasSubstr("vchassis:")) << mistake;
+        EXPECT_THAT(lines_of(narrow), testing::Each(testing::SizeIs(testing::Le(40U)))) << narrow;
+        EXPECT_THAT(lines_of(run_tool("vchassis " + mistake).err).front(),
+                    testing::SizeIs(testing::Gt(40U)));
+    }
     EXPECT_THAT(lines_of(messages_on_terminal(on_board + "--width 20 get my_slotid", 100)),
                 testing::Each(testing::SizeIs(testing::Le(kNarrowest))));
     EXPECT_THAT(lines_of(messages_on_terminal(on_board + "--wide get my_slotid", 40)),

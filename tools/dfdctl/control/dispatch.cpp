@@ -208,9 +208,8 @@ int run_dispatch(const Options &options, bool yes) {
 
 void add_dispatch(Command &group, const Options &options) {
     auto yes = std::make_shared<bool>(false);
-    Command command = group.subcommand(
-        "dispatch", "Run the library's dispatcher once: what is pending, which handler calls",
-        "dfdctl irq dispatch --yes");
+    Command command =
+        group.subcommand("dispatch", kDispatchDescription, "dfdctl irq dispatch --yes");
     command.flag("--yes", *yes, "Do not ask");
     command.runs([&options, yes] { return run_dispatch(options, *yes); });
 }

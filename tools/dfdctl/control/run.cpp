@@ -366,14 +366,19 @@ int run(const Options &options, const Control &control, const Request &request) 
 }
 
 /// What the commands of a group do.
-std::string group_description(std::string_view group) {
+std::string group_description(const std::string &group) {
     std::string text;
+    const auto add = [&text](std::string more) {
+        more[0] = static_cast<char>(text.empty() ? more[0] : std::tolower(more[0]));
+        text += (text.empty() ? "" : "; ") + more;
+    };
     for (const Control &control : controls()) {
         if (control.group == group) {
-            std::string more = control.description;
-            more[0] = static_cast<char>(text.empty() ? more[0] : std::tolower(more[0]));
-            text += (text.empty() ? "" : "; ") + more;
+            add(control.description);
         }
+    }
+    if (group == kDispatchGroup) {
+        add(kDispatchDescription);
     }
     return text;
 }
@@ -433,7 +438,7 @@ void add_controls(Command &top, const Options &options) {
         }
         add_control(group->second, control.name, control, options);
     }
-    add_dispatch(groups.at("irq"), options);
+    add_dispatch(groups.at(kDispatchGroup), options);
 }
 
 }  // namespace dfdctl

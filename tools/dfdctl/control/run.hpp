@@ -18,6 +18,10 @@ void confirm(const std::string &command, const std::string &warnings, bool yes);
 /// Says that signals of the system have waited until the command was through.
 void tell_signals(const std::string &names, const std::string &command, int status);
 
+inline constexpr const char *kDispatchGroup = "irq";
+inline constexpr const char *kDispatchDescription =
+    "Run the library's dispatcher once: what is pending, which handler calls";
+
 /// `irq dispatch`, in its group.
 void add_dispatch(Command &group, const Options &options);
 

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+// How `vchassis` tells that something went wrong.
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace vchassis {
+
+constexpr int kExitUsage = 2;
+
+// On standard error, wrapped to the terminal there.
+void complain(const std::string &text);
+
+// 0; of a failure `status`, of a mistake on the command line that of wrong usage.
+int report_failures(int status, const std::function<void()> &action);
+
+}  // namespace vchassis
