@@ -6,8 +6,11 @@
 #include <linux/i2c-dev.h>
 #include <linux/i2c.h>
 #include <sys/ioctl.h>
+#include <sys/ptrace.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -113,6 +116,40 @@ void measure(State &state, Work work) {
     state.SetItemsProcessed(state.iterations());
 }
 
+/// Stops of a traced process at system calls: two for each, one for that which ends it.
+template <typename Work>
+int stops_of(Work work) {
+    const pid_t child = fork();
+    demand(child >= 0, "no process can be made");
+    if (child == 0) {
+        if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
+            _exit(1);
+        }
+        raise(SIGSTOP);
+        work();
+        _exit(0);
+    }
+    int status = 0;
+    int stops = -1;  // that of raise() itself
+    while (waitpid(child, &status, 0) == child && WIFSTOPPED(status)) {
+        ++stops;
+        ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
+    }
+    demand(WIFEXITED(status) && WEXITSTATUS(status) == 0, "an access cannot be traced");
+    return stops;
+}
+
+/// Not a time: the system calls of one access, whatever they are.
+template <typename Work>
+void count_calls(State &state, Work work) {
+    load_board();
+    demand(work() >= 0, "an access fails");
+    for (auto _ : state) {
+        const int of_nothing = stops_of([] {});
+        state.counters["calls"] = (stops_of(work) - of_nothing) / 2;
+    }
+}
+
 template <typename Raw, typename Ours>
 void compare(const std::string &group, Raw raw, Ours ours) {
     benchmark::RegisterBenchmark((group + ":raw").c_str(), [=](State &state) {
@@ -122,6 +159,13 @@ void compare(const std::string &group, Raw raw, Ours ours) {
     });
     benchmark::RegisterBenchmark((group + ":libdfd").c_str(),
                                  [=](State &state) { measure(state, ours); });
+    const auto count = [&](const char *whose, auto work) {
+        benchmark::RegisterBenchmark(("calls/" + group + whose).c_str(), [=](State &state) {
+            count_calls(state, work);
+        })->Iterations(1);
+    };
+    count(":raw", raw);
+    count(":libdfd", ours);
 }
 
 const bool g_registered = [] {

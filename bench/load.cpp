@@ -4,6 +4,7 @@
 #include <benchmark/benchmark.h>
 #include <glib.h>
 #include <ini.h>
+#include <malloc.h>
 #include <search.h>
 
 #include <cstdio>
@@ -109,6 +110,24 @@ void load_inih(State &state, int lines) {
     state.SetItemsProcessed(state.iterations() * lines);
 }
 
+/// What malloc takes for a block: it writes the size in front of it.
+std::size_t block_size(void *block) {
+    return malloc_usable_size(block) + sizeof(std::size_t);
+}
+
+/// What the record of an item, its entry and its node of libc's tree take at least.
+std::size_t item_floor() {
+    void *const record = std::calloc(1, sizeof(info_ctrl_t));
+    auto *const entry = static_cast<btree_entry *>(std::malloc(sizeof(btree_entry)));
+    *entry = {0, record};
+    void *tree = nullptr;
+    void *const node = tsearch(entry, &tree, [](const void *, const void *) { return 0; });
+    const std::size_t size = block_size(record) + block_size(entry) + block_size(node);
+    tdestroy(tree, std::free);
+    std::free(record);
+    return size;
+}
+
 /// Not a time: what the store takes of the heap for an item, and what loading all lines once more
 /// adds to it.
 void heap(State &state, int lines) {
@@ -124,6 +143,7 @@ void heap(State &state, int lines) {
         bench::forget_everything();
         state.counters["bytes_per_item"] =
             static_cast<double>(loaded - empty) / (static_cast<double>(lines) / kLinesOfItem);
+        state.counters["floor"] = static_cast<double>(item_floor());
         state.counters["bytes_more"] = static_cast<double>(again - loaded);
     }
 }

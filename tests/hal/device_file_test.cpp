@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "support/libc_calls.h"
 #include "support/library_test.h"
 
 namespace {
@@ -32,6 +33,73 @@ TEST_F(DeviceFileTest, EveryAccessOpensSeeksTransfersAndCloses) {
     EXPECT_EQ(dfd_fpga_read(0x10001, &byte), 0);
     EXPECT_EQ(byte, 7);
     EXPECT_EQ(count(Op::open), count(Op::close));
+}
+
+// The lines of an item of a byte that is read from this device.
+std::string item(const std::string &name, const std::string &index, const std::string &source,
+                 const std::string &path) {
+    std::string lines;
+    for (const auto &[member, value] :
+         std::vector<std::pair<std::string, std::string>>{{".mode", "config"},
+                                                          {".src", source},
+                                                          {".frmt", "byte"},
+                                                          {".fpath", path},
+                                                          {".addr", "0x48"},
+                                                          {".len", "1"},
+                                                          {".reg_offset", "0x10"}}) {
+        lines += name + member + index + "=" + value + "\n";
+    }
+    return lines;
+}
+
+TEST_F(DeviceFileTest, AccessesByKeyTakeTheSystemCallsOfThoseByHand) {
+    using Calls = std::vector<dfd_test::LibcCall>;
+    using enum dfd_test::LibcCall;
+    const Calls read_calls = {open, seek, read, close};
+    const Calls write_calls = {open, seek, write, close};
+    const Calls transfer_calls = {open, ioctl, close};
+    Calls tray_calls = read_calls;  // present, two rotors, its line
+    for (const Calls &more : {transfer_calls, transfer_calls, read_calls}) {
+        tray_calls.insert(tray_calls.end(), more.begin(), more.end());
+    }
+    add_e2prom(1, 0x48, Bytes(256, 0x20));
+    chassis.set_reg("/dev/cpld1", 0x10, 1);
+    start(item("fan_state", "_1", "localbus", "/dev/cpld1") +
+          item("fan_real_speed", "_1_1", "i2c", "/dev/i2c-1") +
+          item("fan_real_speed", "_1_2", "i2c", "/dev/i2c-1") +
+          item("fan_line_fail", "_1", "localbus", "/dev/fpga0") +
+          item("card_power_ctrl", "_1", "localbus", "/dev/cpld1") +
+          "subfan_num.mode_1=constant\nsubfan_num.int_cons_1=2\nfan_speed_floor=10\n");
+    constexpr std::uint32_t kRegister = DFD_MAKE_KEY(DFD_KEY_CARD_POWER_CTRL, 1, 0);
+    constexpr std::uint32_t kSpeed = DFD_MAKE_KEY(DFD_KEY_FAN_REAL_SPEED, 1, 2);
+    int value = 0;
+    struct Row {
+        const char *what;
+        std::function<int()> access;
+        int result;
+        Calls calls;
+    };
+    const std::vector<Row> rows = {
+        {"read", [&] { return dfd_info_get_int(kRegister, &value, nullptr); }, 0, read_calls},
+        {"write", [&] { return dfd_info_set_int(kRegister, 1); }, 0, write_calls},
+        {"I2C read", [&] { return dfd_info_get_int(kSpeed, &value, nullptr); }, 0, transfer_calls},
+        {"healthy tray", [&] { return drv_get_fan_status(1); }, FAN_STATUS_OK, tray_calls},
+    };
+    for (const Row &row : rows) {
+        // The second one finds what the library remembers.
+        for (int i = 0; i < 2; ++i) {
+            SCOPED_TRACE(row.what);
+            dfd_test::WatchedCalls watched(dfd_test::Positions::system);
+            const int result = row.access();
+            watched.end();
+            EXPECT_EQ(result, row.result);
+            Calls calls;
+            for (const dfd_test::MadeCall &made : watched.made()) {
+                calls.push_back(made.call);
+            }
+            EXPECT_EQ(calls, row.calls);
+        }
+    }
 }
 
 TEST_F(DeviceFileTest, FailuresOfReadsAndWritesDiffer) {
