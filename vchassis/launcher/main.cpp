@@ -27,7 +27,7 @@ without root, and see its devices under /dev and its files under /etc/cfg/dfd
 and /tmp.)";
 
 constexpr const char *kRunExample =
-    "vchassis run build/boards/demo -- i2ctransfer -y 0 w1@0x57 0 r8";
+    "vchassis run build/boards/demo -- od -A x -t x1 -N 16 /dev/cpld0";
 
 constexpr const char *kExitText = R"(Exit status of `run`: that of COMMAND; 125 when the chassis is
 unusable, 126 when COMMAND cannot be started, 127 when it is not found. Of the
