@@ -123,8 +123,9 @@ TEST_F(Programs, DevicesAreListedAndShown) {
          "regular file 256\n 00 fe\nregular file 256\n 00 fe\nregular file 256\n 00 fe\n"},
         {"cd ${0%/*}; cp /dev/i2c-0 x 2>/dev/null || echo no; ! test -s x && echo empty",
          "no\nempty\n"},
-        {"cd ${0%/*}; tar -cPf x.tar /dev/cpld0 && tar -tvPf x.tar | grep -c '^crw-rw----.* 240,0 "
-         ".*"
+        {"cd ${0%/*}; printf ab > x; cp x /dev/cpld0 && od -An -c -N3 /dev/cpld0",
+         "   a 376  \\0\n"},
+        {"cd ${0%/*}; tar -cPf x.tar /dev/cpld0; tar -tvPf x.tar | grep -c '^crw-rw----.* 240,0 .*"
          " /dev/cpld0$'",
          "1\n"},
         {"rm -f /dev/cpld0 2>/dev/null || echo kept; test -c /dev/cpld0 && echo there",
