@@ -4,6 +4,8 @@ import pathlib
 import re
 
 WIDE = 70  # columns that a table may have to be set as one
+TEXT = 7  # the column where text begins
+TERMINAL = 80  # columns
 
 # Documents that are man pages as well, by the name of their file.
 LINKS = {
@@ -48,8 +50,9 @@ def code_lines(text):
 
 
 def literal(lines):
-    """Lines as they are, indented."""
-    return [".PP", ".RS 4", ".nf"] + code_lines("\n".join(lines)) + [".fi", ".RE"]
+    """Lines as they are: four columns inside the text, or what their length leaves of a terminal."""
+    indent = min(TEXT + 4, max(0, TERMINAL - max(map(len, lines), default=0)))
+    return [".PP", ".nf", f".in {indent}n"] + code_lines("\n".join(lines)) + [".in", ".fi"]
 
 
 def title(name, section, version):
