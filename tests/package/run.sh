@@ -51,8 +51,14 @@ row 'all is installed' build 0 'cmake --build --preset release' 'dpkg-query=echo
 row 'no dpkg, nothing there' build 2 './run: missing here: c++ ninja' cmake=
 row 'no dpkg, the way past it' build 2 'Without this script: cmake --preset release && cmake --build --preset release'
 row 'no dpkg, all there' build 0 'cmake --build --preset release' c++= cmake= ninja=
-row 'an archive of the sources' package 0 build-package/libdfd0.deb 'dpkg-query=echo installed' cmake= lintian= \
-    'dpkg-buildpackage=[ -f include/dfd/version.h ] && [ ! -e build-package ] &&
-        grep -q "^ -- .*>  [A-Z][a-z][a-z], " debian/changelog && : > ../libdfd0.deb && : > ../libdfd.changes' \
-    "grep=exec $(command -v grep) \"\$@\""
+packages() {
+    row "$1" package 0 build-package/libdfd0.deb 'dpkg-query=echo installed' lintian= \
+        'dpkg-buildpackage=[ -f include/dfd/version.h ] && [ ! -e build-package ] && [ ! -e .git ] &&
+            grep -q "^ -- .*>  [A-Z][a-z][a-z], " debian/changelog && : > ../libdfd0.deb && : > ../libdfd.changes' \
+        "grep=exec $(command -v grep) \"\$@\""
+}
+packages 'an archive of the sources'
+mkdir "$work/tree/.git"
+: > "$work/tree/.git/index"
+packages 'a working copy, but no git'
 exit $status
