@@ -19,8 +19,9 @@ write_basic_package_version_file(dfdConfigVersion.cmake COMPATIBILITY SameMinorV
 install(FILES ${PROJECT_SOURCE_DIR}/packaging/dfdConfig.cmake
   ${PROJECT_BINARY_DIR}/dfdConfigVersion.cmake DESTINATION ${dfd_package_dir})
 
-install(FILES LICENSE README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN *.md)
+# The pages stand as they do in the sources, so that their links lead somewhere.
+install(FILES LICENSE README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN *.md)
 install(FILES examples/platform.c DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
 install(FILES packaging/valgrind/libdfd.supp DESTINATION ${CMAKE_INSTALL_DATADIR}/dfd)
 

@@ -2,7 +2,7 @@
 # Man pages, from headers, docs and what the programs tell of their command lines. Without Python there
 # are none. A cross build makes those of the programs where DFD_HOST_TOOLS names programs that run here.
 find_package(Python3 COMPONENTS Interpreter QUIET)
-set(DFD_HOST_TOOLS "" CACHE PATH "Build directory with programs that run here, for the man pages of a cross build")
+set(DFD_HOST_TOOLS "" CACHE PATH "Build directory with programs that run here, for man pages and EEPROM images of a cross build")
 if(NOT Python3_FOUND OR DFD_SANITIZE)
   message(STATUS "No man pages: they take Python, and a build that is not sanitized")
   return()

@@ -1,12 +1,14 @@
 #!/bin/sh
 # SPDX-License-Identifier: MIT
-# links.sh SOURCES: every link between pages leads to a file, and behind "#" to a heading of it; every
-# function that a page names is declared.
+# links.sh PAGES HEADERS: every link between the pages of a directory leads to a file, and behind "#" to a heading
+# of it; every function that a page names is declared.
 set -eu
+headers=$(realpath -e "$2")
 cd "$1"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-pages="README.md $(find docs -name '*.md')"
+pages="$(ls -- *.md) $(find docs -name '*.md')"
+[ "$(echo "$pages" | wc -w)" -gt 20 ] || { echo "too few pages in $1"; exit 1; }
 
 # PAGE#anchor of every heading.
 for page in $pages; do
@@ -29,7 +31,7 @@ for page in $pages; do
     done < "$work/links"
 done
 
-cat include/dfd/*.h > "$work/declarations"
+cat "$headers"/*.h > "$work/declarations"
 grep -oh '`\(drv\|sdd\|dfd\)_[a-z0-9_]*`' docs/configuration/*.md | tr -d '`' | sort -u > "$work/functions"
 while read -r function; do
     grep -qw "$function" "$work/declarations" || { echo "docs/configuration: no header declares $function"; status=1; }

@@ -42,6 +42,8 @@ for devices in cpld fpga i2c-dev; do
     grep -q "^trigger .*$devices" "$root/tmp/udevadm" || { echo "$devices keep their group until the next start"; exit 1; }
 done
 
+sh "$(dirname "$0")/../docs/links.sh" "$root/usr/share/doc/dfd-doc" "$root/usr/include/dfd"
+
 names=$(cd "$packages" && for file in *.deb; do echo "${file%%_*}"; done | grep -v dbgsym)
 # shellcheck disable=SC2086  # names are words
 inside apt-get purge -y -qq $names > "$work/log" 2>&1 || { tail -n 20 "$work/log"; exit 1; }

@@ -37,10 +37,23 @@ target_compile_options(app-cpp PRIVATE $(echo $flags))
 target_link_libraries(app-cpp PRIVATE dfd::dfd)
 add_executable(client-static $sources/tests/package/c11_client.c)
 target_link_libraries(client-static PRIVATE dfd::dfd_static)
+find_package(vchassis REQUIRED)
+add_executable(on-chassis $work/on_chassis.cpp)
+target_link_libraries(on-chassis PRIVATE vchassis::preload)
+EOF
+cat > on_chassis.cpp <<EOF
+#include <fcntl.h>
+#include <vchassis/chassis.h>
+int main() {
+    vchassis::Chassis chassis;
+    chassis.describe("[[registers]]\\npath = '/dev/cpld0'\\n");
+    return open("/dev/cpld0", O_RDWR) >= 0 && chassis.log().size() == 1 ? 0 : 1;
+}
 EOF
 cmake -S project -B project/build -DCMAKE_PREFIX_PATH="$work/usr" > /dev/null
 cmake --build project/build > /dev/null
 project/build/client-static
+project/build/on-chassis
 
 export HOME="$work/home" XDG_STATE_HOME=
 for app in ./app-c project/build/app-cpp; do
@@ -55,8 +68,8 @@ diff -u expected output
 [ -n "$(ls "$work/home/.local/state/vchassis")" ]
 [ ! -e "$work/usr/share/dfd/boards/demo/state" ] || { echo "a state stands in the installed tree"; exit 1; }
 
-for file in share/doc/libdfd/LICENSE share/doc/libdfd/configuration/README.md share/doc/libdfd/examples/platform.c \
-    share/dfd/libdfd.supp share/bash-completion/completions/dfd-eeprom share/zsh/site-functions/_dfd-eeprom \
+sh "$sources/tests/docs/links.sh" "$work/usr/share/doc/libdfd" "$work/usr/include/dfd"
+for file in share/dfd/libdfd.supp share/bash-completion/completions/dfd-eeprom share/zsh/site-functions/_dfd-eeprom \
     share/fish/vendor_completions.d/dfd-eeprom.fish; do
     [ -s "$work/usr/$file" ] || { echo "not installed: $file"; exit 1; }
 done
