@@ -8,6 +8,7 @@ build=$(realpath -e "$1")
 sources=$(realpath -e "$2")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+mkdir -p "$build/boards/demo/state"  # as after a run there
 cmake --install "$build" --prefix "$work/first" > /dev/null
 mv "$work/first" "$work/usr"
 
