@@ -30,13 +30,18 @@ inside sh -c 'apt-get install -y -qq --no-install-recommends /tmp/*.deb' > "$wor
     { tail -n 20 "$work/log"; exit 1; }
 rm "$root"/tmp/*.deb
 
-# Supply 4 of the demo chassis has no input. Any user may run it, and root leaves nothing in its directory.
-inside vchassis run /usr/share/dfd/boards/demo -- true
-status=0
-inside runuser -u games -- env HOME=/tmp/home vchassis run /usr/share/dfd/boards/demo -- dfdctl check > "$work/page" || status=$?
-cat "$work/page"
-[ "$status" -eq 1 ]
-grep -q 'supply 4: NO INPUT' "$work/page"
+# Supply 4 of the demo chassis has no input. Any user may run it, and finds what he finds on a copy of his own;
+# root leaves nothing in its directory.
+inside vchassis run /usr/share/dfd/boards/demo -- sh -c 'echo x > /tmp/bspinfo/new'
+inside runuser -u games -- cp -r /usr/share/dfd/boards/demo /tmp/copy
+for board in /usr/share/dfd/boards/demo /tmp/copy; do
+    status=0
+    inside runuser -u games -- env HOME=/tmp/home vchassis run $board -- dfdctl check > "$work/page${board##*/}" || status=$?
+    [ "$status" -eq 1 ]
+done
+cat "$work/pagecopy"
+grep -q 'supply 4: NO INPUT' "$work/pagecopy"
+diff "$work/pagecopy" "$work/pagedemo"
 inside getent group dfd > /dev/null
 for devices in cpld fpga i2c-dev; do
     grep -q "^trigger .*$devices" "$root/tmp/udevadm" || { echo "$devices keep their group until the next start"; exit 1; }

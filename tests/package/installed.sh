@@ -7,7 +7,7 @@ set -eu
 build=$(realpath -e "$1")
 sources=$(realpath -e "$2")
 work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+trap 'chmod -R u+w "$work"; rm -rf "$work"' EXIT
 mkdir -p "$build/boards/demo/state"  # as after a run there
 cmake --install "$build" --prefix "$work/first" > /dev/null
 mv "$work/first" "$work/usr"
@@ -67,7 +67,35 @@ the chassis MAC ends in 0
 EOF
 diff -u expected output
 [ -n "$(ls "$work/home/.local/state/vchassis")" ]
-[ ! -e "$work/usr/share/dfd/boards/demo/state" ] || { echo "a state stands in the installed tree"; exit 1; }
+
+# A user who may only read the board finds the same on it as on a copy of his own. Neither he nor root leaves
+# anything in its directory.
+board=$work/usr/share/dfd/boards/demo
+chmod -R a-w "$board"
+chmod 755 "$work"
+mkdir -m 777 "$work/users"
+listed() { find "$board" -printf '%p %m %s %T@ %C@\n' | sort; }
+listed > before
+user=
+if [ "$(id -u)" -eq 0 ]; then
+    user="setpriv --reuid 65534 --regid 65534 --clear-groups"
+    $user true || { echo "SKIPPED: an ordinary user on the installed board: nobody else can be become here"; user=; }
+fi
+for place in "$board" "$work/users/demo"; do
+    # shellcheck disable=SC2016,SC2086  # the inner shell expands its own; words
+    HOME=$work/users $user sh -euc '
+        [ -e "$2" ] || { cp -R "$3" "$2"; chmod -R u+w "$2"; }
+        status=0
+        "$1/vchassis" run "$2" -- "$1/dfdctl" check > "$4" || status=$?
+        [ "$status" -eq 1 ]' sh "$work/usr/bin" "$place" "$board" "$work/users/page.$(basename "$(dirname "$place")")"
+done
+grep -q 'supply 4: NO INPUT' "$work/users/page.users"
+diff -u "$work/users/page.users" "$work/users/page.boards"
+"$work/usr/bin/vchassis" run "$board" -- sh -euc '
+    echo x > /tmp/bspinfo/new
+    rm /tmp/bspinfo/sslot
+    ! touch /etc/cfg/dfd/new /etc/cfg/dfd/chassis/8.cfg 2> /dev/null'
+listed | diff before -
 
 sh "$sources/tests/docs/links.sh" "$work/usr/share/doc/libdfd" "$work/usr/include/dfd"
 for file in share/dfd/libdfd.supp share/bash-completion/completions/dfd-eeprom share/zsh/site-functions/_dfd-eeprom \

@@ -218,6 +218,121 @@ TEST_F(Commands, TheStateOfAnInstalledChassisIsTheUsersOwn) {
     EXPECT_NE(homeless.err.find("--state names one"), std::string::npos) << homeless.err;
 }
 
+// A chassis in D/b with the state in D/s. Scripts run in its /tmp/bspinfo.
+class StateApart : public Commands {
+  protected:
+    StateApart() {
+        const Output output = shell(
+            "mkdir -p $D/b/tmp/bspinfo $D/b/srv/board $D/b/linked && cd $D/b && mv ../etc "
+            "../board.bin . &&"
+            "{ cat ../chassis.toml; echo '[files]'; echo 'also_owned = [\"/srv/board\"]'; } > "
+            "chassis.toml &&"
+            "echo one | tee tmp/bspinfo/a tmp/.factory_disabale_cli_tty srv/board/a linked/a > "
+            "target &&"
+            "ln -s ../../target tmp/bspinfo/l && ln -s ../linked tmp && chmod 444 tmp/bspinfo/a");
+        EXPECT_EQ(output.status, 0) << output.err;
+    }
+
+    Output run(const std::string &script) const {
+        std::ofstream(dir / "script") << "cd /tmp/bspinfo\n" << script << '\n';
+        return shell("$V run --state $D/s $D/b -- sh -e $D/script");
+    }
+    std::string directory() const {
+        return shell("ls -lR --time-style=full-iso $D/b; cat $(find $D/b -type f)").out;
+    }
+};
+
+TEST_F(StateApart, HoldsWhatProgramsChange) {
+    const std::string before = directory();
+    struct Row {
+        const char *script, *out;
+    };
+    constexpr Row kRows[] = {
+        {"cat a l /srv/board/a; stat -c %a a", "one\none\none\n644\n"},
+        {"echo two | tee a l d /srv/board/b > /srv/board/a; rm -v a; ls; cat l d /srv/board/*",
+         "removed 'a'\nd\nl\ntwo\ntwo\ntwo\ntwo\n"},
+        {"cd /tmp/linked; cat a; echo two > a; cat a", "one\ntwo\n"},
+        {"pwd; realpath l; cd ..; ls bspinfo", "/tmp/bspinfo\n/tmp/bspinfo/l\nd\nl\n"},
+        {"ls -A /tmp | grep tty; rm /tmp/.fac*; ls -A /tmp | grep tty || echo gone",
+         ".factory_disabale_cli_tty\ngone\n"},
+        {"mkdir -p /etc/cfg/dfd; ls /etc/cfg; cat /etc/cfg/dfd/*; test -w /etc/cfg/dfd || echo no",
+         "dfd\nfrom the chassis\nno\n"},
+    };
+    for (const Row &row : kRows) {
+        SCOPED_TRACE(row.script);
+        const Output output = run(row.script);
+        EXPECT_EQ(output.out, row.out) << output.err;
+    }
+    EXPECT_EQ(read_all(dir / "s/tmp/bspinfo/d"), "two\n");
+    EXPECT_EQ(shell("VCHASSIS_DIR=$D/b VCHASSIS_STATE=$D/s LD_PRELOAD=" VCHASSIS_LIBRARY
+                    " cat /tmp/bspinfo/d")
+                  .out,
+              "two\n");
+    EXPECT_EQ(
+        shell("for i in 1 2 3 4; do $V run --state $D/many $D/b -- cat /tmp/bspinfo/a & done; wait")
+            .out,
+        "one\none\none\none\n");
+    EXPECT_EQ(directory(), before);
+}
+
+// Also root's, whom no file mode holds off.
+TEST_F(StateApart, ConfigurationIsReadOnly) {
+    const std::string before = directory();
+    for (const char *script :
+         {"echo x > a.cfg", "echo x >> a.cfg", "echo x > b", "rm a.cfg", "mv a.cfg b", "mkdir b",
+          "mv /tmp/bspinfo/a .", "chmod 600 a.cfg", "touch -d 2000-01-01 a.cfg", "ln a.cfg b",
+          "ln -s a.cfg b", "truncate -s 0 a.cfg", "mktemp -p .", "shuf -o a.cfg -e x",
+          "dd if=/dev/null of=a.cfg", "perl -e 'open F, \"a.cfg\"; chmod 0600, *F or die $!'",
+          "perl -e 'open F, \"+<\", \"a.cfg\" or die $!'"}) {
+        SCOPED_TRACE(script);
+        if (std::string_view(script).starts_with("perl") && shell("command -v perl").status != 0) {
+            continue;
+        }
+        const Output output = run(std::string("cd /etc/cfg/dfd\n") + script);
+        EXPECT_NE(output.status, 0);
+        EXPECT_NE(output.err.find("Read-only file system"), std::string::npos) << output.err;
+    }
+    for (const char *script :
+         {"cat none", "rmdir none", "mkdir /etc/cfg/dfd", "dd if=/dev/null of=a.cfg conv=excl"}) {
+        SCOPED_TRACE(script);
+        EXPECT_EQ(run(std::string("cd /etc/cfg/dfd; ") + script).err.find("Read-only"),
+                  std::string::npos);
+    }
+    EXPECT_EQ(directory(), before);
+}
+
+TEST_F(StateApart, IsMadeAnewByResetAndByANewerDirectory) {
+    struct Row {
+        const char *change, *files, *byte;
+    };
+    constexpr Row kRows[] = {
+        {"true", "a d l two one", "55"},
+        {"$V reset --state $D/s $D/b", "a l one one", "00"},
+        {"echo new > $D/b/target", "a l one new", "00"},
+        {"rm -f $D/b/tmp/bspinfo/a", "l new", "00"},
+        {"mkdir $D/b/tmp/bspinfo/e", "e l new", "00"},
+        {"mv $D/b/tmp/bspinfo/e $D/b/tmp/bspinfo/f", "f l new", "00"},
+    };
+    for (const Row &row : kRows) {
+        SCOPED_TRACE(row.change);
+        EXPECT_EQ(run("echo two | tee a > d").err, "");
+        EXPECT_EQ(
+            shell("$V poke --state $D/s $D/b /dev/cpld0 9 0x55 && " + std::string(row.change)).err,
+            "");
+        EXPECT_EQ(run("echo $(ls) $(cat a l)").out, row.files + std::string("\n"));
+        EXPECT_EQ(shell("$V peek --state $D/s $D/b /dev/cpld0 9").out,
+                  "0x0009: " + std::string(row.byte) + "\n");
+    }
+}
+
+// It belongs to the chassis then.
+TEST_F(StateApart, IsNoneInsideTheDirectory) {
+    EXPECT_EQ(shell("$V run --state $D/b/s $D/b -- cp /etc/cfg/dfd/a.cfg /tmp/bspinfo/new;"
+                    "cat $D/b/tmp/bspinfo/new")
+                  .out,
+              "from the chassis\n");
+}
+
 // Many processes at once: no byte and no second of one is lost to another.
 TEST_F(Commands, ProcessesShareTheStateWithoutLosingWrites) {
     EXPECT_EQ(shell("for i in 0 1 2 3 4 5 6; do $V run $D -- sh -c "

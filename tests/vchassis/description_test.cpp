@@ -85,6 +85,7 @@ constexpr Row kRows[] = {
     {"[[bus]]\nnumber = 0\nabsent_error = 'ENOENT'\n", "3:1: 'ENOENT' is no error of an I2C"},
     {"[[bus]]\nnumber = 0\n[[bus]]\nnumber = 0\n", "4:1: bus 0 is already described"},
     {"[files]\nowned = ['relative']\n", "2:1: 'relative' must be an absolute path"},
+    {"[files]\nowned = ['/srv/../tmp']\n", "2:1: '/srv/../tmp' must be an absolute path"},
 };
 
 std::string complaint(Chassis &chassis, const char *text) {

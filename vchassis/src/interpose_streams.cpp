@@ -16,6 +16,7 @@ using vchassis::Entry;
 using vchassis::is_ours;
 using vchassis::Place;
 using vchassis::real;
+using vchassis::Session;
 
 namespace {
 
@@ -171,7 +172,8 @@ INTERPOSED FILE *freopen(const char *path, const char *mode, FILE *stream) {
         const Entry in(AT_FDCWD, path);
         to = in ? in.place() : Place{};
     }
-    if (from.is_device() || to.is_device() || to.kind == Place::Kind::missing_device) {
+    if (from.is_device() || to.is_device() || to.kind == Place::Kind::missing_device ||
+        Session::refuses(to, open_flags(mode))) {
         return replace_stream(path != nullptr ? path : from.path.c_str(), mode, stream);
     }
     const bool elsewhere = path != nullptr && to.kind == Place::Kind::file;

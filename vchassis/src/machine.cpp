@@ -8,7 +8,6 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
-#include <set>
 
 #include "text.h"
 
@@ -26,6 +25,8 @@ constexpr std::size_t kMaxScratches = 1024;
 constexpr const char *kScratchArea = "clock-and-pointers";
 constexpr const char *kDefaultOwned[] = {"/etc/cfg/dfd", "/tmp/bspinfo",
                                          "/tmp/.factory_disabale_cli_tty"};
+constexpr std::string_view kAlwaysKept = "/tmp";
+constexpr std::string_view kNeverKept = "/etc";
 
 // Answers of real adapters to an absent address.
 constexpr struct {
@@ -61,6 +62,37 @@ class Fingerprint {
     std::uint64_t hash_ = 0;
 };
 
+// Not by name: what leads out of a directory by a link is outside.
+bool is_inside(const fs::path &path, const fs::path &dir) {
+    return *fs::canonical(path).lexically_relative(fs::canonical(dir)).begin() != "..";
+}
+
+// Of a directory and of what only looks like a file: nothing.
+std::string content(const fs::path &path) {
+    std::ifstream in;
+    if (fs::is_regular_file(path)) {
+        in.open(path, std::ios::binary);
+    }
+    return read_all(in);
+}
+
+// To be written by whoever runs programs, also where he may only read the original.
+void copy_for_writing(const fs::path &from, const fs::path &to) {
+    std::error_code error;
+    fs::create_directories(fs::is_directory(from) ? to : to.parent_path(), error);
+    if (!error && fs::is_regular_file(from)) {
+        fs::copy_file(from, to, error);
+    }
+    if (!error && fs::exists(to)) {
+        fs::permissions(to, fs::perms::owner_read | fs::perms::owner_write, fs::perm_options::add,
+                        error);
+    }
+    if (error) {
+        throw std::runtime_error(
+            fmt::format("cannot copy {} into the state: {}", from.string(), error.message()));
+    }
+}
+
 // "/dev/cpld0" is stored as "dev-cpld0.bin", "/dev/i2c-0:0x57" as "dev-i2c-0-0x57.bin".
 std::string area_name(const std::string &path) {
     std::string name = path.substr(path.find_first_not_of('/'));
@@ -93,17 +125,23 @@ void Machine::load_directory() {
     const fs::path file = dir_ / kDescription;
     const std::string text = read_text(file);
     const Built built = build(parse_description(text, file.string()));
+    store_.make();
+    apart_ = !is_inside(store_.dir(), dir_);
     Fingerprint fingerprint;
     fingerprint.add(text);
     for (Device *device : built) {
         const std::vector<std::uint8_t> &initial = device->initial();
         fingerprint.add({reinterpret_cast<const char *>(initial.data()), initial.size()});
     }
-    store_.make();
+    for (const std::string &path : originals()) {
+        fingerprint.add(path);
+        fingerprint.add(content(dir_.string() + path));
+    }
     const Store::Lock lock(store_);
     const bool is_known = store_.prepare(fingerprint.text());
     attach(built);
     if (!is_known) {
+        copy_originals();
         store_.commit(fingerprint.text());
     }
 }
@@ -164,20 +202,20 @@ void Machine::build_files(const Section &root) {
     if (files == nullptr) {
         return;
     }
-    if (files->has("owned")) {
-        owned_ = files->texts("owned");
-    }
+    std::vector<std::string> owned = files->has("owned") ? files->texts("owned") : owned_;
     for (std::string &path : files->texts("also_owned")) {
-        owned_.push_back(std::move(path));
+        owned.push_back(std::move(path));
     }
-    for (const std::string &path : owned_) {
-        if (!path.starts_with('/') || path.ends_with('/')) {
+    for (const std::string &path : owned) {
+        if (!path.starts_with('/') || path.ends_with('/') ||
+            fs::path(path).lexically_normal() != path) {
             files->fail_at("owned", fmt::format("'{}' must be an absolute path without a slash "
-                                                "at its end",
+                                                "at its end, without . and ..",
                                                 path));
         }
     }
     files->refuse_unknown();
+    owned_ = std::move(owned);
 }
 
 void Machine::build_buses(const Section &root) {
@@ -311,6 +349,46 @@ std::span<std::uint8_t> Machine::next_scratch() {
     return scratch_.subspan(at, Scratch::kSize);
 }
 
+bool Machine::keeps(std::string_view path) const {
+    return apart_ && !is_under(path, kNeverKept);
+}
+
+// The places of what a state that is apart keeps.
+std::vector<std::string> Machine::kept() const {
+    std::vector<std::string> paths = owned_;
+    paths.emplace_back(kAlwaysKept);
+    std::erase_if(paths, [this](const std::string &path) { return !keeps(path); });
+    return paths;
+}
+
+// What the chassis directory has there, as programs name it, a directory before what is in it.
+// Links are followed: what they lead to is copied, too.
+std::set<std::string> Machine::originals() const {
+    constexpr auto kFollow = fs::directory_options::follow_directory_symlink;
+    std::set<std::string> all;
+    for (const std::string &path : kept()) {
+        const fs::path top = dir_.string() + path;
+        if (fs::exists(top)) {
+            all.insert(path);
+        }
+        if (fs::is_directory(top)) {
+            for (const auto &entry : fs::recursive_directory_iterator(top, kFollow)) {
+                all.insert(entry.path().native().substr(dir_.native().size()));
+            }
+        }
+    }
+    return all;
+}
+
+void Machine::copy_originals() const {
+    for (const std::string &path : kept()) {
+        fs::remove_all(store_.dir().string() + path);
+    }
+    for (const std::string &path : originals()) {
+        copy_for_writing(dir_.string() + path, store_.dir().string() + path);
+    }
+}
+
 // One wiring may drive what another looks at, in any order; those that go in circles are left as
 // they are after so many rounds.
 void Machine::settle() {
@@ -366,6 +444,7 @@ void Machine::reset() {
     for (Device *device : devices()) {
         device->reset();
     }
+    copy_originals();
     std::fill(scratch_.begin(), scratch_.end(), std::uint8_t{0});
 }
 

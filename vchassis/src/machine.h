@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -42,12 +43,17 @@ class Machine {
 
     const std::string &name() const { return name_; }
     const std::filesystem::path &dir() const { return dir_; }
-    // Absolute paths whose files always come from the chassis directory.
+    // Absolute paths whose files are always the chassis's.
     const std::vector<std::string> &owned() const { return owned_; }
+    // Whether the state lies outside of the chassis directory: programs then change nothing there.
+    bool is_apart() const { return apart_; }
+    // Whether what programs find at `path` lies with the state: of one that is apart a copy of the
+    // chassis directory's, of all but the configuration.
+    bool keeps(std::string_view path) const;
     const Store &store() const { return store_; }
     Clock &clock() { return clock_; }
 
-    // Initial contents everywhere, nothing busy, time zero.
+    // Initial contents everywhere, files that the state keeps included; nothing busy, time zero.
     void reset();
     // Brings what wiring drives up to date. The caller holds the lock of the store.
     void settle();
@@ -66,11 +72,15 @@ class Machine {
     void attach(const Built &built);
     void attach_wiring();
     std::span<std::uint8_t> next_scratch();
+    std::vector<std::string> kept() const;
+    std::set<std::string> originals() const;
+    void copy_originals() const;
     void resolve(const Built &built);
     void resolve(const std::vector<Link *> &links);
 
     std::filesystem::path dir_;
     Store store_;
+    bool apart_ = false;
     // Kept: taking one apart costs each program on the chassis a fifth of what reading it does.
     std::vector<std::shared_ptr<Section>> descriptions_;
     std::string name_;

@@ -12,6 +12,7 @@
 
 #include "i2c_class.h"
 #include "real.h"
+#include "text.h"
 
 namespace vchassis {
 
@@ -26,10 +27,6 @@ constexpr std::string_view kGuarded[] = {"/dev/cpld", "/dev/fpga", "/dev/i2c"};
 constexpr unsigned kI2cMajor = 89;
 // The first of the major numbers that the kernel leaves to local use.
 constexpr unsigned kLocalMajor = 240;
-
-bool is_under(std::string_view path, std::string_view prefix) {
-    return path.starts_with(prefix) && (path.size() == prefix.size() || path[prefix.size()] == '/');
-}
 
 bool is_above(std::string_view path, std::string_view other) {
     return path == "/" || (is_under(other, path) && other.size() > path.size());
@@ -51,10 +48,10 @@ bool exists(const std::string &path) {
     return faccessat(AT_FDCWD, path.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
-// The bus class of sysfs is made, so it lies with the state and not with the description.
+// The bus class of sysfs is made, so it lies with the state, too.
 std::string behind(const Machine &machine, const std::string &path) {
     const bool made = is_under(path, kI2cClass) || is_above(path, kI2cClass);
-    return (made ? machine.store().dir() : machine.dir()).string() + path;
+    return (made || machine.keeps(path) ? machine.store().dir() : machine.dir()).string() + path;
 }
 
 // A directory on the way to an owned path that the host lacks.
@@ -101,6 +98,7 @@ bool is_file_of_chassis(const Machine &machine, Place &place) {
     std::string real = behind(machine, place.path);
     if (owned || exists(real)) {
         place.real = std::move(real);
+        place.is_read_only = machine.is_apart() && !machine.keeps(path);
         return true;
     }
     return false;
@@ -108,10 +106,11 @@ bool is_file_of_chassis(const Machine &machine, Place &place) {
 
 using Seen = std::set<std::string, std::less<>>;
 
-// The entries of `real` that lead to places of this kind when they are named below `path`.
-void add_entries(const Machine &machine, const std::string &path, const std::string &real_path,
+// The entries of a directory that lead to places of this kind when they are named below `path`, and
+// there: `root` is what stands in front of the path, nothing for the host.
+void add_entries(const Machine &machine, const std::string &root, const std::string &path,
                  Place::Kind kind, Seen &seen, std::vector<Listed> &all) {
-    DIR *stream = real().opendir(real_path.c_str());
+    DIR *stream = real().opendir((root + path).c_str());
     if (stream == nullptr) {
         return;
     }
@@ -119,8 +118,9 @@ void add_entries(const Machine &machine, const std::string &path, const std::str
         const std::string_view name = entry->d_name;
         const bool dots = name == "." || name == "..";
         const std::string full = fmt::format("{}/{}", path == "/" ? "" : path, name);
-        if ((dots || locate(machine, AT_FDCWD, full.c_str()).kind == kind) &&
-            seen.emplace(name).second) {
+        const Place place = locate(machine, AT_FDCWD, full.c_str());
+        const bool leads_there = place.kind == kind && (root.empty() || place.real == root + full);
+        if ((dots || leads_there) && seen.emplace(name).second) {
             all.push_back({std::string(name), entry->d_ino, entry->d_type});
         }
     }
@@ -170,6 +170,15 @@ Place locate(const Machine &machine, int dirfd, const char *path) {
     return place;
 }
 
+int change_error(const Place &place, bool creates) {
+    if (!place.is_read_only) {
+        return 0;
+    }
+    const int error_of_existing = creates ? EEXIST : EROFS;
+    const int error_of_missing = creates ? EROFS : ENOENT;
+    return exists(place.real) ? error_of_existing : error_of_missing;
+}
+
 void make_parents(const Place &place) {
     if (place.kind == Place::Kind::file && place.real != place.path) {
         std::error_code ignored;
@@ -192,9 +201,9 @@ std::vector<Listed> list_mixed(const Machine &machine, const std::string &path) 
     }
     std::vector<Listed> all;
     Seen seen;
-    add_entries(machine, path, path, Place::Kind::host, seen, all);
+    add_entries(machine, "", path, Place::Kind::host, seen, all);
     for (const std::string &root : {machine.dir().string(), machine.store().dir().string()}) {
-        add_entries(machine, path, root + path, Place::Kind::file, seen, all);
+        add_entries(machine, root, path, Place::Kind::file, seen, all);
     }
     add_devices(machine, path, machine.spaces(), all);
     add_devices(machine, path, machine.buses(), all);

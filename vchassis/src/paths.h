@@ -13,7 +13,7 @@ namespace vchassis {
 struct Place {
     enum class Kind {
         host,            // not ours
-        file,            // `real`: in the chassis directory, or reached from there
+        file,            // `real`: in the chassis directory or the state, or reached from there
         registers,       // a register space of the chassis
         bus,             // an I2C bus of the chassis
         missing_device,  // named like a device of a chassis, but not described
@@ -21,12 +21,17 @@ struct Place {
     Kind kind = Kind::host;
     std::string path;  // absolute, as the program means it
     std::string real;
+    bool is_read_only = false;
 
     bool is_device() const { return kind == Kind::registers || kind == Kind::bus; }
 };
 
 // `dirfd` and `path` as openat() takes them.
 Place locate(const Machine &machine, int dirfd, const char *path);
+
+// What a read-only place answers to a change of what is there, or to making something there: an
+// errno, 0 where it may be done.
+int change_error(const Place &place, bool creates);
 
 // The missing directories above a place in the chassis directory.
 void make_parents(const Place &place);

@@ -25,6 +25,7 @@ void redirect(const Machine &machine, const Place &place, Use use, Target &targe
         target.device = device_number(machine, place);
     } else {
         target.real = place.real;
+        target.error = use == Use::look ? 0 : change_error(place, use == Use::create);
     }
     if (use == Use::create && target.error == 0) {
         make_parents(place);
@@ -43,7 +44,7 @@ Target resolve(int dirfd, const char *path, Use use) {
 
 Target resolve(int fd, Use use) {
     Target target{fd, ""};
-    if (Entry in(fd); in && in->is_device(fd)) {
+    if (Entry in(fd); in && (in->is_device(fd) || use != Use::look)) {
         redirect(in->machine(), in->place(fd), use, target);
     }
     return target;

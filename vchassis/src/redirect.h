@@ -10,7 +10,7 @@
 
 namespace vchassis {
 
-// What a call does to the thing named; it decides what a device answers.
+// What a call does to the thing named; it decides what a device answers, and a read-only file.
 enum class Use {
     look,    // is shown a character device
     change,  // EACCES
@@ -30,7 +30,7 @@ struct Target {
 };
 
 Target resolve(int dirfd, const char *path, Use use);
-// Of a descriptor: `error` only when it is a device.
+// Of a descriptor: `error` only when it is a device or a read-only file.
 Target resolve(int fd, Use use);
 
 template <class Call>

@@ -132,7 +132,17 @@ Outcome Session::open_device(const Place &place, int flags) {
     return from_libc(stand_in(place.path, flags));
 }
 
+bool Session::refuses(const Place &place, int flags) {
+    const bool creates = (flags & O_CREAT) != 0;
+    const bool changes = writable(flags) || (flags & O_TRUNC) != 0;
+    return (creates && change_error(place, true) == EROFS) ||
+           (changes && change_error(place, false) == EROFS && (flags & O_EXCL) == 0);
+}
+
 Outcome Session::open_file(const Place &place, int flags, unsigned mode) {
+    if (refuses(place, flags)) {
+        return Outcome::failure(EROFS);
+    }
     if ((flags & O_CREAT) != 0) {
         make_parents(place);
     }
@@ -180,6 +190,8 @@ Outcome Session::access(const Place &place, int mode) {
     }
     if (const auto fault = faults_.take(Op::access, place.path)) {
         outcome = from_fault(*fault);
+    } else if ((mode & W_OK) != 0 && change_error(place, false) == EROFS) {
+        outcome = Outcome::failure(EROFS);
     } else if (place.kind == Place::Kind::file) {
         outcome = from_libc(real().access(place.real.c_str(), mode));
     } else if (place.kind == Place::Kind::missing_device) {

@@ -47,6 +47,8 @@ class Session {
     Listings &listings() { return listings_; }
 
     Outcome open(const Place &place, int flags, unsigned mode);
+    // Whether open() fails because a file would be changed that is read-only.
+    static bool refuses(const Place &place, int flags);
     // The descriptor is open already, by freopen().
     void opened(const Place &place, int flags, int fd) { record_open(place, flags, {fd, 0}); }
     // How links in /proc to descriptors of devices begin.

@@ -46,6 +46,10 @@ std::string nearest(std::string_view word, const std::set<std::string> &candidat
     return found;
 }
 
+bool is_under(std::string_view path, std::string_view prefix) {
+    return path.starts_with(prefix) && (path.size() == prefix.size() || path[prefix.size()] == '/');
+}
+
 std::string read_all(std::istream &in) {
     constexpr std::size_t kChunk = 4096;
     std::string all;

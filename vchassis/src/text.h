@@ -18,6 +18,9 @@ std::optional<std::uint32_t> parse_number(std::string_view text);
 // The candidate with the fewest edits away from `word`; empty when none is similar.
 std::string nearest(std::string_view word, const std::set<std::string> &candidates);
 
+// Whether a path is the one in front, or below it.
+bool is_under(std::string_view path, std::string_view prefix);
+
 // All bytes up to the end; the state of the stream stays as it is.
 std::string read_all(std::istream &in);
 
