@@ -346,15 +346,8 @@ PROGRAMS = {
 }
 
 
-def second_names(trees):
-    """dfd-eeprom is `dfdctl eeprom encode`."""
-    groups = {each["name"]: each for tree in trees for each in tree["commands"]}
-    return [dict(each, name="dfd-eeprom") for each in groups.get("eeprom", {"commands": []})["commands"]
-            if each["name"] == "encode"]
-
-
 def programs(pages, trees):
-    for tree in trees + second_names(trees):
+    for tree in trees:
         document, leave_out = PROGRAMS[tree["name"]]
         has_pages = "Commands" in leave_out  # one for each command
         commands = [f"{tree['name']}-{each['name']}" for each in tree["commands"]] if has_pages else []

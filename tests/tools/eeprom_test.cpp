@@ -151,6 +151,32 @@ TEST(Eeprom, BadDescriptionsAreRefusedWithTheLine) {
     }
 }
 
+// By its own name, as what it takes is its own.
+TEST(Eeprom, TheProgramNamesItself) {
+    struct Case {
+        const char *arguments;
+        int status;
+        const char *text;
+    };
+    constexpr Case kCases[] = {
+        {"unit.toml", 2,
+         "dfd-eeprom: 'dfd-eeprom' takes DESCRIPTION IMAGE: A text file as 'dfdctl eeprom decode' "
+         "prints it, and the file to write\nTry 'dfd-eeprom --help'.\n"},
+        {"--jso a b", 2,
+         "dfd-eeprom: unexpected '--jso', did you mean '--json'?\nTry 'dfd-eeprom --help'.\n"},
+        {"check unit.bin", 1, "dfd-eeprom: check: "},
+        {"--help", 0, "\nUsage: dfd-eeprom [OPTIONS] DESCRIPTION IMAGE\n"},
+        {"--help", 0, "\nExample:\n  dfd-eeprom unit.toml unit.bin\n\nExit status:\n"},
+        {"--version", 0, "dfd-eeprom "},
+    };
+    for (const Case &each : kCases) {
+        const Result result = run_tool(fmt::format("dfd-eeprom --wide {}", each.arguments));
+        EXPECT_EQ(result.status, each.status) << each.arguments;
+        EXPECT_THAT(result.out + result.err, HasSubstr(each.text));
+        EXPECT_THAT(result.out + result.err, testing::Not(HasSubstr("dfdctl eeprom encode")));
+    }
+}
+
 TEST(Eeprom, AnImageThatStaysTheSameKeepsItsDate) {
     const TempDir dir;
     const auto source = dir.path() / "unit.toml";

@@ -258,8 +258,12 @@ Asked read_command_line(const Program &program, Words words,
     app.set_version_flag("--version", program.version);
     Asked asked;
     Command top(app, asked.action, program.name);
+    // Before there are commands: they go by it.
     top.needs_subcommand();
     declare(top);
+    if (app.get_subcommands({}).empty()) {
+        app.require_subcommand(0);
+    }
     if (auto told = told_of_itself(app, words, program.values)) {
         asked.text = std::move(*told);
         return asked;

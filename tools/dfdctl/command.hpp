@@ -34,6 +34,9 @@ struct Options {
 /// What the action returns; a failure of it is a message and its exit status.
 int reporting_failure(const Action &action);
 
+/// Makes a program of `dfdctl eeprom encode`.
+void take_encode(Command &top, const Options &options);
+
 /// Each adds a subcommand.
 void add_check(Command &top, const Options &options);
 void add_show(Command &top, const Options &options);

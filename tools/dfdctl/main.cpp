@@ -32,13 +32,20 @@ constexpr const char *kFooter =
     "  4  the hardware or the output cannot be accessed\n"
     "Without hardware: vchassis run DIR -- dfdctl ...";
 
+constexpr const char *kEncoderFooter =
+    "Exit status:\n"
+    "  0  done\n"
+    "  1  the description cannot be read or has a mistake\n"
+    "  2  mistake on the command line\n"
+    "  4  the image cannot be written";
+
 constexpr unsigned kMaxDebugLevel = 4;
 constexpr unsigned kLeastWidth = 20;
 constexpr unsigned kMostWidth = 1000;
 
 std::string version() {
     const std::string other = other_installed_library();
-    return "dfdctl " DFD_VERSION +
+    return fmt::format("{} " DFD_VERSION, program()) +
            (other.empty()
                 ? std::string()
                 : fmt::format("\n{} is another build of the library than dfdctl's own", other));
@@ -61,6 +68,16 @@ constexpr CommandRow kCommands[] = {{"check", add_check},
                                     {"coverage", add_coverage},
                                     {"lint", add_lint},
                                     {"new-board", add_new_board}};
+constexpr CommandRow kEncode[] = {{{}, take_encode}};
+
+/// What the program is, by the name that it is called by.
+struct Role {
+    const char *name, *description, *example, *footer;
+    std::span<const CommandRow> commands;
+};
+constexpr Role kDfdctl = {"dfdctl", kDescription, "dfdctl check", kFooter, kCommands};
+constexpr Role kEncoder = {"dfd-eeprom", "Builds an EEPROM image from a text.",
+                           "dfd-eeprom unit.toml unit.bin", kEncoderFooter, kEncode};
 
 void add_options(Command &top, Options &options) {
     top.flag("--json", options.json, "Print one JSON document instead of text");
@@ -80,15 +97,15 @@ void add_options(Command &top, Options &options) {
              "library's data lands at a wrong register, an EEPROM image with faults");
 }
 
-Asked read(Words words, Options &options, std::span<const CommandRow> commands) {
+Asked read(const Role &role, Words words, Options &options, std::span<const CommandRow> commands) {
     // Of help, which is printed before the width is set for all else.
     const auto lines = [&options](const std::string &text, std::size_t indent) {
         set_width(options.out, options.width, options.wide);
         return fmt::format("{}\n", joined(wrapped_lines(text, text_width(), indent), "\n"));
     };
     return dfd_tools::read_command_line(
-        {"dfdctl", kDescription, "dfdctl check", kFooter, version, known_values, lines}, words,
-        [&options, &commands](Command &top) {
+        {role.name, role.description, role.example, role.footer, version, known_values, lines},
+        words, [&options, &commands](Command &top) {
             add_options(top, options);
             for (const CommandRow &row : commands) {
                 row.add(top, options);
@@ -106,28 +123,29 @@ int act(const Action &action, const Options &options) {
 
 /// Most command lines begin with their command and are right: the other commands, whose options
 /// take longer to build than most readings, are not asked. No action for all else.
-Action first_word_action(Words words, Options &options) {
+Action first_word_action(const Role &role, Words words, Options &options) {
     const std::string_view word = words.empty() ? "" : words.front();
-    const auto *const row = std::find_if(std::begin(kCommands), std::end(kCommands),
-                                         [&](const auto &known) { return known.name == word; });
-    if (word.empty() || row == std::end(kCommands)) {
+    const auto row =
+        std::ranges::find_if(role.commands, [&](const auto &known) { return known.name == word; });
+    if (word.empty() || row == role.commands.end()) {
         return {};
     }
     const Options before = options;
-    Asked asked = read(words, options, {row, 1});
+    Asked asked = read(role, words, options, {&*row, 1});
     if (!asked.action) {
         options = before;
     }
     return std::move(asked.action);
 }
 
-int run(Words words, Options &options) {
-    if (const Action action = first_word_action(words, options)) {
+int run(const Role &role, Words words, Options &options) {
+    set_program(role.name);
+    if (const Action action = first_word_action(role, words, options)) {
         return act(action, options);
     }
     const bool is_version = words.size() == 1 && words.front() == std::string_view("--version");
-    const std::span<const CommandRow> all = kCommands;
-    const Asked asked = read(words, options, is_version ? all.first(0) : all);
+    const Asked asked =
+        read(role, words, options, is_version ? role.commands.first(0) : role.commands);
     if (asked.action) {
         return act(asked.action, options);
     }
@@ -137,17 +155,6 @@ int run(Words words, Options &options) {
     }
     fmt::print(options.out, "{}", asked.text);
     return kExitOk;
-}
-
-/// The words behind the name of the program, with the command that its second name stands for.
-std::vector<const char *> words_of(std::span<const char *const> arguments) {
-    std::vector<const char *> words(arguments.begin() + 1, arguments.end());
-    if (std::string_view(arguments.front()).ends_with("dfd-eeprom")) {
-        const bool is_completion =
-            !words.empty() && words.front() == std::string_view(dfd_tools::kCompleteWord);
-        words.insert(words.begin() + (is_completion ? 1 : 0), {"eeprom", "encode"});
-    }
-    return words;
 }
 
 /// A full disk or a closed pipe must not look like success.
@@ -166,7 +173,9 @@ int main(int argc, char **argv) {
     return reporting_failure([argc, argv] {
         Options options;
         options.out = take_stdout();
-        const auto words = words_of(std::span(argv, static_cast<std::size_t>(argc)));
-        return close_output(options.out, run(words, options));
+        const Words words = std::span(argv, static_cast<std::size_t>(argc));
+        const bool encodes = std::string_view(words.front()).ends_with(kEncoder.name);
+        const Role &role = encodes ? kEncoder : kDfdctl;
+        return close_output(options.out, run(role, words.subspan(1), options));
     });
 }

@@ -30,6 +30,7 @@ constexpr std::string_view kCutMark = "...";
 std::size_t g_width = kUsualWidth;
 std::size_t g_asked_width = 0;  // 0: that of the terminal
 bool g_is_coloured = false;
+const char *g_program = "dfdctl";
 
 std::size_t longest_word(std::string_view text) {
     std::size_t longest = 0;
@@ -163,12 +164,20 @@ std::size_t message_width() {
     return dfd_tools::message_width(g_asked_width);
 }
 
+void set_program(const char *name) {
+    g_program = name;
+}
+
+const char *program() {
+    return g_program;
+}
+
 void complain(const std::string &text) {
-    dfd_tools::put_message("dfdctl: " + text, message_width());
+    dfd_tools::put_message(fmt::format("{}: {}", g_program, text), message_width());
 }
 
 void ask(const std::string &question) {
-    dfd_tools::put_message("dfdctl: " + question, message_width(), " ");
+    dfd_tools::put_message(fmt::format("{}: {}", g_program, question), message_width(), " ");
 }
 
 std::string cut(const std::string &value) {

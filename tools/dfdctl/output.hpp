@@ -52,6 +52,9 @@ void print_named(std::FILE *out, std::string_view name, std::size_t width, std::
 
 /// As in dfd_tools, by the width that set_width() was given.
 std::size_t message_width();
+/// The name that messages begin with, "dfdctl" until another one is set.
+void set_program(const char *name);
+const char *program();
 /// "dfdctl: TEXT" on standard error; a terminal that has gone stops nothing.
 void complain(const std::string &text);
 /// The same without a line end, to be answered behind it.

@@ -186,6 +186,17 @@ int diff(const Options &options, const ReadRequest &request) {
     return found.empty() ? kExitOk : kExitReadingFailed;
 }
 
+/// Lets the command take words, and run with them.
+std::shared_ptr<ReadRequest> take(Command &command, const Options &options, const char *usage,
+                                  const char *help, std::size_t fewest, std::size_t most,
+                                  int (*run)(const Options &, const ReadRequest &)) {
+    auto request = std::make_shared<ReadRequest>();
+    command.words(kWhat, request->words, help, usage, fewest, most);
+    command.runs(
+        [&options, request, run] { return reporting([&] { return run(options, *request); }); });
+    return request;
+}
+
 }  // namespace
 
 Json differences_json(const std::vector<eeprom::Difference> &differences) {
@@ -217,36 +228,36 @@ Json image_json(const eeprom::Bytes &image, const Decoded &decoded) {
             {"faults", faults}};
 }
 
+void take_encode(Command &command, const Options &options) {
+    take(command, options, "DESCRIPTION IMAGE",
+         "A text file as 'dfdctl eeprom decode' prints it, and the file to write", 2, 2, encode);
+}
+
 void add_read_commands(Command &group, const Options &options) {
     const auto add = [&](const char *name, const char *description, const char *example,
-                         const char *usage, const char *help, std::size_t fewest, std::size_t most,
-                         int (*run)(const Options &, const ReadRequest &)) {
-        auto request = std::make_shared<ReadRequest>();
+                         const char *usage, std::size_t fewest, std::size_t most, auto run) {
         Command command = group.subcommand(name, description, example);
-        command.words(kWhat, request->words, help, usage, fewest, most);
-        command.runs(
-            [&options, request, run] { return reporting([&] { return run(options, *request); }); });
-        return std::pair(command, request);
+        return std::pair(command, take(command, options, usage, kWhatHelp, fewest, most, run));
     };
     auto [decode_command, decode_request] =
         add("decode", "Print what an image says, as text for 'encode'",
-            "dfdctl eeprom decode fan 2", "[IMAGE]", kWhatHelp, 0, 2, decode);
+            "dfdctl eeprom decode fan 2", "[IMAGE]", 0, 2, decode);
     decode_command.flag("--lenient", decode_request->lenient,
                         "Print what can be read of an image with faults");
     add_place_options(decode_command, decode_request->place);
     auto [verify_command, verify_request] =
-        add("verify", "List every fault of an image", "dfdctl eeprom verify board", "[IMAGE]",
-            kWhatHelp, 0, 2, verify);
+        add("verify", "List every fault of an image", "dfdctl eeprom verify board", "[IMAGE]", 0, 2,
+            verify);
     verify_command.option("--backup", verify_request->backup,
                           "Also tell how far the change came that this was saved for", "FILE");
     add_place_options(verify_command, verify_request->place);
     auto [diff_command, diff_request] =
         add("diff", "Show what two images have otherwise", "dfdctl eeprom diff fan 1 fan 2",
-            "IMAGE IMAGE", kWhatHelp, 1, 4, diff);
+            "IMAGE IMAGE", 1, 4, diff);
     add_place_options(diff_command, diff_request->place);
-    add("encode", "Build an image file from a text", "dfdctl eeprom encode unit.toml unit.bin",
-        "DESCRIPTION IMAGE", "A text file as 'decode' prints it, and the file to write", 2, 2,
-        encode);
+    Command encode_command = group.subcommand("encode", "Build an image file from a text",
+                                              "dfdctl eeprom encode unit.toml unit.bin");
+    take_encode(encode_command, options);
 }
 
 }  // namespace dfdctl
