@@ -197,6 +197,15 @@ std::string usage_message(const CLI::App &app, const Path &path, const CLI::Pars
 
 }  // namespace
 
+int reporting_failure(int failed, void (*complain)(const std::string &), const Action &action) {
+    try {
+        return action();
+    } catch (const std::exception &error) {
+        complain(error.what());
+        return dynamic_cast<const UsageError *>(&error) != nullptr ? kExitUsage : failed;
+    }
+}
+
 Command Command::subcommand(const std::string &name, std::string description,
                             const std::string &example) {
     CLI::App &app = *app_->add_subcommand(name, std::move(description));

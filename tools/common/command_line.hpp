@@ -20,6 +20,13 @@ struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// Exit status of a mistake on the command line.
+inline constexpr int kExitUsage = 2;
+
+/// What the action returns. A failure of it is a message and the exit status `failed`, or that of a
+/// mistake on the command line.
+int reporting_failure(int failed, void (*complain)(const std::string &), const Action &action);
+
 /// A command under construction. Keeps the headers of the command-line library out of the files
 /// that use it: they take seconds to compile. Values must outlive the parsing.
 class Command {

@@ -16,7 +16,7 @@ using dfd_tools::UsageError;
 enum Exit {
     kExitOk = 0,
     kExitReadingFailed = 1,
-    kExitUsage = 2,  ///< also: the configuration cannot be used
+    kExitUsage = dfd_tools::kExitUsage,  ///< also: the configuration cannot be used
     kExitNotSupported = 3,
     kExitIo = 4
 };
@@ -30,9 +30,6 @@ struct Options {
     bool debug_startup = false;  ///< open also while the configuration is loaded
     std::FILE *out = nullptr;    ///< for data; the library writes its log elsewhere
 };
-
-/// What the action returns; a failure of it is a message and its exit status.
-int reporting_failure(const Action &action);
 
 /// Makes a program of `dfdctl eeprom encode`.
 void take_encode(Command &top, const Options &options);

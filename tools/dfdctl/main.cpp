@@ -170,7 +170,7 @@ int close_output(std::FILE *out, int status) {
 }  // namespace
 
 int main(int argc, char **argv) {
-    return reporting_failure([argc, argv] {
+    return dfd_tools::reporting_failure(kExitIo, complain, [argc, argv] {
         Options options;
         options.out = take_stdout();
         const Words words = std::span(argv, static_cast<std::size_t>(argc));

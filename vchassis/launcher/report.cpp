@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "report.h"
 
-#include <exception>
-
-#include "common/command_line.hpp"
 #include "common/terminal.hpp"
 
 namespace vchassis {
@@ -13,16 +10,10 @@ void complain(const std::string &text) {
 }
 
 int report_failures(int status, const std::function<void()> &action) {
-    try {
+    return dfd_tools::reporting_failure(status, complain, [&action] {
         action();
         return 0;
-    } catch (const dfd_tools::UsageError &error) {
-        complain(error.what());
-        return kExitUsage;
-    } catch (const std::exception &error) {
-        complain(error.what());
-        return status;
-    }
+    });
 }
 
 }  // namespace vchassis

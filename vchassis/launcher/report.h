@@ -5,9 +5,11 @@
 #include <functional>
 #include <string>
 
+#include "common/command_line.hpp"
+
 namespace vchassis {
 
-constexpr int kExitUsage = 2;
+using dfd_tools::kExitUsage;
 
 // On standard error, wrapped to the terminal there.
 void complain(const std::string &text);

@@ -88,7 +88,7 @@ Request request_of(const Arguments &arguments) {
 
 /// In the process of a pass.
 int read_once(const Options &options, const Request &request) {
-    return reporting_failure([&options, &request] {
+    return dfd_tools::reporting_failure(kExitIo, complain, [&options, &request] {
         return request.page == kCheck
                    ? check::check_chassis(options)
                    : show(options, request.page, request.unit, Order::worst_first);
