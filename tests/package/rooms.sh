@@ -13,7 +13,7 @@ floors=$(sed -n '/^<!-- rooms of dfdctl -->$/,/^<!-- -->$/p' docs/architecture.m
 floor_of() { printf '%s\n' "$floors" | grep -nw -- "$1" | head -n 1 | cut -d: -f1; }
 
 drawn=$(printf '%s\n' "$floors" | tr -s ' ' '\n' | grep . | LC_ALL=C sort)
-found=$(cd $tools && ls -d -- */ *.cpp | sed 's#/$##; s/\.cpp$//' | LC_ALL=C sort)
+found=$(cd $tools && ls -d -- */ *.cpp *.hpp | sed 's#/$##; s/\.[ch]pp$//' | LC_ALL=C sort -u)
 [ "$drawn" = "$found" ] || {
     printf 'the picture in docs/architecture.md shows:\n%s\nbut in %s there are:\n%s\n' "$drawn" "$tools" "$found"
     exit 1
