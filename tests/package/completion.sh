@@ -63,6 +63,9 @@ at_tab "dfdctl coverage --answer fan_state_1" "dfdctl coverage --answer fan_stat
 at_tab "dfd-eeprom $work/a\\ f" "dfd-eeprom $work/a\\ file |"
 at_tab "dfd-eeprom --debug-s" "dfd-eeprom --debug-startup |"
 at_tab "vchassis ru" "vchassis run |"
+at_tab "vchassis peek $build/boards/demo /dev/cpld1" "vchassis peek $build/boards/demo /dev/cpld1 |"
+at_tab "vchassis peek $build/boards/demo /dev/cpld0 versi" "vchassis peek $build/boards/demo /dev/cpld0 version |"
+at_tab "vchassis poke $build/boards/demo /dev/i2c-0:0x5" "vchassis poke $build/boards/demo /dev/i2c-0:0x57 |"
 
 for shell in bash zsh fish; do
     if command -v $shell > /dev/null && command -v python3 > /dev/null; then

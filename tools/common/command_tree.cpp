@@ -67,18 +67,18 @@ std::vector<std::string> arguments_at(const CLI::App &app, std::size_t count) {
     return names;
 }
 
-/// A shell may hand over "--root=gx4" as three words.
+/// A shell may hand over "--root=gx4" as three words, and "/dev/i2c-0:0x57".
 std::vector<std::string> rejoined(const std::vector<std::string> &words) {
     std::vector<std::string> joined;
     bool is_open = false;
     for (const std::string &word : words) {
-        const bool is_equals = word == "=" && !joined.empty();
-        if (is_equals || is_open) {
+        const bool is_joint = (word == "=" || word == ":") && !joined.empty();
+        if (is_joint || is_open) {
             joined.back() += word;
         } else {
             joined.push_back(word);
         }
-        is_open = is_equals;
+        is_open = is_joint;
     }
     return joined;
 }
@@ -113,6 +113,7 @@ class Walk {
             expected_.candidates = options_as_candidates(at_);
             return std::move(expected_);
         }
+        expected_.split = is_split ? expected_.typed.rfind(':') + 1 : 0;
         if (pending_ != nullptr) {
             expected_.arguments = {pending_->get_name(), usage_of(*pending_)};
             return std::move(expected_);
@@ -199,7 +200,7 @@ std::string candidate_lines(const Expected &expected, const std::vector<Candidat
         if (each.word == kCommandLine) {
             lines += each.word + "\n";
         } else if (goes_on(each.word, expected.typed)) {
-            lines += expected.stem + each.word + "\t" + each.text + "\n";
+            lines += expected.stem + each.word.substr(expected.split) + "\t" + each.text + "\n";
         }
     };
     std::for_each(expected.candidates.begin(), expected.candidates.end(), add);

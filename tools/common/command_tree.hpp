@@ -40,7 +40,8 @@ struct Expected {
     bool is_rest = false;                     ///< it stands behind "--"
     std::map<std::string, std::string> options = {};  ///< values of options: {"--root", "gx4"}
     std::string typed;                                ///< of the value
-    std::string stem;  ///< what the same word holds before the value: "--root="
+    std::string stem;       ///< what the same word holds before the value: "--root="
+    std::size_t split = 0;  ///< of what is typed, so much the shell takes for words in front
 
     /// The value of an option; empty where it is not given.
     std::string option(const std::string &name) const;

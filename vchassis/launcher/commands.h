@@ -6,7 +6,13 @@
 #include <string>
 #include <vector>
 
+#include "common/command_tree.hpp"
+
 namespace vchassis {
+
+// Arguments as usage lines name them.
+inline constexpr const char *kDevice = "DEVICE";
+inline constexpr const char *kRegister = "REG";
 
 struct Place {
     std::string dir;
@@ -35,5 +41,8 @@ int show_devices(const Place &place);
 int peek_bytes(const Access &access);
 int poke_bytes(const Access &access);
 int reset_devices(const Place &place);
+
+// The devices of the chassis on an unfinished command line, or the registers of one.
+std::vector<dfd_tools::Candidate> known_names(const dfd_tools::Expected &expected);
 
 }  // namespace vchassis

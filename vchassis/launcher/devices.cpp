@@ -195,4 +195,28 @@ int reset_devices(const Place &place) {
     return report_failures(kExitFailure, [&place] { open_machine(place)->reset(); });
 }
 
+std::vector<dfd_tools::Candidate> known_names(const dfd_tools::Expected &expected) {
+    const std::string argument = expected.arguments.empty() ? "" : expected.arguments.front();
+    std::vector<dfd_tools::Candidate> found;
+    if (argument != kDevice && argument != kRegister) {
+        return found;
+    }
+    try {
+        Machine machine(expected.before.at(0), {});
+        machine.load_initial();
+        if (argument == kDevice) {
+            for (const Device *device : machine.devices()) {
+                found.push_back({device->path(), device->label()});
+            }
+            return found;
+        }
+        for (const Device::Named &named : find_device(machine, expected.before.at(1)).named()) {
+            found.push_back({named.name, fmt::format("0x{:02x}", named.address)});
+        }
+    } catch (const std::exception &) {
+        // What is no chassis, or no device, has no names to offer.
+    }
+    return found;
+}
+
 }  // namespace vchassis

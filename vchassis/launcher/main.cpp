@@ -76,16 +76,16 @@ void add_peek_and_poke(Command &top, Access &access) {
     const char *reg = "address of the byte, or name of the register";
     Command peek = add_command(top, "peek", "Print bytes of a device",
                                "vchassis peek build/boards/demo /dev/cpld0 0x10 4", access.place);
-    peek.word("DEVICE", access.device, device);
-    peek.word("REG", access.reg, reg);
+    peek.word(kDevice, access.device, device);
+    peek.word(kRegister, access.reg, reg);
     peek.number("COUNT", access.count, "number of bytes (default 1)", "[COUNT]", 1, kMaxCount);
     peek.runs([&access] { return peek_bytes(access); });
 
     Command poke =
         add_command(top, "poke", "Set bytes of a device, past read-only bits, too",
                     "vchassis poke build/boards/demo /dev/cpld0 0x10 0xff 0", access.place);
-    poke.word("DEVICE", access.device, device);
-    poke.word("REG", access.reg, reg);
+    poke.word(kDevice, access.device, device);
+    poke.word(kRegister, access.reg, reg);
     poke.words("VALUE", access.values, "the bytes, from REG on", "VALUE...", 1, kMaxCount);
     poke.runs([&access] { return poke_bytes(access); });
 }
@@ -93,7 +93,7 @@ void add_peek_and_poke(Command &top, Access &access) {
 // What a shell cannot know of the words of a command line.
 std::vector<dfd_tools::Candidate> known_values(const dfd_tools::Expected &expected) {
     return expected.is_rest ? std::vector<dfd_tools::Candidate>{{dfd_tools::kCommandLine, ""}}
-                            : std::vector<dfd_tools::Candidate>();
+                            : known_names(expected);
 }
 
 const dfd_tools::Program kProgram = {

@@ -146,6 +146,13 @@ void Machine::load_directory() {
     }
 }
 
+void Machine::load_initial() {
+    const fs::path file = dir_ / kDescription;
+    for (Device *device : build(parse_description(read_text(file), file.string()))) {
+        device->attach(device->initial());
+    }
+}
+
 void Machine::load_text(std::string_view toml, const std::string &file) {
     const Built built = build(parse_description(toml, file));
     store_.make();

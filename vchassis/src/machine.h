@@ -29,6 +29,8 @@ class Machine {
     // Reads DIR/chassis.toml; the state of earlier processes is kept when neither the text nor an
     // image has changed.
     void load_directory();
+    // The same without a state: all hold their initial contents, and nobody else sees them.
+    void load_initial();
     // Adds the devices of a further description, with their initial contents.
     void load_text(std::string_view toml, const std::string &file);
 

@@ -197,6 +197,29 @@ TEST_F(Completion, goes_by_files_elsewhere_than_on_this_system) {
                 ElementsAre(":command"));
 }
 
+/// From the description: no state is made for it.
+TEST_F(Completion, knows_devices_and_registers_of_a_chassis) {
+    const std::string root = board_.file("").string();
+    struct Row {
+        std::string words;
+        std::vector<std::string> wanted;
+    };
+    const Row rows[] = {
+        {"peek " + root + " /dev/cp", {"/dev/cpld0", "/dev/cpld1"}},
+        {"poke --state none " + root + " /dev/i2c-1:0x2", {"/dev/i2c-1:0x2e"}},
+        {"poke " + root + " /dev/i2c-0 : 0x5", {"0x57"}},
+        {"peek " + root + " /dev/i2c-3 :", {"0x20", "0x50", "0x55", "0x56"}},
+        {"peek " + root + " /dev/i2c-0:0x48 lim", {"limit"}},
+        {"peek " + root + " /dev/cpld9 ''", {}},
+        {"peek " + root + " /dev/cpld0 0 ''", {}},
+        {"peek /nowhere ''", {}},
+    };
+    for (const Row &row : rows) {
+        EXPECT_EQ(words_of(run_tool("vchassis __complete " + row.words)), row.wanted) << row.words;
+    }
+    EXPECT_FALSE(std::filesystem::exists(board_.file("state")));
+}
+
 /// Whether something is known of an argument: its values, that it is a path, or that nobody can
 /// know.
 bool is_known(const std::string &argument, const std::string &command) {
