@@ -39,7 +39,7 @@ awk -F'"' '/: "/ && $2 !~ / - ./ { print }' "$work/names" > "$work/out"
 [ ! -s "$work/out" ] || fail "no summary" "$work/out"
 
 # Lines that are not filled, which are those of examples and of columns.
-for page in $(grep '/man1/' "$work/real"); do
+for page in $(grep '/man[157]/' "$work/real"); do
     groff -t -mandoc -Tascii -P-c -rLL=78n -rLT=78n "$page" 2> /dev/null | col -bx |
         awk -v page="${page##*/}" '{ ++lines } length > 80 { print page ": " $0 } END { if (lines < 10) print page ": empty" }'
 done > "$work/out"
