@@ -208,7 +208,8 @@ class Smbus {
     const I2cPort &port_;
     const i2c_smbus_ioctl_data &request_;
     std::uint32_t size_;
-    i2c_smbus_data data_{};
+    // Braces alone zero the first member, a byte: this is the longest.
+    i2c_smbus_data data_{.block = {}};
     std::vector<Message> messages_;
 };
 
