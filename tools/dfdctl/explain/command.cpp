@@ -250,7 +250,7 @@ class Session {
             best = asks && is_better ? &use : best;
         }
         if (best != nullptr && (needs_function || reads_only(*best, item))) {
-            return explain_call(*best->call, best->args);
+            return explain_call(*best->call, *best->args);
         }
         const char *engine = record.frmt == INFO_FRMT_BUF ? "dfd_info_get_buf" : "dfd_info_get_int";
         return explain_call(*observe::find_call(engine), {.numbers = {item.key()}});

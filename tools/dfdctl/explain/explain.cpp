@@ -65,7 +65,7 @@ Consumer consumer_of(const observe::Use &use, const Item &item, const LoadRecord
     const bool refused = use.is_read && !use.worked && use.refused != 0;
     const auto reason = observe::reason_of(loaded, item, use.refusal);
     return {.call = use.call,
-            .args = use.args,
+            .args = *use.args,
             .is_exact = is_exact,
             .how = how_of(use),
             .worked = !refused,

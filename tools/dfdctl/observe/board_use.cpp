@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <functional>
 #include <map>
+#include <unordered_map>
 #include <unordered_set>
 
 namespace dfdctl::observe {
@@ -87,18 +88,48 @@ void vary(Finding &finding, const Answers &given) {
     }
 }
 
-/// The use of a key by a call, made where there is none. A key that is read counts as that, not
-/// also as looked at.
-Use &use_of(std::vector<Use> &uses, const CallUse &call, const Event &event) {
-    const bool is_read = event.kind == Event::Kind::engine;
+/// What is in the first of the uses of one function, made where there is none. A key that is read
+/// counts as that, not also as looked at.
+Use &use_like(std::vector<Use> &uses, const Use &wanted) {
     const auto found = std::find_if(uses.begin(), uses.end(), [&](const Use &use) {
-        return use.call == call.call && (!use.is_read || !is_read || use.op == event.op);
+        return use.call == wanted.call && (!use.is_read || !wanted.is_read || use.op == wanted.op);
     });
-    Use &use = found != uses.end() ? *found : uses.emplace_back(Use{call.call, call.args});
-    if (is_read) {
+    Use &use = found != uses.end() ? *found : uses.emplace_back(Use{wanted.call, wanted.args});
+    if (wanted.is_read) {
         use.is_read = true;
-        use.op = event.op;
-        use.has_processor = use.has_processor || event.has_processor;
+        use.op = wanted.op;
+    }
+    return use;
+}
+
+void add_use(std::vector<Use> &uses, const Use &more) {
+    Use &use = use_like(uses, more);
+    use.has_processor = use.has_processor || more.has_processor;
+    use.worked = use.worked || more.worked;
+    if (use.refused == 0) {
+        use.refused = more.refused;
+        use.refusal = more.refusal;
+    }
+}
+
+/// What an event tells of the key that it is about.
+Use use_of(const Event &event, bool everything_answered) {
+    Use use;
+    use.is_read = event.kind == Event::Kind::engine;
+    if (!use.is_read) {
+        return use;
+    }
+    use.op = event.op;
+    use.has_processor = event.has_processor;
+    if (!everything_answered) {
+        return use;
+    }
+    use.worked = event.result >= 0;
+    if (event.result < 0) {
+        use.refused = event.result;
+        // A value that a conversion table does not have tells nothing of the description.
+        const bool is_look_up = event.result == DFD_ERR_NOT_SUPPORTED && event.op != Op::get_buf;
+        use.refusal = is_look_up ? dfd::watch::Refusal::none : event.refusal;
     }
     return use;
 }
@@ -110,27 +141,55 @@ void note_list(BoardUse &board, const Call *call, std::uint32_t type) {
     }
 }
 
-void note_run(BoardUse &board, const CallUse &call, const Run &run) {
-    for (const Event &event : run.seen.events) {
-        if (event.kind == Event::Kind::conversion) {
-            note_list(board, call.call, list_type(event.list));
-        }
-        if (event.kind != Event::Kind::lookup && event.kind != Event::Kind::engine) {
-            continue;
-        }
-        Use &use = use_of(board.keys[event.key], call, event);
-        if (event.kind == Event::Kind::lookup || run.answers.from != Answers::From::values) {
-            continue;
-        }
-        use.worked = use.worked || event.result >= 0;
-        if (event.result < 0 && use.refused == 0) {
-            use.refused = event.result;
-            // A value that a conversion table does not have tells nothing of the description.
-            const bool is_look_up =
-                event.result == DFD_ERR_NOT_SUPPORTED && event.op != Op::get_buf;
-            use.refusal = is_look_up ? dfd::watch::Refusal::none : event.refusal;
+/// What a call tells of the board.
+struct Told {
+    Keys keys;
+    std::vector<std::vector<Use>> uses;  ///< of each key, without call and arguments
+    std::vector<std::uint32_t> lists;    ///< key types
+    bool works = false;
+    int code = 0;
+    /// It is told by the items that the engine was asked for, and by nothing else.
+    bool is_by_items = true;
+
+    bool is_like(const Told &other) const {
+        return uses == other.uses && works == other.works && code == other.code;
+    }
+};
+
+Told told_by(const Exploration &found) {
+    Told told{.keys = found.keys(),
+              .uses = {},
+              .lists = {},
+              .works = found.works(),
+              .code = found.code()};
+    told.uses.resize(told.keys.size());
+    told.is_by_items = found.runs.size() < kMaxRuns;
+    std::unordered_map<std::uint32_t, std::size_t> places;
+    for (const std::uint32_t key : told.keys) {
+        places.emplace(key, places.size());
+    }
+    for (const Run &run : found.runs) {
+        told.is_by_items = told.is_by_items && run.seen.dropped == 0;
+        for (const Event &event : run.seen.events) {
+            switch (event.kind) {
+                case Event::Kind::conversion:
+                    told.lists.push_back(list_type(event.list));
+                    told.is_by_items = false;
+                    break;
+                case Event::Kind::transfer:
+                    told.is_by_items = told.is_by_items && event.engine != kOutside;
+                    break;
+                case Event::Kind::lookup:
+                case Event::Kind::engine:
+                    add_use(told.uses[places.at(event.key)],
+                            use_of(event, run.answers.from == Answers::From::values));
+                    break;
+                default:
+                    break;
+            }
         }
     }
+    return told;
 }
 
 Answers with_own_slot(Answers answers, const Units &units) {
@@ -205,9 +264,117 @@ void tell_of_names(std::vector<Told> &all, const Names &names, CallOf call_of) {
     }
 }
 
+/// A function with every unit of the board.
+class CallsOf {
+  public:
+    CallsOf(const Observer &observer, const Units &units, const Call &call, Rows rows)
+        : observer_(observer),
+          units_(units),
+          call_(call),
+          rows_(rows),
+          own_slot_(observer.own_slot(with_own_slot(Answers::all(1), units))) {}
+
+    void add_to(BoardUse &board) {
+        const std::vector<Args> all = units_.all_args(call_);
+        std::vector<Seen> seen(all.size());
+        for (std::size_t i = 0; i < all.size(); ++i) {
+            // From both ends: what is alike then lies between.
+            const std::size_t at = i % 2 == 0 ? i / 2 : all.size() - 1 - i / 2;
+            seen[at] = seen_with(all[at]);
+        }
+        for (std::size_t i = 0; i < all.size(); ++i) {
+            add(board, board.args.emplace_back(all[i]), std::move(seen[i]));
+        }
+    }
+
+  private:
+    struct Seen {
+        const Told *told = nullptr;
+        Keys keys = {};  ///< in the place of what is told
+    };
+    struct Known {
+        const Told *told;
+        Pattern pattern;
+    };
+    /// A board on which no unit is like another is not searched for long.
+    static constexpr std::size_t kMaxPatterns = 8;
+
+    Seen seen_with(const Args &args) {
+        const bool may_be_like = may_be_like_others(args);
+        if (may_be_like) {
+            for (const Known &known : known_) {
+                if (std::optional<Keys> keys = known.pattern.keys_of(args)) {
+                    return {known.told, std::move(*keys)};
+                }
+            }
+        }
+        const Told &told = told_.emplace_back(told_by(explore(observer_, units_, call_, args)));
+        if (may_be_like && told.is_by_items) {
+            learn(args, told);
+        }
+        return {&told, told.keys};
+    }
+
+    /// Functions treat this card among the others, and the fabric card, in a way of their own.
+    bool is_special(Role role, std::uint32_t number) const {
+        const bool is_place = role == Role::slot || role == Role::card;
+        return is_place && (number == own_slot_ || units_.card_of(number) != number);
+    }
+
+    bool may_be_like_others(const Args &args) const {
+        if (rows_ == Rows::observed || args.numbers.empty() || call_.subsystem == Subsystem::irq) {
+            return false;
+        }
+        const std::vector<Role> roles = call_.number_roles();
+        for (std::size_t i = 0; i < roles.size(); ++i) {
+            if (is_special(roles[i], args.numbers[i])) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    void learn(const Args &args, const Told &told) {
+        for (Known &known : known_) {
+            if (known.told->is_like(told) && known.pattern.takes(args, told.keys)) {
+                return;
+            }
+        }
+        if (known_.size() == kMaxPatterns) {
+            known_.pop_front();
+        }
+        known_.push_back({&told, Pattern(call_, args, told.keys)});
+    }
+
+    void add(BoardUse &board, const Args &args, Seen seen) const {
+        for (std::size_t i = 0; i < seen.keys.size(); ++i) {
+            std::vector<Use> &uses = board.keys[seen.keys[i]];
+            for (Use use : seen.told->uses[i]) {
+                use.call = &call_;
+                use.args = &args;
+                add_use(uses, use);
+            }
+        }
+        for (const std::uint32_t type : seen.told->lists) {
+            note_list(board, &call_, type);
+        }
+        board.calls.push_back(
+            {&call_, &args, std::move(seen.keys), seen.told->works, seen.told->code});
+    }
+
+    const Observer &observer_;
+    const Units &units_;
+    const Call &call_;
+    const Rows rows_;
+    /// As the functions see it: an item need not be able to hold the number that it is to read.
+    const std::optional<std::uint32_t> own_slot_;
+    std::deque<Told> told_;
+    std::deque<Known> known_;
+};
+
 }  // namespace
 
-BoardUse observe_board(const Observer &observer, const Units &units) {
+BoardUse observe_board(const Observer &observer, const Units &units, Rows rows) {
     BoardUse board;
     Names names;
     for (const Call &call : calls()) {
@@ -218,13 +385,7 @@ BoardUse observe_board(const Observer &observer, const Units &units) {
             names.emplace(find_call(call.passes_to), &call);
             continue;
         }
-        for (const Args &args : units.all_args(call)) {
-            const Exploration found = explore(observer, units, call, args);
-            board.calls.push_back({&call, args, found.keys(), found.works(), found.code()});
-            for (const Run &run : found.runs) {
-                note_run(board, board.calls.back(), run);
-            }
-        }
+        CallsOf(observer, units, call, rows).add_to(board);
     }
     const auto call_of = [](auto &told) -> auto & {
         return told.call;

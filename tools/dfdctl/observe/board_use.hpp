@@ -2,8 +2,10 @@
 // Who uses what on a board: every getter, setter and control observed with every unit.
 #pragma once
 
+#include <deque>
 #include <map>
 
+#include "dfdctl/observe/alike.hpp"
 #include "dfdctl/observe/observer.hpp"
 #include "dfdctl/observe/units.hpp"
 
@@ -19,12 +21,12 @@ struct Run {
 /// on what it reads.
 struct Exploration {
     std::vector<Run> runs;
-    std::size_t deepest = 0;           ///< of the runs: asks for the most keys
-    std::vector<std::uint32_t> asked;  ///< keys that a run asks for
+    std::size_t deepest = 0;  ///< of the runs: asks for the most keys
+    Keys asked;               ///< that a run asks for
 
     const Run &best() const { return runs[deepest]; }
     /// All keys of all runs, in the order of their discovery.
-    const std::vector<std::uint32_t> &keys() const { return asked; }
+    const Keys &keys() const { return asked; }
     /// Some run was a success: the result is not negative.
     bool works() const;
     /// 0 where some run was a success; otherwise the result of the deepest run.
@@ -40,32 +42,42 @@ bool is_of_board(const Call &call);
 
 /// What a function makes of a key.
 struct Use {
-    const Call *call;
-    Args args;             ///< of the first call that asked
-    bool is_read = false;  ///< asked of the engine; otherwise only the record was looked at
+    const Call *call = nullptr;
+    const Args *args = nullptr;  ///< of the first call that asked
+    bool is_read = false;        ///< asked of the engine; otherwise only the record was looked at
     dfd::watch::Op op = {};
     bool has_processor = false;        ///< the function converts the bytes itself
     bool worked = false;               ///< the engine did it at least once
     int refused = 0;                   ///< negative code of the engine although everything answered
     dfd::watch::Refusal refusal = {};  ///< why
+
+    bool operator==(const Use &) const = default;
 };
 
 /// A call with its arguments.
 struct CallUse {
     const Call *call;
-    Args args;
-    std::vector<std::uint32_t> keys;  ///< in the order of asking
-    bool works = false;               ///< Exploration::works
-    int code = 0;                     ///< Exploration::code
+    const Args *args;
+    Keys keys;
+    bool works = false;  ///< Exploration::works
+    int code = 0;        ///< Exploration::code
 };
 
 struct BoardUse {
+    BoardUse() = default;
+    BoardUse(BoardUse &&) = default;
+
+    std::deque<Args> args;                           ///< that the others point to
     std::map<std::uint32_t, std::vector<Use>> keys;  ///< asked for, configured or not
     /// Key types whose items are looked up as a list, by a text or a register value.
     std::map<std::uint32_t, std::vector<const Call *>> lists;
     std::vector<CallUse> calls;
 };
 
-BoardUse observe_board(const Observer &observer, const Units &units);
+/// Whether each unit is observed, or a unit that is described like others is said to be used as
+/// they are: the same, in a tenth of the time.
+enum class Rows { observed, taken_over };
+
+BoardUse observe_board(const Observer &observer, const Units &units, Rows rows = Rows::taken_over);
 
 }  // namespace dfdctl::observe

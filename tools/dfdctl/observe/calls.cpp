@@ -97,6 +97,16 @@ std::vector<const Param *> Call::inputs() const {
     return result;
 }
 
+std::vector<Role> Call::number_roles() const {
+    std::vector<Role> roles;
+    for (const Param *param : inputs()) {
+        if (facts_of(param->role).kind != RoleKind::text) {
+            roles.push_back(param->role);
+        }
+    }
+    return roles;
+}
+
 bool Call::only_reads() const {
     const bool delivers = std::any_of(params().begin(), params().end(), [](const Param &param) {
         return facts_of(param.role).kind == RoleKind::output;

@@ -154,6 +154,8 @@ struct Call {
     std::string usage() const;
     /// Parameters that the caller may give: numbers and texts, in order.
     std::vector<const Param *> inputs() const;
+    /// Of those, what the numbers stand for.
+    std::vector<Role> number_roles() const;
 };
 
 /// Arguments, by kind in the order of the parameters; what is missing gets its standard.

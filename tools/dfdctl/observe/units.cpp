@@ -191,13 +191,10 @@ std::vector<std::uint32_t> Units::values_of(const Call &call, Role role,
 
 std::vector<Args> Units::all_args(const Call &call) const {
     std::vector<Args> all = {{}};
-    for (const Param *param : call.inputs()) {
-        if (facts_of(param->role).kind == RoleKind::text) {
-            continue;
-        }
+    for (const Role role : call.number_roles()) {
         std::vector<Args> longer;
         for (const Args &args : all) {
-            for (const std::uint32_t number : values_of(call, param->role, args.numbers)) {
+            for (const std::uint32_t number : values_of(call, role, args.numbers)) {
                 longer.push_back(args);
                 longer.back().numbers.push_back(number);
             }

@@ -22,6 +22,9 @@ class Units {
     /// Every combination of the numbers of a call; other numbers have their standard.
     std::vector<Args> all_args(const Call &call) const;
 
+    /// The card of a slot, as the keys of its items have it.
+    std::uint32_t card_of(std::uint32_t slot) const;
+
     /// The slot of this card, by which others see it: as configured where that is a constant,
     /// otherwise a number that no other card of the configuration has.
     std::uint32_t own_slot() const { return own_slot_; }
@@ -42,7 +45,6 @@ class Units {
     std::vector<std::uint32_t> values_of(const Call &call, Role role,
                                          std::span<const std::uint32_t> before) const;
     void find_own_slot(std::optional<std::uint32_t> known);
-    std::uint32_t card_of(std::uint32_t slot) const;
 
     const LoadRecord &record_;
     std::uint32_t own_slot_ = 0;

@@ -140,7 +140,7 @@ TEST_F(ObserverOnDemo, BoardUseKnowsReadersWritersAndLists) {
         const auto found = board.keys.find(parse_item(name, indexes).key());
         if (found != board.keys.end()) {
             for (const Use &use : found->second) {
-                texts.push_back(text_of(*use.call, use.args) + (use.is_read ? " reads" : "") +
+                texts.push_back(text_of(*use.call, *use.args) + (use.is_read ? " reads" : "") +
                                 (use.worked ? "" : " in vain"));
             }
         }
