@@ -170,7 +170,8 @@ const Record *record_of(const Item &item) {
     if (std::is_same_v<Record, info_ctrl_t> && item.type->kind != Kind::info_ctrl) {
         return nullptr;
     }
-    return static_cast<const Record *>(dfd_lib_cfg_get_item(item.key()));
+    return static_cast<const Record *>(item.record != nullptr ? item.record
+                                                              : dfd_lib_cfg_get_item(item.key()));
 }
 template const int *record_of<int>(const Item &);
 template const char *record_of<char>(const Item &);

@@ -47,6 +47,7 @@ struct Item {
     const KeyType *type;
     std::uint32_t index1;
     std::uint32_t index2;
+    const void *record = nullptr;  ///< once it was looked up: record_of() does so otherwise
 
     std::uint32_t key() const { return DFD_MAKE_KEY(type->type, index1, index2); }
     /// As a line of the configuration begins: "fan_real_speed_1_2", "irq_info_0x0102_3"; with a

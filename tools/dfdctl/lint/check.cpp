@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <dfd/framework.h>
 #include <algorithm>
 #include <array>
 #include <cassert>
@@ -180,7 +181,8 @@ std::string Check::place(const SourceLine &line) const {
 const std::vector<Item> &Check::items(Kind kind) const {
     if (items_.empty()) {
         for (const auto &[key, origins] : log_.origins) {
-            const Item item = item_of_key(key);
+            Item item = item_of_key(key);
+            item.record = dfd_lib_cfg_get_item(key);
             items_[item.type->kind].push_back(item);
         }
     }

@@ -13,8 +13,10 @@
 
 namespace dfdctl::lint {
 
-std::vector<Item> configured(const Check &check, std::uint32_t type) {
-    return items_of(check.log(), type);
+std::span<const Item> configured(const Check &check, std::uint32_t type) {
+    const auto found = std::ranges::equal_range(check.items(item_of(type).type->kind), type, {},
+                                                [](const Item &item) { return item.type->type; });
+    return found;
 }
 
 const std::vector<Item> &configured(const Check &check, Kind kind) {

@@ -23,7 +23,7 @@ inline constexpr std::uint32_t kMaxBytes = 255;
 inline constexpr std::uint32_t kIntegerBytes = 4;
 
 /// Configured items of a type, by index.
-std::vector<Item> configured(const Check &check, std::uint32_t type);
+std::span<const Item> configured(const Check &check, std::uint32_t type);
 /// Configured items of a kind, by key.
 const std::vector<Item> &configured(const Check &check, Kind kind);
 bool has(std::uint32_t type, std::uint32_t index1 = 0, std::uint32_t index2 = 0);

@@ -88,7 +88,7 @@ bool is_other_slot(std::uint32_t slot, bool has_own_sensors) {
 
 /// The only card, fabric apart, that has sensors and is known by nothing else.
 std::optional<std::uint32_t> only_measured_card(const Check &check) {
-    const std::vector<Item> sensors = configured(check, DFD_KEY_CARD_TEMP_INFO);
+    const std::span<const Item> sensors = configured(check, DFD_KEY_CARD_TEMP_INFO);
     const bool has_own = std::ranges::any_of(sensors, [](const Item &item) {
         return item.index1 == 0 && !is_place_only(item_of(DFD_KEY_CARD_TEMP_CTRL, 0, item.index2));
     });
@@ -225,7 +225,7 @@ void check_own_power(Check &check) {
     const std::string &path = check.log().list_path;
     const auto type = static_cast<std::uint32_t>(
         std::strtoul(path.substr(path.rfind('/') + 1).c_str(), nullptr, kHex));
-    const std::vector<Item> items = configured(check, DFD_KEY_MY_RATE_POWER);
+    const std::span<const Item> items = configured(check, DFD_KEY_MY_RATE_POWER);
     if (!items.empty() && type != 0 && !has(DFD_KEY_MY_RATE_POWER, type)) {
         check.at_item("own-power-missing", items.front().key(),
                       fmt::format("my_rate_power goes by board type, and there is none for this "

@@ -15,11 +15,11 @@ namespace {
 
 /// Where speeds are set, each rotor that is watched is: the level goes to one rotor at a time.
 void check_settable(Check &check) {
-    const std::vector<Item> settable = configured(check, DFD_KEY_FAN_CFG_SPEED);
+    const std::span<const Item> settable = configured(check, DFD_KEY_FAN_CFG_SPEED);
     const auto example =
         std::ranges::find_if(settable, [](const Item &item) { return item.index2 > 0; });
     if (example == settable.end()) {
-        const std::vector<Item> levels = configured(check, DFD_KEY_GET_FAN_CFG_SPEED);
+        const std::span<const Item> levels = configured(check, DFD_KEY_GET_FAN_CFG_SPEED);
         if (settable.empty() && !levels.empty()) {
             check.at_item(
                 "rotor-unset", levels.front().key(),
@@ -47,7 +47,7 @@ void check_settable(Check &check) {
 
 /// Whether the level of each rotor that is watched can be told.
 bool has_all_levels(Check &check, std::uint32_t tray) {
-    const std::vector<Item> speeds = configured(check, DFD_KEY_FAN_REAL_SPEED);
+    const std::span<const Item> speeds = configured(check, DFD_KEY_FAN_REAL_SPEED);
     return std::all_of(speeds.begin(), speeds.end(), [tray](const Item &speed) {
         return speed.index1 != tray || has(DFD_KEY_GET_FAN_CFG_SPEED, tray, speed.index2);
     });

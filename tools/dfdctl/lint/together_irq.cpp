@@ -145,7 +145,8 @@ std::uint32_t bit_towards(const Item &status, const Source &source) {
 }
 
 void check_status_field(Check &check, const Item &status, std::uint32_t bits) {
-    std::vector<Item> unseen = configured(check, DFD_KEY_IRQ_INFO);
+    const std::span<const Item> all_unseen = configured(check, DFD_KEY_IRQ_INFO);
+    std::vector<Item> unseen(all_unseen.begin(), all_unseen.end());
     std::erase_if(unseen, [&](const Item &item) {
         const Source source = source_of(item);
         return !source.is_in_table() || bit_towards(status, source) < bits;
@@ -239,7 +240,7 @@ bool is_plain_number(const Check &check, const Item &item) {
 
 void check_unit_number(Check &check, const Item &item, const UnitSource &of, bool is_usual) {
     const irq_info_t &info = *record_of<irq_info_t>(item);
-    const std::vector<Item> units = configured(check, of.presence);
+    const std::span<const Item> units = configured(check, of.presence);
     if (!is_set(check, item, kIrqUnit)) {
         if (is_usual) {
             check.at_item("irq-without-unit", item.key(),
@@ -268,7 +269,8 @@ void check_unit_numbers(Check &check) {
                misread.contains(check.place_of(line));
     });
     for (const UnitSource &of : kUnitSources) {
-        std::vector<Item> sources = configured(check, DFD_KEY_IRQ_INFO);
+        const std::span<const Item> all_sources = configured(check, DFD_KEY_IRQ_INFO);
+        std::vector<Item> sources(all_sources.begin(), all_sources.end());
         std::erase_if(sources, [&](const Item &item) {
             return record_of<irq_info_t>(item)->type != of.type || !is_set(check, item, kIrqType);
         });

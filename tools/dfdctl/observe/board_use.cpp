@@ -4,7 +4,6 @@
 #include <dfd/framework.h>
 #include <dfd/keys.h>
 #include <algorithm>
-#include <functional>
 #include <map>
 #include <unordered_map>
 #include <unordered_set>
@@ -242,53 +241,35 @@ bool is_of_board(const Call &call) {
 
 namespace {
 
-/// By the function that they pass everything through to.
-using Names = std::multimap<const Call *, const Call *>;
-
-/// Says of each name of a function what was observed of it, in the order of the table of calls.
-template <typename Told, typename CallOf>
-void tell_of_names(std::vector<Told> &all, const Names &names, CallOf call_of) {
-    const std::size_t count = all.size();
-    for (std::size_t i = 0; i < count; ++i) {
-        const auto [first, last] = names.equal_range(call_of(all[i]));
-        for (auto name = first; name != last; ++name) {
-            Told told = all[i];
-            call_of(told) = name->second;
-            all.push_back(std::move(told));
-        }
-    }
-    if (all.size() != count) {
-        std::stable_sort(all.begin(), all.end(), [&](const Told &a, const Told &b) {
-            return std::less<>()(call_of(a), call_of(b));
-        });
-    }
-}
-
 /// A function with every unit of the board.
 class CallsOf {
   public:
-    CallsOf(const Observer &observer, const Units &units, const Call &call, Rows rows)
-        : observer_(observer),
-          units_(units),
-          call_(call),
-          rows_(rows),
-          own_slot_(observer.own_slot(with_own_slot(Answers::all(1), units))) {}
-
-    void add_to(BoardUse &board) {
-        const std::vector<Args> all = units_.all_args(call_);
-        std::vector<Seen> seen(all.size());
-        for (std::size_t i = 0; i < all.size(); ++i) {
-            // From both ends: what is alike then lies between.
-            const std::size_t at = i % 2 == 0 ? i / 2 : all.size() - 1 - i / 2;
-            seen[at] = seen_with(all[at]);
+    CallsOf(const Observer &observer, const Units &units, const Call &call, Rows rows,
+            std::optional<std::uint32_t> own_slot, BoardUse &board)
+        : observer_(observer), units_(units), call_(call), rows_(rows), own_slot_(own_slot) {
+        for (Args &args : units.all_args(call)) {
+            seen_.push_back({.args = &board.args.emplace_back(std::move(args))});
         }
-        for (std::size_t i = 0; i < all.size(); ++i) {
-            add(board, board.args.emplace_back(all[i]), std::move(seen[i]));
+        for (std::size_t i = 0; i < seen_.size(); ++i) {
+            // From both ends: what is alike then lies between.
+            see(seen_[i % 2 == 0 ? i / 2 : seen_.size() - 1 - i / 2]);
+        }
+    }
+
+    /// Adds it under one of its names.
+    void add_to(BoardUse &board, const Call &name) const {
+        for (const Seen &seen : seen_) {
+            add_uses(board, name, seen);
+            for (const std::uint32_t type : seen.told->lists) {
+                note_list(board, &name, type);
+            }
+            board.calls.push_back({&name, seen.args, seen.keys, seen.told->works, seen.told->code});
         }
     }
 
   private:
     struct Seen {
+        const Args *args;
         const Told *told = nullptr;
         Keys keys = {};  ///< in the place of what is told
     };
@@ -299,12 +280,15 @@ class CallsOf {
     /// A board on which no unit is like another is not searched for long.
     static constexpr std::size_t kMaxPatterns = 8;
 
-    Seen seen_with(const Args &args) {
+    void see(Seen &seen) {
+        const Args &args = *seen.args;
         const bool may_be_like = may_be_like_others(args);
         if (may_be_like) {
             for (const Known &known : known_) {
                 if (std::optional<Keys> keys = known.pattern.keys_of(args)) {
-                    return {known.told, std::move(*keys)};
+                    seen.told = known.told;
+                    seen.keys = std::move(*keys);
+                    return;
                 }
             }
         }
@@ -312,7 +296,8 @@ class CallsOf {
         if (may_be_like && told.is_by_items) {
             learn(args, told);
         }
-        return {&told, told.keys};
+        seen.told = &told;
+        seen.keys = told.keys;
     }
 
     /// Functions treat this card among the others, and the fabric card, in a way of their own.
@@ -325,9 +310,8 @@ class CallsOf {
         if (rows_ == Rows::observed || args.numbers.empty() || call_.subsystem == Subsystem::irq) {
             return false;
         }
-        const std::vector<Role> roles = call_.number_roles();
-        for (std::size_t i = 0; i < roles.size(); ++i) {
-            if (is_special(roles[i], args.numbers[i])) {
+        for (std::size_t i = 0; i < roles_.size(); ++i) {
+            if (is_special(roles_[i], args.numbers[i])) {
                 return false;
             }
         }
@@ -346,20 +330,15 @@ class CallsOf {
         known_.push_back({&told, Pattern(call_, args, told.keys)});
     }
 
-    void add(BoardUse &board, const Args &args, Seen seen) const {
+    static void add_uses(BoardUse &board, const Call &name, const Seen &seen) {
         for (std::size_t i = 0; i < seen.keys.size(); ++i) {
             std::vector<Use> &uses = board.keys[seen.keys[i]];
             for (Use use : seen.told->uses[i]) {
-                use.call = &call_;
-                use.args = &args;
+                use.call = &name;
+                use.args = seen.args;
                 add_use(uses, use);
             }
         }
-        for (const std::uint32_t type : seen.told->lists) {
-            note_list(board, &call_, type);
-        }
-        board.calls.push_back(
-            {&call_, &args, std::move(seen.keys), seen.told->works, seen.told->code});
     }
 
     const Observer &observer_;
@@ -368,6 +347,8 @@ class CallsOf {
     const Rows rows_;
     /// As the functions see it: an item need not be able to hold the number that it is to read.
     const std::optional<std::uint32_t> own_slot_;
+    const std::vector<Role> roles_ = call_.number_roles();
+    std::vector<Seen> seen_;
     std::deque<Told> told_;
     std::deque<Known> known_;
 };
@@ -375,28 +356,19 @@ class CallsOf {
 }  // namespace
 
 BoardUse observe_board(const Observer &observer, const Units &units, Rows rows) {
+    const auto own_slot = observer.own_slot(with_own_slot(Answers::all(1), units));
     BoardUse board;
-    Names names;
+    std::map<const Call *, CallsOf> observed;
     for (const Call &call : calls()) {
-        if (!is_of_board(call)) {
-            continue;
+        if (is_of_board(call) && call.passes_to.empty()) {
+            observed.try_emplace(&call, observer, units, call, rows, own_slot, board);
         }
-        if (!call.passes_to.empty()) {
-            names.emplace(find_call(call.passes_to), &call);
-            continue;
+    }
+    for (const Call &call : calls()) {
+        if (is_of_board(call)) {
+            observed.at(call.passes_to.empty() ? &call : find_call(call.passes_to))
+                .add_to(board, call);
         }
-        CallsOf(observer, units, call, rows).add_to(board);
-    }
-    const auto call_of = [](auto &told) -> auto & {
-        return told.call;
-    };
-    tell_of_names(board.calls, names, call_of);
-    for (auto &[key, uses] : board.keys) {
-        tell_of_names(uses, names, call_of);
-    }
-    for (auto &[type, users] : board.lists) {
-        tell_of_names(
-            users, names, [](auto &call) -> auto & { return call; });
     }
     return board;
 }

@@ -118,8 +118,8 @@ Numbers Units::irq_types() const {
     return found;
 }
 
-Numbers Units::numbers(Role role, std::span<const std::uint32_t> before) const {
-    const std::uint32_t first = before.empty() ? 0 : before.front();
+/// `first`: the number before it in the call, of rotors and LEDs; of channels and sensors the card.
+Numbers Units::numbers(Role role, std::uint32_t first) const {
     switch (role) {
         case Role::fan:
             return units_of(record_, UnitKind::tray);
@@ -134,7 +134,10 @@ Numbers Units::numbers(Role role, std::span<const std::uint32_t> before) const {
         case Role::sub_slot:
             return units_of(record_, UnitKind::sub_slot);
         case Role::channel:
-            return channels_of(record_, card_of(first));
+            return channels_of(record_, first);
+        case Role::sensor:
+        case Role::card_sensor:
+            return sensors(role, first);
         case Role::port:
             return units_of(record_, UnitKind::port);
         case Role::mac:
@@ -164,20 +167,8 @@ Numbers Units::numbers(Role role, std::span<const std::uint32_t> before) const {
     }
 }
 
-std::vector<std::uint32_t> Units::values(Role role, std::span<const std::uint32_t> before) const {
-    const Numbers found = numbers(role, before);
-    return {found.begin(), found.end()};
-}
-
-/// The numbers of one parameter. A sensor stands behind a slot or a card, or alone for the own one.
-std::vector<std::uint32_t> Units::values_of(const Call &call, Role role,
-                                            std::span<const std::uint32_t> before) const {
-    if (role != Role::sensor && role != Role::card_sensor) {
-        return values(role, before);
-    }
-    const bool behind_slot = !before.empty() && call.inputs().front()->role == Role::slot;
-    const std::uint32_t first = before.empty() ? 0 : before.front();
-    const std::uint32_t card = behind_slot ? card_of(first) : first;
+/// Of a card; without those of switch chips where these have functions of their own.
+Numbers Units::sensors(Role role, std::uint32_t card) const {
     Numbers found = second_indexes(record_, DFD_KEY_CARD_TEMP_INFO, card);
     if (role == Role::card_sensor) {
         std::erase_if(found, [card](std::uint32_t sensor) {
@@ -186,17 +177,46 @@ std::vector<std::uint32_t> Units::values_of(const Call &call, Role role,
             return record != nullptr && record->type == TEMP_INFO_MAC;
         });
     }
-    return {found.begin(), found.end()};
+    return found;
+}
+
+/// Numbers of an index, given the first number of the same call and its role; the standard number
+/// alone for what is no index. Rotors depend on the tray, channels on the slot. A sensor stands
+/// behind a slot or a card, or alone for the own one.
+const std::vector<std::uint32_t> &Units::values_of(Role role, Role before,
+                                                   std::uint32_t first) const {
+    switch (role) {
+        case Role::rotor:
+        case Role::led_unit:
+            break;
+        case Role::channel:
+        case Role::sensor:
+        case Role::card_sensor:
+            first = before == Role::slot ? card_of(first) : first;
+            break;
+        default:
+            first = 0;
+    }
+    const auto [at, is_new] = known_.try_emplace({role, first});
+    if (is_new) {
+        const Numbers found = numbers(role, first);
+        at->second.assign(found.begin(), found.end());
+    }
+    return at->second;
 }
 
 std::vector<Args> Units::all_args(const Call &call) const {
     std::vector<Args> all = {{}};
-    for (const Role role : call.number_roles()) {
+    const std::vector<Role> roles = call.number_roles();
+    for (const Role role : roles) {
         std::vector<Args> longer;
         for (const Args &args : all) {
-            for (const std::uint32_t number : values_of(call, role, args.numbers)) {
-                longer.push_back(args);
-                longer.back().numbers.push_back(number);
+            const std::uint32_t first = args.numbers.empty() ? 0 : args.numbers.front();
+            for (const std::uint32_t number : values_of(role, roles.front(), first)) {
+                Args &next = longer.emplace_back();
+                next.numbers.reserve(roles.size());
+                next.numbers = args.numbers;
+                next.numbers.push_back(number);
             }
         }
         all = std::move(longer);

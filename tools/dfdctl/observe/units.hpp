@@ -2,6 +2,7 @@
 // Which numbers the indexes of a call can have: units of the board, by the roles of parameters.
 #pragma once
 
+#include <map>
 #include <optional>
 
 #include "dfdctl/board/units.hpp"
@@ -14,10 +15,6 @@ class Units {
     /// Of the items that are configured: constants in them count, nothing is read. The slot of this
     /// card, where the caller knows it.
     explicit Units(const LoadRecord &record, std::optional<std::uint32_t> own_slot = {});
-
-    /// Numbers of an index, given the numbers before it in the same call; the standard number
-    /// alone for what is no index. Rotors depend on the tray, channels on the slot.
-    std::vector<std::uint32_t> values(Role role, std::span<const std::uint32_t> before = {}) const;
 
     /// Every combination of the numbers of a call; other numbers have their standard.
     std::vector<Args> all_args(const Call &call) const;
@@ -35,18 +32,20 @@ class Units {
 
   private:
     Numbers index1_of(std::uint32_t type) const;
-    Numbers numbers(Role role, std::span<const std::uint32_t> before) const;
+    Numbers numbers(Role role, std::uint32_t first) const;
+    Numbers sensors(Role role, std::uint32_t card) const;
+    const std::vector<std::uint32_t> &values_of(Role role, Role before, std::uint32_t first) const;
     Numbers slots() const;
     Numbers led_types() const;
     Numbers led_units(std::uint32_t led_type) const;
     Numbers macs() const;
     Numbers backplanes() const;
     Numbers irq_types() const;
-    std::vector<std::uint32_t> values_of(const Call &call, Role role,
-                                         std::span<const std::uint32_t> before) const;
     void find_own_slot(std::optional<std::uint32_t> known);
 
     const LoadRecord &record_;
+    /// By role, and the number that they depend on.
+    mutable std::map<std::pair<Role, std::uint32_t>, std::vector<std::uint32_t>> known_;
     std::uint32_t own_slot_ = 0;
     std::uint32_t own_slot_value_ = 0;
     bool is_own_slot_assumed_ = false;
