@@ -4,7 +4,6 @@
 #include <dfd/records.h>
 #include <algorithm>
 #include <array>
-#include <deque>
 #include <map>
 #include <set>
 #include <tuple>
@@ -186,22 +185,28 @@ using Bits = std::tuple<const Device *, std::uint32_t, std::uint32_t, std::uint8
 class Rows {
   public:
     explicit Rows(const std::map<Device, std::vector<Claim>> &devices) {
-        std::map<Bits, std::set<std::uint32_t>> types;
+        std::vector<std::pair<Bits, std::uint32_t>> types;
         for (const auto &[device, claims] : devices) {
             for (const Claim &claim : claims) {
-                const std::uint32_t type = claim.item.type->type;
                 const Bits bits(&device, claim.first, claim.bytes, claim.mask);
-                bits_.emplace(claim.item.key(), bits);
-                ++rows_[type].units;
-                rows_[type].places += types[bits].insert(type).second ? 1 : 0;
+                bits_.emplace_back(claim.item.key(), bits);
+                types.emplace_back(bits, claim.item.type->type);
+                ++rows_[claim.item.type->type].units;
             }
         }
-        for (const auto &[bits, sharing] : types) {
-            for (const std::uint32_t type : sharing) {
-                for (const std::uint32_t other : sharing) {
-                    ++meetings_[{type, other}];
+        std::ranges::sort(bits_);
+        std::ranges::sort(types);
+        types.erase(std::unique(types.begin(), types.end()), types.end());
+        for (auto at = types.begin(); at != types.end();) {
+            const auto end = std::find_if(
+                at, types.end(), [&](const auto &other) { return other.first != at->first; });
+            for (auto type = at; type != end; ++type) {
+                ++rows_[type->second].places;
+                for (auto other = at; other != end; ++other) {
+                    ++meetings_[{type->second, other->second}];
                 }
             }
+            at = end;
         }
     }
 
@@ -218,8 +223,9 @@ class Rows {
     }
     /// Null for an item that claims nothing.
     const Bits *find(std::uint32_t key) const {
-        const auto found = bits_.find(key);
-        return found != bits_.end() ? &found->second : nullptr;
+        const auto found =
+            std::ranges::lower_bound(bits_, key, {}, &std::pair<std::uint32_t, Bits>::first);
+        return found != bits_.end() && found->first == key ? &found->second : nullptr;
     }
 
     /// Fewer units prove nothing.
@@ -232,7 +238,7 @@ class Rows {
     };
     std::map<std::uint32_t, Row> rows_;
     std::map<std::pair<std::uint32_t, std::uint32_t>, std::size_t> meetings_;  ///< by two types
-    std::map<std::uint32_t, Bits> bits_;
+    std::vector<std::pair<std::uint32_t, Bits>> bits_;                         ///< by key
 };
 
 /// What is written, and what reads it back or is read beside it.
@@ -394,39 +400,35 @@ void add_conflict(Check &check, const Claim &at, const Claim &other, const Confl
                                 conflict.text));
 }
 
-/// What conflict_of() looks at: claims that are alike in it are alike to all others.
-auto kind_of(const Claim &claim) {
-    return std::tuple(claim.first, claim.bytes, claim.mask, claim.is_field, claim.item.type->type,
-                      claim.ctrl->frmt, claim.ctrl->pola,
-                      claim.item.type->type == DFD_KEY_IRQ_MASK ? irq_type_of(claim.item) : 0);
+/// Whether conflict_of() finds the same for both, whatever the other claim is.
+bool are_alike(const Claim &a, const Claim &b) {
+    const auto kind_of = [](const Claim &claim) {
+        return std::tuple(claim.is_field, claim.item.type, claim.ctrl->frmt, claim.ctrl->pola,
+                          claim.item.type->type == DFD_KEY_IRQ_MASK ? irq_type_of(claim.item) : 0);
+    };
+    return a == b && kind_of(a) == kind_of(b);
 }
 
-/// Each claim against one of each kind before it that may reach so far; one finding a claim, none
-/// for those that something is said of.
+/// Each claim against one of each kind before it that reaches so far; one finding a claim, none for
+/// those that something is said of.
 void check_registers(Check &check, const Rows &rows, const std::set<std::uint32_t> &said,
                      const Device &device, const std::vector<Claim> &claims) {
-    constexpr std::uint64_t kLongest = 255;
     const Uses &uses = check.uses();
-    std::set<decltype(kind_of(claims.front()))> kinds;
-    std::deque<const Claim *> near;
+    std::vector<const Claim *> near;
     for (const Claim &claim : claims) {
         if (said.contains(claim.item.key())) {
             continue;
         }
-        while (!near.empty() && near.front()->first + kLongest < claim.first) {
-            near.pop_front();
-        }
+        std::erase_if(near, [&](const Claim *other) { return other->end() <= claim.first; });
         for (const Claim *const other : near) {
-            if (other->end() <= claim.first) {
-                continue;
-            }
             const Conflict conflict = conflict_of(uses, rows, device, *other, claim);
             if (!conflict.rule.empty()) {
                 add_conflict(check, claim, *other, conflict);
                 break;
             }
         }
-        if (kinds.insert(kind_of(claim)).second) {
+        if (std::ranges::none_of(near,
+                                 [&](const Claim *other) { return are_alike(*other, claim); })) {
             near.push_back(&claim);
         }
     }

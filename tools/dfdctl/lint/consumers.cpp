@@ -198,16 +198,17 @@ void check_unasked(Check &check) {
         if (check.is_explained(key) || is_asked(check.uses(), key)) {
             continue;
         }
-        const bool is_known = std::ranges::any_of(origins, [&](const Origin &origin) {
-            return spoken_of.contains({check.log().files[origin.file].path, origin.line});
-        });
-        if (is_known) {
-            continue;
-        }
         const Item item = item_of_key(key);
         const std::uint32_t type = item.type->type;
         const bool is_any_asked = check.uses().is_asked(type);
-        if (is_any_asked || said.insert(type).second) {
+        if (!is_any_asked && said.contains(type)) {
+            continue;
+        }
+        const bool is_known = std::ranges::any_of(origins, [&](const Origin &origin) {
+            return spoken_of.contains({check.log().files[origin.file].path, origin.line});
+        });
+        if (!is_known) {
+            said.insert(type);
             check.at_item(
                 "item-unasked", key,
                 fmt::format("no function of the library asks for {} on this board: it is "

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <set>
 #include <unordered_map>
 
@@ -148,29 +149,22 @@ void check_hidden(Check &check, const SourceLine &line, const SourceLine &winner
                                line.index1, is_longer ? "; put the longer text first" : ""));
 }
 
-void check_conversion(Check &check, std::uint32_t type) {
-    Entries entries(type);
-    for (const SourceLine &line : check.log().lines) {
-        if (line.step != Step::stored || line.row->type != type) {
-            continue;
-        }
-        if (is_name_list(type) && line.value.empty()) {
-            check.at_value("conversion-empty", line,
-                           fmt::format("an empty text fits every text: look-ups that come here "
-                                       "give {}, and no entry behind it is ever found",
-                                       line.index1));
-        }
-        if (const SourceLine &found = entries.add(line); &found != &line) {
-            check_hidden(check, line, found);
-        }
-        if (type == DFD_KEY_CARD_PID_STR &&
-            line.value.size() > std::size_t{dfd::kProductIdLength}) {
-            check.at_value(
-                "pid-too-long", line,
-                fmt::format("{} characters of the product identifier are read: this text "
-                            "of {} never fits it",
-                            dfd::kProductIdLength, line.value.size()));
-        }
+void check_conversion(Check &check, const SourceLine &line, Entries &entries) {
+    const std::uint32_t type = line.row->type;
+    if (is_name_list(type) && line.value.empty()) {
+        check.at_value("conversion-empty", line,
+                       fmt::format("an empty text fits every text: look-ups that come here give "
+                                   "{}, and no entry behind it is ever found",
+                                   line.index1));
+    }
+    if (const SourceLine &found = entries.add(line); &found != &line) {
+        check_hidden(check, line, found);
+    }
+    if (type == DFD_KEY_CARD_PID_STR && line.value.size() > std::size_t{dfd::kProductIdLength}) {
+        check.at_value("pid-too-long", line,
+                       fmt::format("{} characters of the product identifier are read: this text "
+                                   "of {} never fits it",
+                                   dfd::kProductIdLength, line.value.size()));
     }
 }
 
@@ -181,13 +175,16 @@ void check_replaced(Check &check) {
     for (const auto &[key, origins] : check.log().origins) {
         check_origins(check, origins, misread);
     }
+    std::map<std::uint32_t, Entries> lists;
     for (const SourceLine &line : check.log().lines) {
-        if (line.step == Step::stored) {
-            check_cut(check, line);
+        if (line.step != Step::stored) {
+            continue;
         }
-    }
-    for (const std::uint32_t type : kConversions) {
-        check_conversion(check, type);
+        check_cut(check, line);
+        if (feeds_list(line.row->type)) {
+            check_conversion(check, line,
+                             lists.try_emplace(line.row->type, line.row->type).first->second);
+        }
     }
 }
 

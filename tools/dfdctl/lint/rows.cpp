@@ -104,13 +104,11 @@ std::string as_others(std::size_t count, const std::set<std::uint32_t> &others) 
 void check_base(Check &check, const Row &row, CtrlMember member, std::string_view rule,
                 std::size_t least, std::set<std::uint32_t> &said) {
     const Unit *decimal = nullptr;
-    std::set<std::uint32_t> others;
-    std::size_t hexadecimal = 0;
+    std::vector<const Unit *> hexadecimal;
     for (const Unit &unit : row) {
         const SourceLine *const line = check.line_of(unit.item.key(), member);
         if (line != nullptr && line->value.starts_with("0x")) {
-            others.insert(value_of(*unit.ctrl, member));
-            ++hexadecimal;
+            hexadecimal.push_back(&unit);
         } else if (as_hexadecimal(line)) {
             if (decimal != nullptr) {
                 return;
@@ -118,8 +116,12 @@ void check_base(Check &check, const Row &row, CtrlMember member, std::string_vie
             decimal = &unit;
         }
     }
-    if (decimal == nullptr || hexadecimal < least) {
+    if (decimal == nullptr || hexadecimal.size() < least) {
         return;
+    }
+    std::set<std::uint32_t> others;
+    for (const Unit *const unit : hexadecimal) {
+        others.insert(value_of(*unit->ctrl, member));
     }
     const std::uint32_t number = value_of(*decimal->ctrl, member);
     const std::uint32_t meant = *as_hexadecimal(check.line_of(decimal->item.key(), member));
@@ -127,7 +129,7 @@ void check_base(Check &check, const Row &row, CtrlMember member, std::string_vie
         check.at_member(rule, decimal->item.key(), member,
                         fmt::format("{}: {} is {:#x}, while {}: is {:#x} meant?",
                                     as_written(decimal->item, info_ctrl_mem_str[member]), number,
-                                    number, as_others(hexadecimal, others), meant));
+                                    number, as_others(hexadecimal.size(), others), meant));
     }
 }
 
