@@ -14,6 +14,8 @@ namespace {
 using dfd::watch::Step;
 
 constexpr ByteSet kBlank(" \t\r\n\v\f");
+/// That are what they look like wherever they stand in a name or a value.
+constexpr ByteSet kPlain("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_.-/:");
 
 /// Kept for one finding a file, at the first of the lines.
 struct Habit {
@@ -116,11 +118,15 @@ class FileHabits {
   public:
     explicit FileHabits(Check &check) : check_(check) {}
 
-    void seen(const SourceLine &line) {
+    /// A line that is_plain().
+    void seen_plain(const SourceLine &line) {
         if (last_ != nullptr && last_->file != line.file) {
             report();
         }
         last_ = &line;
+    }
+    void seen(const SourceLine &line) {
+        seen_plain(line);
         const bool is_crlf = line.raw.ends_with("\r\n");
         if (is_crlf) {
             crlf_.seen(line, line.raw.size() - 2);
@@ -184,6 +190,17 @@ class FileHabits {
     Encoding encoding_ = Encoding::plain;
     const SourceLine *last_ = nullptr;
 };
+
+/// A stored line that is nothing but "name=value", as most are, and not the first of its file.
+bool is_plain(const SourceLine &line) {
+    const std::string_view raw = line.raw;
+    const std::size_t equals = line.name.size();
+    const std::size_t end = equals + 1 + line.value.size();
+    return line.step == Step::stored && line.number != 1 && raw.size() == end + 1 &&
+           raw[end] == '\n' && raw[equals] == '=' &&
+           kPlain.first_not_in(raw.substr(0, equals)) == equals &&
+           kPlain.first_not_in(raw.substr(equals + 1)) == line.value.size();
+}
 
 /// False when the line needs no further judgement.
 bool check_bytes(Check &check, const SourceLine &line, Encoding encoding) {
@@ -253,6 +270,12 @@ std::string loss(const Check &check, const SourceLine &line) {
 void check_lines(Check &check) {
     FileHabits habits(check);
     for (const SourceLine &line : check.log().lines) {
+        if (is_plain(line)) {
+            habits.seen_plain(line);
+            check_plain_name(check, line);
+            check_plain_value(check, line);
+            continue;
+        }
         habits.seen(line);
         if (line.is_rest() || !check_bytes(check, line, habits.encoding())) {
             continue;

@@ -35,8 +35,13 @@ class ByteSet {
 
 /// The name of a line: its key, member and indexes.
 void check_name(Check &check, const SourceLine &line);
+/// The same of a line that was stored, or was refused for its value, and whose name has no blanks;
+/// false when it was taken for the name of something else.
+bool check_plain_name(Check &check, const SourceLine &line);
 /// The value of a line that was stored, or was refused for it.
 void check_value(Check &check, const SourceLine &line);
+/// The same where nothing stands beside it, and nothing in it that means nothing there.
+void check_plain_value(Check &check, const SourceLine &line);
 
 /// How a text reads as the number that it is meant to be.
 struct NumberText {

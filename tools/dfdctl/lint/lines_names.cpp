@@ -189,9 +189,8 @@ void check_index(Check &check, const SourceLine &line, std::string_view text, in
     }
 }
 
-void check_indexes(Check &check, const SourceLine &line) {
+void check_indexes(Check &check, const SourceLine &line, std::string_view rest) {
     const std::array limits = {line.row->max_index1, line.row->max_index2};
-    std::string_view rest = without_end(index_part(line));
     for (std::size_t i = 0; !rest.empty(); ++i) {
         const std::string_view text = take_index(rest);
         if (i >= limits.size() || limits[i] < 0) {
@@ -215,7 +214,7 @@ void out_of_range(Check &check, const SourceLine &line) {
         text = rest.empty() ? std::string_view() : take_index(rest);
     }
     if (judge_number(text).flaw != Flaw::none) {
-        check_indexes(check, line);
+        check_indexes(check, line, without_end(index_part(line)));
         return;
     }
     check.add("index-range", line, static_cast<std::size_t>(text.data() - line.name.data()),
@@ -224,16 +223,8 @@ void out_of_range(Check &check, const SourceLine &line) {
                           line.row->name, max));
 }
 
-void stored(Check &check, const SourceLine &line) {
-    const std::string_view rest = without_end(index_part(line));
-    const bool takes_none = line.row->max_index1 < 0;
-    if (takes_none && !rest.empty() && (rest.size() < 2 || rest[0] != '_' || !is_digit(rest[1]))) {
-        swallowed(check, line);
-        return;
-    }
-    check_indexes(check, line);
-    const std::string_view written =
-        without_end(std::string_view(line.raw).substr(0, line.raw.find('=')));
+void check_spaces(Check &check, const SourceLine &line) {
+    const std::string_view written = without_end(line.raw.substr(0, line.raw.find('=')));
     const std::size_t begin = written.find_first_not_of(' ');
     const std::size_t space = written.find(' ', begin);
     if (space != std::string_view::npos) {
@@ -271,6 +262,17 @@ std::string hint_of_comment(std::string_view text) {
 }
 
 }  // namespace
+
+bool check_plain_name(Check &check, const SourceLine &line) {
+    const std::string_view rest = without_end(index_part(line));
+    const bool takes_none = line.row->max_index1 < 0;
+    if (takes_none && !rest.empty() && (rest.size() < 2 || rest[0] != '_' || !is_digit(rest[1]))) {
+        swallowed(check, line);
+        return false;
+    }
+    check_indexes(check, line, rest);
+    return true;
+}
 
 void check_name(Check &check, const SourceLine &line) {
     if (!check_tab(check, line)) {
@@ -311,7 +313,9 @@ void check_name(Check &check, const SourceLine &line) {
             break;
         case Step::not_stored:
         case Step::stored:
-            stored(check, line);
+            if (check_plain_name(check, line)) {
+                check_spaces(check, line);
+            }
             break;
     }
 }

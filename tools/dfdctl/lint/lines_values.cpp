@@ -271,7 +271,8 @@ NumberText judge_number(std::string_view text) {
     if (end < text.size()) {
         return {Flaw::rubbish, end};
     }
-    if (is_too_large(digits, is_hex ? 16 : 10, text[0] == '-')) {
+    constexpr std::size_t kSurelyFit = 8;
+    if (digits.size() > kSurelyFit && is_too_large(digits, is_hex ? 16 : 10, text[0] == '-')) {
         return {Flaw::range, end};
     }
     return {!is_hex && looks_octal(digits) ? Flaw::octal : Flaw::none, end};
@@ -291,12 +292,15 @@ std::string number_read(std::string_view text) {
 }
 
 void check_value(Check &check, const SourceLine &line) {
-    const Meaning meaning = meaning_of(line);
     const std::string_view written = written_value(line);
-    if (kTelling.first_in(written) < written.size() &&
-        !check_written(check, line, written, meaning)) {
-        return;
+    if (kTelling.first_in(written) == written.size() ||
+        check_written(check, line, written, meaning_of(line))) {
+        check_plain_value(check, line);
     }
+}
+
+void check_plain_value(Check &check, const SourceLine &line) {
+    const Meaning meaning = meaning_of(line);
     switch (meaning.field) {
         case Field::number:
             check_number(check, line);
