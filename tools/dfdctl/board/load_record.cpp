@@ -96,10 +96,10 @@ std::string problem_of(const SourceLine &line) {
 
 const SourceLine *LoadRecord::line_of(std::uint32_t key, int member) const {
     const auto found = origins.find(key);
-    if (found == origins.end()) {
-        return nullptr;
-    }
-    const auto &setting = found->second;
+    return found != origins.end() ? line_of(found->second, member) : nullptr;
+}
+
+const SourceLine *LoadRecord::line_of(const std::vector<Origin> &setting, int member) const {
     const auto last =
         std::find_if(setting.rbegin(), setting.rend(),
                      [member](const Origin &origin) { return origin.member == member; });

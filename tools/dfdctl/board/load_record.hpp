@@ -111,6 +111,8 @@ struct LoadRecord {
     std::string origin_of(std::uint32_t key) const;
     /// The line that set a member last, or null; dfd::watch::kNoMember of items without members.
     const SourceLine *line_of(std::uint32_t key, int member) const;
+    /// The same of the lines of an item.
+    const SourceLine *line_of(const std::vector<Origin> &setting, int member) const;
 };
 
 /// Configuration files, and their names, may hold anything; what a terminal gets is text.

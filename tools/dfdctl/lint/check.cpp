@@ -90,7 +90,7 @@ std::string unknown_rule(std::string_view id) {
 }
 
 Check::Check(const LoadRecord &log, std::string root, const std::set<std::string> &skipped)
-    : log_(log), root_(std::move(root)), skipped_(skipped) {
+    : log_(log), root_(std::move(root)), skipped_(skipped), last_(log.origins.end()) {
     read_allowances();
 }
 
@@ -189,6 +189,17 @@ const std::vector<Item> &Check::items(Kind kind) const {
     return items_[kind];
 }
 
+const SourceLine *Check::line_of(std::uint32_t key, int member) const {
+    // Rules go over items in the order of their keys.
+    if (last_ != log_.origins.end() && last_->first < key) {
+        ++last_;
+    }
+    if (last_ == log_.origins.end() || last_->first != key) {
+        last_ = log_.origins.find(key);
+    }
+    return last_ != log_.origins.end() ? log_.line_of(last_->second, member) : nullptr;
+}
+
 std::set<Check::Place> Check::places() const {
     std::set<Place> places;
     for (const Finding &finding : findings_) {
@@ -230,8 +241,10 @@ bool Check::is_about(const Finding &finding, std::string_view rule, std::uint32_
 }
 
 bool Check::is_found(std::string_view rule, std::uint32_t key) const {
-    return std::ranges::any_of(
-        findings_, [&](const Finding &finding) { return is_about(finding, rule, key); });
+    const Rule *const wanted = find_rule(rule);
+    return std::ranges::any_of(findings_, [&](const Finding &finding) {
+        return finding.rule == wanted && is_about(finding, rule, key);
+    });
 }
 
 bool Check::has_error(std::uint32_t type) const {

@@ -270,10 +270,10 @@ std::vector<std::string> unlisted_files(const std::string &root,
 }
 
 void check_unlisted(Check &check, const std::string &path,
-                    const std::set<std::uint32_t> &configured) {
+                    std::span<const std::uint32_t> configured) {
     std::vector<std::uint32_t> alone;
     for (const auto &[key, origins] : check.log().origins) {
-        if (!configured.contains(key)) {
+        if (!std::ranges::binary_search(configured, key)) {
             alone.push_back(key);
         }
     }

@@ -85,9 +85,7 @@ class Check {
     void at_file(std::string_view rule, std::string_view path, int line, std::string text);
 
     /// The line that set a member last, or null.
-    const SourceLine *line_of(std::uint32_t key, int member) const {
-        return log_.line_of(key, member);
-    }
+    const SourceLine *line_of(std::uint32_t key, int member) const;
     /// "cm8_fans.cfg:41", for texts that name another line.
     std::string place(const SourceLine &line) const;
 
@@ -144,6 +142,7 @@ class Check {
     Allowances allowed_;
     std::set<std::uint32_t> explained_;
     mutable std::map<Kind, std::vector<Item>> items_;
+    mutable decltype(LoadRecord::origins)::const_iterator last_;  ///< asked for by line_of()
     mutable std::shared_ptr<const Uses> uses_;
 };
 
@@ -166,10 +165,10 @@ void check_all(Check &check);
 
 /// What the boards of a directory have, all taken together.
 struct Boards {
-    std::set<std::string> named;         ///< files that their lists name, those of their chassis
-    std::set<std::uint32_t> configured;  ///< items
-    bool has_unread_list = false;        ///< what it names, nobody knows
-    bool has_unclear_chassis = false;    ///< a mistake hides which chassis files are loaded
+    std::set<std::string> named;            ///< files that their lists name, those of their chassis
+    std::vector<std::uint32_t> configured;  ///< items, of one board behind those of another
+    bool has_unread_list = false;           ///< what it names, nobody knows
+    bool has_unclear_chassis = false;       ///< a mistake hides which chassis files are loaded
 
     /// What the list of a loaded board names, and what is meant where a name is wrong.
     void add_list(const LoadRecord &log, const std::string &root);
@@ -182,8 +181,9 @@ void check_directory(Check &check, const Boards &boards);
 /// Files of a directory that no list names, as the library names them; `listed` are the others.
 std::vector<std::string> unlisted_files(const std::string &root,
                                         const std::set<std::string> &listed);
-/// Such a file, the only one of the check; `configured` is what the boards of its directory set.
+/// Such a file, the only one of the check; `configured` is what the boards of its directory set, in
+/// order.
 void check_unlisted(Check &check, const std::string &path,
-                    const std::set<std::uint32_t> &configured);
+                    std::span<const std::uint32_t> configured);
 
 }  // namespace dfdctl::lint

@@ -46,6 +46,7 @@ class Run {
         check_directory(check, boards_);
         keep(check.take());
         if (!boards_.has_unread_list) {
+            std::ranges::sort(boards_.configured);
             for (const std::string &path : unlisted_files(root, boards_.named)) {
                 unlisted(root + path);
             }
@@ -77,7 +78,7 @@ class Run {
             }
         }
         for (const auto &[key, origins] : log.origins) {
-            boards_.configured.insert(key);
+            boards_.configured.push_back(key);
         }
         return !log.files.empty() &&
                log.files.back().path.ends_with(fmt::format("/{}.cfg", chassis_type));

@@ -34,8 +34,13 @@ const Uses &Check::uses() const {
 }
 
 std::span<const observe::Use> Uses::of(std::uint32_t key) const {
-    const auto found = board_.keys.find(key);
-    return found != board_.keys.end() ? found->second : std::span<const observe::Use>();
+    if (last_ != board_.keys.end() && last_->first < key) {
+        ++last_;
+    }
+    if (last_ == board_.keys.end() || last_->first != key) {
+        last_ = board_.keys.find(key);
+    }
+    return last_ != board_.keys.end() ? last_->second : std::span<const observe::Use>();
 }
 
 }  // namespace dfdctl::lint

@@ -27,6 +27,7 @@ class Uses {
 
   private:
     observe::BoardUse board_;
+    mutable decltype(board_.keys)::const_iterator last_ = board_.keys.end();  ///< asked for
     std::set<std::uint32_t> asked_;
     std::set<std::uint32_t> written_;
 };

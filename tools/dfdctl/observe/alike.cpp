@@ -156,6 +156,9 @@ std::optional<std::uint32_t> Pattern::key_of(const Args &args, const Asked &aske
         return std::nullopt;
     }
     const Item item{asked.item.type, *index1, *index2};
+    if (*index1 == asked.item.index1 && *index2 == asked.item.index2) {
+        return item.key();
+    }
     const void *const record = dfd_lib_cfg_get_item(item.key());
     return are_alike(item.type->kind, asked.record, record) ? std::optional(item.key())
                                                             : std::nullopt;

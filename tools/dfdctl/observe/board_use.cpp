@@ -277,6 +277,7 @@ class CallsOf {
         const Told *told;
         Pattern pattern;
     };
+    static constexpr std::size_t kUsualUses = 4;
     /// A board on which no unit is like another is not searched for long.
     static constexpr std::size_t kMaxPatterns = 8;
 
@@ -333,6 +334,9 @@ class CallsOf {
     static void add_uses(BoardUse &board, const Call &name, const Seen &seen) {
         for (std::size_t i = 0; i < seen.keys.size(); ++i) {
             std::vector<Use> &uses = board.keys[seen.keys[i]];
+            if (uses.empty()) {
+                uses.reserve(kUsualUses);
+            }
             for (Use use : seen.told->uses[i]) {
                 use.call = &name;
                 use.args = seen.args;
