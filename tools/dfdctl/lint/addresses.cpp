@@ -143,18 +143,20 @@ void check_missing_registers(Check &check) {
     const auto place_of = [](const info_ctrl_t &ctrl) {
         return Place(ctrl.fpath, ctrl.src == INFO_SRC_I2C ? ctrl.addr : 0);
     };
-    std::set<Place> have_registers;
+    std::vector<Item> with;
     std::vector<Item> without;
     for (const Item &item : configured(check, Kind::info_ctrl)) {
         const auto &ctrl = *record_of<info_ctrl_t>(item);
-        if (!is_register_source(ctrl) || is_place_only(item)) {
-            continue;
+        if (is_register_source(ctrl) && !is_place_only(item)) {
+            (is_set(check, item, kRegOffset) ? with : without).push_back(item);
         }
-        if (is_set(check, item, kRegOffset)) {
-            have_registers.insert(place_of(ctrl));
-        } else {
-            without.push_back(item);
-        }
+    }
+    if (without.empty()) {
+        return;
+    }
+    std::set<Place> have_registers;
+    for (const Item &item : with) {
+        have_registers.insert(place_of(*record_of<info_ctrl_t>(item)));
     }
     for (const Item &item : without) {
         if (have_registers.contains(place_of(*record_of<info_ctrl_t>(item)))) {

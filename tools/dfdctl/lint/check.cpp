@@ -182,7 +182,9 @@ const std::vector<Item> &Check::items(Kind kind) const {
     if (items_.empty()) {
         for (const auto &[key, origins] : log_.origins) {
             Item item = item_of_key(key);
-            item.record = dfd_lib_cfg_get_item(key);
+            if (item.type->kind == Kind::info_ctrl) {
+                item.record = dfd_lib_cfg_get_item(key);  // that most rules look at
+            }
             items_[item.type->kind].push_back(item);
         }
     }

@@ -200,8 +200,7 @@ std::vector<int> types_meant(std::string_view name) {
 void check_names_in(Check &check, const NameRule &rule, const Boards &boards) {
     const std::string directory(rule.directory);
     // What the missing list is named instead is told with it.
-    const bool is_list_missing =
-        rule.directory == kListDirectory && board_types(check.root()).empty();
+    const bool is_list_missing = rule.directory == kListDirectory && !boards.has_list;
     for (const std::string &name : files_in(check.root() + directory)) {
         const std::string_view home = home_of(directory, name);
         const std::string there = std::string(kFileDirectory) + name;
@@ -238,7 +237,7 @@ void check_directory(Check &check, const Boards &boards) {
     const std::string &root = check.root();
     check_open(check, kChassisDirectory, false);
     check_open(check, kFileDirectory, false);
-    if (check_open(check, kListDirectory, false) && board_types(root).empty()) {
+    if (check_open(check, kListDirectory, false) && !boards.has_list) {
         const std::vector<std::string> misnamed = misnamed_lists(root);
         check.at_file(
             "list-empty", kListDirectory.substr(0, kListDirectory.size() - 1), 1,

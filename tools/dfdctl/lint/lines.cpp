@@ -114,6 +114,23 @@ void check_odd_bytes(Check &check, const SourceLine &line) {
     }
 }
 
+/// So many bytes of a file tell its encoding.
+constexpr std::size_t kTellingBytes = 4;
+
+Encoding encoding_of_text(std::string_view begin) {
+    if (begin.starts_with("\xEF\xBB\xBF")) {
+        return Encoding::utf8_marked;
+    }
+    // Without a mark, ASCII characters as two bytes each, in either order.
+    const auto has_zeros = [&](std::size_t first) {
+        return begin.size() >= kTellingBytes && begin[first] == '\0' && begin[first + 2] == '\0' &&
+               begin[1 - first] != '\0' && begin[3 - first] != '\0';
+    };
+    const bool is_utf16 = begin.starts_with("\xFF\xFE") || begin.starts_with("\xFE\xFF") ||
+                          has_zeros(0) || has_zeros(1);
+    return is_utf16 ? Encoding::utf16 : Encoding::plain;
+}
+
 class FileHabits {
   public:
     explicit FileHabits(Check &check) : check_(check) {}
@@ -132,7 +149,9 @@ class FileHabits {
             crlf_.seen(line, line.raw.size() - 2);
         }
         if (line.number == 1) {
-            encoding_ = encoding_of_file(check_.root() + check_.log().files[line.file].path);
+            encoding_ = line.raw.size() < kTellingBytes
+                            ? encoding_of_file(check_.root() + check_.log().files[line.file].path)
+                            : encoding_of_text(line.raw);
         }
         if (encoding_ == Encoding::plain && line.step != dfd::watch::Step::comment &&
             is_cut_by_zero(check_, line)) {
@@ -221,22 +240,10 @@ bool check_bytes(Check &check, const SourceLine &line, Encoding encoding) {
 }  // namespace
 
 Encoding encoding_of_file(const std::string &path) {
-    constexpr std::size_t kTellingBytes = 4;
-    std::string begin(kTellingBytes, '\0');
+    std::array<char, kTellingBytes> begin = {};
     std::ifstream file(path, std::ios::binary);
-    file.read(begin.data(), kTellingBytes);
-    begin.resize(static_cast<std::size_t>(file.gcount()));
-    if (begin.starts_with("\xEF\xBB\xBF")) {
-        return Encoding::utf8_marked;
-    }
-    // Without a mark, ASCII characters as two bytes each, in either order.
-    const auto has_zeros = [&](std::size_t first) {
-        return begin.size() == kTellingBytes && begin[first] == '\0' && begin[first + 2] == '\0' &&
-               begin[1 - first] != '\0' && begin[3 - first] != '\0';
-    };
-    const bool is_utf16 = begin.starts_with("\xFF\xFE") || begin.starts_with("\xFE\xFF") ||
-                          has_zeros(0) || has_zeros(1);
-    return is_utf16 ? Encoding::utf16 : Encoding::plain;
+    file.read(begin.data(), begin.size());
+    return encoding_of_text({begin.data(), static_cast<std::size_t>(file.gcount())});
 }
 
 std::string_view flaw_of(Encoding encoding) {

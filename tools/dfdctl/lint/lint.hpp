@@ -167,6 +167,7 @@ void check_all(Check &check);
 struct Boards {
     std::set<std::string> named;            ///< files that their lists name, those of their chassis
     std::vector<std::uint32_t> configured;  ///< items, of one board behind those of another
+    bool has_list = true;                   ///< any at all
     bool has_unread_list = false;           ///< what it names, nobody knows
     bool has_unclear_chassis = false;       ///< a mistake hides which chassis files are loaded
 

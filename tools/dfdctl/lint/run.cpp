@@ -39,7 +39,8 @@ class Run {
 
     /// Once all its boards are loaded.
     void directory(const std::string &root) {
-        boards_.has_unread_list |= board_types(root).empty();
+        boards_.has_list = !board_types(root).empty();
+        boards_.has_unread_list |= !boards_.has_list;
         boards_.add_misnamed_lists(root);
         const LoadRecord nothing;
         Check check(nothing, root, skipped_);

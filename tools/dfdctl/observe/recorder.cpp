@@ -40,7 +40,7 @@ Recorder::Recorder(const Answers &answers, const Plausible &plausible, const Log
     : answerer_(answers, plausible),
       makes_pauses_(answers.from == Answers::From::hardware),
       log_(log) {
-    constexpr std::size_t kUsualEvents = 24;
+    constexpr std::size_t kUsualEvents = 5;
     seen_.events.reserve(kUsualEvents);
     hooks_.context = this;
     hooks_.looked_up = [](void *context, std::uint32_t key, const void *record) {
