@@ -140,7 +140,7 @@ Numbers units_of(const LoadRecord &record, UnitKind kind) {
     Numbers found = one_to(row.count != DFD_KEY_NONE ? dfd::int_item_or(row.count, 0) : 0);
     for (const std::uint32_t type : row.types) {
         for (const Item &item : items_of(record, type)) {
-            found.insert(item.index1);
+            found.insert(found.end(), item.index1);
         }
     }
     if (kind == UnitKind::slot) {

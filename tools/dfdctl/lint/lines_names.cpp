@@ -189,6 +189,25 @@ void check_index(Check &check, const SourceLine &line, std::string_view text, in
     }
 }
 
+int indexes_of(const dfd::KeyRow &row) {
+    return (row.max_index1 >= 0 ? 1 : 0) + (row.max_index2 >= 0 ? 1 : 0);
+}
+
+/// Nothing but so many indexes as every reader takes them: "_12_0".
+bool are_plain(std::string_view text, int indexes) {
+    constexpr std::size_t kSurelyFit = 8;
+    for (; indexes > 0; --indexes) {
+        const std::size_t end = std::min(text.find('_', 1), text.size());
+        const bool is_zero = end == 2 && text[1] == '0';
+        if (end < 2 || end > kSurelyFit || text[0] != '_' || (text[1] == '0' && !is_zero) ||
+            !std::all_of(text.begin() + 1, text.begin() + end, is_digit)) {
+            return false;
+        }
+        text.remove_prefix(end);
+    }
+    return text.empty();
+}
+
 void check_indexes(Check &check, const SourceLine &line, std::string_view rest) {
     const std::array limits = {line.row->max_index1, line.row->max_index2};
     for (std::size_t i = 0; !rest.empty(); ++i) {
@@ -270,7 +289,9 @@ bool check_plain_name(Check &check, const SourceLine &line) {
         swallowed(check, line);
         return false;
     }
-    check_indexes(check, line, rest);
+    if (!are_plain(rest, indexes_of(*line.row))) {
+        check_indexes(check, line, rest);
+    }
     return true;
 }
 
