@@ -245,7 +245,7 @@ class Session {
         const observe::CallUse *best = nullptr;
         for (const observe::CallUse &use : board.calls) {
             const bool asks = use.call->does == observe::Does::get &&
-                              std::ranges::find(use.keys, item.key()) != use.keys.end();
+                              std::ranges::find(*use.keys, item.key()) != use.keys->end();
             const bool is_better = best == nullptr || indirection_of(use) < indirection_of(*best);
             best = asks && is_better ? &use : best;
         }
@@ -258,12 +258,12 @@ class Session {
 
     /// How far a getter is from the items that it asks for; the driver interface comes first.
     static std::tuple<std::size_t, std::size_t, bool> indirection_of(const observe::CallUse &use) {
-        return {use.keys.size(), use.call->inputs().size(), !use.call->name.starts_with("drv_")};
+        return {use.keys->size(), use.call->inputs().size(), !use.call->name.starts_with("drv_")};
     }
 
     /// Whether nothing else is read by it but where this card is.
     static bool reads_only(const observe::CallUse &use, const Item &item) {
-        return std::ranges::all_of(use.keys, [&item](std::uint32_t key) {
+        return std::ranges::all_of(*use.keys, [&item](std::uint32_t key) {
             const std::uint32_t type = DFD_KEY_TYPE(key);
             return key == item.key() || type == DFD_KEY_MY_SLOTID ||
                    item_of_key(key).type->kind != Kind::info_ctrl;

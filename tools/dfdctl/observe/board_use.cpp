@@ -248,7 +248,8 @@ class CallsOf {
             std::optional<std::uint32_t> own_slot, BoardUse &board)
         : observer_(observer), units_(units), call_(call), rows_(rows), own_slot_(own_slot) {
         for (Args &args : units.all_args(call)) {
-            seen_.push_back({.args = &board.args.emplace_back(std::move(args))});
+            seen_.push_back({.args = &board.args.emplace_back(std::move(args)),
+                             .keys = &board.asked.emplace_back()});
         }
         for (std::size_t i = 0; i < seen_.size(); ++i) {
             // From both ends: what is alike then lies between.
@@ -271,7 +272,7 @@ class CallsOf {
     struct Seen {
         const Args *args;
         const Told *told = nullptr;
-        Keys keys = {};  ///< in the place of what is told
+        Keys *keys;  ///< in the place of those that are told
     };
     struct Known {
         const Told *told;
@@ -288,7 +289,7 @@ class CallsOf {
             for (const Known &known : known_) {
                 if (std::optional<Keys> keys = known.pattern.keys_of(args)) {
                     seen.told = known.told;
-                    seen.keys = std::move(*keys);
+                    *seen.keys = std::move(*keys);
                     return;
                 }
             }
@@ -298,7 +299,7 @@ class CallsOf {
             learn(args, told);
         }
         seen.told = &told;
-        seen.keys = told.keys;
+        *seen.keys = told.keys;
     }
 
     /// Functions treat this card among the others, and the fabric card, in a way of their own.
@@ -332,8 +333,8 @@ class CallsOf {
     }
 
     static void add_uses(BoardUse &board, const Call &name, const Seen &seen) {
-        for (std::size_t i = 0; i < seen.keys.size(); ++i) {
-            std::vector<Use> &uses = board.keys[seen.keys[i]];
+        for (std::size_t i = 0; i < seen.keys->size(); ++i) {
+            std::vector<Use> &uses = board.keys[(*seen.keys)[i]];
             if (uses.empty()) {
                 uses.reserve(kUsualUses);
             }

@@ -58,7 +58,7 @@ struct Use {
 struct CallUse {
     const Call *call;
     const Args *args;
-    Keys keys;
+    const Keys *keys;
     bool works = false;  ///< Exploration::works
     int code = 0;        ///< Exploration::code
 };
@@ -67,7 +67,9 @@ struct BoardUse {
     BoardUse() = default;
     BoardUse(BoardUse &&) = default;
 
-    std::deque<Args> args;                           ///< that the others point to
+    /// That the others point to.
+    std::deque<Args> args;
+    std::deque<Keys> asked;
     std::map<std::uint32_t, std::vector<Use>> keys;  ///< asked for, configured or not
     /// Key types whose items are looked up as a list, by a text or a register value.
     std::map<std::uint32_t, std::vector<const Call *>> lists;

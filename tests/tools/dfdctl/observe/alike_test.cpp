@@ -40,7 +40,7 @@ std::vector<std::string> facts_of(const BoardUse &board) {
     for (const CallUse &use : board.calls) {
         std::string fact =
             fmt::format("{} {} {}", text_of(*use.call, *use.args), use.works, use.code);
-        for (const std::uint32_t key : use.keys) {
+        for (const std::uint32_t key : *use.keys) {
             fact += " " + item_of_key(key).name();
         }
         facts.push_back(std::move(fact));
