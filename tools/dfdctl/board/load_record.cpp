@@ -99,7 +99,7 @@ const SourceLine *LoadRecord::line_of(std::uint32_t key, int member) const {
     return found != origins.end() ? line_of(found->second, member) : nullptr;
 }
 
-const SourceLine *LoadRecord::line_of(const std::vector<Origin> &setting, int member) const {
+const SourceLine *LoadRecord::line_of(const Setting &setting, int member) const {
     const auto last =
         std::find_if(setting.rbegin(), setting.rend(),
                      [member](const Origin &origin) { return origin.member == member; });
@@ -229,7 +229,7 @@ void LoadWatcher::file_opened(std::string_view path, int error) {
     begin_ = 0;
 }
 
-std::vector<Origin> &LoadWatcher::origins_of(std::uint32_t key) {
+Setting &LoadWatcher::origins_of(std::uint32_t key) {
     constexpr std::size_t kUsualMembers = 8;
     if (origins_ == nullptr || key_ != key) {
         origins_ = &log_.origins[key];
@@ -280,7 +280,7 @@ void LoadWatcher::keep(SourceLine line) {
     line.raw = raw;
     log_.lines.push_back(line);
     if (line.step == Step::stored) {
-        std::vector<Origin> &origins = origins_of(line.key);
+        Setting &origins = origins_of(line.key);
         log_.files.back().items += origins.empty() ? 1 : 0;
         origins.push_back({line.file, line.line, line.member, log_.lines.size() - 1});
     }

@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <memory_resource>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -98,13 +99,31 @@ struct ListLine {
     std::string path;  ///< the file that it stands for
 };
 
+/// The lines that set an item, in the order of loading.
+using Setting = std::pmr::vector<Origin>;
+
 struct LoadRecord {
+    LoadRecord() = default;
+    LoadRecord(LoadRecord &&) = default;
+    /// As a whole: what the memory of one holds cannot go over to that of the other.
+    LoadRecord &operator=(LoadRecord &&other) noexcept {
+        if (this != &other) {
+            std::destroy_at(this);
+            std::construct_at(this, std::move(other));
+        }
+        return *this;
+    }
+    ~LoadRecord() = default;
+
     Texts texts;
     std::vector<ConfigFile> files;
     std::vector<SourceLine> lines;
-    std::map<std::uint32_t, std::vector<Origin>> origins;  ///< by key, in the order of loading
-    std::string list_path;                                 ///< the board's list of files
-    std::string list_error;                                ///< why it could not be opened
+    /// Of the origins: thousands of small pieces, which go all together.
+    std::unique_ptr<std::pmr::monotonic_buffer_resource> memory =
+        std::make_unique<std::pmr::monotonic_buffer_resource>();
+    std::pmr::map<std::uint32_t, Setting> origins{memory.get()};  ///< by key
+    std::string list_path;                                        ///< the board's list of files
+    std::string list_error;                                       ///< why it could not be opened
     std::vector<ListLine> list;
 
     /// Where an item was set: "cm8_fans.cfg:41-47"; the last file that set it counts.
@@ -112,7 +131,7 @@ struct LoadRecord {
     /// The line that set a member last, or null; dfd::watch::kNoMember of items without members.
     const SourceLine *line_of(std::uint32_t key, int member) const;
     /// The same of the lines of an item.
-    const SourceLine *line_of(const std::vector<Origin> &setting, int member) const;
+    const SourceLine *line_of(const Setting &setting, int member) const;
 };
 
 /// Configuration files, and their names, may hold anything; what a terminal gets is text.
@@ -171,16 +190,16 @@ class LoadWatcher {
     void file_opened(std::string_view path, int error);
     void line(const dfd::watch::Line &line);
     void keep(SourceLine line);
-    std::vector<Origin> &origins_of(std::uint32_t key);
+    Setting &origins_of(std::uint32_t key);
 
     dfd::watch::Hooks hooks_;
     LoadRecord log_;
     std::string root_;
     std::string mapped_path_;
-    std::string refusal_;                     ///< of the file that is opened next
-    std::size_t begin_ = 0;                   ///< of the next part of a line
-    std::vector<Origin> *origins_ = nullptr;  ///< of the item that was set last
-    std::uint32_t key_ = 0;                   ///< of that
+    std::string refusal_;         ///< of the file that is opened next
+    std::size_t begin_ = 0;       ///< of the next part of a line
+    Setting *origins_ = nullptr;  ///< of the item that was set last
+    std::uint32_t key_ = 0;       ///< of that
     std::optional<std::uint32_t> only_;
     std::function<void(const dfd::watch::EngineCall &)> engine_begin_;
     std::function<int(const dfd::watch::Transfer &)> answer_;

@@ -89,7 +89,7 @@ void vary(Finding &finding, const Answers &given) {
 
 /// What is in the first of the uses of one function, made where there is none. A key that is read
 /// counts as that, not also as looked at.
-Use &use_like(std::vector<Use> &uses, const Use &wanted) {
+Use &use_like(std::pmr::vector<Use> &uses, const Use &wanted) {
     const auto found = std::find_if(uses.begin(), uses.end(), [&](const Use &use) {
         return use.call == wanted.call && (!use.is_read || !wanted.is_read || use.op == wanted.op);
     });
@@ -101,7 +101,7 @@ Use &use_like(std::vector<Use> &uses, const Use &wanted) {
     return use;
 }
 
-void add_use(std::vector<Use> &uses, const Use &more) {
+void add_use(std::pmr::vector<Use> &uses, const Use &more) {
     Use &use = use_like(uses, more);
     use.has_processor = use.has_processor || more.has_processor;
     use.worked = use.worked || more.worked;
@@ -143,8 +143,8 @@ void note_list(BoardUse &board, const Call *call, std::uint32_t type) {
 /// What a call tells of the board.
 struct Told {
     Keys keys;
-    std::vector<std::vector<Use>> uses;  ///< of each key, without call and arguments
-    std::vector<std::uint32_t> lists;    ///< key types
+    std::vector<std::pmr::vector<Use>> uses;  ///< of each key, without call and arguments
+    std::vector<std::uint32_t> lists;         ///< key types
     bool works = false;
     int code = 0;
     /// It is told by the items that the engine was asked for, and by nothing else.
@@ -334,7 +334,7 @@ class CallsOf {
 
     static void add_uses(BoardUse &board, const Call &name, const Seen &seen) {
         for (std::size_t i = 0; i < seen.keys->size(); ++i) {
-            std::vector<Use> &uses = board.keys[(*seen.keys)[i]];
+            std::pmr::vector<Use> &uses = board.keys[(*seen.keys)[i]];
             if (uses.empty()) {
                 uses.reserve(kUsualUses);
             }

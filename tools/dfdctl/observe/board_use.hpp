@@ -4,6 +4,8 @@
 
 #include <deque>
 #include <map>
+#include <memory>
+#include <memory_resource>
 
 #include "dfdctl/observe/alike.hpp"
 #include "dfdctl/observe/observer.hpp"
@@ -70,7 +72,9 @@ struct BoardUse {
     /// That the others point to.
     std::deque<Args> args;
     std::deque<Keys> asked;
-    std::map<std::uint32_t, std::vector<Use>> keys;  ///< asked for, configured or not
+    std::unique_ptr<std::pmr::monotonic_buffer_resource> memory =
+        std::make_unique<std::pmr::monotonic_buffer_resource>();
+    std::pmr::map<std::uint32_t, std::pmr::vector<Use>> keys{memory.get()};  ///< configured or not
     /// Key types whose items are looked up as a list, by a text or a register value.
     std::map<std::uint32_t, std::vector<const Call *>> lists;
     std::vector<CallUse> calls;
