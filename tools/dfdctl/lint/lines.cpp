@@ -15,7 +15,8 @@ using dfd::watch::Step;
 
 constexpr ByteSet kBlank(" \t\r\n\v\f");
 /// That are what they look like wherever they stand in a name or a value.
-constexpr ByteSet kPlain("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_.-/:");
+constexpr ByteSet kPlainBytes(
+    "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_.-/:");
 
 /// Kept for one finding a file, at the first of the lines.
 struct Habit {
@@ -217,8 +218,8 @@ bool is_plain(const SourceLine &line) {
     const std::size_t end = equals + 1 + line.value.size();
     return line.step == Step::stored && line.number != 1 && raw.size() == end + 1 &&
            raw[end] == '\n' && raw[equals] == '=' &&
-           kPlain.first_not_in(raw.substr(0, equals)) == equals &&
-           kPlain.first_not_in(raw.substr(equals + 1)) == line.value.size();
+           kPlainBytes.first_not_in(raw.substr(0, equals)) == equals &&
+           kPlainBytes.first_not_in(raw.substr(equals + 1)) == line.value.size();
 }
 
 /// False when the line needs no further judgement.

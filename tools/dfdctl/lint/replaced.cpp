@@ -66,8 +66,7 @@ void check_pair(Check &check, const SourceLine &earlier, const SourceLine &later
     }
 }
 
-void check_origins(Check &check, const Setting &origins,
-                   const std::set<Check::Place> &misread) {
+void check_origins(Check &check, const Setting &origins, const std::set<Check::Place> &misread) {
     constexpr std::size_t kMostMembers = 16;
     std::array<const SourceLine *, kMostMembers> last{};
     for (const Origin &origin : origins) {

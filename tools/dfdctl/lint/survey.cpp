@@ -14,9 +14,10 @@
 namespace dfdctl::lint {
 
 std::span<const Item> configured(const Check &check, std::uint32_t type) {
-    const auto found = std::ranges::equal_range(check.items(item_of(type).type->kind), type, {},
-                                                [](const Item &item) { return item.type->type; });
-    return found;
+    const std::vector<Item> &items = check.items(item_of(type).type->kind);
+    const auto type_of = [](const Item &item) { return item.type->type; };
+    return {std::ranges::lower_bound(items, type, {}, type_of),
+            std::ranges::upper_bound(items, type, {}, type_of)};
 }
 
 const std::vector<Item> &configured(const Check &check, Kind kind) {
