@@ -31,8 +31,11 @@ std::string unknown_key(const SourceLine &line) {
 
 /// For an LED table an empty value has a meaning: a state that the LED cannot show.
 bool is_number_missing(const SourceLine &line) {
+    if (!line.value.empty()) {
+        return false;
+    }
     const Kind kind = key_types()[line.row->type].kind;
-    return line.value.empty() && kind != Kind::text && kind != Kind::led_info;
+    return kind != Kind::text && kind != Kind::led_info;
 }
 
 }  // namespace

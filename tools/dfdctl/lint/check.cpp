@@ -90,7 +90,7 @@ std::string unknown_rule(std::string_view id) {
 }
 
 Check::Check(const LoadRecord &log, std::string root, const std::set<std::string> &skipped)
-    : log_(log), root_(std::move(root)), skipped_(skipped), last_(log.origins.end()) {
+    : log_(log), root_(std::move(root)), skipped_(skipped), origins_(log.origins) {
     read_allowances();
 }
 
@@ -192,14 +192,8 @@ const std::vector<Item> &Check::items(Kind kind) const {
 }
 
 const SourceLine *Check::line_of(std::uint32_t key, int member) const {
-    // Rules go over items in the order of their keys.
-    if (last_ != log_.origins.end() && last_->first < key) {
-        ++last_;
-    }
-    if (last_ == log_.origins.end() || last_->first != key) {
-        last_ = log_.origins.find(key);
-    }
-    return last_ != log_.origins.end() ? log_.line_of(last_->second, member) : nullptr;
+    const auto found = origins_.find(key);
+    return found != log_.origins.end() ? log_.line_of(found->second, member) : nullptr;
 }
 
 std::set<Check::Place> Check::places() const {

@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "dfdctl/board/in_order.hpp"
 #include "dfdctl/board/load_record.hpp"
 
 namespace dfdctl::lint {
@@ -142,7 +143,7 @@ class Check {
     Allowances allowed_;
     std::set<std::uint32_t> explained_;
     mutable std::map<Kind, std::vector<Item>> items_;
-    mutable decltype(LoadRecord::origins)::const_iterator last_;  ///< asked for by line_of()
+    mutable InOrder<const decltype(LoadRecord::origins)> origins_;
     mutable std::shared_ptr<const Uses> uses_;
 };
 

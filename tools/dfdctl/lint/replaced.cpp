@@ -66,23 +66,6 @@ void check_pair(Check &check, const SourceLine &earlier, const SourceLine &later
     }
 }
 
-void check_origins(Check &check, const Setting &origins, const std::set<Check::Place> &misread) {
-    constexpr std::size_t kMostMembers = 16;
-    std::array<const SourceLine *, kMostMembers> last{};
-    for (const Origin &origin : origins) {
-        const SourceLine &line = check.log().lines[origin.source];
-        if (!misread.empty() && misread.contains(check.place_of(line))) {
-            continue;  // the cause is told
-        }
-        const int at = origin.member + 1;
-        const SourceLine *&earlier = last[static_cast<std::size_t>(at)];
-        if (earlier != nullptr) {
-            check_pair(check, *earlier, line);
-        }
-        earlier = &line;
-    }
-}
-
 void check_cut(Check &check, const SourceLine &line) {
     constexpr std::uint32_t kKeyBits1 = 0xFFFF;
     constexpr std::uint32_t kKeyBits2 = 0xFF;
@@ -92,6 +75,24 @@ void check_cut(Check &check, const SourceLine &line) {
                        fmt::format("stored as {}: the key keeps 16 bits of the first index and 8 "
                                    "of the second",
                                    as_written(item_of_key(line.key))));
+    }
+}
+
+void check_origins(Check &check, const Setting &origins, const std::set<Check::Place> &misread) {
+    constexpr std::size_t kMostMembers = 16;
+    std::array<const SourceLine *, kMostMembers> last{};
+    for (const Origin &origin : origins) {
+        const SourceLine &line = check.log().lines[origin.source];
+        check_cut(check, line);
+        if (!misread.empty() && misread.contains(check.place_of(line))) {
+            continue;  // the cause is told
+        }
+        const int at = origin.member + 1;
+        const SourceLine *&earlier = last[static_cast<std::size_t>(at)];
+        if (earlier != nullptr) {
+            check_pair(check, *earlier, line);
+        }
+        earlier = &line;
     }
 }
 
@@ -176,11 +177,7 @@ void check_replaced(Check &check) {
     }
     std::map<std::uint32_t, Entries> lists;
     for (const SourceLine &line : check.log().lines) {
-        if (line.step != Step::stored) {
-            continue;
-        }
-        check_cut(check, line);
-        if (feeds_list(line.row->type)) {
+        if (line.step == Step::stored && feeds_list(line.row->type)) {
             check_conversion(check, line,
                              lists.try_emplace(line.row->type, line.row->type).first->second);
         }

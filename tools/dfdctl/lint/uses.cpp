@@ -34,13 +34,8 @@ const Uses &Check::uses() const {
 }
 
 std::span<const observe::Use> Uses::of(std::uint32_t key) const {
-    if (last_ != board_.keys.end() && last_->first < key) {
-        ++last_;
-    }
-    if (last_ == board_.keys.end() || last_->first != key) {
-        last_ = board_.keys.find(key);
-    }
-    return last_ != board_.keys.end() ? last_->second : std::span<const observe::Use>();
+    const auto found = keys_.find(key);
+    return found != board_.keys.end() ? found->second : std::span<const observe::Use>();
 }
 
 }  // namespace dfdctl::lint

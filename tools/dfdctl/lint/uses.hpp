@@ -6,6 +6,7 @@
 #include <set>
 #include <span>
 
+#include "dfdctl/board/in_order.hpp"
 #include "dfdctl/observe/board_use.hpp"
 
 namespace dfdctl::lint {
@@ -27,7 +28,7 @@ class Uses {
 
   private:
     observe::BoardUse board_;
-    mutable decltype(board_.keys)::const_iterator last_ = board_.keys.end();  ///< asked for
+    mutable InOrder<const decltype(board_.keys)> keys_{board_.keys};
     std::set<std::uint32_t> asked_;
     std::set<std::uint32_t> written_;
 };

@@ -8,6 +8,8 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "dfdctl/board/in_order.hpp"
+
 namespace dfdctl::observe {
 
 namespace {
@@ -259,8 +261,9 @@ class CallsOf {
 
     /// Adds it under one of its names.
     void add_to(BoardUse &board, const Call &name) const {
+        Places places;
         for (const Seen &seen : seen_) {
-            add_uses(board, name, seen);
+            add_uses(board, name, seen, places);
             for (const std::uint32_t type : seen.told->lists) {
                 note_list(board, &name, type);
             }
@@ -332,9 +335,13 @@ class CallsOf {
         known_.push_back({&told, Pattern(call_, args, told.keys)});
     }
 
-    static void add_uses(BoardUse &board, const Call &name, const Seen &seen) {
+    /// From one unit to the next each key goes on by one.
+    using Places = std::vector<InOrder<decltype(BoardUse::keys)>>;
+
+    static void add_uses(BoardUse &board, const Call &name, const Seen &seen, Places &places) {
+        places.resize(std::max(places.size(), seen.keys->size()), InOrder(board.keys));
         for (std::size_t i = 0; i < seen.keys->size(); ++i) {
-            std::pmr::vector<Use> &uses = board.keys[(*seen.keys)[i]];
+            std::pmr::vector<Use> &uses = places[i].find_or_make((*seen.keys)[i])->second;
             if (uses.empty()) {
                 uses.reserve(kUsualUses);
             }
