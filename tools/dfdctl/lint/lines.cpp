@@ -211,13 +211,14 @@ class FileHabits {
     const SourceLine *last_ = nullptr;
 };
 
-/// A stored line that is nothing but "name=value", as most are, and not the first of its file.
+/// A stored line that is nothing but "name=value", as most are, neither the first of its file nor a
+/// part of a longer one.
 bool is_plain(const SourceLine &line) {
     const std::string_view raw = line.raw;
     const std::size_t equals = line.name.size();
     const std::size_t end = equals + 1 + line.value.size();
-    return line.step == Step::stored && line.number != 1 && raw.size() == end + 1 &&
-           raw[end] == '\n' && raw[equals] == '=' &&
+    return line.step == Step::stored && line.number != 1 && !line.is_rest() &&
+           raw.size() == end + 1 && raw[end] == '\n' && raw[equals] == '=' &&
            kPlainBytes.first_not_in(raw.substr(0, equals)) == equals &&
            kPlainBytes.first_not_in(raw.substr(equals + 1)) == line.value.size();
 }
