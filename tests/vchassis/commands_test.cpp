@@ -275,6 +275,14 @@ TEST_F(StateApart, HoldsWhatProgramsChange) {
     EXPECT_EQ(directory(), before);
 }
 
+// A limit for files ends the process in the middle of its copying.
+TEST_F(StateApart, IsWholeAfterAnInterruptedReset) {
+    shell("head -c 100000 /dev/zero > $D/b/tmp/large");
+    EXPECT_EQ(run("stat -c %s /tmp/large").out, "100000\n");
+    EXPECT_NE(shell("(ulimit -c 0; ulimit -f 100; $V reset --state $D/s $D/b)").status, 0);
+    EXPECT_EQ(run("stat -c %s /tmp/large").out, "100000\n");
+}
+
 // Also root's, whom no file mode holds off.
 TEST_F(StateApart, ConfigurationIsReadOnly) {
     const std::string before = directory();

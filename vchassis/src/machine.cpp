@@ -137,12 +137,13 @@ void Machine::load_directory() {
         fingerprint.add(path);
         fingerprint.add(content(dir_.string() + path));
     }
+    fingerprint_ = fingerprint.text();
     const Store::Lock lock(store_);
-    const bool is_known = store_.prepare(fingerprint.text());
+    const bool is_known = store_.prepare(fingerprint_);
     attach(built);
     if (!is_known) {
         copy_originals();
-        store_.commit(fingerprint.text());
+        store_.commit(fingerprint_);
     }
 }
 
@@ -451,7 +452,11 @@ void Machine::reset() {
     for (Device *device : devices()) {
         device->reset();
     }
-    copy_originals();
+    if (apart_) {
+        store_.revoke();
+        copy_originals();
+        store_.commit(fingerprint_);
+    }
     std::fill(scratch_.begin(), scratch_.end(), std::uint8_t{0});
 }
 

@@ -82,6 +82,7 @@ class Machine {
 
     std::filesystem::path dir_;
     Store store_;
+    std::string fingerprint_;  // of the directory
     bool apart_ = false;
     // Kept: taking one apart costs each program on the chassis a fifth of what reading it does.
     std::vector<std::shared_ptr<Section>> descriptions_;

@@ -104,13 +104,17 @@ bool Store::prepare(const std::string &fingerprint) {
     if (slurp(dir_ / kFingerprintFile) == fingerprint) {
         return true;
     }
-    fs::remove(dir_ / kFingerprintFile);
+    revoke();
     for (const fs::directory_entry &entry : fs::directory_iterator(dir_)) {
         if (entry.path().extension() == kAreaSuffix) {
             fs::remove(entry.path());
         }
     }
     return false;
+}
+
+void Store::revoke() const {
+    fs::remove(dir_ / kFingerprintFile);
 }
 
 void Store::commit(const std::string &fingerprint) {

@@ -36,6 +36,8 @@ class Store {
 
     // Whether the files belong to the description with this fingerprint; false drops them all.
     bool prepare(const std::string &fingerprint);
+    // Takes back what commit() said, while what belongs to the state is not whole.
+    void revoke() const;
     // Says that all areas are there; until then the next prepare() starts afresh.
     void commit(const std::string &fingerprint);
 
