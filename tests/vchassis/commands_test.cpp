@@ -283,6 +283,14 @@ TEST_F(StateApart, IsWholeAfterAnInterruptedReset) {
     EXPECT_EQ(run("stat -c %s /tmp/large").out, "100000\n");
 }
 
+TEST_F(StateApart, TellsWhatCannotBeCopied) {
+    shell("ln -s . $D/b/tmp/bspinfo/ring");
+    const std::string err = run("true").err;
+    EXPECT_NE(err.find("vchassis: cannot copy " + (dir / "b/tmp/bspinfo/ring").string()), err.npos)
+        << err;
+    EXPECT_NE(err.find("into the state: Too many levels of symbolic links"), err.npos) << err;
+}
+
 // Also root's, whom no file mode holds off.
 TEST_F(StateApart, ConfigurationIsReadOnly) {
     const std::string before = directory();

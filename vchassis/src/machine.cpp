@@ -76,6 +76,27 @@ std::string content(const fs::path &path) {
     return read_all(in);
 }
 
+[[noreturn]] void fail_to_copy(const fs::path &from, const std::error_code &error) {
+    throw std::runtime_error(
+        fmt::format("cannot copy {} into the state: {}", from.string(), error.message()));
+}
+
+// All that is in a directory, and in those that links lead to; not a link that leads nowhere.
+std::vector<fs::path> contents(const fs::path &dir) {
+    std::vector<fs::path> all;
+    try {
+        for (const auto &entry : fs::recursive_directory_iterator(
+                 dir, fs::directory_options::follow_directory_symlink)) {
+            if (entry.exists()) {
+                all.push_back(entry.path());
+            }
+        }
+    } catch (const fs::filesystem_error &error) {
+        fail_to_copy(all.empty() ? dir : all.back(), error.code());
+    }
+    return all;
+}
+
 // To be written by whoever runs programs, also where he may only read the original.
 void copy_for_writing(const fs::path &from, const fs::path &to) {
     std::error_code error;
@@ -88,8 +109,7 @@ void copy_for_writing(const fs::path &from, const fs::path &to) {
                         error);
     }
     if (error) {
-        throw std::runtime_error(
-            fmt::format("cannot copy {} into the state: {}", from.string(), error.message()));
+        fail_to_copy(from, error);
     }
 }
 
@@ -372,7 +392,6 @@ std::vector<std::string> Machine::kept() const {
 // What the chassis directory has there, as programs name it, a directory before what is in it.
 // Links are followed: what they lead to is copied, too.
 std::set<std::string> Machine::originals() const {
-    constexpr auto kFollow = fs::directory_options::follow_directory_symlink;
     std::set<std::string> all;
     for (const std::string &path : kept()) {
         const fs::path top = dir_.string() + path;
@@ -380,8 +399,8 @@ std::set<std::string> Machine::originals() const {
             all.insert(path);
         }
         if (fs::is_directory(top)) {
-            for (const auto &entry : fs::recursive_directory_iterator(top, kFollow)) {
-                all.insert(entry.path().native().substr(dir_.native().size()));
+            for (const fs::path &original : contents(top)) {
+                all.insert(original.native().substr(dir_.native().size()));
             }
         }
     }
