@@ -134,6 +134,9 @@ TEST_F(Commands, ExitStatusesTellWhoFailed) {
         {"$V run --trace=/no/where $D -- true", 125, "cannot write the trace file /no/where"},
         {"VCHASSIS_DIR=$D/etc LD_PRELOAD=" VCHASSIS_LIBRARY " sleep 0", 125,
          "vchassis: cannot read"},
+        {"VCHASSIS_DIR=$D VCHASSIS_STATE= LD_PRELOAD=" VCHASSIS_LIBRARY
+         " cat /etc/cfg/dfd/a.cfg >&2",
+         0, ""},
         // 124 is what timeout says of a program that still sleeps.
         {"timeout 0.2 $V run --real-time $D -- sleep 1000", 124, ""},
         {"$V run $D", 2, "no command"},

@@ -67,9 +67,10 @@ int open_trace(const char *target) {
 Session *from_environment(const char *dir) {
     try {
         const char *state = std::getenv(kStateVariable);
-        auto machine = std::make_unique<Machine>(
-            dir, state != nullptr ? std::filesystem::path(state)
-                                  : std::filesystem::path(dir) / Machine::kStateDir);
+        auto machine =
+            std::make_unique<Machine>(dir, state != nullptr && *state != '\0'
+                                               ? std::filesystem::path(state)
+                                               : std::filesystem::path(dir) / Machine::kStateDir);
         machine->load_directory();
         {
             const Store::Lock lock(machine->store());

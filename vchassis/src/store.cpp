@@ -118,8 +118,11 @@ void Store::revoke() const {
 }
 
 void Store::commit(const std::string &fingerprint) {
-    std::ofstream out(dir_ / kFingerprintFile, std::ios::binary | std::ios::trunc);
-    out << fingerprint;
+    const fs::path path = dir_ / kFingerprintFile;
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    if (!(out << fingerprint).flush()) {
+        fail("write", path);  // or each run would make the state anew
+    }
 }
 
 std::span<std::uint8_t> Store::area(const std::string &name,
