@@ -13,6 +13,7 @@
 #include "dfdctl/lint/lines.hpp"
 #include "dfdctl/lint/survey.hpp"
 #include "dfdctl/lint/uses.hpp"
+#include "dfdctl/observe/alike.hpp"
 #include "dfdctl/observe/refusal.hpp"
 #include "framework/dfd_info/bits.h"
 
@@ -33,6 +34,21 @@ int convert(std::uint8_t * /*bytes*/, int /*count*/, int *value) {
     *value = 0;
     return DFD_OK;
 }
+
+struct Seen {
+    const Check &check;
+    Item item;
+    const info_ctrl_t &ctrl;
+
+    bool is_written() const { return check.uses().is_written(item.type->type); }
+    bool sets(CtrlMember member) const { return is_set(check, item, member); }
+    bool is_hardware() const { return is_hardware_mode(ctrl.mode); }
+    bool is_hardware(int src) const { return is_hardware() && ctrl.src == src; }
+    bool has_format(std::initializer_list<int> formats) const {
+        return is_hardware() &&
+               std::find(formats.begin(), formats.end(), ctrl.frmt) != formats.end();
+    }
+};
 
 /// The engine with every transfer answered, and why it refuses.
 class Engine {
@@ -63,32 +79,24 @@ class Engine {
         std::array<char, kMaxBytes> buffer{};
         return dfd_info_get_buf(key, buffer.data(), kMaxBytes, nullptr) >= DFD_OK;
     }
-    bool writes(std::uint32_t key) {
+    /// Most items are described like the one before, and so is the outcome.
+    bool writes(const Seen &seen) {
         refusal_ = Refusal::none;
-        return dfd_info_set_int(key, 0) >= DFD_OK;
+        if (written_ != nullptr && observe::are_alike(*written_, seen.ctrl)) {
+            return true;
+        }
+        const bool is_written = dfd_info_set_int(seen.item.key(), 0) >= DFD_OK;
+        written_ = is_written ? &seen.ctrl : nullptr;
+        return is_written;
     }
     /// Of the last call.
     Refusal refusal() const { return refusal_; }
 
   private:
     Refusal refusal_ = Refusal::none;
+    const info_ctrl_t *written_ = nullptr;  ///< by the last call that did so
     dfd::watch::Hooks hooks_;
     Watching watching_;
-};
-
-struct Seen {
-    const Check &check;
-    Item item;
-    const info_ctrl_t &ctrl;
-
-    bool is_written() const { return check.uses().is_written(item.type->type); }
-    bool sets(CtrlMember member) const { return is_set(check, item, member); }
-    bool is_hardware() const { return is_hardware_mode(ctrl.mode); }
-    bool is_hardware(int src) const { return is_hardware() && ctrl.src == src; }
-    bool has_format(std::initializer_list<int> formats) const {
-        return is_hardware() &&
-               std::find(formats.begin(), formats.end(), ctrl.frmt) != formats.end();
-    }
 };
 
 void add_refusal(Check &check, const Seen &seen, std::string_view rule, std::string_view verdict,
@@ -103,7 +111,7 @@ void add_refusal(Check &check, const Seen &seen, std::string_view rule, std::str
 bool try_engine(Check &check, Engine &engine, const Seen &seen) {
     const std::uint32_t key = seen.item.key();
     const bool is_buffer = seen.ctrl.frmt == INFO_FRMT_BUF;
-    const bool writes = engine.writes(key);
+    const bool writes = engine.writes(seen);
     const Refusal of_write = engine.refusal();
     if (!writes && !(is_buffer ? engine.reads_buffer(key) : engine.reads_number(key))) {
         add_refusal(check, seen, "item-refused", "can never be read", engine.refusal());

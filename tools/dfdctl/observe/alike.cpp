@@ -42,16 +42,8 @@ std::uint32_t cut_bits(const info_ctrl_t &ctrl) {
     return is_whole ? 0 : ctrl.bit_offset;
 }
 
-/// A number that is read from somewhere, or written: where does not matter to the engine. Of an
-/// EEPROM it does to the functions.
-bool are_alike(const info_ctrl_t &a, const info_ctrl_t &b) {
-    const bool is_plain = a.mode <= INFO_CTRL_MODE_CONSTANT;
-    return is_plain && a.mode == b.mode && a.int_cons == b.int_cons && a.src == b.src &&
-           a.frmt == b.frmt && a.pola == b.pola && a.len == b.len && cut_bits(a) == cut_bits(b);
-}
-
 /// Whether functions can tell two records of a kind apart, their places aside.
-bool are_alike(Kind kind, const void *a, const void *b) {
+bool are_records_alike(Kind kind, const void *a, const void *b) {
     if (a == nullptr || b == nullptr || a == b) {
         return a == b;
     }
@@ -59,8 +51,8 @@ bool are_alike(Kind kind, const void *a, const void *b) {
         case Kind::integer:
             return std::memcmp(a, b, sizeof(int)) == 0;
         case Kind::info_ctrl:
-            return are_alike(*static_cast<const info_ctrl_t *>(a),
-                             *static_cast<const info_ctrl_t *>(b));
+            return observe::are_alike(*static_cast<const info_ctrl_t *>(a),
+                                      *static_cast<const info_ctrl_t *>(b));
         case Kind::temp_info:
             return static_cast<const temp_info_t *>(a)->type ==
                    static_cast<const temp_info_t *>(b)->type;
@@ -70,6 +62,14 @@ bool are_alike(Kind kind, const void *a, const void *b) {
 }
 
 }  // namespace
+
+/// A number that is read from somewhere, or written: where does not matter to the engine. Of an
+/// EEPROM it does to the functions.
+bool are_alike(const info_ctrl &a, const info_ctrl &b) {
+    const bool is_plain = a.mode <= INFO_CTRL_MODE_CONSTANT;
+    return is_plain && a.mode == b.mode && a.int_cons == b.int_cons && a.src == b.src &&
+           a.frmt == b.frmt && a.pola == b.pola && a.len == b.len && cut_bits(a) == cut_bits(b);
+}
 
 Pattern::Pattern(const Call &call, const Args &args, const Keys &keys) : first_(args) {
     for (const Role role : call.number_roles()) {
@@ -111,7 +111,7 @@ bool Pattern::takes(const Args &args, const Keys &keys) {
         asked.ways[0] &= ways_of(args, asked.item.index1, item.index1);
         asked.ways[1] &= ways_of(args, asked.item.index2, item.index2);
         if (item.type != asked.item.type || asked.ways[0] == 0 || asked.ways[1] == 0 ||
-            !are_alike(item.type->kind, asked.record, dfd_lib_cfg_get_item(keys[i]))) {
+            !are_records_alike(item.type->kind, asked.record, dfd_lib_cfg_get_item(keys[i]))) {
             return false;
         }
     }
@@ -160,8 +160,8 @@ std::optional<std::uint32_t> Pattern::key_of(const Args &args, const Asked &aske
         return item.key();
     }
     const void *const record = dfd_lib_cfg_get_item(item.key());
-    return are_alike(item.type->kind, asked.record, record) ? std::optional(item.key())
-                                                            : std::nullopt;
+    return are_records_alike(item.type->kind, asked.record, record) ? std::optional(item.key())
+                                                                    : std::nullopt;
 }
 
 std::optional<Keys> Pattern::keys_of(const Args &args) const {

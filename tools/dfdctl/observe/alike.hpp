@@ -8,10 +8,15 @@
 
 #include "dfdctl/observe/units.hpp"
 
+struct info_ctrl;
+
 namespace dfdctl::observe {
 
 /// In the order in which a call asks for them.
 using Keys = std::vector<std::uint32_t>;
+
+/// Whether the engine, and the functions that ask it, do the same with both, though in two places.
+bool are_alike(const info_ctrl &a, const info_ctrl &b);
 
 /// Calls of one function that were seen to do the same with items that are described alike: from
 /// one to another the indexes differ by as much as the arguments do.
