@@ -33,9 +33,11 @@ OffsetBytes offset_bytes(uint16_t offset, int wide_offset) {
     return {{static_cast<uint8_t>(offset >> 8), low}, 2};
 }
 
-// Offset, then data, as one request.
-int transfer(const char *path, uint16_t addr, OffsetBytes offset, uint16_t offset_flags,
-             uint16_t data_flags, uint8_t *data, uint32_t len) {
+// Offset, then data, as one request. It stands where it is asked for: behind each system call the
+// code on the way back comes from memory anew.
+[[gnu::always_inline]] inline int transfer(const char *path, uint16_t addr, OffsetBytes offset,
+                                           uint16_t offset_flags, uint16_t data_flags,
+                                           uint8_t *data, uint32_t len) {
     const int fd = open(path, O_RDWR | O_SYNC);
     DFD_WATCH_CALL(open, fd);
     if (fd < 0) {
@@ -63,10 +65,8 @@ int with_retries(Attempt attempt) {
     return rv;
 }
 
-}  // namespace
-
-int sdd_read_i2c_one_time(const char *path, uint16_t addr, uint16_t offset, uint8_t *buf,
-                          uint32_t len, int wide_offset) {
+[[gnu::always_inline]] inline int read_once(const char *path, uint16_t addr, uint16_t offset,
+                                            uint8_t *buf, uint32_t len, int wide_offset) {
     if (path == nullptr || buf == nullptr || len > kMaxReadBytes) {
         return DFD_ERR;
     }
@@ -82,6 +82,13 @@ int sdd_read_i2c_one_time(const char *path, uint16_t addr, uint16_t offset, uint
          .data = buf,
          .len = len},
         [=] { return transfer(path, addr, offset_out, offset_flags, I2C_M_RD, buf, len); });
+}
+
+}  // namespace
+
+int sdd_read_i2c_one_time(const char *path, uint16_t addr, uint16_t offset, uint8_t *buf,
+                          uint32_t len, int wide_offset) {
+    return read_once(path, addr, offset, buf, len, wide_offset);
 }
 
 int sdd_write_i2c_one_time(const char *path, uint16_t addr, uint16_t offset, const uint8_t *data,
@@ -108,7 +115,7 @@ int sdd_write_i2c_one_time(const char *path, uint16_t addr, uint16_t offset, con
 }
 
 int sdd_read_i2c(const char *path, uint16_t addr, uint16_t offset, uint8_t *buf, uint32_t len) {
-    return with_retries([=] { return sdd_read_i2c_one_time(path, addr, offset, buf, len, 0); });
+    return with_retries([=] { return read_once(path, addr, offset, buf, len, 0); });
 }
 
 int sdd_write_i2c(const char *path, uint16_t addr, uint16_t offset, const uint8_t *data,
