@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
+#include <utmp.h>
 
 #include <chrono>
 
@@ -35,8 +36,13 @@ class Terminal {
   public:
     Terminal(const Board &board, const std::string &arguments, unsigned short rows = 24) {
         const winsize size = {rows, 80, 0, 0};
-        child_ = forkpty(&terminal_, nullptr, nullptr, &size);
+        int device = -1;
+        EXPECT_EQ(openpty(&terminal_, &device, nullptr, nullptr, &size), 0);
+        tcgetattr(device, &modes_);  // before the program can change them
+        child_ = fork();
         if (child_ == 0) {
+            close(terminal_);
+            login_tty(device);
             setenv("TERM", "xterm", 1);
             unsetenv("NO_COLOR");
             execl("/bin/sh", "sh", "-c",
@@ -46,7 +52,7 @@ class Terminal {
                   nullptr);
             _exit(127);
         }
-        tcgetattr(terminal_, &modes_);
+        close(device);
     }
     ~Terminal() {
         if (child_ > 0) {
